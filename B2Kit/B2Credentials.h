@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+/// An application key: its id and its secret half.
+struct B2Credentials {
+    std::string keyID;
+    std::string applicationKey;
+
+    bool operator==(const B2Credentials&) const = default;
+
+    /// Names the key and never its secret.
+    std::string description() const
+    {
+        return "B2Credentials(keyID: " + keyID + ", applicationKey: <redacted>)";
+    }
+};

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "B2Kit/B2Error.h"
+
+#include <exception>
+#include <optional>
+#include <string>
+
+/// How often and how long a failed request is repeated.
+struct B2RetryPolicy {
+    int maxAttempts = 5;               ///< Sends of one JSON or download request, the first included.
+    int maxDataAttempts = 20;          ///< Sends of one upload body or part, the first included.
+    double baseDelaySeconds = 1.0;     ///< First backoff delay.
+    double multiplier = 1.5;           ///< Growth of the backoff per further retry.
+    double maxDelaySeconds = 64.0;     ///< Cap of the exponential term, before jitter.
+    double maxRetryAfterSeconds = 300; ///< Cap on a delay the server asks for.
+
+    bool operator==(const B2RetryPolicy&) const = default;
+};
+
+/// The exponential term with jitter: min(base × multiplier^exponent, cap) + jitter clamped to 0..1.
+///
+/// @param exponent  0 for the first retry.
+double backoffSeconds(const B2RetryPolicy& policy, int exponent, double jitter);
+
+/// Seconds asked for by a `Retry-After` header, held within 0..`maxRetryAfterSeconds`.
+///
+/// @returns nothing when the value is not wholly a decimal number (a date, for one).
+std::optional<double> retryAfterSeconds(const B2RetryPolicy& policy, const std::optional<std::string>& header);
+
+/// A wait for a log line: "%.1fs" below 10 seconds, whole seconds from there.
+std::string formatWait(double seconds);
+
+/// Is it worth sending the request again? True for everything but a stop, a `B2Error` and a failure of a local file.
+bool isRetryableConnectionFailure(const std::exception_ptr& failure);
+
+/// Is it worth sending an upload or a part again, through another URL?
+bool isRetryableTransferFailure(const std::exception_ptr& failure);
+
+/// Was the task asked to stop?
+bool isCancellation(const std::exception_ptr& failure);
+
+/// A few words on why a transfer is tried again: "B2 storage busy", "B2 503 internal_error" and the like.
+std::string shortReason(const std::exception_ptr& failure);
+
+/// The failure's own text.
+std::string describe(const std::exception_ptr& failure);
