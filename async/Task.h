@@ -113,21 +113,19 @@ public:
             coroutine_.destroy();
     }
 
-    auto operator co_await() && noexcept
-    {
-        struct Awaiter {
-            std::coroutine_handle<promise_type> child;
+    struct Awaiter {
+        std::coroutine_handle<promise_type> child;
 
-            bool await_ready() noexcept { return false; }
-            template <class Parent>
-            bool await_suspend(std::coroutine_handle<Parent> parent)
-            {
-                return child.promise().startFor(child, parent);
-            }
-            T await_resume() { return child.promise().take(); }
-        };
-        return Awaiter{coroutine_};
-    }
+        bool await_ready() noexcept { return false; }
+        template <class Parent>
+        bool await_suspend(std::coroutine_handle<Parent> parent)
+        {
+            return child.promise().startFor(child, parent);
+        }
+        T await_resume() { return child.promise().take(); }
+    };
+
+    Awaiter operator co_await() && noexcept { return Awaiter{coroutine_}; }
 
 private:
     friend promise_type;
@@ -225,6 +223,33 @@ Surroundings<Value, Read> surroundings(Read read)
     return {std::move(read), std::nullopt};
 }
 
+struct CancellationCheck {
+    bool isCancelled = false;
+
+    bool await_ready() noexcept { return false; }
+    template <class Promise>
+    bool await_suspend(std::coroutine_handle<Promise> self) noexcept
+    {
+        isCancelled = self.promise().stopToken().stop_requested();
+        return false;
+    }
+    void await_resume() const
+    {
+        if (isCancelled)
+            throw Cancelled{};
+    }
+};
+
+struct Requeue {
+    bool await_ready() noexcept { return false; }
+    template <class Promise>
+    void await_suspend(std::coroutine_handle<Promise> self)
+    {
+        self.promise().executor()->post(self);
+    }
+    void await_resume() noexcept {}
+};
+
 } // namespace detail
 
 /// The stop token of the running task: `co_await currentStopToken()`.
@@ -240,38 +265,13 @@ inline auto currentExecutor()
 }
 
 /// Throws `Cancelled` when the running task was asked to stop: `co_await checkCancelled()`, between units of work.
-inline auto checkCancelled()
+inline detail::CancellationCheck checkCancelled()
 {
-    struct Awaiter {
-        bool isCancelled = false;
-
-        bool await_ready() noexcept { return false; }
-        template <class Promise>
-        bool await_suspend(std::coroutine_handle<Promise> self) noexcept
-        {
-            isCancelled = self.promise().stopToken().stop_requested();
-            return false;
-        }
-        void await_resume() const
-        {
-            if (isCancelled)
-                throw Cancelled{};
-        }
-    };
-    return Awaiter{};
+    return {};
 }
 
 /// Lets whatever waits on the executor run first: `co_await yieldToOthers()`.
-inline auto yieldToOthers()
+inline detail::Requeue yieldToOthers()
 {
-    struct Awaiter {
-        bool await_ready() noexcept { return false; }
-        template <class Promise>
-        void await_suspend(std::coroutine_handle<Promise> self)
-        {
-            self.promise().executor()->post(self);
-        }
-        void await_resume() noexcept {}
-    };
-    return Awaiter{};
+    return {};
 }
