@@ -36,7 +36,7 @@ TEST_F(TimerTest, AStopEndsAWaitAtOnce)
         stop.request_stop();
     });
 
-    EXPECT_THROW(run(sleepFor(std::chrono::hours(24 * 365 * 500)), stop), Cancelled);
+    EXPECT_THROW(run(sleepFor(std::chrono::nanoseconds::max()), stop), Cancelled);
     later.join();
 
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));

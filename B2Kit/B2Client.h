@@ -1,0 +1,133 @@
+#pragma once
+
+#include "B2Kit/B2Authorization.h"
+#include "B2Kit/B2Bucket.h"
+#include "B2Kit/B2Credentials.h"
+#include "B2Kit/B2Download.h"
+#include "B2Kit/B2File.h"
+#include "B2Kit/B2Key.h"
+#include "B2Kit/B2Log.h"
+#include "B2Kit/B2Requests.h"
+#include "B2Kit/B2RetryPolicy.h"
+#include "B2Kit/B2Transport.h"
+#include "B2Kit/B2Upload.h"
+#include "async/Executor.h"
+#include "async/SingleFlight.h"
+#include "async/Stream.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+template <class Target>
+class UploadURLPool;
+
+/// Where the account is asked for: the service's production host.
+inline constexpr std::string_view b2AccountEndpoint = "https://api.backblazeb2.com";
+
+/// What a client is made of.
+struct B2ClientOptions {
+    B2Credentials credentials;
+    std::shared_ptr<B2Transport> transport;
+    B2RetryPolicy retryPolicy;
+    std::shared_ptr<B2Sleeper> sleeper;
+    std::function<double()> jitter; ///< Uniform in 0 to 1; called from any thread.
+    std::shared_ptr<B2LogSink> log;
+    std::string accountEndpoint{b2AccountEndpoint}; ///< https, or http on a loopback address.
+};
+
+/// One application key's way to the service: every call of the B2 native API goes through it.
+///
+/// An actor. Every member may be called from any executor, runs on the client's own and resumes on the caller's; many
+/// calls interleave. Renews its token and repeats what is worth repeating by its retry policy. Hold the client by
+/// shared_ptr for as long as a call runs.
+///
+/// Calls throw B2Error when the service refuses or answers nonsense, B2TransportError when the retries of a lost
+/// connection are spent, B2FileError for a local file and Cancelled when the calling task was asked to stop.
+class B2Client final : public Actor, public std::enable_shared_from_this<B2Client> {
+public:
+    static std::shared_ptr<B2Client> make(B2ClientOptions options);
+    ~B2Client();
+
+    const std::string& keyID() const { return options_.credentials.keyID; }
+
+    // --- Authorization
+
+    /// The cached record; never triggers a call.
+    Task<std::optional<B2Authorization>> authorization();
+    Task<std::set<B2Capability>> capabilities();
+    /// The cached record, or that of the one authorization in flight, which is started if there is none.
+    Task<B2Authorization> authorized();
+    /// Forgets the record and the idle upload URLs, then authorizes.
+    Task<B2Authorization> reauthorize();
+    /// One `b2_authorize_account`, without retries.
+    Task<B2Authorization> authorizeAccount();
+
+    // --- Buckets
+
+    Task<B2Bucket> createBucket(B2CreateBucketRequest request);
+    Task<B2Bucket> updateBucket(B2UpdateBucketRequest request);
+    /// Writes both sides of a bucket's replication; an absent side is removed at the service.
+    Task<B2Bucket> setReplication(B2SetReplicationRequest request);
+    Task<B2Bucket> deleteBucket(std::string bucketID);
+    /// Every bucket the key can see, or the one with the name. A key restricted to several buckets asks one by one.
+    Task<std::vector<B2Bucket>> listBuckets(std::optional<std::string> name = {});
+
+    // --- Files
+
+    /// One page of the current names.
+    Task<B2FileListPage> listFileNames(B2ListFileNamesRequest request);
+    /// One page of all versions, newest first within a name.
+    Task<B2FileListPage> listFileVersions(B2ListFileVersionsRequest request);
+    /// All names, page by page as the consumer asks; the stream holds the client.
+    Stream<B2FileVersion> allFileNames(B2ListFileNamesRequest request);
+    Stream<B2FileVersion> allFileVersions(B2ListFileVersionsRequest request);
+    Task<B2FileVersion> fileInfo(std::string fileID);
+    Task<B2DeletedFileVersion> deleteFileVersion(B2DeleteFileVersionRequest request);
+    Task<B2FileVersion> hideFile(std::string bucketID, std::string fileName);
+    Task<B2LegalHoldResult> setLegalHold(B2SetLegalHoldRequest request);
+    /// A token to read files under a prefix; the duration is held within 1 to 604800 seconds.
+    Task<B2DownloadAuthorization> downloadAuthorization(B2DownloadAuthorizationRequest request);
+
+    // --- Keys
+
+    /// With exactly one bucket the key is made through version 3 of the API, otherwise through version 4.
+    Task<B2CreatedApplicationKey> createKey(B2CreateKeyRequest request);
+    /// One page of the keys that version 4 lists.
+    Task<B2KeysPage> listKeys(B2ListKeysRequest request);
+    /// Every application key, once: version 4 lists keys over several buckets and earlier versions the others.
+    Stream<B2ApplicationKey> allKeys(int pageSize = 1000);
+    /// Tries the other version of the API when one refuses.
+    Task<B2ApplicationKey> deleteKey(std::string applicationKeyID);
+
+    // --- Transfers
+
+    /// `b2_upload_file`, up to 5,000,000,000 bytes; each attempt leases an upload URL.
+    Task<B2FileVersion> uploadFile(B2UploadFileRequest request);
+
+    Task<B2DownloadedFile> downloadByName(B2DownloadByNameRequest request);
+    Task<B2DownloadedFile> downloadByID(B2DownloadByIDRequest request);
+    /// Downloads beside the destination, checks the bytes, then replaces the destination in one step. Whatever goes
+    /// wrong, what was there before stays and nothing else is left.
+    Task<B2FileMetadata> downloadByNameToFile(B2DownloadByNameRequest request, B2FileDestination destination);
+    Task<B2FileMetadata> downloadByIDToFile(B2DownloadByIDRequest request, B2FileDestination destination);
+    /// The address of a file, with the token as a query item if there is one.
+    Task<std::string> downloadURL(std::string bucketName, std::string fileName, std::optional<std::string> token);
+
+private:
+    struct Operation;
+    class Pipeline;
+
+    explicit B2Client(std::shared_ptr<SerialExecutor> executor, B2ClientOptions options);
+
+    std::shared_ptr<SerialExecutor> executor_;
+    const B2ClientOptions options_;
+    std::optional<B2Authorization> authorization_;
+    SingleFlight<B2Authorization> authorizationFlight_;
+    std::map<std::string, std::shared_ptr<UploadURLPool<B2UploadTarget>>> uploadPools_;
+};

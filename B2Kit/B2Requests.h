@@ -1,0 +1,130 @@
+#pragma once
+
+#include "B2Kit/B2Bucket.h"
+#include "B2Kit/B2Capability.h"
+#include "B2Kit/B2Replication.h"
+#include "B2Kit/B2Retention.h"
+#include "B2Kit/B2Transport.h"
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct B2CreateBucketRequest {
+    std::string bucketName;
+    B2BucketType bucketType;
+    std::map<std::string, std::string> bucketInfo;
+    std::vector<B2LifecycleRule> lifecycleRules;
+    bool isFileLockEnabled = false;
+};
+
+/// Sends exactly what is set.
+struct B2UpdateBucketRequest {
+    std::string bucketID;
+    std::optional<B2BucketType> bucketType;
+    std::optional<std::map<std::string, std::string>> bucketInfo;
+    std::optional<std::vector<B2LifecycleRule>> lifecycleRules;
+    std::optional<std::vector<B2CORSRule>> corsRules;
+    std::optional<bool> fileLockEnabled;
+    std::optional<B2RetentionUpdate> defaultRetention;
+    std::optional<B2EncryptionUpdate> defaultServerSideEncryption;
+    std::optional<B2ReplicationConfiguration> replicationConfiguration;
+    std::optional<int> ifRevisionIs; ///< The revision the change is based on; another one is refused with 409.
+};
+
+struct B2SetReplicationRequest {
+    std::string bucketID;
+    B2ReplicationConfiguration configuration;
+    std::optional<int> ifRevisionIs;
+};
+
+/// Which page of a bucket's current names to fetch.
+struct B2ListFileNamesRequest {
+    std::string bucketID;
+    std::optional<std::string> startFileName; ///< First name to return; unset for the first page.
+    int maxFileCount = 1000;                  ///< 1 to 10,000; each started 1,000 returned bills one call.
+    std::optional<std::string> prefix;
+    std::optional<std::string> delimiter;
+};
+
+/// Which page of a bucket's versions to fetch.
+struct B2ListFileVersionsRequest {
+    std::string bucketID;
+    std::optional<std::string> startFileName;
+    std::optional<std::string> startFileID; ///< Only with `startFileName`.
+    int maxFileCount = 1000;                ///< 1 to 10,000; each started 1,000 returned bills one call.
+    std::optional<std::string> prefix;
+    std::optional<std::string> delimiter;
+};
+
+struct B2DeleteFileVersionRequest {
+    std::string fileID;
+    std::string fileName;
+    bool bypassesGovernance = false;
+};
+
+struct B2SetLegalHoldRequest {
+    std::string fileID;
+    std::string fileName;
+    bool isOn = false;
+};
+
+struct B2DownloadAuthorizationRequest {
+    std::string bucketID;
+    std::string fileNamePrefix;
+    int validDurationInSeconds = 3600;
+};
+
+struct B2CreateKeyRequest {
+    std::vector<B2Capability> capabilities;
+    std::string keyName;
+    std::optional<int> validDurationInSeconds;
+    std::vector<std::string> bucketIDs; ///< Empty for an account-wide key.
+    std::optional<std::string> namePrefix;
+};
+
+struct B2ListKeysRequest {
+    int maxKeyCount = 1000;
+    std::optional<std::string> startApplicationKeyID;
+};
+
+struct B2UploadFileRequest {
+    std::string bucketID;
+    std::string fileName;
+    std::string contentType = "b2/x-auto";
+    /// From memory, or straight from a file: the file is then read twice, to hash it and to send it.
+    B2UploadBody body;
+    std::map<std::string, std::string> fileInfo;
+    std::optional<std::chrono::system_clock::time_point> modificationDate; ///< Kept as `src_last_modified_millis`.
+    B2Progress onProgress;
+};
+
+/// The first and the last byte wanted.
+struct B2ByteRange {
+    std::int64_t first = 0;
+    std::int64_t last = 0;
+};
+
+struct B2DownloadByNameRequest {
+    std::string bucketName;
+    std::string fileName;
+    std::optional<B2ByteRange> range;
+    bool verifies = true; ///< Compare the SHA-1 where one is known.
+    B2Progress onProgress;
+};
+
+struct B2DownloadByIDRequest {
+    std::string fileID;
+    std::optional<B2ByteRange> range;
+    bool verifies = true;
+    B2Progress onProgress;
+};
+
+struct B2FileDestination {
+    std::filesystem::path path;
+    /// Set on the file; unset takes `src_last_modified_millis` if the file has it.
+    std::optional<std::chrono::system_clock::time_point> modificationDate;
+};
