@@ -12,8 +12,8 @@ struct B2TransactionMetrics {
     std::optional<std::string> host;
     std::optional<std::string> networkProtocolName; ///< Such as "h2".
     bool isReusedConnection = false;
-    std::int64_t bytesSent = 0;     ///< Of the request's body.
-    std::int64_t bytesReceived = 0; ///< Of the response's body.
+    std::int64_t bytesSent = 0;            ///< Of the request's body.
+    std::int64_t bytesReceived = 0;        ///< Of the response's body.
     std::optional<double> responseSeconds; ///< From the response's start to its end.
     std::optional<double> connectSeconds;
 

@@ -21,5 +21,8 @@ struct B2OpenText {
 
 template <class Tag>
 struct std::hash<B2OpenText<Tag>> {
-    std::size_t operator()(const B2OpenText<Tag>& text) const noexcept { return std::hash<std::string>()(text.rawValue); }
+    std::size_t operator()(const B2OpenText<Tag>& text) const noexcept
+    {
+        return std::hash<std::string>()(text.rawValue);
+    }
 };

@@ -60,10 +60,7 @@ public:
 
     bool isUnknown() const { return std::holds_alternative<Unknown>(state_); }
     /// The configuration, or null when there is none or it may not be read.
-    const B2ReplicationConfiguration* configuration() const
-    {
-        return std::get_if<B2ReplicationConfiguration>(&state_);
-    }
+    const B2ReplicationConfiguration* configuration() const { return std::get_if<B2ReplicationConfiguration>(&state_); }
 
     bool operator==(const B2BucketReplication&) const = default;
 

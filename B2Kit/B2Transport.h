@@ -26,8 +26,8 @@ struct B2HTTPRequest {
     B2HTTPMethod method = B2HTTPMethod::post;
     std::string url;
     std::vector<B2HTTPHeader> headers;
-    std::string body;                    ///< Of `data` requests; uploads bring their body apart.
-    std::chrono::seconds idleLimit{60};  ///< The longest time without a byte; a slow transfer that moves goes on.
+    std::string body;                   ///< Of `data` requests; uploads bring their body apart.
+    std::chrono::seconds idleLimit{60}; ///< The longest time without a byte; a slow transfer that moves goes on.
 
     bool operator==(const B2HTTPRequest&) const = default;
 };
@@ -67,10 +67,10 @@ private:
 };
 
 struct B2DownloadReply {
-    B2TemporaryFile file;        ///< The body of a 200 or 206; empty path for any other status.
-    std::int64_t byteCount = 0;  ///< Bytes in the file.
-    std::string sha1;            ///< Of the bytes in the file, computed as they arrived; lowercase hexadecimal.
-    std::string errorBody;       ///< The body of any other status.
+    B2TemporaryFile file;       ///< The body of a 200 or 206; empty path for any other status.
+    std::int64_t byteCount = 0; ///< Bytes in the file.
+    std::string sha1;           ///< Of the bytes in the file, computed as they arrived; lowercase hexadecimal.
+    std::string errorBody;      ///< The body of any other status.
     B2HTTPResponse response;
 };
 
@@ -98,8 +98,7 @@ public:
 
     /// @param destination  where the file will go: the temporary file is made in the same directory.
     virtual Task<B2DownloadReply> download(
-        B2HTTPRequest request, std::filesystem::path destination, B2Progress onProgress)
-        = 0;
+        B2HTTPRequest request, std::filesystem::path destination, B2Progress onProgress) = 0;
 
     /// Sends exactly the body's length; a source that is shorter ends the request with a B2Error.
     virtual Task<B2DataReply> upload(B2HTTPRequest request, B2UploadBody body, B2Progress onProgress) = 0;

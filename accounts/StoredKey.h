@@ -7,7 +7,7 @@
 /// A key the program holds; its secret stays in the secret store.
 struct StoredKey {
     std::string keyID;
-    std::string label; ///< The name shown; "Unnamed key" without one.
+    std::string label;                    ///< The name shown; "Unnamed key" without one.
     std::optional<std::string> accountID; ///< Unknown until the key has connected once.
 
     bool operator==(const StoredKey&) const = default;

@@ -10,7 +10,8 @@
 #include <stop_token>
 #include <utility>
 
-template <class T> class TaskPromise;
+template <class T>
+class TaskPromise;
 
 /// What every coroutine of this library carries along: its executor, its stop token and who awaits it.
 class TaskPromiseBase {
@@ -159,10 +160,7 @@ public:
     {
     }
 
-    Task<T> get_return_object() noexcept
-    {
-        return Task<T>(std::coroutine_handle<TaskPromise>::from_promise(*this));
-    }
+    Task<T> get_return_object() noexcept { return Task<T>(std::coroutine_handle<TaskPromise>::from_promise(*this)); }
     FinalAwaiter final_suspend() noexcept { return {}; }
     template <class Value>
     void return_value(Value&& value)

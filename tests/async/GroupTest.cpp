@@ -53,8 +53,7 @@ TEST_F(GroupTest, TheFirstFailureStopsTheRestAndWaitsForThem)
     };
 
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_THAT([&] { run(forEachBounded(100, 4, failing)); },
-        testing::ThrowsMessage<std::runtime_error>("unit 5"));
+    EXPECT_THAT([&] { run(forEachBounded(100, 4, failing)); }, testing::ThrowsMessage<std::runtime_error>("unit 5"));
 
     EXPECT_EQ(running, 0);
     EXPECT_LT(ended.size(), 20U);

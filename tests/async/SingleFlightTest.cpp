@@ -1,5 +1,5 @@
-#include "RunOnPool.h"
 #include "async/SingleFlight.h"
+#include "RunOnPool.h"
 #include "async/Stream.h"
 #include "async/Timer.h"
 

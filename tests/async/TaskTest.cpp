@@ -32,7 +32,7 @@ private:
     int value_ = 0;
 };
 
-class TaskTest : public testing::Test, public AsyncFixture { };
+class TaskTest : public testing::Test, public AsyncFixture {};
 
 Task<int> answer()
 {
@@ -171,9 +171,7 @@ TEST_F(TaskTest, AskingToStopStillWaitsForTheProducer)
     const OneShot<int> shot;
     std::thread producer;
     auto body = [](OneShot<int> it, std::thread* thread) -> Task<int> {
-        co_return co_await it.wait([it, thread] {
-            *thread = std::thread([it] { it.set(7); });
-        });
+        co_return co_await it.wait([it, thread] { *thread = std::thread([it] { it.set(7); }); });
     };
 
     std::thread later([&] {
@@ -197,11 +195,11 @@ TEST_F(TaskTest, RacingStopsAndCompletionsAlwaysEndEachTaskOnce)
         const OneShot<int> shot;
         const auto spin = random() % 400;
         std::thread completing([&, spin] {
-            for (unsigned volatile i = 0; i < spin; i = i + 1) { }
+            for (unsigned volatile i = 0; i < spin; i = i + 1) {}
             shot.set(round);
         });
         std::thread stopping([&, spin] {
-            for (unsigned volatile i = 0; i < 400 - spin; i = i + 1) { }
+            for (unsigned volatile i = 0; i < 400 - spin; i = i + 1) {}
             stop.request_stop();
         });
         try {

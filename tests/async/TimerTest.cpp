@@ -1,5 +1,5 @@
-#include "RunOnPool.h"
 #include "async/Timer.h"
+#include "RunOnPool.h"
 
 #include <gmock/gmock.h>
 
@@ -7,7 +7,7 @@
 
 namespace {
 
-class TimerTest : public testing::Test, public AsyncFixture { };
+class TimerTest : public testing::Test, public AsyncFixture {};
 
 } // namespace
 
