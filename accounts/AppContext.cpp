@@ -1,0 +1,33 @@
+#include "accounts/AppContext.h"
+
+#include "foundation/SettingsKeys.h"
+
+namespace {
+
+Task<> nothing()
+{
+    co_return;
+}
+
+} // namespace
+
+AppContext::AppContext(Settings& settings)
+    : selectKey([](const std::string&) { return nothing(); })
+    , addKey(nothing)
+    , settings_(settings)
+    , showingTransfers_(this, settings.boolean(SettingsKeys::showTransfers).value_or(false))
+{
+}
+
+void AppContext::request(AccountSurface surface, std::optional<std::string> jobID)
+{
+    requested = surface;
+    requestedJobID = std::move(jobID);
+    requestTick = *requestTick + 1;
+}
+
+void AppContext::setShowingTransfers(bool isShowing)
+{
+    showingTransfers_ = isShowing;
+    settings_.set(SettingsKeys::showTransfers, isShowing);
+}

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "async/Task.h"
+#include "foundation/Observable.h"
+#include "foundation/Settings.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// The panes of an account that a command may ask the main window to show.
+enum class AccountSurface { buckets, storage, keys, search, migrations, replications };
+
+/// What menu commands and other windows share with the main window.
+///
+/// Lives on the main thread, one for the process.
+class AppContext final : public Observable {
+public:
+    /// A key as the Account menu lists it.
+    struct KeyMenuEntry {
+        std::string id;
+        std::string title;
+        std::string account;     ///< Display name; "Account not yet known" before the key has connected once.
+        bool isDisabled = false; ///< The service no longer has the key, or no secret is stored.
+
+        bool operator==(const KeyMenuEntry&) const = default;
+    };
+
+    explicit AppContext(Settings& settings);
+
+    Observed<std::optional<AccountSurface>> requested{this};
+    Observed<int> requestTick{this, 0}; ///< Rises with each request, so that asking twice is seen.
+    Observed<std::vector<KeyMenuEntry>> keyMenu{this};
+    Observed<std::optional<std::string>> currentKeyID{this};
+    Observed<std::optional<std::string>> requestedJobID{this};
+    Observed<int> accountRenameTick{this, 0};
+    Observed<int> keysChangedTick{this, 0};
+
+    // Set by the main window; they do nothing before.
+    std::function<Task<>(std::string keyID)> selectKey;
+    std::function<Task<>()> addKey;
+
+    /// Asks the main window for a pane.
+    void request(AccountSurface surface, std::optional<std::string> jobID = {});
+
+    /// Is the transfers panel open? Kept in the settings.
+    bool isShowingTransfers() const { return *showingTransfers_; }
+    void setShowingTransfers(bool isShowing);
+
+private:
+    Settings& settings_;
+    Observed<bool> showingTransfers_;
+};

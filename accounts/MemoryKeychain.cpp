@@ -1,0 +1,56 @@
+#include "accounts/MemoryKeychain.h"
+
+#include <cstring>
+#include <utility>
+
+MemoryKeychain::~MemoryKeychain()
+{
+    for (auto& [keyID, item] : items_)
+        explicit_bzero(item.secret.data(), item.secret.size());
+}
+
+void MemoryKeychain::add(KeychainEntry entry, std::string secret)
+{
+    const std::string keyID = entry.keyID;
+    items_.insert_or_assign(keyID, Item{std::move(entry), std::move(secret)});
+}
+
+Task<std::vector<KeychainEntry>> MemoryKeychain::entries()
+{
+    std::vector<KeychainEntry> entries;
+    for (const auto& [keyID, item] : items_)
+        entries.push_back(item.entry);
+    co_return entries;
+}
+
+Task<std::optional<std::string>> MemoryKeychain::secret(std::string keyID)
+{
+    const auto found = items_.find(keyID);
+    co_return found == items_.end() ? std::nullopt : std::optional(found->second.secret);
+}
+
+Task<> MemoryKeychain::setLabel(std::string keyID, std::string label)
+{
+    if (const auto found = items_.find(keyID); found != items_.end())
+        found->second.entry.name = std::move(label);
+    co_return;
+}
+
+Task<> MemoryKeychain::setAccountID(std::string keyID, std::string accountID)
+{
+    if (const auto found = items_.find(keyID); found != items_.end())
+        found->second.entry.accountID = std::move(accountID);
+    co_return;
+}
+
+Task<std::optional<std::string>> MemoryKeychain::accountName(std::string accountID)
+{
+    const auto found = accountNames_.find(accountID);
+    co_return found == accountNames_.end() ? std::nullopt : std::optional(found->second);
+}
+
+Task<> MemoryKeychain::setAccountName(std::string accountID, std::string name)
+{
+    accountNames_.insert_or_assign(std::move(accountID), std::move(name));
+    co_return;
+}

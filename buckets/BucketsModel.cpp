@@ -1,0 +1,49 @@
+#include "buckets/BucketsModel.h"
+
+#include "B2Kit/B2RetryPolicy.h"
+#include "foundation/NaturalOrder.h"
+
+#include <algorithm>
+
+Task<> BucketsModel::reload()
+{
+    const auto current = *session;
+    if (!current)
+        co_return;
+    const int generation = ++generation_;
+    isLoading = true;
+    std::vector<B2Bucket> listed;
+    std::exception_ptr failure;
+    try {
+        listed = co_await current->client->listBuckets();
+        std::ranges::stable_sort(listed, {}, [](const B2Bucket& bucket) { return naturalSortKey(bucket.bucketName); });
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (generation != generation_)
+        co_return;
+    isLoading = false;
+    if (failure && isCancellation(failure))
+        std::rethrow_exception(failure);
+    if (failure) {
+        error = describe(failure);
+        co_return;
+    }
+    buckets = std::move(listed);
+    error = std::nullopt;
+}
+
+void BucketsModel::reset(std::shared_ptr<B2Session> newSession)
+{
+    ++generation_;
+    isLoading = false;
+    buckets = std::vector<B2Bucket>();
+    error = std::nullopt;
+    session = std::move(newSession);
+}
+
+const B2Bucket* BucketsModel::bucket(const std::string& bucketID) const
+{
+    const auto found = std::ranges::find(*buckets, bucketID, &B2Bucket::bucketID);
+    return found == buckets->end() ? nullptr : &*found;
+}

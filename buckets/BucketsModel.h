@@ -1,0 +1,36 @@
+#pragma once
+
+#include "B2Kit/B2Bucket.h"
+#include "accounts/B2Session.h"
+#include "foundation/Observable.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// The buckets of the connected key, in the order a file manager would show their names.
+///
+/// Lives on the main thread. A reload that fails or is cancelled leaves the list as it was.
+class BucketsModel final : public Observable {
+public:
+    Observed<std::vector<B2Bucket>> buckets{this};
+    Observed<bool> isLoading{this, false};
+    /// Why the last request failed, as a sentence to show.
+    Observed<std::optional<std::string>> error{this};
+    Observed<std::shared_ptr<B2Session>> session{this};
+
+    /// Lists every bucket the key can see (`b2_list_buckets`); bills one call, or one a bucket for a key over several.
+    ///
+    /// An answer for a session that was replaced meanwhile is dropped.
+    Task<> reload();
+
+    /// Empties the list for another key.
+    void reset(std::shared_ptr<B2Session> newSession);
+
+    /// The bucket of an id, or null.
+    const B2Bucket* bucket(const std::string& bucketID) const;
+
+private:
+    int generation_ = 0; ///< Rises with each reload and reset: an older one's answer counts no more.
+};
