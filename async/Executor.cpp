@@ -37,6 +37,13 @@ WorkerPool& WorkerPool::shared()
     return *pool;
 }
 
+WorkerPool& WorkerPool::blocking()
+{
+    constexpr unsigned threadCount = 4;
+    static auto* const pool = new WorkerPool(threadCount);
+    return *pool;
+}
+
 void WorkerPool::run()
 {
     std::unique_lock lock(mutex_);

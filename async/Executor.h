@@ -33,6 +33,9 @@ public:
     /// The pool of the process, which is never destroyed.
     static WorkerPool& shared();
 
+    /// Threads for work that blocks, so that actors never wait behind a disk. Never destroyed.
+    static WorkerPool& blocking();
+
 private:
     struct Job {
         void (*function)(void*);

@@ -1,5 +1,6 @@
 #include "async/Timer.h"
 #include "RunOnPool.h"
+#include "async/Background.h"
 
 #include <gmock/gmock.h>
 
@@ -40,4 +41,15 @@ TEST_F(TimerTest, AStopEndsAWaitAtOnce)
     later.join();
 
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+}
+
+TEST_F(TimerTest, BlockingWorkRunsElsewhereAndItsFailureComesBack)
+{
+    auto elsewhere = []() -> Task<bool> {
+        const auto worker = co_await runInBackground([] { return std::this_thread::get_id(); });
+        co_return worker != std::this_thread::get_id();
+    };
+
+    EXPECT_TRUE(run(elsewhere()));
+    EXPECT_THROW(run(runInBackground([] { throw std::runtime_error("disk"); })), std::runtime_error);
 }
