@@ -1,0 +1,51 @@
+#include "foundation/LogMailbox.h"
+
+#include <QCoreApplication>
+
+#include <utility>
+
+LogMailbox::LogMailbox(QObject* reader)
+    : reader_(reader)
+{
+}
+
+QEvent::Type LogMailbox::eventType()
+{
+    static const auto type = static_cast<QEvent::Type>(QEvent::registerEventType());
+    return type;
+}
+
+void LogMailbox::close()
+{
+    const std::lock_guard lock(mutex_);
+    reader_ = nullptr;
+    waiting_.clear();
+}
+
+void LogMailbox::post(B2LogEvent event)
+{
+    if (event.level < minimumLevel_)
+        return;
+    const std::lock_guard lock(mutex_);
+    if (!reader_)
+        return;
+    waiting_.push(std::move(event));
+    if (!std::exchange(isAnnounced_, true))
+        QCoreApplication::postEvent(reader_, new QEvent(eventType()));
+}
+
+std::vector<B2LogEvent> LogMailbox::take()
+{
+    // As many as a turn of the loop has time for.
+    constexpr std::size_t eventsAtOnce = 500;
+    const std::lock_guard lock(mutex_);
+    std::vector<B2LogEvent> events;
+    if (const auto leftOut = waiting_.takeLeftOut(); leftOut > 0)
+        events.push_back(leftOutEvent(leftOut));
+    for (auto& event : waiting_.take(eventsAtOnce))
+        events.push_back(std::move(event));
+    isAnnounced_ = reader_ && !waiting_.isEmpty();
+    if (isAnnounced_)
+        QCoreApplication::postEvent(reader_, new QEvent(eventType()), Qt::LowEventPriority - 1);
+    return events;
+}

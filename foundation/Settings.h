@@ -1,0 +1,100 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QObject>
+#include <QTimer>
+
+#include <chrono>
+#include <concepts>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// The program's small persistent state: typed values under text keys, in one JSON file. No secrets.
+///
+/// Lives on the main thread, which never waits for the disk but in the constructor, which reads the file, and in
+/// `flush`. Changes are gathered for a moment, then the whole file is replaced in one step by another thread.
+/// Values of a kind it does not know are kept as they are.
+///
+/// A damaged file is set aside as "settings.json.damaged-1" (or the next free number) and the store starts empty; a
+/// file that cannot be read or set aside stays untouched, and changes then last until the end of the process.
+/// `loadNotice` says so in either case.
+class Settings final : public QObject {
+    Q_OBJECT
+
+public:
+    /// @param file  empty for a store in memory only.
+    explicit Settings(std::filesystem::path file, QObject* parent = nullptr);
+
+    /// Hands over what is not written yet, without waiting for it.
+    ~Settings() override;
+
+    // The value under a key; nothing when it is absent or of another type.
+    std::optional<bool> boolean(std::string_view key) const;
+    std::optional<std::int64_t> integer(std::string_view key) const;
+    std::optional<double> number(std::string_view key) const;
+    std::optional<std::string> text(std::string_view key) const;
+    std::optional<std::string> bytes(std::string_view key) const;
+
+    // Stores a value; storing an equal one does nothing.
+    void set(std::string_view key, std::same_as<bool> auto value) { store(key, QJsonValue(value)); }
+    template <std::integral Integer>
+        requires(!std::same_as<Integer, bool>)
+    void set(std::string_view key, Integer value)
+    {
+        store(key, QJsonValue(static_cast<qint64>(value)));
+    }
+    void set(std::string_view key, std::floating_point auto value)
+    {
+        store(key, QJsonValue(static_cast<double>(value)));
+    }
+    void set(std::string_view key, std::string_view value);
+    void setBytes(std::string_view key, std::string_view value);
+
+    void remove(std::string_view key);
+    void removePrefix(std::string_view prefix);
+
+    /// Every key, sorted.
+    std::vector<std::string> keys() const;
+
+    /// What went wrong with the file at the start, as a sentence to show.
+    const std::optional<std::string>& loadNotice() const { return loadNotice_; }
+
+    /// Writes what is not written yet and waits for it, at most `limit`; for the end of the process.
+    ///
+    /// @returns false when it was not written in time, or could not be.
+    bool flush(std::chrono::milliseconds limit);
+
+    /// The settings of the process: those given to `setShared`, else the user's own file, read on first use.
+    static Settings& shared();
+    /// Puts other settings in their place, for a demonstration or a test; null for the user's own. Not owned.
+    static void setShared(Settings* settings);
+
+Q_SIGNALS:
+    /// A value is new, other or gone.
+    void changed(const QString& key);
+
+    /// The file cannot be written any more; the values live on in memory. Said once, until a write succeeds again.
+    void writeFailed(const QString& sentence);
+
+private:
+    class Writer;
+
+    void load();
+    void readContent(std::string_view content);
+    void setAside();
+    QJsonValue value(std::string_view key) const;
+    void store(std::string_view key, const QJsonValue& value);
+    void handOver();
+
+    std::filesystem::path file_;
+    QJsonObject values_;
+    std::optional<std::string> loadNotice_;
+    std::shared_ptr<Writer> writer_; ///< Null when nothing is to be written.
+    QTimer gathering_;
+    bool isDirty_ = false;
+};

@@ -1,0 +1,90 @@
+#include "foundation/TaskScope.h"
+
+#include "foundation/ActivityLog.h"
+#include "foundation/MainExecutor.h"
+
+#include <cstdint>
+#include <map>
+#include <stop_token>
+#include <utility>
+#include <vector>
+
+/// Shared with the ends of the tasks, which may come after the scope has gone.
+struct TaskScope::State {
+    std::map<std::uint64_t, std::stop_source> running;
+    std::uint64_t nextID = 0;
+    std::vector<OneShot<void>> drains;
+
+    void end(std::uint64_t id, const std::exception_ptr& error);
+};
+
+namespace {
+
+void report(const std::exception_ptr& error)
+{
+    std::string reason = "Unknown failure";
+    try {
+        std::rethrow_exception(error);
+    } catch (const Cancelled&) {
+        return;
+    } catch (const std::exception& failure) {
+        reason = failure.what();
+    } catch (...) {
+    }
+    ActivityLog::shared().record({B2LogLevel::error, "app", "A step ended before it was done", std::move(reason)});
+}
+
+} // namespace
+
+void TaskScope::State::end(std::uint64_t id, const std::exception_ptr& error)
+{
+    running.erase(id);
+    if (error)
+        report(error);
+    if (!running.empty())
+        return;
+    for (const auto& drained : std::exchange(drains, {}))
+        drained.set();
+}
+
+TaskScope::TaskScope()
+    : state_(std::make_shared<State>())
+{
+}
+
+TaskScope::~TaskScope()
+{
+    cancelAll();
+}
+
+SpawnedTask TaskScope::start(Task<> task)
+{
+    const std::uint64_t id = state_->nextID++;
+    std::stop_source stop;
+    state_->running.emplace(id, stop);
+    return spawn(
+        MainExecutor::shared(), std::move(task),
+        [state = state_, id](const std::exception_ptr& error) { state->end(id, error); }, stop);
+}
+
+void TaskScope::cancelAll()
+{
+    // A stop callback may start or end tasks.
+    for (auto& [id, stop] : std::map(state_->running))
+        stop.request_stop();
+}
+
+std::size_t TaskScope::running() const
+{
+    return state_->running.size();
+}
+
+Task<> TaskScope::drain()
+{
+    const auto state = state_;
+    while (!state->running.empty()) {
+        const OneShot<void> drained;
+        state->drains.push_back(drained);
+        co_await drained.wait();
+    }
+}

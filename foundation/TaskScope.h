@@ -1,0 +1,36 @@
+#pragma once
+
+#include "async/Group.h"
+#include "async/Task.h"
+
+#include <cstddef>
+#include <memory>
+
+/// The tasks of one owner, run on the main executor. Used on the main thread.
+///
+/// Whatever escapes a task goes to the activity log as an error of the area "app", unless it is `Cancelled`.
+/// The destructor asks every task to stop and does not wait: a task that touches its owner after a wait holds it
+/// weakly, or the owner awaits `drain` before it goes.
+class TaskScope {
+public:
+    TaskScope();
+    ~TaskScope();
+    TaskScope(const TaskScope&) = delete;
+    TaskScope& operator=(const TaskScope&) = delete;
+
+    /// Starts the task in a later turn of the loop, never inline.
+    SpawnedTask start(Task<> task);
+
+    /// Asks every running task to stop.
+    void cancelAll();
+
+    std::size_t running() const;
+
+    /// Ends when no task is running any more, those included that are started meanwhile.
+    Task<> drain();
+
+private:
+    struct State;
+
+    std::shared_ptr<State> state_;
+};

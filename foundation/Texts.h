@@ -1,0 +1,23 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// Words for numbers, in the user's locale. From any thread.
+
+/// A size in decimal units: "1 byte", "512 bytes", "13 KB", "1.2 MB", "2.05 GB".
+std::string sizeText(std::int64_t bytes);
+
+/// A count with its noun, which is singular for exactly 1: "1 file", "2 files", "0 files".
+std::string countText(std::int64_t count, std::string_view singular, std::string_view plural);
+
+/// Hours and minutes, to the nearest minute: "2h 5m", "3m"; "<1m" for less than half a minute.
+std::string durationText(double seconds);
+
+/// Date and time of the day in the local time zone, in the locale's short form.
+std::string dateText(std::chrono::system_clock::time_point date);
+
+/// A text on one line that can only be itself: line breaks and other control characters become visible marks.
+std::string singleLine(std::string_view text);
