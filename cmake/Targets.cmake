@@ -26,7 +26,9 @@ endfunction()
 
 # Settings every target with Qt shares.
 function(kestrovan_qt target)
-    set_target_properties(${target} PROPERTIES AUTOMOC ON AUTORCC ON)
+    # The moc of Qt 6.4 cannot read these two headers of the standard library: it finds them included already.
+    set_target_properties(${target} PROPERTIES AUTOMOC ON AUTORCC ON
+        AUTOMOC_MOC_OPTIONS "-D_GLIBCXX_CONCEPTS;-D_GLIBCXX_COROUTINE")
     target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII)
 endfunction()
 

@@ -8,6 +8,8 @@
 #include <QPointer>
 #include <QSet>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace {

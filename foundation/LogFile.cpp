@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <fcntl.h>
+#include <iterator>
 #include <ranges>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 

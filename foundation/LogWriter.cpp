@@ -5,8 +5,12 @@
 #include "foundation/LogFile.h"
 #include "foundation/Texts.h"
 
+#include <algorithm>
 #include <condition_variable>
+#include <iterator>
 #include <mutex>
+#include <utility>
+#include <vector>
 
 /// Shared with the run that writes, which may outlive the writer.
 struct LogWriter::State {

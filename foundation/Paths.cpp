@@ -1,6 +1,7 @@
 #include "foundation/Paths.h"
 
 #include <QDir>
+#include <QFile>
 #include <QStandardPaths>
 
 #include <cerrno>

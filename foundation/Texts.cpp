@@ -4,7 +4,6 @@
 
 #include <QDateTime>
 #include <QLocale>
-#include <QTimeZone>
 
 #include <array>
 #include <cmath>
