@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QObject>
+
+class QDBusVariant;
+
+/// Light or dark; `system` follows the desktop.
+enum class ColorScheme { system, light, dark };
+
+/// What the desktop's settings portal says about appearance, followed live.
+///
+/// Lives on the main thread and never waits: the first answers arrive by `changed()` a moment after construction, or
+/// never where there is no portal.
+class DesktopPreferences final : public QObject {
+    Q_OBJECT
+
+public:
+    explicit DesktopPreferences(QObject* parent = nullptr);
+
+    /// `system` while the desktop has not said or has no preference.
+    ColorScheme colorScheme() const { return colorScheme_; }
+    bool wantsAnimations() const { return wantsAnimations_; }
+
+Q_SIGNALS:
+    void changed();
+
+private Q_SLOTS:
+    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+
+private:
+    void read(const QString& group, const QString& key);
+    void take(const QString& group, const QString& key, const QVariant& value);
+
+    ColorScheme colorScheme_ = ColorScheme::system;
+    bool wantsAnimations_ = true;
+};

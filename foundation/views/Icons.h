@@ -1,0 +1,88 @@
+#pragma once
+
+#include <QIcon>
+#include <QPixmap>
+#include <QStringView>
+
+class QPalette;
+
+/// The bundled symbols. A symbol means one thing everywhere.
+enum class Symbol {
+    account,
+    add,
+    arrowLeft,
+    arrowRight,
+    arrowUp,
+    bucketPrivate,
+    bucketPublic,
+    bug,
+    calendar,
+    cancel,
+    check,
+    checkCircle,
+    chevronDown,
+    chevronLeft,
+    chevronRight,
+    clock,
+    close,
+    cloud,
+    copy,
+    download,
+    error,
+    exportTo,
+    eye,
+    eyeOff,
+    file,
+    fileArchive,
+    fileAudio,
+    fileCode,
+    fileImage,
+    filePdf,
+    fileText,
+    fileVideo,
+    filter,
+    folder,
+    folderOpen,
+    hidden,
+    info,
+    key,
+    link,
+    lock,
+    log,
+    more,
+    plug,
+    refresh,
+    resume,
+    retry,
+    search,
+    settings,
+    showInFolder,
+    skip,
+    storage,
+    transfers,
+    trash,
+    unfinished,
+    upload,
+    versions,
+    warning,
+};
+
+/// All of them, in order, for the tests and for looking at.
+constexpr int symbolCount = static_cast<int>(Symbol::warning) + 1;
+
+/// What a symbol's colour says. Plain takes a text-like colour; all follow the application's palette when painted.
+enum class SymbolTint { plain, secondary, accent, notice, warning, danger };
+
+/// An icon that is drawn in the current palette's colour whenever it is painted, sharp at every scale.
+///
+/// Disabled and selected states come from the palette too. Making one is cheap; drawings are cached.
+QIcon symbolIcon(Symbol symbol, SymbolTint tint = SymbolTint::plain);
+
+/// The symbol in one colour; for delegates. `size` is in device-independent pixels. Cached.
+QPixmap symbolPixmap(Symbol symbol, const QSize& size, double devicePixelRatio, const QColor& color);
+
+/// The colour a tint stands for in a palette.
+QColor tintColor(SymbolTint tint, const QPalette& palette);
+
+/// The symbol that tells a file's type, from its name's extension alone.
+Symbol fileSymbol(QStringView fileName);
