@@ -6,6 +6,8 @@
 #include <memory>
 #include <string>
 
+class CurlEngine;
+
 struct B2CurlTransportOptions {
     int maxConnectionsPerHost = 8;
     std::string userAgent;                  ///< Empty for none.
@@ -17,6 +19,9 @@ struct B2CurlTransportOptions {
 ///
 /// TLS 1.2 up, peer and host verified, https only (http for loopback addresses), no redirects, nothing read from the
 /// environment. Answers in memory are capped at 64 MB, header bytes at 1 MB. One instance serves all clients.
+///
+/// Progress is told about ten times a second, on the transport's thread, and never after the request has ended.
+/// A request is sent once: where a reused connection turns out closed, it fails with `connectionLost`.
 class B2CurlTransport final : public B2Transport {
 public:
     explicit B2CurlTransport(B2CurlTransportOptions options);
@@ -30,7 +35,5 @@ public:
     Task<B2DataReply> upload(B2HTTPRequest request, B2UploadBody body, B2Progress onProgress) override;
 
 private:
-    class Engine;
-
-    std::unique_ptr<Engine> engine_;
+    std::unique_ptr<CurlEngine> engine_;
 };

@@ -103,6 +103,7 @@ public:
     enum class Operation { read, write, replace };
 
     /// @param systemError  the `errno` of the failed operation, or 0 with a `reason`.
+    /// @param reason       the whole sentence, where the system's error alone says too little.
     B2FileError(Operation operation, std::filesystem::path path, int systemError, std::string reason = {});
 
     const std::filesystem::path& path() const noexcept { return path_; }

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+// A download arrives in a dot-file beside its destination. The name says whose it is, so that the next start can
+// clear what a killed program has left.
+
+inline constexpr std::string_view temporaryNamePrefix = ".kestrovan-";
+inline constexpr std::string_view temporaryNameSuffix = ".part";
+
+/// A fresh name: the prefix, 16 random hexadecimal digits, the suffix.
+std::string makeTemporaryName();
+
+/// Does the file name have exactly the form of `makeTemporaryName`?
+bool isTemporaryName(std::string_view fileName);
