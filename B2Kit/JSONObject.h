@@ -18,7 +18,10 @@ public:
     JSONObject& set(std::string_view key, std::int64_t value);
     JSONObject& set(std::string_view key, int value) { return set(key, std::int64_t{value}); }
     // A template, since a pointer to characters would rather become a bool than a text.
-    JSONObject& set(std::string_view key, std::same_as<bool> auto value) { return setRaw(key, value ? "true" : "false"); }
+    JSONObject& set(std::string_view key, std::same_as<bool> auto value)
+    {
+        return setRaw(key, value ? "true" : "false");
+    }
     JSONObject& set(std::string_view key, const std::vector<std::string>& values);
     JSONObject& set(std::string_view key, const std::map<std::string, std::string>& values);
 
