@@ -9,7 +9,9 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// Who may read a bucket: "allPublic", "allPrivate", "snapshot", "restricted", "shared" and whatever comes.
@@ -50,4 +52,7 @@ struct B2Bucket {
 
     /// A sentence on Object Lock for the settings, or nothing when it is off or was not reported.
     std::optional<std::string> fileLockSummary() const;
+
+    /// The JSON keys that have a field here.
+    static const std::set<std::string_view>& knownKeys();
 };
