@@ -71,7 +71,7 @@ std::vector<StoredAccount> groupByAccount(const std::vector<StoredKey>& keys,
         return std::tuple(revokedKeyIDs.contains(key.keyID), !isMasterKey(key), naturalSortKey(key.label));
     };
     for (auto& group : groups)
-        std::ranges::stable_sort(group.keys, {}, place);
-    std::ranges::stable_sort(groups, {}, [](const StoredAccount& account) { return naturalSortKey(account.name); });
+        std::ranges::sort(group.keys, {}, place);
+    std::ranges::sort(groups, {}, [](const StoredAccount& account) { return naturalSortKey(account.name); });
     return groups;
 }

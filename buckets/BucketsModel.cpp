@@ -16,7 +16,7 @@ Task<> BucketsModel::reload()
     std::exception_ptr failure;
     try {
         listed = co_await current->client->listBuckets();
-        std::ranges::stable_sort(listed, {}, [](const B2Bucket& bucket) { return naturalSortKey(bucket.bucketName); });
+        std::ranges::sort(listed, {}, [](const B2Bucket& bucket) { return naturalSortKey(bucket.bucketName); });
     } catch (...) {
         failure = std::current_exception();
     }
