@@ -1,0 +1,61 @@
+#include "shell/Application.h"
+
+#include "B2Kit/B2OSLogSink.h"
+#include "foundation/MainExecutor.h"
+#include "foundation/Paths.h"
+
+#include <QTimer>
+
+Application::Application(const CommandLine& commandLine, std::optional<std::string> secret)
+{
+    std::string endpoint = commandLine.endpoint;
+    if (commandLine.isDemo) {
+        demo = std::make_unique<Demo>();
+        demo->addKeysTo(keychain);
+        endpoint = demo->endpoint();
+    }
+    settings = std::make_unique<Settings>(demo ? demo->settingsFile() : configDirectory() / "settings.json");
+    Settings::setShared(settings.get());
+    log = std::make_unique<ActivityLog>(*settings, demo ? demo->logDirectory() : stateDirectory() / "Logs");
+    ActivityLog::setShared(log.get());
+    context = std::make_unique<AppContext>(*settings);
+    if (commandLine.keyID && secret)
+        keychain.add({*commandLine.keyID, std::nullopt, std::nullopt}, std::move(*secret));
+
+    auto sink = std::make_shared<B2FanOutLogSink>(std::vector<std::shared_ptr<B2LogSink>>{
+        std::make_shared<B2OSLogSink>("com.zantro.B2Kit", "b2"), std::make_shared<ActivityLogSink>(*log)});
+    B2CurlTransportOptions options;
+    options.userAgent = userAgentText();
+    options.metrics = std::make_shared<B2LogMetricsSink>(sink);
+    options.certificateAuthorityFile = commandLine.certificateAuthorityFile;
+    clients = std::make_unique<ClientFactory>(
+        std::make_shared<B2CurlTransport>(std::move(options)), std::move(sink), std::move(endpoint));
+    destination = std::make_unique<DownloadDestination>(*settings);
+    if (demo)
+        destination->choose(demo->downloads());
+    queue = std::make_unique<TransferQueue>(*settings, *destination);
+    root = std::make_unique<RootModel>(RootParts{*settings, *log, *context, keychain, *clients, *queue});
+}
+
+Application::~Application()
+{
+    ActivityLog::setShared(nullptr);
+    Settings::setShared(nullptr);
+}
+
+void Application::shutDown(std::function<void()> onEnd)
+{
+    // Whatever does not stop in time must not keep the user waiting.
+    constexpr int patienceMilliseconds = 3000;
+    auto once = [onEnd = std::move(onEnd), hasEnded = std::make_shared<bool>(false)] {
+        if (!std::exchange(*hasEnded, true))
+            onEnd();
+    };
+    QTimer::singleShot(patienceMilliseconds, root.get(), once);
+    auto stopAll = [](Application* self, std::function<void()> ended) -> Task<> {
+        co_await self->queue->shutDown();
+        co_await self->root->shutDown();
+        ended();
+    };
+    spawn(MainExecutor::shared(), stopAll(this, once));
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "B2Kit/B2CurlTransport.h"
+#include "accounts/AppContext.h"
+#include "accounts/ClientFactory.h"
+#include "accounts/MemoryKeychain.h"
+#include "foundation/ActivityLog.h"
+#include "foundation/Settings.h"
+#include "shell/CommandLine.h"
+#include "shell/Demo.h"
+#include "shell/RootModel.h"
+#include "transfers/DownloadDestination.h"
+#include "transfers/TransferQueue.h"
+
+#include <memory>
+
+/// Everything that lives as long as the process, made in the order of who needs whom.
+///
+/// The queue is here and not in a window, so that transfers outlive one.
+class Application {
+public:
+    /// @param secret  of the key given on the command line, if one was.
+    /// @throws std::runtime_error with a sentence when the demonstration cannot be started.
+    Application(const CommandLine& commandLine, std::optional<std::string> secret);
+    ~Application();
+
+    /// Stops every task and calls `onEnd` when all have ended, or after three seconds.
+    void shutDown(std::function<void()> onEnd);
+
+    std::unique_ptr<Demo> demo;
+    std::unique_ptr<Settings> settings;
+    std::unique_ptr<ActivityLog> log;
+    std::unique_ptr<AppContext> context;
+    MemoryKeychain keychain;
+    std::unique_ptr<ClientFactory> clients;
+    std::unique_ptr<DownloadDestination> destination;
+    std::unique_ptr<TransferQueue> queue;
+    std::unique_ptr<RootModel> root;
+};

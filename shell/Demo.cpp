@@ -1,0 +1,56 @@
+#include "shell/Demo.h"
+
+#include "localb2/Service.h"
+
+#include <stdexcept>
+
+Demo::Demo()
+{
+    if (!directory_.isValid())
+        throw std::runtime_error("The demonstration needs a temporary folder, and none could be made: "
+            + directory_.errorString().toStdString() + ". Nothing was changed.");
+    for (const auto& folder : {downloads(), scratch()})
+        std::filesystem::create_directories(folder);
+    localb2::ServiceOptions options;
+    options.directory = root() / "service";
+    options.seed = "demo";
+    service_ = std::make_unique<localb2::Service>(std::move(options));
+}
+
+Demo::~Demo() = default;
+
+std::string Demo::endpoint() const
+{
+    return service_->url();
+}
+
+void Demo::addKeysTo(MemoryKeychain& keychain) const
+{
+    for (const auto& key : service_->knownKeys())
+        keychain.add({key.keyID, key.name, std::nullopt}, key.applicationKey);
+}
+
+std::filesystem::path Demo::root() const
+{
+    return directory_.path().toStdString();
+}
+
+std::filesystem::path Demo::settingsFile() const
+{
+    return root() / "settings.json";
+}
+
+std::filesystem::path Demo::logDirectory() const
+{
+    return root() / "Logs";
+}
+
+std::filesystem::path Demo::downloads() const
+{
+    return root() / "Downloads";
+}
+
+std::filesystem::path Demo::scratch() const
+{
+    return root() / "Files";
+}

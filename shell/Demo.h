@@ -1,0 +1,43 @@
+#pragma once
+
+#include "accounts/MemoryKeychain.h"
+
+#include <QTemporaryDir>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace localb2 {
+class Service;
+}
+
+/// A service of its own with a small account, on a fresh directory that goes with it.
+///
+/// Settings, log, downloads and keys of the demonstration live in that directory or in memory; nothing of the user's
+/// is touched.
+class Demo {
+public:
+    /// Starts the service. Blocks for some tens of milliseconds, before any window shows.
+    /// @throws std::runtime_error with a sentence when it cannot be started.
+    Demo();
+    ~Demo();
+
+    std::string endpoint() const;
+    localb2::Service& service() { return *service_; }
+
+    /// The demonstration's keys: two accounts, and a key limited to one bucket.
+    void addKeysTo(MemoryKeychain& keychain) const;
+
+    std::filesystem::path settingsFile() const;
+    std::filesystem::path logDirectory() const;
+    std::filesystem::path downloads() const;
+    /// A place for files to upload.
+    std::filesystem::path scratch() const;
+
+private:
+    std::filesystem::path root() const;
+
+    QTemporaryDir directory_;
+    std::unique_ptr<localb2::Service> service_;
+};

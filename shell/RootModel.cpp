@@ -1,0 +1,210 @@
+#include "shell/RootModel.h"
+
+#include "foundation/QtText.h"
+#include "foundation/SettingsKeys.h"
+
+#include <QCoreApplication>
+#include <QSysInfo>
+
+#include <algorithm>
+
+RootModel::RootModel(const RootParts& parts)
+    : keyStore(parts.keychain, parts.clients, parts.log)
+    , browser(parts.settings)
+    , settings_(parts.settings)
+    , log_(parts.log)
+    , context_(parts.context)
+    , queue_(parts.queue)
+{
+    for (Observable* model : std::initializer_list<Observable*>{&keyStore, &buckets})
+        connect(model, &Observable::changed, this, [this] { markChanged(); });
+}
+
+void RootModel::start()
+{
+    tasks_.start(launch());
+}
+
+Task<> RootModel::launch()
+{
+    co_await keyStore.reload();
+    keyStore.isStarted = true;
+    tasks_.start(log_.loadPersisted());
+    const QString version = QCoreApplication::applicationVersion();
+    log_.record({B2LogLevel::info, "app",
+        "Kestrovan " + (version.isEmpty() ? "?" : fromQString(version) + " (" + fromQString(version) + ")") + " starting",
+        fromQString(QSysInfo::prettyProductName() + QStringLiteral(", Linux ") + QSysInfo::kernelVersion())});
+    if (const auto& notice = settings_.loadNotice())
+        log_.record({B2LogLevel::warning, "app", "The settings could not be used as they were", *notice});
+    wire();
+    rebuildKeyMenu();
+    if (keyStore.keys->empty())
+        co_return;
+    const auto lastKeyID = settings_.text(SettingsKeys::lastKeyID);
+    auto key = std::ranges::find_if(*keyStore.keys, [&](const StoredKey& stored) { return stored.keyID == lastKeyID; });
+    if (key == keyStore.keys->end())
+        key = keyStore.keys->begin();
+    co_await connectAndLoad(*key);
+}
+
+void RootModel::wire()
+{
+    browser.cache = std::make_shared<ListingCache>();
+    browser.onBucketGone = [this](std::string bucketID) { return dropBucket(std::move(bucketID)); };
+    // XXX uploadEnded
+    context_.selectKey = [this](std::string keyID) { return selectByKeyID(std::move(keyID)); };
+    connect(&context_, &Observable::changed, this, [this, seen = *context_.keysChangedTick]() mutable {
+        if (std::exchange(seen, *context_.keysChangedTick) == *context_.keysChangedTick)
+            return;
+        tasks_.start(keyStore.reload());
+    });
+    connect(&keyStore, &Observable::changed, this, &RootModel::rebuildKeyMenu);
+}
+
+Task<> RootModel::connectAndLoad(StoredKey key)
+{
+    const auto before = *keyStore.session;
+    co_await keyStore.connect(key);
+    rebuildKeyMenu();
+    const auto session = *keyStore.session;
+    // A failed switch changes nothing, and of two switches at once the last to connect wins.
+    if (!session || session == before || session->key->keyID != key.keyID)
+        co_return;
+    buckets.reset(session);
+    settings_.set(SettingsKeys::lastKeyID, key.keyID);
+    co_await buckets.reload();
+    if (*keyStore.session != session)
+        co_return;
+    restoreSelection();
+    showSelection();
+}
+
+Task<> RootModel::selectByKeyID(std::string keyID)
+{
+    const auto key = std::ranges::find(*keyStore.keys, keyID, &StoredKey::keyID);
+    if (key != keyStore.keys->end())
+        co_await connectAndLoad(*key);
+}
+
+Task<> RootModel::dropBucket(std::string bucketID)
+{
+    const B2Bucket* const gone = buckets.bucket(bucketID);
+    log_.record({B2LogLevel::notice, "bucket",
+        (gone ? gone->bucketName : bucketID) + " no longer exists at Backblaze; removed from the list", {}});
+    if (*selection && (*selection)->bucketID == bucketID)
+        selection = std::nullopt;
+    co_await buckets.reload();
+}
+
+void RootModel::switchTo(std::string keyID)
+{
+    tasks_.start(selectByKeyID(std::move(keyID)));
+}
+
+void RootModel::tryAgain()
+{
+    if (*keyStore.isConnecting)
+        return;
+    if (const auto key = *keyStore.lastAttempted)
+        tasks_.start(connectAndLoad(*key));
+}
+
+void RootModel::reloadBuckets()
+{
+    auto reload = [](RootModel* self) -> Task<> {
+        co_await self->buckets.reload();
+        if (!*self->selection)
+            self->restoreSelection();
+        self->showSelection();
+    };
+    tasks_.start(reload(this));
+}
+
+void RootModel::select(const SidebarItem& item)
+{
+    selection = item;
+    if (const auto session = *keyStore.session; session && item.kind == SidebarItem::Kind::bucket)
+        settings_.set(SettingsKeys::lastBucket(session->key->keyID), item.bucketID);
+    showSelection();
+}
+
+void RootModel::restoreSelection()
+{
+    const auto session = *keyStore.session;
+    if (!session || buckets.buckets->empty())
+        return;
+    if (*selection && ((*selection)->kind != SidebarItem::Kind::bucket || buckets.bucket((*selection)->bucketID)))
+        return;
+    const auto last = settings_.text(SettingsKeys::lastBucket(session->key->keyID));
+    const B2Bucket* bucket = last ? buckets.bucket(*last) : nullptr;
+    if (!bucket)
+        bucket = &buckets.buckets->front();
+    selection = SidebarItem{SidebarItem::Kind::bucket, bucket->bucketID};
+}
+
+void RootModel::showSelection()
+{
+    const auto session = *keyStore.session;
+    if (!session || !*selection || (*selection)->kind != SidebarItem::Kind::bucket)
+        return;
+    const B2Bucket* const bucket = buckets.bucket((*selection)->bucketID);
+    if (!bucket)
+        return;
+    const auto& shown = *browser.bucket;
+    if (*browser.session == session && shown && shown->bucketID == bucket->bucketID)
+        return;
+    browser.open(session, *bucket);
+}
+
+DetailState RootModel::detailState() const
+{
+    DetailInputs inputs;
+    inputs.isStarted = *keyStore.isStarted;
+    inputs.isConnecting = *keyStore.isConnecting;
+    inputs.hasSession = *keyStore.session != nullptr;
+    inputs.isLoadingBuckets = *buckets.isLoading;
+    inputs.bucketCount = buckets.buckets->size();
+    inputs.keyCount = keyStore.keys->size();
+    inputs.failure = *keyStore.connectionFailure;
+    inputs.attemptedLabel = *keyStore.lastAttempted ? (*keyStore.lastAttempted)->label : std::string();
+    inputs.bucketsError = *buckets.error;
+    inputs.selection = *selection;
+    inputs.isSelectionListed = *selection && (*selection)->kind == SidebarItem::Kind::bucket
+        && buckets.bucket((*selection)->bucketID) != nullptr;
+    return decideDetail(inputs);
+}
+
+std::optional<std::string> RootModel::switchFailure() const
+{
+    const auto& failure = *keyStore.connectionFailure;
+    if (!*keyStore.session || !failure || !*keyStore.lastAttempted)
+        return std::nullopt;
+    return "Couldn't switch to “" + (*keyStore.lastAttempted)->label + "”. " + failure->message
+        + " Still connected with “" + (*keyStore.session)->key->label + "”.";
+}
+
+void RootModel::rebuildKeyMenu()
+{
+    accountGroups = keyStore.accountGroups();
+    const auto revoked = keyStore.revokedKeyIDs();
+    std::vector<AppContext::KeyMenuEntry> entries;
+    const auto add = [&](const StoredKey& key) {
+        entries.push_back(
+            {key.keyID, key.label, keyStore.accountDisplayName(key.accountID), revoked.contains(key.keyID)});
+    };
+    for (const auto& account : *accountGroups)
+        std::ranges::for_each(account.keys, add);
+    for (const auto& key : *keyStore.keys) {
+        if (!key.accountID || key.accountID->empty())
+            add(key);
+    }
+    context_.keyMenu = std::move(entries);
+    const auto session = *keyStore.session;
+    context_.currentKeyID = session ? std::optional(session->key->keyID) : std::nullopt;
+}
+
+Task<> RootModel::shutDown()
+{
+    tasks_.cancelAll();
+    co_await tasks_.drain();
+}

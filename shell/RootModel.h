@@ -1,0 +1,75 @@
+#pragma once
+
+#include "accounts/AppContext.h"
+#include "accounts/KeyStore.h"
+#include "browser/BrowserModel.h"
+#include "browser/ListingCache.h"
+#include "buckets/BucketsModel.h"
+#include "foundation/ActivityLog.h"
+#include "foundation/Observable.h"
+#include "foundation/Settings.h"
+#include "foundation/TaskScope.h"
+#include "shell/DetailState.h"
+#include "transfers/TransferQueue.h"
+
+#include <optional>
+#include <string>
+
+/// What the models of the main window are made of; all of it outlives them.
+struct RootParts {
+    Settings& settings;
+    ActivityLog& log;
+    AppContext& context;
+    Keychain& keychain;
+    const ClientFactory& clients;
+    TransferQueue& queue;
+};
+
+/// The main window's root: owns the models of all panes, wires them, and decides what the detail area shows.
+///
+/// Lives on the main thread as long as the process; its tasks are awaited with `shutDown` before it goes.
+class RootModel final : public Observable {
+public:
+    explicit RootModel(const RootParts& parts);
+
+    KeyStore keyStore;
+    BucketsModel buckets;
+    BrowserModel browser;
+
+    Observed<std::optional<SidebarItem>> selection{this};
+    Observed<std::vector<StoredAccount>> accountGroups{this};
+
+    /// The launch sequence, started once when the window first shows: keys, log, wiring, connection, buckets.
+    void start();
+
+    /// Connects with another stored key. The session there is stays until the new one stands.
+    void switchTo(std::string keyID);
+    void tryAgain();
+    void reloadBuckets();
+
+    /// Shows a bucket, and remembers it for the next start with this key.
+    void select(const SidebarItem& item);
+
+    DetailState detailState() const;
+    /// Why the last switch of key failed while the old session goes on; nothing otherwise.
+    std::optional<std::string> switchFailure() const;
+
+    /// Asks every task to stop and waits for their ends.
+    Task<> shutDown();
+
+private:
+    void wire();
+    Task<> launch();
+    Task<> connectAndLoad(StoredKey key);
+    Task<> selectByKeyID(std::string keyID);
+    Task<> dropBucket(std::string bucketID);
+    void rebuildKeyMenu();
+    void restoreSelection();
+    void showSelection();
+
+    Settings& settings_;
+    ActivityLog& log_;
+    AppContext& context_;
+    TransferQueue& queue_;
+    TaskScope tasks_;
+};

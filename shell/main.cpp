@@ -1,0 +1,100 @@
+#include "foundation/ProcessHardening.h"
+#include "foundation/QtText.h"
+#include "foundation/views/Theme.h"
+#include "shell/Application.h"
+#include "shell/CommandLine.h"
+#include "shell/SignalWatch.h"
+#include "shell/views/MainWindow.h"
+#include "shell/tour/Tour.h"
+
+#include <QApplication>
+#include <QIcon>
+
+#include <cstdlib>
+#include <iostream>
+
+namespace {
+
+/// A tour needs no display: without one the windows are drawn in memory.
+void chooseDisplay(const CommandLine& commandLine)
+{
+    const bool hasDisplay = std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY");
+    if (commandLine.tour && !hasDisplay && !std::getenv("QT_QPA_PLATFORM"))
+        setenv("QT_QPA_PLATFORM", "offscreen", 1);
+}
+
+int runProgram(const CommandLine& commandLine, std::optional<std::string> secret)
+{
+    Application application(commandLine, std::move(secret));
+    MainWindow window(application);
+    SignalWatch signals;
+    const auto leave = [&application] { application.shutDown([] { QCoreApplication::quit(); }); };
+    QObject::connect(&window, &MainWindow::quitConfirmed, &window, leave);
+    // A terminal's interrupt and the end of the login session leave no time for questions.
+    QObject::connect(&signals, &SignalWatch::received, &window, leave);
+    window.show();
+
+    std::unique_ptr<Tour> tour;
+    int tourResult = 0;
+    if (commandLine.tour) {
+        tour = std::make_unique<Tour>(application, window, *commandLine.tour);
+        QObject::connect(tour.get(), &Tour::finished, &window, [&](int failures) {
+            tourResult = failures == 0 ? 0 : 1;
+            leave();
+        });
+        tour->start();
+    }
+    const int result = QApplication::exec();
+    constexpr std::chrono::seconds patience(2);
+    application.log->flush(patience);
+    application.settings->flush(patience);
+    return result != 0 ? result : tourResult;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+#if !defined(__SANITIZE_ADDRESS__) && !__has_feature(address_sanitizer) && !__has_feature(thread_sanitizer)
+    hardenProcess();
+#endif
+    const auto commandLine = parseCommandLine({argv + 1, argv + argc});
+    if (!commandLine) {
+        std::cerr << commandLine.error() << '\n';
+        return 2;
+    }
+    if (commandLine->wantsHelp) {
+        std::cout << helpText();
+        return 0;
+    }
+    if (commandLine->wantsVersion) {
+        std::cout << "Kestrovan " KESTROVAN_VERSION "\n";
+        return 0;
+    }
+    std::optional<std::string> secret;
+    if (commandLine->keyID) {
+        secret = readApplicationKey(*commandLine->keyID);
+        if (!secret) {
+            std::cerr << "There is no secret for the key " << *commandLine->keyID << ". Put it into the variable "
+                      << applicationKeyVariable << ", or start Kestrovan from a terminal to be asked for it.\n";
+            return 2;
+        }
+    }
+    chooseDisplay(*commandLine);
+
+    Theme::prepareApplication();
+    QApplication qt(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("kestrovan"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Kestrovan"));
+    QApplication::setApplicationVersion(QStringLiteral(KESTROVAN_VERSION));
+    QGuiApplication::setDesktopFileName(QStringLiteral("com.zantro.kestrovan"));
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/kestrovan/com.zantro.kestrovan.svg")));
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    const Theme theme;
+    try {
+        return runProgram(*commandLine, std::move(secret));
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << '\n';
+        return 1;
+    }
+}

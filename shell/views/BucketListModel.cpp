@@ -1,0 +1,78 @@
+#include "shell/views/BucketListModel.h"
+
+#include "foundation/QtText.h"
+#include "foundation/views/Icons.h"
+
+#include <algorithm>
+
+void BucketListModel::show(const std::vector<B2Bucket>& buckets)
+{
+    std::vector<Row> wanted;
+    wanted.reserve(buckets.size());
+    for (const auto& bucket : buckets)
+        wanted.push_back({bucket.bucketID, bucket.bucketName, bucket.bucketType.isPublic()});
+    if (wanted == rows_)
+        return;
+    // Few rows: those that went are taken out, then each wanted row is put at its place.
+    for (int row = static_cast<int>(rows_.size()) - 1; row >= 0; --row) {
+        if (!std::ranges::contains(wanted, rows_[static_cast<std::size_t>(row)].bucketID, &Row::bucketID)) {
+            beginRemoveRows({}, row, row);
+            rows_.erase(rows_.begin() + row);
+            endRemoveRows();
+        }
+    }
+    for (std::size_t place = 0; place < wanted.size(); ++place) {
+        const auto row = static_cast<int>(place);
+        if (place < rows_.size() && rows_[place].bucketID == wanted[place].bucketID) {
+            if (rows_[place] != wanted[place]) {
+                rows_[place] = wanted[place];
+                Q_EMIT dataChanged(index(row), index(row));
+            }
+            continue;
+        }
+        const auto elsewhere = std::ranges::find(rows_, wanted[place].bucketID, &Row::bucketID);
+        if (elsewhere != rows_.end()) {
+            const auto from = static_cast<int>(elsewhere - rows_.begin());
+            beginRemoveRows({}, from, from);
+            rows_.erase(elsewhere);
+            endRemoveRows();
+        }
+        beginInsertRows({}, row, row);
+        rows_.insert(rows_.begin() + row, wanted[place]);
+        endInsertRows();
+    }
+}
+
+QModelIndex BucketListModel::indexOf(const std::string& bucketID) const
+{
+    const auto found = std::ranges::find(rows_, bucketID, &Row::bucketID);
+    return found == rows_.end() ? QModelIndex() : index(static_cast<int>(found - rows_.begin()));
+}
+
+int BucketListModel::rowCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(rows_.size());
+}
+
+QVariant BucketListModel::data(const QModelIndex& index, int role) const
+{
+    if (!index.isValid())
+        return {};
+    const Row& row = rows_[static_cast<std::size_t>(index.row())];
+    const QString access = row.isPublic ? tr("Public: anyone with a file's URL can read it without a key")
+                                        : tr("Private: every read needs an authorized key");
+    switch (role) {
+    case Qt::DisplayRole:
+        return toQString(row.name);
+    case Qt::DecorationRole:
+        return symbolIcon(row.isPublic ? Symbol::bucketPublic : Symbol::bucketPrivate);
+    case Qt::ToolTipRole:
+        return QString(toQString(row.name) + u'\n' + access);
+    case Qt::AccessibleTextRole:
+        return QString(toQString(row.name) + QStringLiteral(", ") + access);
+    case bucketIDRole:
+        return toQString(row.bucketID);
+    default:
+        return {};
+    }
+}

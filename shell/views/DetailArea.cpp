@@ -1,0 +1,74 @@
+#include "shell/views/DetailArea.h"
+
+#include "browser/views/ObjectBrowserView.h"
+#include "foundation/QtText.h"
+#include "foundation/views/EmptyState.h"
+
+#include <QTimer>
+
+DetailArea::DetailArea(RootModel& root, Settings& settings, QWidget* parent)
+    : QStackedWidget(parent)
+    , root_(root)
+    , blank_(new QWidget(this))
+    , notice_(new EmptyState(this))
+    , browser_(new ObjectBrowserView(root.browser, settings, this))
+    , patience_(new QTimer(this))
+{
+    addWidget(blank_);
+    addWidget(notice_);
+    addWidget(browser_);
+    patience_->setSingleShot(true);
+    patience_->setInterval(200);
+    connect(patience_, &QTimer::timeout, this, [this] {
+        const bool isConnecting = !*root_.keyStore.session;
+        notice_->showText(isConnecting ? Symbol::plug : Symbol::cloud,
+            isConnecting ? tr("Connecting…") : tr("Loading buckets…"), {});
+        notice_->setActions({});
+        setCurrentWidget(notice_);
+    });
+    connect(notice_, &EmptyState::firstActionTriggered, this, [this] {
+        if (shown_.isAboutBuckets)
+            root_.reloadBuckets();
+        else
+            root_.tryAgain();
+    });
+    connect(&root_, &Observable::changed, this, &DetailArea::render);
+    render();
+}
+
+void DetailArea::render()
+{
+    const DetailState state = root_.detailState();
+    if (state.kind != DetailState::Kind::connecting)
+        patience_->stop();
+    switch (state.kind) {
+    case DetailState::Kind::nothing:
+        setCurrentWidget(blank_);
+        break;
+    case DetailState::Kind::connecting:
+        if (!patience_->isActive() && shown_.kind != state.kind)
+            patience_->start();
+        break;
+    case DetailState::Kind::notice:
+        showNotice(state);
+        break;
+    case DetailState::Kind::browser:
+        setCurrentWidget(browser_);
+        break;
+    }
+    shown_ = state;
+}
+
+void DetailArea::showNotice(const DetailState& state)
+{
+    const auto& notice = state.notice;
+    Symbol symbol = Symbol::key;
+    if (state.isAboutBuckets || notice.offersTryAgain)
+        symbol = Symbol::warning;
+    else if (*root_.keyStore.session)
+        symbol = root_.buckets.buckets->empty() ? Symbol::storage : Symbol::bucketPrivate;
+    notice_->showText(symbol, toQString(notice.title), toQString(notice.text));
+    // Keys are added on the command line so far, so there is no button for it.
+    notice_->setActions(notice.offersTryAgain && !*root_.keyStore.isConnecting ? tr("Try Again") : QString());
+    setCurrentWidget(notice_);
+}

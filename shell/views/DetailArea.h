@@ -1,0 +1,31 @@
+#pragma once
+
+#include "foundation/Settings.h"
+#include "shell/RootModel.h"
+
+#include <QStackedWidget>
+
+class EmptyState;
+class ObjectBrowserView;
+class QTimer;
+
+/// The pane of what is selected in the sidebar, or what stands in its way.
+class DetailArea final : public QStackedWidget {
+    Q_OBJECT
+
+public:
+    DetailArea(RootModel& root, Settings& settings, QWidget* parent = nullptr);
+
+    ObjectBrowserView& browser() { return *browser_; }
+
+private:
+    void render();
+    void showNotice(const DetailState& state);
+
+    RootModel& root_;
+    QWidget* blank_;
+    EmptyState* notice_;
+    ObjectBrowserView* browser_;
+    QTimer* patience_; ///< A wait shorter than this shows nothing.
+    DetailState shown_;
+};

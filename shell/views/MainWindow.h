@@ -1,0 +1,69 @@
+#pragma once
+
+#include "shell/Application.h"
+
+#include <QMainWindow>
+#include <QPointer>
+
+class ActivityLogWindow;
+class Banner;
+class DetailArea;
+class QSplitter;
+class Sidebar;
+class TransfersView;
+
+/// The main window: sidebar, the pane of what is selected in it, and the transfers under it.
+class MainWindow final : public QMainWindow {
+    Q_OBJECT
+
+public:
+    explicit MainWindow(Application& application);
+    ~MainWindow() override;
+
+    Sidebar& sidebar() { return *sidebar_; }
+    DetailArea& detail() { return *detail_; }
+    TransfersView& transfers() { return *transfers_; }
+
+    /// The log's window, made on first use.
+    ActivityLogWindow& logWindow();
+
+public Q_SLOTS:
+    void showActivityLog();
+    void setTransfersVisible(bool visible);
+
+Q_SIGNALS:
+    /// The user wants to leave and nothing stands against it.
+    void quitConfirmed();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
+private:
+    void buildLayout();
+    void buildMenus();
+    void buildFileMenu();
+    void buildViewMenu();
+    void buildAccountMenu();
+    void buildHelpMenu();
+    void render();
+    void askToQuit();
+    void focusNextPane(bool forward);
+    void restoreSplitters();
+    void saveSplitters();
+    void upload(const QStringList& paths, const std::string& prefix);
+    void chooseFilesToUpload();
+    void showMessage(const QString& title, const QString& text);
+
+    Application& application_;
+    Sidebar* sidebar_;
+    Banner* banner_;
+    DetailArea* detail_;
+    TransfersView* transfers_;
+    QSplitter* columns_;
+    QSplitter* rows_;
+    QAction* showTransfers_ = nullptr;
+    QPointer<ActivityLogWindow> logWindow_;
+    bool hasStarted_ = false;
+    bool isAskingToQuit_ = false;
+};

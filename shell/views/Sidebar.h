@@ -1,0 +1,47 @@
+#pragma once
+
+#include "shell/RootModel.h"
+#include "shell/views/BucketListModel.h"
+
+#include <QSortFilterProxyModel>
+#include <QWidget>
+
+class ElidedLabel;
+class KeyCard;
+class QLabel;
+class QListView;
+class QMenu;
+class SearchField;
+
+/// The main window's sidebar: the key in use at its top, then the buckets.
+class Sidebar final : public QWidget {
+    Q_OBJECT
+
+public:
+    Sidebar(RootModel& root, AppContext& context, QWidget* parent = nullptr);
+
+    /// The keys to choose from, grouped by account, the one in use checked.
+    static void fillKeyMenu(QMenu& menu, const AppContext& context, RootModel& root);
+
+    void focusBuckets();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void render();
+    void renderCard();
+    void openSwitcher();
+    void choose(const QModelIndex& index);
+
+    RootModel& root_;
+    AppContext& context_;
+    KeyCard* card_;
+    QLabel* title_;
+    SearchField* filter_;
+    QListView* list_;
+    QLabel* note_;
+    BucketListModel rows_;
+    QSortFilterProxyModel shown_;
+    bool isRendering_ = false;
+};
