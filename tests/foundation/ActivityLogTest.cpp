@@ -190,7 +190,7 @@ TEST_F(ActivityLogTest, TakesAFloodFromOtherThreadsInOrderWithoutHoldingUpTheLoo
     }
     EXPECT_TRUE(isInOrder);
     EXPECT_EQ(log.entries().size(), 5'000U);
-    RecordProperty("longestTurnMilliseconds", static_cast<int>(longestTurn / 1ms));
+    EXPECT_LT(longestTurn, 250ms); // Some milliseconds, but for a busy machine and sanitizers.
 
     EXPECT_TRUE(log.flush(20s));
     const auto onDisk = persisted();

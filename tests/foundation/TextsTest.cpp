@@ -75,18 +75,15 @@ TEST(NaturalOrderTest, IgnoresCaseAndComparesDigitsByValue)
     EXPECT_LT(naturalSortKey("v2"), naturalSortKey("v123456789012345678901234567890"));
 }
 
-TEST(NaturalOrderTest, SortsAHundredThousandKeysWithinAFrameOrSo)
+TEST(NaturalOrderTest, SortsAHundredThousandKeys)
 {
     std::vector<std::pair<NaturalSortKey, int>> rows;
     for (int i = 0; i < 100'000; ++i)
         rows.emplace_back(naturalSortKey("Holiday pictures/IMG_" + std::to_string(i) + ".jpeg"), i);
     std::ranges::shuffle(rows, std::mt19937(7));
 
-    const auto start = std::chrono::steady_clock::now();
     std::ranges::sort(rows);
-    const std::chrono::duration<double, std::milli> elapsed = std::chrono::steady_clock::now() - start;
 
-    RecordProperty("milliseconds", static_cast<int>(elapsed.count()));
     for (int i = 0; i < 100'000; ++i)
         ASSERT_EQ(rows[static_cast<std::size_t>(i)].second, i);
 }
