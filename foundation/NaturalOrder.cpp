@@ -1,38 +1,68 @@
 #include "foundation/NaturalOrder.h"
 
-#include "foundation/QtText.h"
+#include <unicode/ucol.h>
+#include <unicode/ustring.h>
 
-#include <QCollator>
 #include <QLocale>
+
+#include <cstdint>
+#include <memory>
 
 namespace {
 
-QCollator makeCollator()
+using Collator = std::unique_ptr<UCollator, decltype(&ucol_close)>;
+
+Collator makeCollator()
 {
     // The C locale has no collation: it would sort by bytes.
     const QLocale user;
-    QCollator collator(user.language() == QLocale::C ? QLocale(QLocale::English) : user);
-    collator.setNumericMode(true);
-    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    const auto name = user.language() == QLocale::C ? QByteArray("en") : user.bcp47Name().toLatin1();
+    UErrorCode status = U_ZERO_ERROR;
+    Collator collator(ucol_open(name.constData(), &status), &ucol_close);
+    if (U_SUCCESS(status)) {
+        ucol_setAttribute(collator.get(), UCOL_NUMERIC_COLLATION, UCOL_ON, &status);
+        ucol_setStrength(collator.get(), UCOL_SECONDARY); // Accents count, case does not.
+    }
     return collator;
+}
+
+/// UTF-16 for ICU; what is no UTF-8 becomes U+FFFD.
+std::u16string toUTF16(const std::string& text)
+{
+    std::u16string wide(text.size(), u'\0'); // Never more units than there are bytes.
+    std::int32_t length = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    u_strFromUTF8WithSub(wide.data(), static_cast<std::int32_t>(wide.size()), &length, text.data(),
+        static_cast<std::int32_t>(text.size()), 0xFFFD, nullptr, &status);
+    wide.resize(U_SUCCESS(status) ? static_cast<std::size_t>(length) : 0);
+    return wide;
+}
+
+/// The collation bytes of a name, with a zero byte at their end.
+std::string collated(const UCollator* collator, const std::u16string& name)
+{
+    const auto length = static_cast<std::int32_t>(name.size());
+    std::string bytes(4 * name.size() + 16, '\0');
+    for (;;) {
+        const auto needed = ucol_getSortKey(collator, name.data(), length,
+            reinterpret_cast<std::uint8_t*>(bytes.data()), static_cast<std::int32_t>(bytes.size()));
+        const bool fits = static_cast<std::size_t>(needed) <= bytes.size();
+        bytes.resize(static_cast<std::size_t>(needed));
+        if (fits)
+            return bytes;
+    }
 }
 
 } // namespace
 
-std::strong_ordering NaturalSortKey::operator<=>(const NaturalSortKey& other) const
-{
-    if (!collated_ || !other.collated_)
-        return collated_.has_value() <=> other.collated_.has_value();
-    const int order = collated_->compare(*other.collated_);
-    return order != 0 ? order <=> 0 : name_ <=> other.name_;
-}
-
 NaturalSortKey naturalSortKey(const std::string& name)
 {
     // A collator serves one thread, and costs much to make.
-    static thread_local const QCollator collator = makeCollator();
+    static thread_local const Collator collator = makeCollator();
     NaturalSortKey key;
-    key.collated_ = collator.sortKey(toQString(name));
-    key.name_ = name;
+    if (collator)
+        key.bytes_ = collated(collator.get(), toUTF16(name));
+    // Decides between names the locale holds for equal.
+    key.bytes_ += name;
     return key;
 }
