@@ -27,7 +27,7 @@ QLabel* makeIdentifierLabel(const QString& text, QWidget* parent)
 SectionTitle::SectionTitle(const QString& title, QWidget* parent)
     : QLabel(title, parent)
 {
-    QFont font = textFont(TextSize::small, QFont::DemiBold);
+    QFont font = textFont(TextSize::normal, QFont::DemiBold);
     font.setCapitalization(QFont::SmallCaps);
     font.setLetterSpacing(QFont::PercentageSpacing, 104);
     setFont(font);

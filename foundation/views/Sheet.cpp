@@ -72,7 +72,7 @@ Sheet::Sheet(const QString& title, const QString& purpose, QWidget* parent)
     form_->setContentsMargins({});
     form_->setHorizontalSpacing(Spacing::normal);
     form_->setVerticalSpacing(Spacing::normal);
-    form_->setLabelAlignment(Qt::AlignRight | Qt::AlignTrailing);
+    form_->setLabelAlignment(Qt::AlignRight | Qt::AlignTop);
     form_->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
 
     auto* message = new QHBoxLayout(messageRow_);
@@ -83,6 +83,7 @@ Sheet::Sheet(const QString& title, const QString& purpose, QWidget* parent)
     message_->setWordWrap(true);
     message_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     messageRow_->setVisible(false);
+    rows_->setVisible(false);
 
     buttons_->setSpacing(Spacing::small);
     buttons_->addStretch();
@@ -95,8 +96,8 @@ Sheet::Sheet(const QString& title, const QString& purpose, QWidget* parent)
     column_->addSpacing(Spacing::small);
     column_->addWidget(rows_);
     column_->addStretch();
-    column_->addSpacing(Spacing::tight);
     column_->addWidget(messageRow_);
+    column_->addSpacing(Spacing::tight);
     column_->addWidget(line_);
     column_->addLayout(buttons_);
 
@@ -105,32 +106,38 @@ Sheet::Sheet(const QString& title, const QString& purpose, QWidget* parent)
 
 void Sheet::addRow(const QString& label, QWidget* field, const QString& consequence)
 {
-    auto* caption = makeLabel(label, TextSize::normal, QFont::Normal, rows_);
-    caption->setBuddy(field);
     if (field->accessibleName().isEmpty()) {
         field->setAccessibleName(QString(label).remove(u':').remove(u'&'));
     }
-    if (consequence.isEmpty()) {
-        form_->addRow(caption, field);
-        return;
-    }
-    // Beside a cell of two lines the label keeps to the first.
-    caption->setMinimumHeight(field->sizeHint().height());
-    caption->setAlignment(Qt::AlignRight | Qt::AlignTrailing | Qt::AlignVCenter);
-    form_->addRow(caption, withConsequence(field, consequence, 1, rows_));
+    form_->addRow(
+        makeCaption(label, field), consequence.isEmpty() ? field : withConsequence(field, consequence, 1, rows_));
+    rows_->setVisible(true);
 }
 
-QRadioButton* Sheet::addChoice(QButtonGroup* group, const QString& text, const QString& consequence)
+QRadioButton* Sheet::addChoice(
+    QButtonGroup* group, const QString& text, const QString& consequence, const QString& label)
 {
     auto* choice = new QRadioButton(text, rows_);
     group->addButton(choice);
-    form_->addRow(withConsequence(choice, consequence, radioIndent, rows_));
+    form_->addRow(makeCaption(label, choice), withConsequence(choice, consequence, radioIndent, rows_));
+    rows_->setVisible(true);
     return choice;
 }
 
 void Sheet::addWide(QWidget* widget)
 {
     form_->addRow(widget);
+    rows_->setVisible(true);
+}
+
+// The label stands beside the field's own line, not beside what is written under it.
+QLabel* Sheet::makeCaption(const QString& label, QWidget* field)
+{
+    auto* caption = makeLabel(label, TextSize::normal, QFont::Normal, rows_);
+    caption->setBuddy(field);
+    caption->setFixedHeight(field->sizeHint().height());
+    caption->setAlignment(Qt::AlignRight | Qt::AlignTrailing | Qt::AlignVCenter);
+    return caption;
 }
 
 QPushButton* Sheet::setVerb(const QString& verb)

@@ -27,8 +27,9 @@ public:
     /// A field with its label on the left; `consequence` stands under the field in secondary text.
     void addRow(const QString& label, QWidget* field, const QString& consequence = {});
 
-    /// One of several choices, with what follows from it underneath.
-    QRadioButton* addChoice(QButtonGroup* group, const QString& text, const QString& consequence);
+    /// One of several choices, with what follows from it underneath; the first carries the label of them all.
+    QRadioButton* addChoice(
+        QButtonGroup* group, const QString& text, const QString& consequence, const QString& label = {});
 
     /// Anything else that takes the sheet's whole width.
     void addWide(QWidget* widget);
@@ -56,6 +57,7 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
+    QLabel* makeCaption(const QString& label, QWidget* field);
     void setVerbButton(QPushButton* button);
 
     QVBoxLayout* column_;
