@@ -16,6 +16,7 @@ namespace {
 constexpr int animationMilliseconds = 150;
 constexpr int scrollBarWidth = 12;
 constexpr int shortestHandle = 32;
+constexpr int fieldPadding = 4;
 
 bool isDestructive(const QWidget* widget)
 {
@@ -71,7 +72,7 @@ int Style::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWi
     case PM_ExclusiveIndicatorHeight:
         return 16;
     case PM_HeaderMargin:
-        return 6;
+        return 8;
     case PM_HeaderMarkSize:
         return 10;
     case PM_ToolBarFrameWidth:
@@ -157,7 +158,8 @@ void Style::drawPrimitive(
     case PE_IndicatorHeaderArrow: {
         const auto& header = as<QStyleOptionHeader>(option);
         QRect box(0, 0, 10, 10);
-        box.moveCenter(option->rect.center());
+        const bool isColumn = header.orientation == Qt::Horizontal && widget != nullptr;
+        box.moveCenter({option->rect.center().x(), isColumn ? widget->height() / 2 : option->rect.center().y()});
         painter->save();
         painter->translate(QRectF(box).center());
         painter->rotate(header.sortIndicator == QStyleOptionHeader::SortUp ? 180 : 0);
@@ -182,6 +184,10 @@ void Style::drawPrimitive(
     case PE_FrameTabBarBase:
         paintHairline(*painter, {option->rect.left(), option->rect.bottom(), option->rect.width(), 1}, option->palette);
         return;
+    case PE_FrameGroupBox:
+        paintGroup(*painter, *option);
+        return;
+    case PE_FrameTabWidget:
     case PE_FrameStatusBarItem:
         return;
     default:
@@ -211,6 +217,25 @@ void Style::drawControl(
         header.QStyleOptionHeader::operator=(as<QStyleOptionHeader>(option));
         header.palette.setColor(QPalette::ButtonText, secondaryText(option->palette));
         QProxyStyle::drawControl(element, &header, painter, widget);
+        return;
+    }
+    case CE_ToolButtonLabel: {
+        const auto& button = as<QStyleOptionToolButton>(option);
+        if (button.toolButtonStyle == Qt::ToolButtonTextBesideIcon && !button.text.isEmpty()
+            && !button.features.testFlag(QStyleOptionToolButton::Arrow)) {
+            paintToolButtonLabel(*painter, button);
+            return;
+        }
+        QProxyStyle::drawControl(element, option, painter, widget);
+        return;
+    }
+    case CE_MenuItem: {
+        // Fusion draws the icon of a selected item as any other: the ground has to suit its colour.
+        QStyleOptionMenuItem item = as<QStyleOptionMenuItem>(option);
+        const QColor text = item.palette.color(QPalette::Active, QPalette::Text);
+        item.palette.setColor(QPalette::Highlight, mixed(text, item.palette.color(QPalette::Base), 0.12));
+        item.palette.setColor(QPalette::HighlightedText, text);
+        QProxyStyle::drawControl(element, &item, painter, widget);
         return;
     }
     case CE_Splitter:
@@ -277,19 +302,33 @@ QRect Style::subControlRect(
     }
 }
 
+QRect Style::subElementRect(SubElement element, const QStyleOption* option, const QWidget* widget) const
+{
+    const QRect rect = QProxyStyle::subElementRect(element, option, widget);
+    return element == SE_LineEditContents ? rect.adjusted(fieldPadding, 0, -fieldPadding, 0) : rect;
+}
+
 QSize Style::sizeFromContents(
     ContentsType type, const QStyleOption* option, const QSize& size, const QWidget* widget) const
 {
     QSize result = QProxyStyle::sizeFromContents(type, option, size, widget);
     switch (type) {
     case CT_PushButton:
-        return {std::max(result.width() + 8, 72), std::max(result.height(), 30)};
+        return {std::max(result.width() + 16, 72), std::max(result.height(), 30)};
     case CT_LineEdit:
+        return {result.width() + 2 * fieldPadding, std::max(result.height(), 30)};
+
     case CT_ComboBox:
     case CT_SpinBox:
         return {result.width(), std::max(result.height(), 30)};
-    case CT_ToolButton:
-        return {result.width() + 2, std::max(result.height(), 28)};
+    case CT_MenuItem: {
+        const bool isSeparator = as<QStyleOptionMenuItem>(option).menuItemType == QStyleOptionMenuItem::Separator;
+        return isSeparator ? result : QSize(result.width() + 16, std::max(result.height() + 4, 28));
+    }
+    case CT_ToolButton: {
+        const bool isLabelled = as<QStyleOptionToolButton>(option).toolButtonStyle == Qt::ToolButtonTextBesideIcon;
+        return {result.width() + (isLabelled ? 8 : 2), std::max(result.height(), 28)};
+    }
     case CT_HeaderSection:
         return {result.width(), std::max(result.height(), 26)};
     case CT_ProgressBar:

@@ -2,6 +2,7 @@
 
 #include "foundation/views/ColorRoles.h"
 #include "foundation/views/Icons.h"
+#include "foundation/views/Measures.h"
 
 #include <QPainter>
 #include <QPainterPath>
@@ -137,6 +138,35 @@ void paintToolButton(QPainter& painter, const QStyleOption& option)
         paintOutlined(painter, option.rect, isPressed ? pressedVeil(option.palette) : hoverVeil(option.palette), {},
             controlRadius);
     }
+}
+
+void paintToolButtonLabel(QPainter& painter, const QStyleOptionToolButton& option)
+{
+    constexpr int gap = 6;
+    const bool isEnabled = has(option, QStyle::State_Enabled);
+    const QSize icon = option.icon.isNull() ? QSize(0, 0) : option.iconSize;
+    const int iconRoom = option.icon.isNull() ? 0 : icon.width() + gap;
+    const QString plain = QString(option.text).remove(u'&');
+    const int textWidth = std::min(option.fontMetrics.horizontalAdvance(plain) + 1, option.rect.width() - iconRoom);
+    const QRect all(option.rect.left() + (option.rect.width() - iconRoom - textWidth) / 2, option.rect.top(),
+        iconRoom + textWidth, option.rect.height());
+    if (!option.icon.isNull()) {
+        const QRect place(all.left(), all.center().y() - icon.height() / 2 + 1, icon.width(), icon.height());
+        option.icon.paint(&painter, QStyle::visualRect(option.direction, all, place), Qt::AlignCenter,
+            isEnabled ? QIcon::Normal : QIcon::Disabled);
+    }
+    const QRect text = QStyle::visualRect(option.direction, all, all.adjusted(iconRoom, 0, 0, 0));
+    painter.setFont(option.font);
+    painter.setPen(option.palette.color(isEnabled ? QPalette::Active : QPalette::Disabled, QPalette::ButtonText));
+    painter.drawText(text, Qt::AlignCenter | Qt::TextHideMnemonic | Qt::TextSingleLine, option.text);
+}
+
+void paintGroup(QPainter& painter, const QStyleOption& option)
+{
+    const Saved saved(painter);
+    // The title stands above the frame.
+    const QRect frame = option.rect.adjusted(0, option.fontMetrics.height() + Spacing::tight, 0, 0);
+    paintOutlined(painter, frame, Qt::transparent, hairline(option.palette), controlRadius);
 }
 
 void paintField(QPainter& painter, const QStyleOption& option)
@@ -277,9 +307,9 @@ void paintSpinBox(QPainter& painter, const QStyleOptionSpinBox& option, const QR
         }
         QRect box(0, 0, 8, 8);
         box.moveCenter(rect.center());
-        painter.translate(box.center());
+        painter.translate(QRectF(box).center());
         painter.rotate(upward ? 180 : 0);
-        painter.translate(-box.center());
+        painter.translate(-QRectF(box).center());
         paintSymbol(painter, Symbol::chevronDown, box,
             isEnabled ? symbolColor(option.palette) : option.palette.color(QPalette::Disabled, QPalette::Text));
     };

@@ -12,6 +12,7 @@ class QStyleOptionProgressBar;
 class QStyleOptionSlider;
 class QStyleOptionSpinBox;
 class QStyleOptionTab;
+class QStyleOptionToolButton;
 class QStyleOptionViewItem;
 class QWidget;
 enum class Symbol;
@@ -26,6 +27,9 @@ void paintSymbol(QPainter& painter, Symbol symbol, const QRect& rect, const QCol
 
 void paintPushButton(QPainter& painter, const QStyleOptionButton& option, bool isDestructive);
 void paintToolButton(QPainter& painter, const QStyleOption& option);
+/// Icon and text beside each other, centred together.
+void paintToolButtonLabel(QPainter& painter, const QStyleOptionToolButton& option);
+void paintGroup(QPainter& painter, const QStyleOption& option);
 void paintField(QPainter& painter, const QStyleOption& option);
 void paintCheckMark(QPainter& painter, const QStyleOption& option, bool isRound);
 void paintHeaderSection(QPainter& painter, const QStyleOptionHeader& option);

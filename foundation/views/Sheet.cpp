@@ -1,0 +1,203 @@
+#include "foundation/views/Sheet.h"
+
+#include "foundation/views/Announcer.h"
+#include "foundation/views/Labels.h"
+#include "foundation/views/LoadingLine.h"
+#include "foundation/views/Style.h"
+#include "foundation/views/SymbolView.h"
+
+#include <QButtonGroup>
+#include <QFormLayout>
+#include <QPushButton>
+#include <QRadioButton>
+
+namespace {
+
+constexpr int narrowest = 480;
+constexpr int widest = 600;
+constexpr int radioIndent = 24;
+
+QWidget* withConsequence(QWidget* field, const QString& consequence, int indent, QWidget* parent)
+{
+    auto* cell = new QWidget(parent);
+    auto* column = new QVBoxLayout(cell);
+    column->setContentsMargins({});
+    column->setSpacing(Spacing::tight);
+    column->addWidget(field);
+    auto* text = makeSecondaryLabel(consequence, TextSize::small, cell);
+    text->setIndent(0);
+    text->setContentsMargins(indent, 0, 0, 0);
+    column->addWidget(text);
+    field->setAccessibleDescription(consequence);
+    return cell;
+}
+
+QWidget* firstField(QWidget* rows)
+{
+    QWidget* widget = rows;
+    while ((widget = widget->nextInFocusChain()) != nullptr && widget != rows) {
+        if (rows->isAncestorOf(widget) && (widget->focusPolicy() & Qt::TabFocus) != 0 && widget->isEnabled()) {
+            return widget;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+Sheet::Sheet(const QString& title, const QString& purpose, QWidget* parent)
+    : QDialog(parent)
+    , column_(new QVBoxLayout(this))
+    , rows_(new QWidget(this))
+    , form_(new QFormLayout(rows_))
+    , messageRow_(new QWidget(this))
+    , messageIcon_(new MessageIcon(MessageKind::notice, messageRow_))
+    , message_(makeLabel({}, TextSize::normal, QFont::Normal, messageRow_))
+    , line_(new LoadingLine(this))
+    , buttons_(new QHBoxLayout)
+    , cancel_(new QPushButton(tr("Cancel"), this))
+{
+    setWindowModality(Qt::WindowModal);
+    setWindowTitle(title);
+    setMinimumWidth(narrowest);
+    setMaximumWidth(widest);
+    setSizeGripEnabled(false);
+
+    auto* heading = makeLabel(title, TextSize::title, QFont::DemiBold, this);
+    heading->setWordWrap(true);
+    auto* sentence = makeSecondaryLabel(purpose, TextSize::normal, this);
+    sentence->setVisible(!purpose.isEmpty());
+    setAccessibleDescription(purpose);
+
+    form_->setContentsMargins({});
+    form_->setHorizontalSpacing(Spacing::normal);
+    form_->setVerticalSpacing(Spacing::normal);
+    form_->setLabelAlignment(Qt::AlignRight | Qt::AlignTop);
+    form_->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+
+    auto* message = new QHBoxLayout(messageRow_);
+    message->setContentsMargins({});
+    message->setSpacing(Spacing::small);
+    message->addWidget(messageIcon_, 0, Qt::AlignTop);
+    message->addWidget(message_, 1);
+    message_->setWordWrap(true);
+    message_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    messageRow_->setVisible(false);
+    rows_->setVisible(false);
+
+    buttons_->setSpacing(Spacing::small);
+    buttons_->addStretch();
+    buttons_->addWidget(cancel_);
+
+    column_->setContentsMargins(Spacing::wide, Spacing::wide, Spacing::wide, Spacing::large);
+    column_->setSpacing(Spacing::small);
+    column_->addWidget(heading);
+    column_->addWidget(sentence);
+    column_->addSpacing(Spacing::small);
+    column_->addWidget(rows_);
+    column_->addStretch();
+    column_->addWidget(messageRow_);
+    column_->addSpacing(Spacing::tight);
+    column_->addWidget(line_);
+    column_->addLayout(buttons_);
+
+    connect(cancel_, &QPushButton::clicked, this, &QDialog::reject);
+}
+
+void Sheet::addRow(const QString& label, QWidget* field, const QString& consequence)
+{
+    if (field->accessibleName().isEmpty()) {
+        field->setAccessibleName(QString(label).remove(u':').remove(u'&'));
+    }
+    form_->addRow(
+        makeCaption(label, field), consequence.isEmpty() ? field : withConsequence(field, consequence, 1, rows_));
+    rows_->setVisible(true);
+}
+
+QRadioButton* Sheet::addChoice(
+    QButtonGroup* group, const QString& text, const QString& consequence, const QString& label)
+{
+    auto* choice = new QRadioButton(text, rows_);
+    group->addButton(choice);
+    form_->addRow(makeCaption(label, choice), withConsequence(choice, consequence, radioIndent, rows_));
+    rows_->setVisible(true);
+    return choice;
+}
+
+void Sheet::addWide(QWidget* widget)
+{
+    form_->addRow(widget);
+    rows_->setVisible(true);
+}
+
+// The label stands beside the field's own line, not beside what is written under it.
+QLabel* Sheet::makeCaption(const QString& label, QWidget* field)
+{
+    auto* caption = makeLabel(label, TextSize::normal, QFont::Normal, rows_);
+    caption->setBuddy(field);
+    caption->setFixedHeight(field->sizeHint().height());
+    caption->setAlignment(Qt::AlignRight | Qt::AlignTrailing | Qt::AlignVCenter);
+    return caption;
+}
+
+QPushButton* Sheet::setVerb(const QString& verb)
+{
+    setVerbButton(new QPushButton(verb, this));
+    // The order of Cancel and verb is the desktop's.
+    const bool verbFirst = style()->styleHint(QStyle::SH_DialogButtonLayout, nullptr, this) == 0;
+    buttons_->insertWidget(verbFirst ? 1 : 2, verb_);
+    verb_->setDefault(true);
+    return verb_;
+}
+
+QPushButton* Sheet::setDestructiveVerb(const QString& verb)
+{
+    setVerbButton(new QPushButton(verb, this));
+    verb_->setProperty(Style::destructiveProperty, true);
+    verb_->setAutoDefault(false);
+    buttons_->insertWidget(0, verb_);
+    cancel_->setDefault(true);
+    return verb_;
+}
+
+void Sheet::setVerbButton(QPushButton* button)
+{
+    delete verb_;
+    verb_ = button;
+    connect(verb_, &QPushButton::clicked, this, &Sheet::verbTriggered);
+}
+
+void Sheet::setVerbEnabled(bool enabled, const QString& reason)
+{
+    isVerbEnabled_ = enabled;
+    verb_->setEnabled(enabled && rows_->isEnabled());
+    verb_->setToolTip(enabled ? QString() : reason);
+    verb_->setAccessibleDescription(enabled ? QString() : reason);
+}
+
+void Sheet::setMessage(MessageKind kind, const QString& text)
+{
+    const bool isNew = text != message_->text();
+    messageIcon_->setKind(kind);
+    message_->setText(text);
+    messageRow_->setVisible(!text.isEmpty());
+    if (isNew && !text.isEmpty()) {
+        announce(*messageRow_, text);
+    }
+}
+
+void Sheet::setBusy(bool busy, const QString& text)
+{
+    rows_->setEnabled(!busy);
+    verb_->setEnabled(!busy && isVerbEnabled_);
+    line_->setLoading(busy);
+    setMessage(MessageKind::notice, busy ? text : QString());
+}
+
+void Sheet::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    if (QWidget* field = firstField(rows_); field != nullptr && !rows_->isAncestorOf(focusWidget())) {
+        field->setFocus(Qt::OtherFocusReason);
+    }
+}

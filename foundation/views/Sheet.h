@@ -1,0 +1,74 @@
+#pragma once
+
+#include "foundation/views/ColorRoles.h"
+
+#include <QDialog>
+
+class LoadingLine;
+class MessageIcon;
+class QButtonGroup;
+class QFormLayout;
+class QHBoxLayout;
+class QLabel;
+class QPushButton;
+class QRadioButton;
+class QVBoxLayout;
+
+/// A question or form over its window: title, a sentence of purpose, rows, what is wrong, and buttons with verbs.
+///
+/// Opened with `open()`, never with a nested loop; `accepted` and `rejected` tell the outcome, Escape cancels. 480 to
+/// 600 px wide. The first field has the focus. The sheet shows; what may be done, a model decides.
+class Sheet : public QDialog {
+    Q_OBJECT
+
+public:
+    Sheet(const QString& title, const QString& purpose, QWidget* parent);
+
+    /// A field with its label on the left; `consequence` stands under the field in secondary text.
+    void addRow(const QString& label, QWidget* field, const QString& consequence = {});
+
+    /// One of several choices, with what follows from it underneath; the first carries the label of them all.
+    QRadioButton* addChoice(
+        QButtonGroup* group, const QString& text, const QString& consequence, const QString& label = {});
+
+    /// Anything else that takes the sheet's whole width.
+    void addWide(QWidget* widget);
+
+    /// The button that does it, with a verb ("Create Bucket"), and the default.
+    QPushButton* setVerb(const QString& verb);
+
+    /// A button that destroys ("Delete 3 Versions"): stands apart and is never the default, Cancel is.
+    QPushButton* setDestructiveVerb(const QString& verb);
+
+    /// A disabled verb says why on hover and to a screen reader.
+    void setVerbEnabled(bool enabled, const QString& reason = {});
+
+    /// A sentence with icon above the buttons; an empty one takes it away.
+    void setMessage(MessageKind kind, const QString& text);
+
+    /// While the verb runs: rows are locked, the line moves, `text` says what is done. Cancel stays.
+    void setBusy(bool busy, const QString& text = {});
+
+Q_SIGNALS:
+    /// The verb was pressed. The owner closes the sheet with `accept()` when it is done.
+    void verbTriggered();
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private:
+    QLabel* makeCaption(const QString& label, QWidget* field);
+    void setVerbButton(QPushButton* button);
+
+    QVBoxLayout* column_;
+    QWidget* rows_;
+    QFormLayout* form_;
+    QWidget* messageRow_;
+    MessageIcon* messageIcon_;
+    QLabel* message_;
+    LoadingLine* line_;
+    QHBoxLayout* buttons_;
+    QPushButton* cancel_;
+    QPushButton* verb_ = nullptr;
+    bool isVerbEnabled_ = true;
+};
