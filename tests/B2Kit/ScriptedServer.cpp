@@ -1,6 +1,7 @@
 #include "ScriptedServer.h"
 
 #include <arpa/inet.h>
+#include <csignal>
 #include <netinet/tcp.h>
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
@@ -200,6 +201,11 @@ void ScriptedServer::run()
         const std::lock_guard lock(mutex_);
         sockets_.push_back(socket);
         workers_.emplace_back([this, socket] {
+            // OpenSSL writes without MSG_NOSIGNAL. Only here: the transport under test must look after itself.
+            sigset_t brokenPipe;
+            sigemptyset(&brokenPipe);
+            sigaddset(&brokenPipe, SIGPIPE);
+            pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
             {
                 Connection connection(socket, tls_.get());
                 script_(connection);
