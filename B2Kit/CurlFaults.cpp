@@ -39,6 +39,17 @@ bool wasCutInHandshake(const CurlFault& fault)
             || fault.detail.find("unexpected eof") != std::string::npos);
 }
 
+/// The distribution's libcurl caps header bytes by itself, and calls it a failure to receive.
+bool hasHugeHeaders(const CurlFault& fault)
+{
+    return fault.code == CURLE_RECV_ERROR && fault.detail.starts_with("Too large response headers");
+}
+
+std::exception_ptr invalidResponse(std::string text)
+{
+    return std::make_exception_ptr(B2Error(B2Error::InvalidResponse{std::move(text)}));
+}
+
 } // namespace
 
 std::exception_ptr errorFor(const CurlFault& fault)
@@ -48,6 +59,8 @@ std::exception_ptr errorFor(const CurlFault& fault)
     };
     if (wasCutInHandshake(fault))
         return lost();
+    if (hasHugeHeaders(fault))
+        return invalidResponse("The headers of the answer are too large");
     switch (fault.code) {
     case CURLE_OPERATION_TIMEDOUT:
         return transportError(Code::timedOut, fmt::format("The connection to {} timed out.", fault.host));
@@ -81,8 +94,7 @@ std::exception_ptr errorFor(const CurlFault& fault)
     case CURLE_WEIRD_SERVER_REPLY:
     case CURLE_BAD_CONTENT_ENCODING:
     case CURLE_OUT_OF_MEMORY: // libcurl's word for a header line beyond its own limit.
-        return std::make_exception_ptr(
-            B2Error(B2Error::InvalidResponse{fmt::format("Expected an HTTP response, got \"{}\"", fault.detail)}));
+        return invalidResponse(fmt::format("Expected an HTTP response, got \"{}\"", fault.detail));
     default:
         return transportError(Code::other, fmt::format("The request to {} failed: {}.", fault.host, fault.detail));
     }

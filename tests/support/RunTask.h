@@ -30,7 +30,6 @@ class StartedTask {
 public:
     explicit StartedTask(Task<T> task)
         : state_(std::make_shared<State>())
-<<<<<<< HEAD
         , task_(
               spawn(state_->executor, keep(std::move(task), state_), [state = state_](const std::exception_ptr& error) {
                   const std::lock_guard lock(state->mutex);
@@ -38,14 +37,6 @@ public:
                   state->hasEnded = true;
                   state->ended.notify_all();
               }))
-=======
-        , task_(spawn(state_->executor, keep(std::move(task), state_), [state = state_](const std::exception_ptr& error) {
-            const std::lock_guard lock(state->mutex);
-            state->error = error;
-            state->hasEnded = true;
-            state->ended.notify_all();
-        }))
->>>>>>> d5bba4f ([tests] Drive a task from a test's thread with a deadline)
     {
     }
 

@@ -1,0 +1,187 @@
+#include "TransportFixture.h"
+
+#include "B2Kit/B2SHA1.h"
+#include "B2Kit/B2TemporaryName.h"
+
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+using testing::HasSubstr;
+
+namespace {
+
+class B2CurlDownloadTest : public TransportFixture {
+protected:
+    static mode_t modeOf(const std::filesystem::path& path)
+    {
+        struct stat info = {};
+        stat(path.c_str(), &info);
+        return info.st_mode & 0777;
+    }
+
+    B2FileError fileErrorOf(Task<B2DownloadReply> task)
+    {
+        try {
+            run(std::move(task));
+        } catch (const B2FileError& error) {
+            return error;
+        }
+        throw std::runtime_error("the download did not fail");
+    }
+};
+
+/// Lowers the largest size of a file this process may write, for a while.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes)
+    {
+        getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit limited{bytes, before_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limited);
+    }
+    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
+
+private:
+    rlimit before_{};
+};
+
+TEST_F(B2CurlDownloadTest, WritesBesideTheDestinationAndReplacesItInOneStep)
+{
+    std::string bytes;
+    for (int i = 0; i < 700'001; ++i)
+        bytes += static_cast<char>(i % 251);
+    ScriptedServer server(ScriptedServer::answering(httpAnswer(200, bytes)));
+    const auto destination = write("photo.jpg", "old");
+
+    std::int64_t told = 0;
+    auto reply = run(transport.download(
+        get(server.url("/")), destination, [&told](std::int64_t done, std::int64_t) { told = done; }));
+
+    const auto temporary = reply.file.path();
+    EXPECT_EQ(reply.byteCount, 700'001);
+    EXPECT_EQ(reply.sha1, sha1Of(bytes));
+    EXPECT_EQ(told, 700'001);
+    EXPECT_EQ(temporary.parent_path(), folder);
+    EXPECT_TRUE(isTemporaryName(temporary.filename().string()));
+    EXPECT_EQ(modeOf(temporary), 0600U);
+    EXPECT_EQ(std::filesystem::file_size(temporary), 700'001U);
+    EXPECT_EQ(contentOf(destination), "old");
+
+    const auto date = std::chrono::system_clock::time_point(1'234'567'890'123ms);
+    reply.file.placeAt(destination, date);
+
+    EXPECT_TRUE(contentOf(destination) == bytes);
+    EXPECT_EQ(fileCount(), 1U);
+    struct stat info = {};
+    stat(destination.c_str(), &info);
+    EXPECT_EQ(info.st_mtim.tv_sec, 1'234'567'890);
+    EXPECT_EQ(info.st_mtim.tv_nsec, 123'000'000);
+}
+
+TEST_F(B2CurlDownloadTest, AFileThatIsNotPlacedLeavesNothing)
+{
+    ScriptedServer server(ScriptedServer::answering(httpAnswer(206, "part")));
+    {
+        auto reply = run(transport.download(get(server.url("/")), folder / "a", {}));
+        EXPECT_EQ(contentOf(reply.file.path()), "part");
+        std::filesystem::create_directory(folder / "a");
+        EXPECT_THROW(reply.file.placeAt(folder / "a", {}), B2FileError);
+        EXPECT_EQ(fileCount(), 2U);
+    }
+    EXPECT_EQ(fileCount(), 1U);
+}
+
+TEST_F(B2CurlDownloadTest, KeepsAnEmptyFileAndTheBodyOfARefusal)
+{
+    ScriptedServer empty(ScriptedServer::answering(httpAnswer(200, "")));
+    ScriptedServer refusing(ScriptedServer::answering(httpAnswer(404, R"({"code":"not_found"})")));
+    ScriptedServer endless([](Connection& connection) {
+        connection.readRequest();
+        connection.send("HTTP/1.1 500 Oops\r\n\r\n");
+        for (int i = 0; i < 100; ++i)
+            connection.send(std::string(100'000, 'x'));
+    });
+
+    const auto file = run(transport.download(get(empty.url("/")), folder / "a", {}));
+    const auto refusal = run(transport.download(get(refusing.url("/")), folder / "b", {}));
+    const auto page = run(transport.download(get(endless.url("/")), folder / "c", {}));
+
+    EXPECT_EQ(std::filesystem::file_size(file.file.path()), 0U);
+    EXPECT_EQ(file.sha1, "da39a3ee5e6b4b0d3255bfef95601890afd80709");
+    EXPECT_TRUE(refusal.file.path().empty());
+    EXPECT_EQ(refusal.response.status, 404);
+    EXPECT_EQ(refusal.errorBody, R"({"code":"not_found"})");
+    EXPECT_EQ(page.errorBody.size(), 1'000'000U);
+    EXPECT_EQ(fileCount(), 1U);
+}
+
+TEST_F(B2CurlDownloadTest, KeepsNoPartOfABodyThatWasCut)
+{
+    for (const std::size_t sent : {std::size_t{0}, std::size_t{1}, std::size_t{150'000}, std::size_t{299'999}}) {
+        for (const bool resets : {false, true}) {
+            ScriptedServer server([&](Connection& connection) {
+                connection.readRequest();
+                connection.send("HTTP/1.1 200 OK\r\nContent-Length: 300000\r\n\r\n" + std::string(sent, 'x'));
+                if (resets)
+                    connection.reset();
+            });
+            const auto failure = failureOf(transport.download(get(server.url("/")), folder / "a", {}));
+            EXPECT_EQ(failure.code(), Code::connectionLost);
+            EXPECT_EQ(fileCount(), 0U);
+        }
+    }
+}
+
+TEST_F(B2CurlDownloadTest, SaysWhichFolderCannotTakeTheFileBeforeAskingTheService)
+{
+    ScriptedServer server(ScriptedServer::answering(httpAnswer(200, "x")));
+    const auto failAt = [&](const std::filesystem::path& destination) {
+        return std::string(fileErrorOf(transport.download(get(server.url("/")), destination, {})).what());
+    };
+    std::filesystem::create_directory(folder / "folder");
+    write("file", "");
+
+    EXPECT_THAT(failAt(folder / "gone" / "a.txt"), HasSubstr("Couldn't write \"a.txt\": the folder \""));
+    EXPECT_THAT(failAt(folder / "gone" / "a.txt"), HasSubstr("does not exist"));
+    EXPECT_THAT(failAt(folder / "file" / "a.txt"), HasSubstr("does not exist"));
+    EXPECT_THAT(failAt(folder / "folder"), HasSubstr("a folder of that name exists"));
+    EXPECT_THAT(failAt(folder / std::string(256, 'n')), HasSubstr("the name is too long"));
+    if (geteuid() != 0) { // Root may write anywhere.
+        std::filesystem::permissions(folder / "folder", std::filesystem::perms::owner_read);
+        EXPECT_THAT(failAt(folder / "folder" / "a.txt"), HasSubstr("you may not write in the folder"));
+        std::filesystem::permissions(folder / "folder", std::filesystem::perms::owner_all);
+    }
+    EXPECT_EQ(server.connectionCount(), 0);
+}
+
+TEST_F(B2CurlDownloadTest, ADiskThatTakesNoMoreEndsTheDownloadAndKeepsTheOldFile)
+{
+    const auto destination = write("big", "old");
+    // Once the size is known beforehand and once it is not.
+    ScriptedServer announced(ScriptedServer::answering(httpAnswer(200, std::string(3'000'000, 'x'))));
+    ScriptedServer unannounced([](Connection& connection) {
+        connection.readRequest();
+        connection.send("HTTP/1.1 200 OK\r\n\r\n" + std::string(3'000'000, 'x'));
+    });
+    ScriptedServer boundless([](Connection& connection) {
+        connection.readRequest();
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 8000000000000000000\r\n\r\nx");
+        connection.waitForClose();
+    });
+
+    {
+        const FileSizeLimit limit(1'000'000);
+        for (const auto* server : {&announced, &unannounced}) {
+            const auto failure = fileErrorOf(transport.download(get(server->url("/")), destination, {}));
+            EXPECT_EQ(failure.systemError(), EFBIG);
+            EXPECT_THAT(failure.what(), HasSubstr("\"big\""));
+            EXPECT_THAT(failure.what(), HasSubstr("what was there before is untouched"));
+        }
+    }
+    EXPECT_THROW(run(transport.download(get(boundless.url("/")), destination, {})), B2FileError);
+    EXPECT_EQ(contentOf(destination), "old");
+    EXPECT_EQ(fileCount(), 1U);
+}
+
+} // namespace
