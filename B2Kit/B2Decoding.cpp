@@ -1,15 +1,19 @@
 #include "B2Kit/B2Decoding.h"
 
 #include "B2Kit/B2Fields.h"
+#include "B2Kit/JSONDocument.h"
 #include "B2Kit/JSONValue.h"
 
 #include <algorithm>
+#include <array>
+#include <bitset>
 #include <charconv>
-#include <concepts>
 #include <limits>
 #include <map>
 #include <optional>
 #include <set>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -157,32 +161,46 @@ void readField(const JSONValue& json, Record& record, const B2Field<Record, Valu
     }
 }
 
+/// What `readFields` needs to know of each field, by its place in the list.
+template <class Record>
+struct FieldTable {
+    using Read = void (*)(const JSONValue& json, Record& record);
+
+    static constexpr std::size_t count = std::tuple_size_v<decltype(B2Fields<Record>::list)>;
+
+    template <std::size_t index>
+    static void read(const JSONValue& json, Record& record)
+    {
+        readField(json, record, std::get<index>(B2Fields<Record>::list));
+    }
+
+    static constexpr auto keys = std::apply(
+        [](const auto&... field) { return std::array<std::string_view, count>{field.key...}; }, B2Fields<Record>::list);
+    static constexpr auto readers = []<std::size_t... index>(std::index_sequence<index...>) {
+        return std::array<Read, count>{&FieldTable::read<index>...};
+    }(std::make_index_sequence<count>());
+    static constexpr auto isRequired = std::apply(
+        [](const auto&... field) { return std::array<bool, count>{(field.presence == B2Presence::required)...}; },
+        B2Fields<Record>::list);
+};
+
 /// Reads each field by one pass over the object; of a key that stands twice, the last counts.
 template <class Record>
 void readFields(const JSONValue& json, Record& record)
 {
-    constexpr auto& fields = B2Fields<Record>::list;
-    std::uint32_t seen = 0;
-    for (const auto& [key, element] : json.object()) {
-        std::uint32_t bit = 1;
-        const auto readIfNamed = [&, &name = key, &value = element](const auto& field) {
-            if (name != field.key) {
-                bit <<= 1;
-                return false;
-            }
-            readField(json.at(field.key, value), record, field);
-            seen |= bit;
-            return true;
-        };
-        std::apply([&](const auto&... field) { static_cast<void>((readIfNamed(field) || ...)); }, fields);
+    using Table = FieldTable<Record>;
+    std::bitset<Table::count> seen;
+    for (const auto& [key, value] : json.object()) {
+        const auto index = static_cast<std::size_t>(std::ranges::find(Table::keys, key) - Table::keys.begin());
+        if (index == Table::count)
+            continue;
+        Table::readers[index](json.at(Table::keys[index], value), record);
+        seen.set(index);
     }
-    std::uint32_t bit = 1;
-    const auto check = [&](const auto& field) {
-        if (field.presence == B2Presence::required && (seen & bit) == 0)
-            json.failMissing(field.key);
-        bit <<= 1;
-    };
-    std::apply([&](const auto&... field) { (check(field), ...); }, fields);
+    for (std::size_t index = 0; index < Table::count; ++index) {
+        if (Table::isRequired[index] && !seen[index])
+            json.failMissing(Table::keys[index]);
+    }
 }
 
 template <class Record>
@@ -297,71 +315,12 @@ void readAnswer(const JSONValue& json, Record& record)
     readValue(json, record);
 }
 
-constexpr std::size_t largestDocumentBytes = 64'000'000;
-
-/// A parser takes up to 15 times the bytes of its largest document; one that has grown over 16 MB is not kept.
-constexpr std::size_t largestKeptDocumentBytes = 1'048'576;
-
-std::string_view explain(simdjson::error_code error)
-{
-    switch (error) {
-    case simdjson::EMPTY:
-        return "the answer is empty";
-    case simdjson::CAPACITY:
-    case simdjson::MEMALLOC:
-        return "the answer is too large";
-    case simdjson::DEPTH_ERROR:
-        return "the answer is nested too deeply";
-    case simdjson::UTF8_ERROR:
-    case simdjson::STRING_ERROR:
-        return "the answer holds a damaged text";
-    case simdjson::NUMBER_ERROR:
-        return "the answer holds a damaged number";
-    default:
-        return "the answer is no valid JSON";
-    }
-}
-
-/// A parsed document in the parser of this thread, which is free again when it goes.
-class Document {
-public:
-    explicit Document(std::string_view json)
-        : json_(json)
-    {
-        if (const auto error = parser().parse(json.data(), json.size()).get(root_)) {
-            release();
-            throw B2DecodingError(std::string(explain(error)));
-        }
-    }
-    Document(const Document&) = delete;
-    Document& operator=(const Document&) = delete;
-    ~Document() { release(); }
-
-    JSONValue root() const { return JSONValue(root_); }
-
-private:
-    static simdjson::dom::parser& parser()
-    {
-        thread_local simdjson::dom::parser parser(largestDocumentBytes);
-        return parser;
-    }
-
-    void release()
-    {
-        if (json_.size() > largestKeptDocumentBytes)
-            parser() = simdjson::dom::parser(largestDocumentBytes);
-    }
-
-    std::string_view json_;
-    simdjson::dom::element root_;
-};
-
 } // namespace
 
 template <class Record>
 Record decodeRecord(std::string_view json)
 {
-    const Document document(json);
+    const JSONDocument document(json);
     Record record;
     readAnswer(document.root(), record);
     return record;
