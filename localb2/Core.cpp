@@ -1,0 +1,46 @@
+#include "localb2/Core.h"
+
+#include "localb2/Schema.h"
+
+#include <chrono>
+
+namespace localb2 {
+
+namespace {
+
+std::filesystem::path prepared(const std::filesystem::path& directory)
+{
+    if (!std::filesystem::exists(directory)) {
+        std::filesystem::create_directories(directory);
+        std::filesystem::permissions(directory, std::filesystem::perms::owner_all);
+    }
+    return directory / "localb2.sqlite";
+}
+
+// Runs between the opening of the database and the first table that reads it.
+Database& withTables(Database& database)
+{
+    createTables(database);
+    return database;
+}
+
+} // namespace
+
+Core::Core(const ServiceOptions& options)
+    : database(prepared(options.directory))
+    , bodies(withTables(database), options.directory / "bodies")
+    , buckets(database)
+    , versions(database)
+    , keys(database)
+    , tokens(database)
+{
+    settings.latencyMilliseconds = options.latency.count();
+}
+
+Milliseconds Core::now() const
+{
+    const auto time = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(time).count() + settings.clockOffset;
+}
+
+} // namespace localb2

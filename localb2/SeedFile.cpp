@@ -1,0 +1,7 @@
+#include "localb2/Seed.h"
+
+namespace localb2 {
+
+void plantFile(Core&, const std::string&, const std::filesystem::path&) {}
+
+} // namespace localb2

@@ -1,0 +1,55 @@
+#include "localb2/Service.h"
+
+#include "localb2/Core.h"
+#include "localb2/Seed.h"
+#include "localb2/Server.h"
+
+#include <stdexcept>
+
+namespace localb2 {
+
+struct Service::Parts {
+    explicit Parts(const ServiceOptions& options)
+        : core(options)
+    {
+        if (options.tls)
+            tls = std::make_unique<TLSContext>(*options.tls);
+        plantSeed(core, options.seed);
+        server = std::make_unique<Server>(core, options.port, tls.get());
+        core.baseURL = (tls ? "https://127.0.0.1:" : "http://127.0.0.1:") + std::to_string(server->port());
+        server->start();
+    }
+
+    Core core;
+    std::unique_ptr<TLSContext> tls;
+    std::unique_ptr<Server> server; ///< Destroyed first, for its threads use the rest.
+};
+
+Service::Service(ServiceOptions options)
+    : parts_(std::make_unique<Parts>(options))
+{
+}
+
+Service::~Service() = default;
+
+std::string Service::url() const
+{
+    return parts_->core.baseURL;
+}
+
+std::uint16_t Service::port() const
+{
+    return parts_->server->port();
+}
+
+MasterKey Service::masterKey() const
+{
+    const std::scoped_lock lock(parts_->core.mutex);
+    const auto accounts = parts_->core.keys.accounts();
+    const auto key = accounts.empty() ? std::nullopt : parts_->core.keys.masterKey(accounts.front().id);
+    if (!key)
+        throw std::runtime_error("The service has no account.");
+    return {key->id, key->secret};
+}
+
+} // namespace localb2
