@@ -26,6 +26,12 @@
 
 template <class Target>
 class UploadURLPool;
+template <class Reply>
+struct B2Call;
+struct B2CallProgress;
+struct B2FailureStep;
+struct B2JSONCall;
+struct B2StatusStep;
 
 /// Where the account is asked for: the service's production host.
 inline constexpr std::string_view b2AccountEndpoint = "https://api.backblazeb2.com";
@@ -120,14 +126,40 @@ public:
     Task<std::string> downloadURL(std::string bucketName, std::string fileName, std::optional<std::string> token);
 
 private:
-    struct Operation;
-    class Pipeline;
+    B2Client(std::shared_ptr<SerialExecutor> executor, B2ClientOptions options);
 
-    explicit B2Client(std::shared_ptr<SerialExecutor> executor, B2ClientOptions options);
+    // --- Authorization and the pipeline
 
-    std::shared_ptr<SerialExecutor> executor_;
+    using Record = std::shared_ptr<const B2Authorization>;
+
+    Task<Record> currentAuthorization();
+    static Task<Record> authorizeAndStore(std::shared_ptr<B2Client> client);
+    /// Drops the cached record unless it has another token by now: of many calls that meet an expired one, the first
+    /// causes the renewal.
+    void forget(const B2Authorization& expired);
+    /// Carries out a request; see B2Pipeline.h.
+    template <class Reply>
+    Task<Reply> perform(B2Call<Reply> call);
+    void logRefusal(std::string_view operation, const B2CallProgress& progress, const B2APIError& refusal,
+        const B2StatusStep& step) const;
+    void logFailure(std::string_view operation, const B2CallProgress& progress, const std::exception_ptr& failure,
+        const B2FailureStep& step) const;
+    Task<B2DataReply> postJSON(B2JSONCall call);
+    /// The answer of a JSON call as its record; see B2JSONCall.h.
+    template <class Answer>
+    Task<Answer> callJSON(B2JSONCall call);
+
+    // --- Transfers
+
+    using UploadPool = UploadURLPool<B2UploadTarget>;
+
+    std::shared_ptr<UploadPool> uploadPool(const std::string& bucketID);
+    static Task<B2UploadTarget> fetchUploadTarget(std::weak_ptr<B2Client> holder, std::string bucketID);
+    Task<B2UploadTarget> uploadTarget(std::string bucketID);
+
+    const std::shared_ptr<SerialExecutor> executor_;
     const B2ClientOptions options_;
-    std::optional<B2Authorization> authorization_;
-    SingleFlight<B2Authorization> authorizationFlight_;
-    std::map<std::string, std::shared_ptr<UploadURLPool<B2UploadTarget>>> uploadPools_;
+    Record authorization_; ///< Null until the first call.
+    SingleFlight<Record> authorizationFlight_;
+    std::map<std::string, std::shared_ptr<UploadPool>> uploadPools_; ///< By bucket id.
 };
