@@ -132,5 +132,6 @@ Task<B2DataReply> B2Client::postJSON(B2JSONCall call)
     };
     request.send = [this](B2HTTPRequest made) { return options_.transport->data(std::move(made)); };
     request.mayHaveBeenDone = call.mayHaveBeenDone;
+    request.expectsRefusal = call.expectsRefusal;
     co_return co_await perform(std::move(request));
 }

@@ -28,6 +28,7 @@ template <class Target>
 class UploadURLPool;
 template <class Reply>
 struct B2Call;
+struct B2APIError;
 struct B2CallProgress;
 struct B2FailureStep;
 struct B2JSONCall;
@@ -80,6 +81,7 @@ public:
     Task<B2Bucket> updateBucket(B2UpdateBucketRequest request);
     /// Writes both sides of a bucket's replication; an absent side is removed at the service.
     Task<B2Bucket> setReplication(B2SetReplicationRequest request);
+    /// If the answer was lost and the bucket is gone, only the ids are set.
     Task<B2Bucket> deleteBucket(std::string bucketID);
     /// Every bucket the key can see, or the one with the name. A key restricted to several buckets asks one by one.
     Task<std::vector<B2Bucket>> listBuckets(std::optional<std::string> name = {});
@@ -109,6 +111,7 @@ public:
     /// Every application key, once: version 4 lists keys over several buckets and earlier versions the others.
     Stream<B2ApplicationKey> allKeys(int pageSize = 1000);
     /// Tries the other version of the API when one refuses.
+    /// If the answer was lost and the key is gone, only the key's id is set.
     Task<B2ApplicationKey> deleteKey(std::string applicationKeyID);
 
     // --- Transfers
@@ -140,7 +143,7 @@ private:
     /// Carries out a request; see B2Pipeline.h.
     template <class Reply>
     Task<Reply> perform(B2Call<Reply> call);
-    void logRefusal(std::string_view operation, const B2CallProgress& progress, const B2APIError& refusal,
+    void logRetry(std::string_view operation, const B2CallProgress& progress, const B2APIError& refusal,
         const B2StatusStep& step) const;
     void logFailure(std::string_view operation, const B2CallProgress& progress, const std::exception_ptr& failure,
         const B2FailureStep& step) const;
@@ -148,6 +151,19 @@ private:
     /// The answer of a JSON call as its record; see B2JSONCall.h.
     template <class Answer>
     Task<Answer> callJSON(B2JSONCall call);
+
+    // --- Keys
+
+    struct KeyWalk;
+
+    /// A page of the keys that one version of the API lists.
+    Task<B2KeysPage> listKeysOf(
+        std::string_view version, B2ListKeysRequest request, bool (*expectsRefusal)(const B2APIError&));
+    static Task<std::optional<B2ApplicationKey>> nextKey(std::shared_ptr<KeyWalk> walk);
+    /// Fetches the walk's next page.
+    /// @returns false when it was the last.
+    static Task<bool> fetchKeys(std::shared_ptr<KeyWalk> walk);
+    Task<bool> isListedKey(std::string applicationKeyID);
 
     // --- Transfers
 

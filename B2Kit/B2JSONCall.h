@@ -17,8 +17,15 @@ struct B2JSONCall {
     std::string_view operation; ///< The call's name; a literal.
     std::string body;           ///< Sent as it is in every attempt.
     std::string_view version = b2APIVersion;
-    bool* mayHaveBeenDone = nullptr; ///< As in `B2Call`.
+    bool* mayHaveBeenDone = nullptr;                    ///< As in `B2Call`.
+    bool (*expectsRefusal)(const B2APIError&) = nullptr; ///< As in `B2Call`.
 };
+
+/// Is it a refusal of the service with that code?
+inline bool isRefusal(const B2Error& error, std::string_view code)
+{
+    return error.api() && error.api()->code == code;
+}
 
 /// @throws B2Error (`InvalidResponse`) that names the operation, when the text is not the record.
 template <class Answer>

@@ -164,9 +164,15 @@ Task<Reply> B2Client::perform(B2Call<Reply> call)
                 progress.hasRenewed = true;
                 continue;
             }
-            logRefusal(call.operation, progress, refusal, step);
-            if (step.kind == B2StatusStep::Kind::giveUp)
+            if (step.kind == B2StatusStep::Kind::giveUp) {
+                const bool isExpected = call.expectsRefusal && call.expectsRefusal(refusal);
+                log.log({.level = isExpected ? B2LogLevel::debug : B2LogLevel::error,
+                    .category = "api",
+                    .message = fmt::format("{} failed: {} {}", call.operation, refusal.status, oneLine(refusal.code)),
+                    .detail = refusal.message});
                 throw B2Error(refusal);
+            }
+            logRetry(call.operation, progress, refusal, step);
             waitSeconds = step.waitSeconds;
         }
         co_await options_.sleeper->sleep(waitSeconds);
@@ -177,20 +183,14 @@ Task<Reply> B2Client::perform(B2Call<Reply> call)
 template Task<B2DataReply> B2Client::perform(B2Call<B2DataReply>);
 template Task<B2DownloadReply> B2Client::perform(B2Call<B2DownloadReply>);
 
-void B2Client::logRefusal(std::string_view operation, const B2CallProgress& progress, const B2APIError& refusal,
+void B2Client::logRetry(std::string_view operation, const B2CallProgress& progress, const B2APIError& refusal,
     const B2StatusStep& step) const
 {
-    const auto code = oneLine(refusal.code);
-    if (step.kind == B2StatusStep::Kind::giveUp) {
-        options_.log->error(
-            "api", fmt::format("{} failed: {} {}", operation, refusal.status, code), refusal.message);
-        return;
-    }
     auto detail = refusal.message;
     if (step.askedSeconds)
         detail += fmt::format(" (server asked for {})", formatWait(*step.askedSeconds));
     options_.log->warning("api",
-        fmt::format("{} → {} {}, retry {}/{} in {}", operation, refusal.status, code, progress.failures + 1,
+        fmt::format("{} → {} {}, retry {}/{} in {}", operation, refusal.status, oneLine(refusal.code), progress.failures + 1,
             options_.retryPolicy.maxAttempts - 1, formatWait(step.waitSeconds)),
         std::move(detail));
 }

@@ -24,6 +24,8 @@ struct B2Call {
     /// If not null: becomes true when a request was sent whose answer was lost, so that it may have been carried out.
     /// Must outlive the call.
     bool* mayHaveBeenDone = nullptr;
+    /// If not null: the refusals that the caller has an answer to, which are no errors in the log.
+    bool (*expectsRefusal)(const B2APIError&) = nullptr;
 };
 
 /// Statuses of a JSON answer.
