@@ -22,9 +22,8 @@ Task<B2Bucket> B2Client::createBucket(B2CreateBucketRequest request)
     bool mayHaveBeenDone = false;
     std::exception_ptr refusal;
     try {
-        co_return co_await callJSON<B2Bucket>({.operation = "b2_create_bucket",
-            .body = std::move(body).text(),
-            .mayHaveBeenDone = &mayHaveBeenDone});
+        co_return co_await callJSON<B2Bucket>(
+            {.operation = "b2_create_bucket", .body = std::move(body).text(), .mayHaveBeenDone = &mayHaveBeenDone});
     } catch (const B2Error& error) {
         if (!mayHaveBeenDone || !isRefusal(error, "duplicate_bucket_name"))
             throw;
@@ -80,9 +79,8 @@ Task<B2Bucket> B2Client::deleteBucket(std::string bucketID)
     body.set("accountId", authorization->accountID).set("bucketId", bucketID);
     bool mayHaveBeenDone = false;
     try {
-        co_return co_await callJSON<B2Bucket>({.operation = "b2_delete_bucket",
-            .body = std::move(body).text(),
-            .mayHaveBeenDone = &mayHaveBeenDone});
+        co_return co_await callJSON<B2Bucket>(
+            {.operation = "b2_delete_bucket", .body = std::move(body).text(), .mayHaveBeenDone = &mayHaveBeenDone});
     } catch (const B2Error& error) {
         if (!mayHaveBeenDone || !isRefusal(error, "bad_bucket_id"))
             throw;
@@ -103,8 +101,8 @@ Task<std::vector<B2Bucket>> B2Client::listBuckets(std::optional<std::string> nam
         body.set("accountId", authorization->accountID).setIfPresent("bucketName", name);
         if (asksOneByOne || allowed.size() == 1)
             body.set("bucketId", allowed[i].id);
-        auto page = co_await callJSON<std::vector<B2Bucket>>(
-            {.operation = "b2_list_buckets", .body = std::move(body).text()});
+        auto page =
+            co_await callJSON<std::vector<B2Bucket>>({.operation = "b2_list_buckets", .body = std::move(body).text()});
         std::ranges::move(page, std::back_inserter(buckets));
     }
     co_return buckets;

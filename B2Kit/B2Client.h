@@ -119,6 +119,7 @@ public:
     /// `b2_upload_file`, up to 5,000,000,000 bytes; each attempt leases an upload URL.
     Task<B2FileVersion> uploadFile(B2UploadFileRequest request);
 
+    /// Into memory, up to 64 MB and without progress.
     Task<B2DownloadedFile> downloadByName(B2DownloadByNameRequest request);
     Task<B2DownloadedFile> downloadByID(B2DownloadByIDRequest request);
     /// Downloads beside the destination, checks the bytes, then replaces the destination in one step. Whatever goes
@@ -172,6 +173,11 @@ private:
     std::shared_ptr<UploadPool> uploadPool(const std::string& bucketID);
     static Task<B2UploadTarget> fetchUploadTarget(std::weak_ptr<B2Client> holder, std::string bucketID);
     Task<B2UploadTarget> uploadTarget(std::string bucketID);
+
+    struct Download;
+
+    Task<B2DownloadedFile> downloadToMemory(Download download);
+    Task<B2FileMetadata> downloadToFile(Download download, B2FileDestination destination);
 
     const std::shared_ptr<SerialExecutor> executor_;
     const B2ClientOptions options_;

@@ -59,9 +59,8 @@ Task<B2FileVersion> B2Client::hideFile(std::string bucketID, std::string fileNam
     bool mayHaveBeenDone = false;
     std::exception_ptr refusal;
     try {
-        co_return co_await callJSON<B2FileVersion>({.operation = "b2_hide_file",
-            .body = std::move(body).text(),
-            .mayHaveBeenDone = &mayHaveBeenDone});
+        co_return co_await callJSON<B2FileVersion>(
+            {.operation = "b2_hide_file", .body = std::move(body).text(), .mayHaveBeenDone = &mayHaveBeenDone});
     } catch (const B2Error& error) {
         if (!mayHaveBeenDone || !isRefusal(error, "already_hidden"))
             throw;

@@ -33,10 +33,9 @@ void follow(FileWalk& walk, const B2FileListPage& page)
     const bool staysInName = request.startFileName && name == *request.startFileName;
     if (!staysInName)
         walk.guard = {};
-    const bool advances = staysInName
-        ? walk.listsVersions && page.nextFileID && request.startFileID != page.nextFileID
+    const bool advances = staysInName ? walk.listsVersions && page.nextFileID && request.startFileID != page.nextFileID
             && walk.guard.advancesTo(*page.nextFileID)
-        : !request.startFileName || name > *request.startFileName;
+                                      : !request.startFileName || name > *request.startFileName;
     if (!advances) {
         constexpr std::size_t longestQuoted = 200;
         throw B2Error(B2Error::InvalidResponse{std::string(walk.operation)

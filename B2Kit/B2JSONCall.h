@@ -17,7 +17,7 @@ struct B2JSONCall {
     std::string_view operation; ///< The call's name; a literal.
     std::string body;           ///< Sent as it is in every attempt.
     std::string_view version = b2APIVersion;
-    bool* mayHaveBeenDone = nullptr;                    ///< As in `B2Call`.
+    bool* mayHaveBeenDone = nullptr;                     ///< As in `B2Call`.
     bool (*expectsRefusal)(const B2APIError&) = nullptr; ///< As in `B2Call`.
 };
 

@@ -38,8 +38,7 @@ bool isB2Error(const std::exception_ptr& failure)
 
 std::string formatElapsed(Clock::time_point started)
 {
-    return fmt::format(
-        "{}ms", std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - started).count());
+    return fmt::format("{}ms", std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - started).count());
 }
 
 } // namespace
@@ -190,13 +189,13 @@ void B2Client::logRetry(std::string_view operation, const B2CallProgress& progre
     if (step.askedSeconds)
         detail += fmt::format(" (server asked for {})", formatWait(*step.askedSeconds));
     options_.log->warning("api",
-        fmt::format("{} → {} {}, retry {}/{} in {}", operation, refusal.status, oneLine(refusal.code), progress.failures + 1,
-            options_.retryPolicy.maxAttempts - 1, formatWait(step.waitSeconds)),
+        fmt::format("{} → {} {}, retry {}/{} in {}", operation, refusal.status, oneLine(refusal.code),
+            progress.failures + 1, options_.retryPolicy.maxAttempts - 1, formatWait(step.waitSeconds)),
         std::move(detail));
 }
 
-void B2Client::logFailure(std::string_view operation, const B2CallProgress& progress,
-    const std::exception_ptr& failure, const B2FailureStep& step) const
+void B2Client::logFailure(std::string_view operation, const B2CallProgress& progress, const std::exception_ptr& failure,
+    const B2FailureStep& step) const
 {
     auto& log = *options_.log;
     const int next = progress.failures + 1;

@@ -41,7 +41,7 @@ void requireSuccess(const B2HTTPResponse& response, std::string_view body);
 
 /// How far a call has come.
 struct B2CallProgress {
-    int failures = 0;       ///< That were answered by waiting and sending again.
+    int failures = 0;        ///< That were answered by waiting and sending again.
     bool hasRenewed = false; ///< Has the token been renewed during this call?
 };
 

@@ -11,8 +11,7 @@ bool isUTF8(std::string_view text)
 std::string oneLine(std::string_view text)
 {
     std::string line(text);
-    std::ranges::replace_if(
-        line, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }, ' ');
+    std::ranges::replace_if(line, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }, ' ');
     return line;
 }
 
