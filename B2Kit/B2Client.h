@@ -26,6 +26,13 @@
 
 template <class Target>
 class UploadURLPool;
+template <class Reply>
+struct B2Call;
+struct B2APIError;
+struct B2CallProgress;
+struct B2FailureStep;
+struct B2JSONCall;
+struct B2StatusStep;
 
 /// Where the account is asked for: the service's production host.
 inline constexpr std::string_view b2AccountEndpoint = "https://api.backblazeb2.com";
@@ -74,6 +81,7 @@ public:
     Task<B2Bucket> updateBucket(B2UpdateBucketRequest request);
     /// Writes both sides of a bucket's replication; an absent side is removed at the service.
     Task<B2Bucket> setReplication(B2SetReplicationRequest request);
+    /// If the answer was lost and the bucket is gone, only the ids are set.
     Task<B2Bucket> deleteBucket(std::string bucketID);
     /// Every bucket the key can see, or the one with the name. A key restricted to several buckets asks one by one.
     Task<std::vector<B2Bucket>> listBuckets(std::optional<std::string> name = {});
@@ -103,6 +111,7 @@ public:
     /// Every application key, once: version 4 lists keys over several buckets and earlier versions the others.
     Stream<B2ApplicationKey> allKeys(int pageSize = 1000);
     /// Tries the other version of the API when one refuses.
+    /// If the answer was lost and the key is gone, only the key's id is set.
     Task<B2ApplicationKey> deleteKey(std::string applicationKeyID);
 
     // --- Transfers
@@ -110,6 +119,7 @@ public:
     /// `b2_upload_file`, up to 5,000,000,000 bytes; each attempt leases an upload URL.
     Task<B2FileVersion> uploadFile(B2UploadFileRequest request);
 
+    /// Into memory, up to 64 MB and without progress.
     Task<B2DownloadedFile> downloadByName(B2DownloadByNameRequest request);
     Task<B2DownloadedFile> downloadByID(B2DownloadByIDRequest request);
     /// Downloads beside the destination, checks the bytes, then replaces the destination in one step. Whatever goes
@@ -120,14 +130,58 @@ public:
     Task<std::string> downloadURL(std::string bucketName, std::string fileName, std::optional<std::string> token);
 
 private:
-    struct Operation;
-    class Pipeline;
+    B2Client(std::shared_ptr<SerialExecutor> executor, B2ClientOptions options);
 
-    explicit B2Client(std::shared_ptr<SerialExecutor> executor, B2ClientOptions options);
+    // --- Authorization and the pipeline
 
-    std::shared_ptr<SerialExecutor> executor_;
+    using Record = std::shared_ptr<const B2Authorization>;
+
+    Task<Record> currentAuthorization();
+    static Task<Record> authorizeAndStore(std::shared_ptr<B2Client> client);
+    /// Drops the cached record unless it has another token by now: of many calls that meet an expired one, the first
+    /// causes the renewal.
+    void forget(const B2Authorization& expired);
+    /// Carries out a request; see B2Pipeline.h.
+    template <class Reply>
+    Task<Reply> perform(B2Call<Reply> call);
+    void logRetry(std::string_view operation, const B2CallProgress& progress, const B2APIError& refusal,
+        const B2StatusStep& step) const;
+    void logFailure(std::string_view operation, const B2CallProgress& progress, const std::exception_ptr& failure,
+        const B2FailureStep& step) const;
+    Task<B2DataReply> postJSON(B2JSONCall call);
+    /// The answer of a JSON call as its record; see B2JSONCall.h.
+    template <class Answer>
+    Task<Answer> callJSON(B2JSONCall call);
+
+    // --- Keys
+
+    struct KeyWalk;
+
+    /// A page of the keys that one version of the API lists.
+    Task<B2KeysPage> listKeysOf(
+        std::string_view version, B2ListKeysRequest request, bool (*expectsRefusal)(const B2APIError&));
+    static Task<std::optional<B2ApplicationKey>> nextKey(std::shared_ptr<KeyWalk> walk);
+    /// Fetches the walk's next page.
+    /// @returns false when it was the last.
+    static Task<bool> fetchKeys(std::shared_ptr<KeyWalk> walk);
+    Task<bool> isListedKey(std::string applicationKeyID);
+
+    // --- Transfers
+
+    using UploadPool = UploadURLPool<B2UploadTarget>;
+
+    std::shared_ptr<UploadPool> uploadPool(const std::string& bucketID);
+    static Task<B2UploadTarget> fetchUploadTarget(std::weak_ptr<B2Client> holder, std::string bucketID);
+    Task<B2UploadTarget> uploadTarget(std::string bucketID);
+
+    struct Download;
+
+    Task<B2DownloadedFile> downloadToMemory(Download download);
+    Task<B2FileMetadata> downloadToFile(Download download, B2FileDestination destination);
+
+    const std::shared_ptr<SerialExecutor> executor_;
     const B2ClientOptions options_;
-    std::optional<B2Authorization> authorization_;
-    SingleFlight<B2Authorization> authorizationFlight_;
-    std::map<std::string, std::shared_ptr<UploadURLPool<B2UploadTarget>>> uploadPools_;
+    Record authorization_; ///< Null until the first call.
+    SingleFlight<Record> authorizationFlight_;
+    std::map<std::string, std::shared_ptr<UploadPool>> uploadPools_; ///< By bucket id.
 };

@@ -23,9 +23,14 @@ struct B2RetryPolicy {
 /// @param exponent  0 for the first retry.
 double backoffSeconds(const B2RetryPolicy& policy, int exponent, double jitter);
 
-/// Seconds asked for by a `Retry-After` header, held within 0..`maxRetryAfterSeconds`.
+/// The number of a `Retry-After` header as it stands.
 ///
 /// @returns nothing when the value is not wholly a decimal number (a date, for one).
+std::optional<double> parseRetryAfter(const std::optional<std::string>& header);
+
+/// Seconds asked for by a `Retry-After` header, held within 0..`maxRetryAfterSeconds`.
+///
+/// @returns nothing when the value is not wholly a decimal number.
 std::optional<double> retryAfterSeconds(const B2RetryPolicy& policy, const std::optional<std::string>& header);
 
 /// A wait for a log line: "%.1fs" below 10 seconds, whole seconds from there.

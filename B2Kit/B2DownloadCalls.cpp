@@ -1,0 +1,151 @@
+#include "B2Kit/B2Client.h"
+#include "B2Kit/B2DownloadMetadata.h"
+#include "B2Kit/B2FileWorker.h"
+#include "B2Kit/B2PercentEncoding.h"
+#include "B2Kit/B2Pipeline.h"
+#include "B2Kit/B2SHA1.h"
+#include "B2Kit/B2URL.h"
+
+#include <algorithm>
+
+/// Which bytes to get.
+struct B2Client::Download {
+    std::string_view operation;
+    std::function<std::string(const B2Authorization&)> url;
+    std::optional<B2ByteRange> range;
+    bool verifies = true;
+    B2Progress onProgress;
+
+    explicit Download(B2DownloadByNameRequest request)
+        : operation("b2_download_file_by_name")
+        , url([bucketName = std::move(request.bucketName), fileName = std::move(request.fileName)](
+                  const B2Authorization& authorization) {
+            return fileURL(authorization.storage.downloadURL, bucketName, fileName);
+        })
+        , range(request.range)
+        , verifies(request.verifies)
+        , onProgress(std::move(request.onProgress))
+    {
+    }
+
+    explicit Download(B2DownloadByIDRequest request)
+        : operation("b2_download_file_by_id")
+        , url([fileID = std::move(request.fileID)](const B2Authorization& authorization) {
+            return appendingPath(authorization.storage.downloadURL, "/b2api/v4/b2_download_file_by_id?fileId=")
+                + percentEncoded(fileID);
+        })
+        , range(request.range)
+        , verifies(request.verifies)
+        , onProgress(std::move(request.onProgress))
+    {
+    }
+
+    /// The address by name.
+    static std::string fileURL(
+        const std::string& downloadURL, const std::string& bucketName, const std::string& fileName)
+    {
+        auto url = appendingPath(downloadURL, "/file/") + bucketName + "/" + percentEncodedName(fileName);
+        // The name of a bucket goes in as it is, and must not become another part of the address.
+        if (percentEncoded(bucketName) != bucketName)
+            throw B2Error(B2Error::InvalidURL{std::move(url)});
+        return url;
+    }
+
+    /// The call without its way to send.
+    template <class Reply>
+    B2Call<Reply> call() const
+    {
+        B2Call<Reply> call;
+        call.operation = operation;
+        call.accepts = isContent;
+        call.makeRequest = [this](const B2Authorization& authorization) {
+            B2HTTPRequest request;
+            request.method = B2HTTPMethod::get;
+            request.url = url(authorization);
+            request.headers = {{"Authorization", authorization.authorizationToken}};
+            if (range)
+                request.headers.push_back(
+                    {"Range", "bytes=" + std::to_string(range->first) + "-" + std::to_string(range->last)});
+            return request;
+        };
+        return call;
+    }
+};
+
+namespace {
+
+/// Bytes that are hashed at once; more would hold up the client's other calls.
+constexpr std::size_t largestHashedAtOnce = 256 * 1024;
+
+Task<std::string> sha1(const std::string* bytes)
+{
+    if (bytes->size() <= largestHashedAtOnce)
+        co_return sha1Of(*bytes);
+    B2FileWorker worker;
+    co_return co_await worker.sha1(bytes);
+}
+
+} // namespace
+
+Task<B2DownloadedFile> B2Client::downloadByName(B2DownloadByNameRequest request)
+{
+    return downloadToMemory(Download(std::move(request)));
+}
+
+Task<B2DownloadedFile> B2Client::downloadByID(B2DownloadByIDRequest request)
+{
+    return downloadToMemory(Download(std::move(request)));
+}
+
+Task<B2FileMetadata> B2Client::downloadByNameToFile(B2DownloadByNameRequest request, B2FileDestination destination)
+{
+    return downloadToFile(Download(std::move(request)), std::move(destination));
+}
+
+Task<B2FileMetadata> B2Client::downloadByIDToFile(B2DownloadByIDRequest request, B2FileDestination destination)
+{
+    return downloadToFile(Download(std::move(request)), std::move(destination));
+}
+
+Task<B2DownloadedFile> B2Client::downloadToMemory(Download download)
+{
+    auto call = download.call<B2DataReply>();
+    call.send = [this](B2HTTPRequest request) { return options_.transport->data(std::move(request)); };
+    auto reply = co_await perform(std::move(call));
+    B2DownloadedFile file{.data = std::move(reply.body)};
+    file.metadata = metadataFrom(reply.response, static_cast<std::int64_t>(file.data.size()));
+    if (const auto reason = reasonNotToCheck(file.metadata, download.verifies))
+        file.metadata.checksum.value = B2ChecksumOutcome::NotVerified{*reason};
+    else
+        file.metadata.checksum = checkedAgainst(file.metadata, co_await sha1(&file.data));
+    co_return file;
+}
+
+Task<B2FileMetadata> B2Client::downloadToFile(Download download, B2FileDestination destination)
+{
+    auto call = download.call<B2DownloadReply>();
+    call.send = [this, &download, &destination](B2HTTPRequest request) {
+        return options_.transport->download(std::move(request), destination.path, download.onProgress);
+    };
+    auto reply = co_await perform(std::move(call));
+    auto metadata = metadataFrom(reply.response, reply.byteCount);
+    if (const auto reason = reasonNotToCheck(metadata, download.verifies))
+        metadata.checksum.value = B2ChecksumOutcome::NotVerified{*reason};
+    else
+        metadata.checksum = checkedAgainst(metadata, reply.sha1);
+
+    co_await checkCancelled();
+    const auto date = destination.modificationDate ? destination.modificationDate : metadata.lastModified();
+    B2FileWorker worker;
+    co_await worker.place(std::move(reply.file), destination.path, date);
+    co_return metadata;
+}
+
+Task<std::string> B2Client::downloadURL(std::string bucketName, std::string fileName, std::optional<std::string> token)
+{
+    const auto authorization = co_await currentAuthorization();
+    auto url = Download::fileURL(authorization->storage.downloadURL, bucketName, fileName);
+    if (token)
+        url += "?Authorization=" + percentEncoded(*token);
+    co_return url;
+}

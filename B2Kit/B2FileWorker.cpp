@@ -1,0 +1,134 @@
+#include "B2Kit/B2FileWorker.h"
+
+#include "B2Kit/B2SHA1.h"
+#include "B2Kit/FileSource.h"
+
+#include <cerrno>
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr std::int64_t chunkBytes = 4'000'000;
+/// A file up to this size is read once and sent from memory.
+constexpr std::int64_t largestFileInMemory = 1'000'000;
+
+/// Apart from the threads of the other actors, which never wait for a disk.
+WorkerPool& filePool()
+{
+    // Leaked on purpose: tasks may still end while static objects are destroyed.
+    static auto* const pool = new WorkerPool(4);
+    return *pool;
+}
+
+B2FileStamp stampOf(const std::filesystem::path& path)
+{
+    struct stat info = {};
+    if (stat(path.c_str(), &info) != 0)
+        throw B2FileError(B2FileError::Operation::read, path, errno);
+    return {.size = info.st_size,
+        .modifiedNanoseconds = info.st_mtim.tv_sec * 1'000'000'000 + info.st_mtim.tv_nsec,
+        .inode = info.st_ino};
+}
+
+/// The stretch's bytes.
+std::string readAll(const B2FileRange& range)
+{
+    FileSource source(range);
+    std::string bytes(static_cast<std::size_t>(range.length), '\0');
+    std::size_t done = 0;
+    while (done < bytes.size())
+        done += source.read(bytes.data() + done, bytes.size() - done);
+    return bytes;
+}
+
+} // namespace
+
+B2FileWorker::B2FileWorker()
+    : B2FileWorker(std::make_shared<SerialExecutor>(filePool()))
+{
+}
+
+B2FileWorker::B2FileWorker(std::shared_ptr<SerialExecutor> executor)
+    : Actor(*executor)
+    , executor_(std::move(executor))
+{
+}
+
+Task<B2HashedBody> B2FileWorker::hash(B2UploadBody body)
+{
+    if (const auto* const memory = std::get_if<std::shared_ptr<const std::string>>(&body)) {
+        const auto bytes = *memory;
+        co_return B2HashedBody{
+            .body = bytes, .length = static_cast<std::int64_t>(bytes->size()), .sha1 = co_await sha1(bytes.get())};
+    }
+    const auto range = std::get<B2FileRange>(std::move(body));
+    const auto stamp = stampOf(range.path);
+    B2HashedBody hashed{.body = range, .length = range.length};
+    try {
+        if (range.length <= largestFileInMemory) {
+            auto bytes = std::make_shared<const std::string>(readAll(range));
+            hashed.sha1 = sha1Of(*bytes);
+            hashed.body = std::move(bytes);
+        } else {
+            hashed.sha1 = co_await sha1OfFile(range);
+            hashed.stamp = stamp;
+        }
+    } catch (const B2Error&) {
+        // The file ended before the stretch did.
+        throw changedFileError(range.path, false);
+    }
+    if (stamp.size != range.offset + range.length || stampOf(range.path) != stamp)
+        throw changedFileError(range.path, false);
+    co_return hashed;
+}
+
+Task<std::string> B2FileWorker::sha1(const std::string* bytes)
+{
+    B2SHA1 digest;
+    for (std::string_view rest = *bytes; !rest.empty();
+        rest.remove_prefix(std::min<std::size_t>(chunkBytes, rest.size()))) {
+        co_await checkCancelled();
+        digest.update(rest.substr(0, chunkBytes));
+    }
+    co_return digest.finish();
+}
+
+Task<std::string> B2FileWorker::sha1OfFile(B2FileRange range)
+{
+    FileSource source(std::move(range));
+    B2SHA1 digest;
+    const auto buffer = std::make_unique_for_overwrite<char[]>(chunkBytes);
+    while (const auto count = source.read(buffer.get(), chunkBytes)) {
+        co_await checkCancelled();
+        digest.update({buffer.get(), count});
+    }
+    co_return digest.finish();
+}
+
+Task<bool> B2FileWorker::hasChanged(const B2HashedBody* body)
+{
+    if (!body->file() || !body->stamp)
+        co_return false;
+    try {
+        co_return stampOf(body->file()->path) != *body->stamp;
+    } catch (const B2FileError&) {
+        // One that has vanished has a sentence of its own.
+        co_return false;
+    }
+}
+
+Task<> B2FileWorker::place(B2TemporaryFile file, std::filesystem::path destination,
+    std::optional<std::chrono::system_clock::time_point> modificationDate)
+{
+    file.placeAt(destination, modificationDate);
+    co_return;
+}
+
+B2FileError changedFileError(const std::filesystem::path& path, bool mayBeStored)
+{
+    const auto outcome = mayBeStored ? "An earlier attempt may have stored it as it was." : "Nothing was stored.";
+    return {B2FileError::Operation::read, path, 0,
+        fmt::format(
+            "“{}” changed while it was being read, so it was not uploaded. {}", path.filename().string(), outcome)};
+}

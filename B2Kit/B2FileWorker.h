@@ -1,0 +1,69 @@
+#pragma once
+
+#include "B2Kit/B2Error.h"
+#include "B2Kit/B2Transport.h"
+#include "async/Executor.h"
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+// Inside B2Kit: work that waits for a disk or reckons for long.
+
+/// By what a changed file is noticed.
+struct B2FileStamp {
+    std::int64_t size = 0;
+    std::int64_t modifiedNanoseconds = 0; ///< Since 1970.
+    std::uint64_t inode = 0;
+
+    bool operator==(const B2FileStamp&) const = default;
+};
+
+/// A body as it is sent: a small file has become bytes in memory.
+struct B2HashedBody {
+    B2UploadBody body;
+    std::int64_t length = 0;
+    std::string sha1; ///< 40 lowercase hexadecimal digits.
+    /// Of the file that is read again when the body is sent; unset for a body in memory.
+    std::optional<B2FileStamp> stamp;
+
+    const B2FileRange* file() const { return std::get_if<B2FileRange>(&body); }
+};
+
+/// An actor for one piece of work after another, on threads that may block.
+///
+/// Cheap to make: one for each piece of work, so that no file waits for another's.
+class B2FileWorker final : public Actor {
+public:
+    B2FileWorker();
+
+    /// Reads the body whole for its digest. A file's stretch ends where the file does.
+    ///
+    /// @throws B2FileError when the file cannot be read or is not of that length, Cancelled within a few milliseconds.
+    Task<B2HashedBody> hash(B2UploadBody body);
+
+    /// Of bytes that stay where they are until the end.
+    Task<std::string> sha1(const std::string* bytes);
+
+    /// Has the file that is read again changed since it was hashed?
+    Task<bool> hasChanged(const B2HashedBody* body);
+
+    /// See `B2TemporaryFile::placeAt`.
+    Task<> place(B2TemporaryFile file, std::filesystem::path destination,
+        std::optional<std::chrono::system_clock::time_point> modificationDate);
+
+private:
+    explicit B2FileWorker(std::shared_ptr<SerialExecutor> executor);
+
+    Task<std::string> sha1OfFile(B2FileRange range);
+
+    std::shared_ptr<SerialExecutor> executor_;
+};
+
+/// What to throw when a file changed while it was read to be sent.
+///
+/// @param mayBeStored  an earlier attempt may have stored it as it was.
+B2FileError changedFileError(const std::filesystem::path& path, bool mayBeStored);

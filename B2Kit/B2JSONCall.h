@@ -1,0 +1,47 @@
+#pragma once
+
+#include "B2Kit/B2Client.h"
+#include "B2Kit/B2Decoding.h"
+#include "B2Kit/B2Error.h"
+
+#include <string>
+#include <string_view>
+
+// Inside B2Kit: the calls with a JSON object as body and as answer.
+
+/// Versions of the API that calls go to. Version 3 serves keys of a single bucket.
+inline constexpr std::string_view b2APIVersion = "v4";
+inline constexpr std::string_view b2SingleBucketKeyVersion = "v3";
+
+struct B2JSONCall {
+    std::string_view operation; ///< The call's name; a literal.
+    std::string body;           ///< Sent as it is in every attempt.
+    std::string_view version = b2APIVersion;
+    bool* mayHaveBeenDone = nullptr;                     ///< As in `B2Call`.
+    bool (*expectsRefusal)(const B2APIError&) = nullptr; ///< As in `B2Call`.
+};
+
+/// Is it a refusal of the service with that code?
+inline bool isRefusal(const B2Error& error, std::string_view code)
+{
+    return error.api() && error.api()->code == code;
+}
+
+/// @throws B2Error (`InvalidResponse`) that names the operation, when the text is not the record.
+template <class Answer>
+Answer decodeAnswer(std::string_view operation, std::string_view body)
+{
+    try {
+        return decodeRecord<Answer>(body);
+    } catch (const B2DecodingError& error) {
+        throw B2Error(B2Error::InvalidResponse{std::string(operation) + ": " + error.what()});
+    }
+}
+
+template <class Answer>
+Task<Answer> B2Client::callJSON(B2JSONCall call)
+{
+    const auto operation = call.operation;
+    const auto reply = co_await postJSON(std::move(call));
+    co_return decodeAnswer<Answer>(operation, reply.body);
+}
