@@ -26,16 +26,16 @@ std::string parentPrefix(std::string_view prefix)
     return slash == std::string_view::npos ? std::string() : std::string(whole.substr(0, slash + 1));
 }
 
-std::vector<PathSegment> pathSegments(std::string_view prefix)
+std::vector<FolderStep> folderSteps(std::string_view prefix)
 {
-    std::vector<PathSegment> segments;
+    std::vector<FolderStep> steps;
     std::size_t end = 0;
     while (end < prefix.size()) {
         const auto slash = prefix.find('/', end);
         end = slash == std::string_view::npos ? prefix.size() : slash + 1;
-        segments.push_back({lastComponent(prefix.substr(0, end)), std::string(prefix.substr(0, end))});
+        steps.push_back({lastComponent(prefix.substr(0, end)), std::string(prefix.substr(0, end))});
     }
-    return segments;
+    return steps;
 }
 
 std::string folderTowards(std::string_view folder, std::string_view prefix)
