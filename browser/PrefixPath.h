@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Names in a bucket are flat; a folder is what stands before a "/". Functions of values.
+
+/// A folder on the way to another.
+struct FolderStep {
+    std::string name;   ///< Not made safe for showing.
+    std::string prefix; ///< With its trailing "/".
+
+    bool operator==(const FolderStep&) const = default;
+};
+
+/// What a table shows of a name: its last component, a folder's without the trailing "/".
+///
+/// A folder whose name is empty, as in "a//", is shown as "/".
+std::string lastComponent(std::string_view name);
+
+/// The prefix without its last element: "a/b/" and "a/b" give "a/", "a/" gives "".
+std::string parentPrefix(std::string_view prefix);
+
+/// The folders from the root to `prefix`; text after the last "/" is a step of its own.
+std::vector<FolderStep> folderSteps(std::string_view prefix);
+
+/// The sub-folder of `folder` that leads to `prefix`, which begins with `folder` and is longer.
+std::string folderTowards(std::string_view folder, std::string_view prefix);

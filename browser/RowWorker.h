@@ -1,0 +1,30 @@
+#pragma once
+
+#include "async/Task.h"
+#include "browser/RowOrder.h"
+
+#include <string>
+#include <vector>
+
+/// Makes and sorts rows away from the main thread, one job after another.
+class RowWorker final : public Actor {
+public:
+    /// The worker of the process, never destroyed.
+    static RowWorker& shared();
+
+private:
+    RowWorker();
+
+    SerialExecutor executor_;
+};
+
+/// A page as rows, merged into what is shown already. Runs on the worker, resumes on the caller's executor.
+///
+/// A cancelled job ends with `Cancelled` before it starts, not while it sorts.
+///
+/// @param before  what the page follows; empty when it replaces everything.
+Task<Arrangement> addPage(RowWorker& worker, Arrangement before, std::vector<B2FileVersion> files);
+
+/// `arrange` on the worker.
+Task<Arrangement> arrangeAgain(
+    RowWorker& worker, BrowserEntries entries, BrowserMode mode, std::vector<SortOrder> order, Arrangement earlier);
