@@ -1,0 +1,124 @@
+#include "B2Kit/B2Client.h"
+#include "B2Kit/B2RetryPolicy.h"
+#include "foundation/ActivityLog.h"
+#include "transfers/FailureTexts.h"
+#include "transfers/LocalNames.h"
+#include "transfers/TransferRun.h"
+
+#include <fmt/format.h>
+
+#include <variant>
+
+namespace {
+
+struct Skipped {
+    std::filesystem::path existing;
+};
+
+struct Landed {
+    std::filesystem::path path;
+    B2FileMetadata metadata;
+};
+
+/// Why nothing was asked of the service.
+struct Refused {
+    std::string message; ///< Of the log line.
+    std::string text;
+};
+
+using Outcome = std::variant<Skipped, Landed, Refused>;
+
+void record(B2LogLevel level, std::string message, std::optional<std::string> detail = {})
+{
+    ActivityLog::shared().record({level, "transfer", std::move(message), std::move(detail)});
+}
+
+Task<Outcome> fetch(const DownloadOrder& order, const TransferRun& run, const TransferContext& context)
+{
+    const Transfer& transfer = *run.transfer;
+    const auto name = localName(order.file.fileName);
+    if (!name)
+        co_return Refused{"Refused to download " + transfer.displayName,
+            fmt::format("\"{}\" was not downloaded. Its name would write outside the destination folder.",
+                order.file.fileName)};
+
+    const auto policy = currentExistingFilePolicy(*context.settings);
+    auto prepared =
+        co_await context.files->run([folder = order.folder, name = *name, policy, reserved = context.reserved] {
+            return prepareDestination(folder, name, policy, *reserved);
+        });
+    co_await checkCancelled();
+    if (!prepared)
+        co_return Refused{fmt::format("Download of {} failed", transfer.displayName), prepared.error()};
+    if (prepared->choice.skippedFor)
+        co_return Skipped{*prepared->choice.skippedFor};
+    const auto target = prepared->choice.target;
+    if (prepared->isShortened)
+        record(B2LogLevel::notice, "Shortened the name of " + transfer.displayName,
+            fmt::format("It has {} bytes, more than this disk takes. The file is saved as \"{}\".", name->size(),
+                target.filename().string()));
+
+    run.setState(Transfer::State::running());
+    run.transfer->transferStartedAt = Transfer::Clock::now();
+    run.transfer->bytesAtStart = *transfer.bytesTransferred;
+    const auto client = order.session->client;
+    B2FileDestination destination{.path = target};
+    if (order.file.fileID) {
+        B2DownloadByIDRequest request{.fileID = *order.file.fileID, .onProgress = progressOf(run)};
+        co_return Landed{target, co_await client->downloadByIDToFile(std::move(request), std::move(destination))};
+    }
+    B2DownloadByNameRequest request{
+        .bucketName = order.bucket.bucketName, .fileName = order.file.fileName, .onProgress = progressOf(run)};
+    co_return Landed{target, co_await client->downloadByNameToFile(std::move(request), std::move(destination))};
+}
+
+void fail(const TransferRun& run, std::string message, std::string text)
+{
+    record(B2LogLevel::error, std::move(message), text);
+    run.setState(Transfer::State::failed(std::move(text)));
+}
+
+void end(const TransferRun& run, const Outcome& outcome)
+{
+    Transfer& transfer = *run.transfer;
+    if (const auto* refused = std::get_if<Refused>(&outcome)) {
+        fail(run, refused->message, refused->text);
+    } else if (const auto* skipped = std::get_if<Skipped>(&outcome)) {
+        transfer.localPath = skipped->existing;
+        run.setState(Transfer::State::skipped());
+        record(B2LogLevel::notice, fmt::format("Skipped {}, already in the destination folder", transfer.displayName),
+            skipped->existing.string());
+    } else if (const auto* landed = std::get_if<Landed>(&outcome)) {
+        const auto& checksum = landed->metadata.checksum;
+        transfer.localPath = landed->path;
+        transfer.checksum = checksum;
+        transfer.bytesTransferred = *transfer.byteCount;
+        run.setState(Transfer::State::finished());
+        if (const auto reason = checksum.skipReason())
+            record(B2LogLevel::warning, fmt::format("Downloaded {} - NOT checksum verified", transfer.displayName),
+                fmt::format("{}. {}", sentence(*reason), landed->path.string()));
+        else
+            record(B2LogLevel::notice, fmt::format("Downloaded {} - checksum verified", transfer.displayName),
+                landed->path.string());
+    }
+}
+
+} // namespace
+
+Task<> runDownload(DownloadOrder order, TransferRun run, TransferContext context)
+{
+    std::optional<Outcome> outcome;
+    std::exception_ptr failure;
+    try {
+        outcome = co_await fetch(order, run, context);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    const bool wasStopped = (co_await currentStopToken()).stop_requested();
+    if (wasStopped || (failure && isCancellation(failure)))
+        run.setState(Transfer::State::cancelled());
+    else if (failure)
+        fail(run, fmt::format("Download of {} failed", run.transfer->displayName), failureText(failure));
+    else
+        end(run, *outcome);
+}

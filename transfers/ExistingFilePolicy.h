@@ -1,0 +1,21 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+
+class Settings;
+
+/// What a download does when its name is taken in the folder.
+enum class ExistingFilePolicy { keepBoth, replace, skip };
+
+inline constexpr std::array existingFilePolicies{
+    ExistingFilePolicy::keepBoth, ExistingFilePolicy::replace, ExistingFilePolicy::skip};
+
+/// "keepBoth", "replace" or "skip": the text in the settings.
+std::string_view rawValue(ExistingFilePolicy policy);
+
+/// "Keep both", "Replace it" or "Skip the download".
+std::string_view title(ExistingFilePolicy policy);
+
+/// The user's choice; an absent or unknown one is `keepBoth`.
+ExistingFilePolicy currentExistingFilePolicy(const Settings& settings);

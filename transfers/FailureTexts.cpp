@@ -1,0 +1,58 @@
+#include "transfers/FailureTexts.h"
+
+#include "B2Kit/B2Error.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <string_view>
+
+namespace {
+
+struct Cap {
+    std::string_view code;
+    std::string_view name;
+};
+
+constexpr std::array caps{Cap{"storage_cap_exceeded", "storage cap"}, Cap{"cap_exceeded", "storage cap"},
+    Cap{"transaction_cap_exceeded", "daily transactions cap"}, Cap{"download_cap_exceeded", "daily download cap"}};
+
+std::string textOf(const B2Error& error)
+{
+    if (const auto* refusal = error.api()) {
+        for (const auto& cap : caps) {
+            if (refusal->code == cap.code)
+                return fmt::format(
+                    "The account's {} is reached, so B2 refused the transfer and nothing was kept of it. "
+                    "Raise the cap in the Backblaze console under Caps & Alerts, then try again.",
+                    cap.name);
+        }
+    }
+    return error.what();
+}
+
+} // namespace
+
+std::string failureText(const std::exception_ptr& failure)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const B2Error& error) {
+        return textOf(error);
+    } catch (const std::exception& error) {
+        return error.what();
+    } catch (...) {
+        return "The transfer ended for an unknown reason.";
+    }
+}
+
+std::string uploadFailureText(const std::exception_ptr& failure)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const B2FileError& error) {
+        return std::string(error.what()) + " Nothing was stored.";
+    } catch (...) {
+        return failureText(failure);
+    }
+}

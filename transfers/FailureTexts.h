@@ -1,0 +1,12 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+/// A failed transfer's text for the user. The caller has sorted out cancellations, which have none.
+///
+/// A spent cap is named, with where to raise it; everything else speaks for itself.
+std::string failureText(const std::exception_ptr& failure);
+
+/// The same for an upload: of a source that could not be read it also says that nothing was stored.
+std::string uploadFailureText(const std::exception_ptr& failure);

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// Names of local files for files of the service. Functions of values.
+
+/// The name under which a file is saved: what follows the last "/" of its name at the service.
+///
+/// @returns nothing for a name that is no file's, or that would lead out of the folder.
+std::optional<std::string> localName(std::string_view remoteName);
+
+/// The name with at most `limit` bytes: cut before its extension, between characters.
+std::string shortenedName(std::string_view name, std::size_t limit);
+
+/// The first of "name 2.ext" to "name 999.ext" that is free, each within `limit` bytes; the plain name if none is.
+std::string numberedName(
+    std::string_view name, std::size_t limit, const std::function<bool(const std::string&)>& isTaken);

@@ -1,0 +1,124 @@
+#pragma once
+
+#include "B2Kit/B2Bucket.h"
+#include "B2Kit/B2Download.h"
+#include "foundation/Observable.h"
+#include "transfers/AbandonFlag.h"
+
+#include <QUuid>
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+/// What a source file was when its upload was asked for, so that another file under the same path is noticed.
+struct SourceBookmark {
+    std::filesystem::path path;
+    std::int64_t byteCount = 0;
+    std::chrono::system_clock::time_point modificationDate;
+
+    bool operator==(const SourceBookmark&) const = default;
+};
+
+/// One row of the transfer queue: a file that goes up or comes down, or a folder whose files run one after another.
+///
+/// Lives on the main thread. Shared by the queue, the work that runs it and whoever shows it.
+class Transfer final : public Observable {
+    Q_OBJECT
+
+public:
+    enum class Kind { download, upload };
+
+    /// Where a transfer stands; everything but waiting and running is terminal.
+    struct State {
+        enum class Case { waiting, running, finished, skipped, cancelled, failed };
+
+        Case which = Case::waiting;
+        std::string text; ///< Why it failed; empty otherwise.
+
+        static State waiting() { return {}; }
+        static State running() { return {Case::running, {}}; }
+        static State finished() { return {Case::finished, {}}; }
+        static State skipped() { return {Case::skipped, {}}; }
+        static State cancelled() { return {Case::cancelled, {}}; }
+        static State failed(std::string text) { return {Case::failed, std::move(text)}; }
+
+        bool is(Case other) const { return which == other; }
+        bool isLive() const { return is(Case::waiting) || is(Case::running); }
+
+        bool operator==(const State&) const = default;
+    };
+
+    using Clock = std::chrono::steady_clock;
+
+    Transfer(Kind kind, std::string remoteName, std::int64_t byteCount = 0);
+
+    const QUuid id;
+    const Kind kind;
+    /// The whole name at the service; of a folder its prefix.
+    const std::string remoteName;
+    /// What follows the last "/" of the name; of a folder its own name with the "/".
+    const std::string displayName;
+
+    Observed<State> state{this};
+    Observed<std::int64_t> byteCount;
+    Observed<std::optional<B2Bucket>> bucket{this};
+    /// The source of an upload, or where a download landed.
+    Observed<std::optional<std::filesystem::path>> localPath{this};
+    Observed<std::optional<SourceBookmark>> sourceBookmark{this};
+    Observed<std::optional<B2ChecksumOutcome>> checksum{this}; ///< Of a finished download.
+
+    // --- The current attempt
+
+    Observed<std::int64_t> bytesTransferred{this};
+    Observed<std::int64_t> bytesAtStart{this}; ///< Above 0 when the attempt goes on from an earlier one.
+    Observed<std::optional<Clock::time_point>> transferStartedAt{this};
+
+    // --- The whole-file checksum pass before a large upload
+
+    Observed<bool> isHashing{this};
+    Observed<std::int64_t> hashedBytes{this};
+    Observed<std::optional<Clock::time_point>> hashStartedAt{this};
+    Observed<bool> checksumSkipped{this}; ///< The user gave the pass up.
+    const std::shared_ptr<AbandonFlag> skipChecksum = std::make_shared<AbandonFlag>();
+    std::shared_ptr<AbandonFlag> folderSkipChecksum; ///< The parent's flag, shared by all its children.
+
+    // --- A transfer in parts
+
+    Observed<std::optional<int>> partsCompleted{this};
+    Observed<std::optional<int>> partCount{this};
+    Observed<std::map<int, std::string>> partsInTrouble{this}; ///< Part number to the text of its retry.
+    Observed<std::optional<std::string>> resumableFileID{this};
+
+    // --- A folder and its children
+
+    Observed<std::optional<int>> fileCount{this}; ///< Set on a folder alone, once it was counted.
+    Observed<int> filesCompleted{this};
+    Observed<int> filesFailed{this};
+    Observed<bool> isScanning{this};
+    Observed<std::int64_t> bytesFromFinishedFiles{this};
+    Observed<std::shared_ptr<Transfer>> activeChild{this};
+    std::weak_ptr<Transfer> parent;
+
+    /// How often the transfer was begun again: tells a report of an earlier attempt from one of this.
+    int attempt() const { return attempt_; }
+
+    /// Puts a terminal transfer back to waiting for another attempt: counters at zero, troubles forgotten.
+    void beginAgain();
+
+private:
+    int attempt_ = 0;
+};
+
+/// One attempt at a transfer. What an attempt that was cancelled and begun again still reports is dropped.
+struct TransferRun {
+    std::shared_ptr<Transfer> transfer;
+    int attempt = 0;
+
+    bool isCurrent() const { return transfer->attempt() == attempt; }
+    void setState(Transfer::State state) const;
+};

@@ -1,0 +1,192 @@
+#include "transfers/TransferQueue.h"
+
+#include "foundation/ActivityLog.h"
+#include "foundation/MainExecutor.h"
+#include "foundation/Texts.h"
+#include "transfers/FailureTexts.h"
+
+#include <QPointer>
+#include <QThread>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace {
+
+void record(B2LogLevel level, std::string message, std::optional<std::string> detail = {})
+{
+    ActivityLog::shared().record({level, "transfer", std::move(message), std::move(detail)});
+}
+
+/// Ends the work of an earlier attempt first, so that two never write the same file.
+Task<> endOf(std::optional<OneShot<void>> previous)
+{
+    if (previous)
+        co_await previous->wait([] {});
+}
+
+} // namespace
+
+TransferQueue::TransferQueue(Settings& settings, const DownloadDestination& destination)
+    : settings_(settings)
+    , destination_(destination)
+    , context_{.settings = &settings_}
+{
+}
+
+void TransferQueue::enqueue(std::shared_ptr<Transfer> transfer, Work work)
+{
+    works_.insert_or_assign(transfer->id, std::move(work));
+    transfers.update([&](auto& rows) { rows.push_back(transfer); });
+    submit(transfer);
+}
+
+void TransferQueue::submit(const std::shared_ptr<Transfer>& transfer)
+{
+    Q_ASSERT(thread() == QThread::currentThread());
+    record(B2LogLevel::info,
+        fmt::format("Queued {} of {} - {}", transfer->kind == Transfer::Kind::upload ? "upload" : "download",
+            transfer->displayName, sizeText(*transfer->byteCount)),
+        transfer->remoteName);
+    pending_.push_back({{transfer, transfer->attempt()}, works_.at(transfer->id)});
+    startNext();
+}
+
+void TransferQueue::startNext()
+{
+    while (running_ < maxConcurrent && !pending_.empty()) {
+        const Pending next = std::move(pending_.front());
+        pending_.pop_front();
+        const auto& transfer = next.run.transfer;
+        if (!next.run.isCurrent() || !transfer->state->is(Transfer::State::Case::waiting))
+            continue;
+        ++running_;
+        std::optional<OneShot<void>> previousEnd;
+        if (const auto previous = ending_.find(transfer->id); previous != ending_.end())
+            previousEnd = previous->second.task.done;
+        auto task = spawn(MainExecutor::shared(), carryOut(this, next.run, next.work, std::move(previousEnd)));
+        tasks_.insert_or_assign(transfer->id, Started{next.run.attempt, std::move(task)});
+    }
+}
+
+Task<> TransferQueue::carryOut(
+    QPointer<TransferQueue> queue, TransferRun run, Work work, std::optional<OneShot<void>> previousEnd)
+{
+    try {
+        co_await endOf(std::move(previousEnd));
+        co_await checkCancelled();
+        co_await work(run);
+    } catch (const Cancelled&) {
+        run.setState(Transfer::State::cancelled());
+    } catch (...) {
+        run.setState(Transfer::State::failed(failureText(std::current_exception())));
+    }
+    if (queue)
+        queue->ended(run);
+}
+
+void TransferQueue::ended(const TransferRun& run)
+{
+    --running_;
+    for (auto* started : {&tasks_, &ending_}) {
+        const auto entry = started->find(run.transfer->id);
+        if (entry != started->end() && entry->second.attempt == run.attempt)
+            started->erase(entry);
+    }
+    const auto& state = *run.transfer->state;
+    const bool didFinish = state.is(Transfer::State::Case::finished);
+    if (run.isCurrent() && run.transfer->kind == Transfer::Kind::upload
+        && (didFinish || state.is(Transfer::State::Case::failed)))
+        Q_EMIT uploadEnded(run.transfer, didFinish);
+    if (running_ == 0) {
+        for (const auto& drained : std::exchange(drains_, {}))
+            drained.set();
+    }
+    startNext();
+}
+
+void TransferQueue::cancel(const std::shared_ptr<Transfer>& transfer)
+{
+    if (!transfer->state->isLive())
+        return;
+    record(B2LogLevel::notice, "Cancelled " + transfer->displayName);
+    if (const auto entry = tasks_.find(transfer->id); entry != tasks_.end()) {
+        Started started = std::move(entry->second);
+        tasks_.erase(entry);
+        started.task.cancel();
+        ending_.insert_or_assign(transfer->id, std::move(started));
+    }
+    transfer->state = Transfer::State::cancelled();
+    startNext();
+    if (transfer->kind == Transfer::Kind::upload)
+        Q_EMIT uploadEnded(transfer, false);
+}
+
+bool TransferQueue::canRetry(const Transfer& transfer) const
+{
+    const auto& state = *transfer.state;
+    return (state.is(Transfer::State::Case::failed) || state.is(Transfer::State::Case::cancelled))
+        && (transfer.kind == Transfer::Kind::download || *transfer.localPath) && works_.contains(transfer.id);
+}
+
+void TransferQueue::retry(const std::shared_ptr<Transfer>& transfer)
+{
+    if (!canRetry(*transfer))
+        return;
+    transfer->beginAgain();
+    submit(transfer);
+}
+
+void TransferQueue::clearFinished()
+{
+    const auto isLive = [](const auto& transfer) { return transfer->state->isLive(); };
+    if (std::ranges::all_of(*transfers, isLive))
+        return;
+    std::vector<std::shared_ptr<Transfer>> kept;
+    for (const auto& transfer : *transfers) {
+        if (isLive(transfer))
+            kept.push_back(transfer);
+        else
+            works_.erase(transfer->id);
+    }
+    transfers = std::move(kept);
+}
+
+std::vector<std::shared_ptr<Transfer>> TransferQueue::activeTransfers() const
+{
+    std::vector<std::shared_ptr<Transfer>> active;
+    std::ranges::copy_if(
+        *transfers, std::back_inserter(active), [](const auto& transfer) { return transfer->state->isLive(); });
+    return active;
+}
+
+std::set<std::string> TransferQueue::inFlightFileIDs() const
+{
+    std::set<std::string> fileIDs;
+    for (const auto& transfer : activeTransfers()) {
+        for (const auto& record : {transfer, *transfer->activeChild}) {
+            if (record && *record->resumableFileID)
+                fileIDs.insert(**record->resumableFileID);
+        }
+    }
+    return fileIDs;
+}
+
+Task<> TransferQueue::stopAll()
+{
+    scope_.cancelAll();
+    for (const auto& transfer : activeTransfers())
+        cancel(transfer);
+    if (running_ == 0)
+        co_return;
+    const OneShot<void> drained;
+    drains_.push_back(drained);
+    co_await drained.wait();
+}
+
+void TransferQueue::refuse(const std::string& message, std::string sentence)
+{
+    record(B2LogLevel::error, message, sentence);
+    refusals.update([&](auto& all) { all.push_back(std::move(sentence)); });
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "transfers/Transfer.h"
+
+#include <optional>
+#include <string>
+
+/// The words of a transfer's row. Functions of its fields; the caller brings the clock.
+
+/// What the row says of its state.
+struct TransferStatus {
+    enum class Tone { plain, verified, warning, failure };
+
+    std::string text; ///< One line.
+    std::string help; ///< The whole of it, or what it means; may be empty.
+    Tone tone = Tone::plain;
+
+    bool operator==(const TransferStatus&) const = default;
+};
+
+TransferStatus statusOf(const Transfer& transfer);
+
+/// What a part that is tried again says: "B2 storage busy, retrying in 3 s (1 of 19)".
+std::string partTroubleText(const std::string& message, double delaySeconds, int attempt, int limit);
+
+/// Nothing while no part is in trouble.
+std::optional<std::string> troubleText(const Transfer& transfer);
+
+/// "3 of 12 parts" of a plain file.
+std::optional<std::string> partsText(const Transfer& transfer);
+
+/// "Scanning the folder", "3 of 12 files".
+std::optional<std::string> folderText(const Transfer& transfer);
+
+/// The file of a folder that is on its way.
+std::optional<std::string> childText(const Transfer& transfer);
+
+/// "3 parts already uploaded", of an upload that goes on from an earlier one.
+std::string alreadyUploadedText(int partCount);
+
+/// "2h 5m left".
+std::string estimateText(double seconds);
+
+/// "1.2 MB of 5 MB" on its way, the size alone before and after; empty for a folder that is not counted.
+std::string amountText(const Transfer& transfer);
+
+/// "1.2 MB/s"; nothing while it is not known.
+std::optional<std::string> rateText(const Transfer& transfer, Transfer::Clock::time_point now);
+
+/// The name a screen reader says for the row: name, direction, state and percent.
+std::string accessibleText(const Transfer& transfer);
+
+// --- Words of the row's commands
+
+/// "Retry", or "Resume" for a cancelled upload.
+std::string retryLabel(const Transfer& transfer);
+/// "Remove from queue" or "Cancel this transfer".
+std::string cancelHelp(const Transfer& transfer);
+
+// --- Lines of the activity log
+
+/// "Uploading photo.jpg - 50 MB of 80 MB (62%)".
+std::string progressLine(const Transfer& transfer, std::int64_t done, std::int64_t total);

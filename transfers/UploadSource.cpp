@@ -1,0 +1,104 @@
+#include "transfers/UploadSource.h"
+
+#include "foundation/QtText.h"
+#include "foundation/Texts.h"
+
+#include <QMimeDatabase>
+#include <QStringDecoder>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace {
+
+std::chrono::system_clock::time_point toDate(const timespec& time)
+{
+    const auto sinceEpoch = std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+    return std::chrono::system_clock::time_point(
+        std::chrono::duration_cast<std::chrono::system_clock::duration>(sinceEpoch));
+}
+
+std::string whyUnreadable(const std::filesystem::path& path, int systemError)
+{
+    const auto name = path.filename().string();
+    const auto folder = path.parent_path().string();
+    switch (systemError) {
+    case ENOENT:
+    case ENOTDIR:
+        return fmt::format("\"{}\" is no longer in \"{}\". Nothing was sent.", name, folder);
+    case EACCES:
+    case EPERM:
+        return fmt::format("\"{}\" can't be read: you have no permission. Nothing was sent.", name);
+    default:
+        return fmt::format(
+            "\"{}\" can't be read: {}. Nothing was sent.", name, std::generic_category().message(systemError));
+    }
+}
+
+bool isUTF8(std::string_view text)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString decoded = decoder.decode(QByteArrayView(text.data(), static_cast<qsizetype>(text.size())));
+    return !decoder.hasError() && decoded.toUtf8().size() == static_cast<qsizetype>(text.size());
+}
+
+} // namespace
+
+std::expected<UploadSource, std::string> inspectUploadSource(const std::filesystem::path& path)
+{
+    const auto name = path.filename().string();
+    struct stat info = {};
+    if (stat(path.c_str(), &info) != 0)
+        return std::unexpected(whyUnreadable(path, errno));
+    if (S_ISDIR(info.st_mode))
+        return std::unexpected(
+            fmt::format("\"{}\" is a folder. Folders can't be uploaded yet; nothing was sent.", name));
+    if (!S_ISREG(info.st_mode))
+        return std::unexpected(fmt::format("\"{}\" is not a file with content. Nothing was sent.", name));
+    if (access(path.c_str(), R_OK) != 0)
+        return std::unexpected(whyUnreadable(path, errno));
+    if (info.st_size >= largeFileThreshold)
+        return std::unexpected(
+            fmt::format("\"{}\" is {}. Files of 100 MB and more can't be uploaded yet; nothing was sent.", name,
+                sizeText(info.st_size)));
+    return UploadSource{path, info.st_size, toDate(info.st_mtim), info.st_dev, info.st_ino};
+}
+
+bool isUnchanged(const UploadSource& source)
+{
+    struct stat info = {};
+    return stat(source.path.c_str(), &info) == 0
+        && source == UploadSource{source.path, info.st_size, toDate(info.st_mtim), info.st_dev, info.st_ino};
+}
+
+std::string contentTypeFor(const std::filesystem::path& path)
+{
+    const QMimeDatabase types;
+    const auto type = types.mimeTypeForFile(toQString(path.filename().string()), QMimeDatabase::MatchExtension);
+    // What is no kind of data (a folder or device) or nothing but data tells the service nothing.
+    if (!type.isValid() || type.isDefault() || !type.inherits(QStringLiteral("application/octet-stream")))
+        return "b2/x-auto";
+    return fromQString(type.name());
+}
+
+std::expected<std::string, std::string> uploadName(std::string_view prefix, const std::filesystem::path& path)
+{
+    constexpr std::size_t longest = 1024;
+    const auto name = std::string(prefix) + path.filename().string();
+    const auto refused = [&](std::string_view reason) {
+        return std::unexpected(fmt::format("\"{}\" can't be uploaded: {}. Nothing was sent; rename it and try again.",
+            path.filename().string(), reason));
+    };
+    if (!isUTF8(name))
+        return refused("its name is not valid UTF-8");
+    if (std::ranges::any_of(name, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }))
+        return refused("its name has control characters");
+    if (name.size() > longest)
+        return refused(fmt::format("its name with the folder is {} bytes long, and B2 takes {}", name.size(), longest));
+    return name;
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <expected>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// Files from this size on are sent in parts.
+inline constexpr std::int64_t largeFileThreshold = 100'000'000;
+
+/// A file to send, as it was when it was looked at.
+struct UploadSource {
+    std::filesystem::path path;
+    std::int64_t byteCount = 0;
+    std::chrono::system_clock::time_point modificationDate;
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+
+    bool operator==(const UploadSource&) const = default;
+};
+
+/// Looks at a file that is to be sent. Follows links. Blocks.
+///
+/// @returns a sentence when it cannot be sent: it is gone, no regular file, not readable or too large.
+std::expected<UploadSource, std::string> inspectUploadSource(const std::filesystem::path& path);
+
+/// Is it still the file it was, with the same size and date? Blocks.
+bool isUnchanged(const UploadSource& source);
+
+/// The type the file's extension stands for, or "b2/x-auto", which lets the service choose. Reads no file content, but
+/// the first call reads the system's list of types. From any thread.
+std::string contentTypeFor(const std::filesystem::path& path);
+
+/// The name at the service: the prefix and the file's name, byte for byte.
+///
+/// @returns a sentence for a name the service does not take.
+std::expected<std::string, std::string> uploadName(std::string_view prefix, const std::filesystem::path& path);
