@@ -75,6 +75,7 @@ std::span<const B2CORSOperation> B2CORSOperation::all()
 {
     static const auto operations = [] {
         std::vector<B2CORSOperation> known;
+        known.reserve(operationLabels.size());
         for (const auto& [raw, label] : operationLabels)
             known.emplace_back(raw);
         return known;

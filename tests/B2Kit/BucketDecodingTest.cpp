@@ -87,6 +87,7 @@ TEST(BucketDecodingTest, DefaultsWhatIsMissingOrNull)
     EXPECT_FALSE(bucket.isS3Enabled());
     EXPECT_EQ(bucket.fileLock, std::nullopt);
     EXPECT_EQ(bucket.replication, std::nullopt);
+    EXPECT_THAT(B2Bucket::knownKeys(), SizeIs(12));
 }
 
 TEST(BucketDecodingTest, SwallowsAWrongShapeOnlyWhereAnOddFieldMayNotLoseABucket)
