@@ -144,6 +144,23 @@ std::string accounts(Core& core, const Request& request)
     return out += "]}";
 }
 
+std::string keys(Core& core, const Request&)
+{
+    const std::scoped_lock lock(core.mutex);
+    std::string out = "{\"keys\":[";
+    for (const auto& account : core.keys.accounts()) {
+        for (const auto& key : core.keys.ofAccount(account.id, "")) {
+            out += out.back() == '[' ? "" : ",";
+            JSONObject record(out);
+            record.text("accountId", account.id);
+            record.text("keyName", key.name);
+            record.text("applicationKeyId", key.id);
+            record.text("applicationKey", key.secret);
+        }
+    }
+    return out += "]}";
+}
+
 /// A page in a browser can reach a loopback port too, but not without telling so.
 void refuseWebPages(const Request& request)
 {
@@ -168,6 +185,7 @@ Answer serveControl(Core& core, const Request& request, std::string_view path)
         {"counts", counts},
         {"digest", digest},
         {"accounts", accounts},
+        {"keys", keys},
     };
     for (const auto& [name, handler] : handlers) {
         if (path == name)

@@ -52,4 +52,14 @@ MasterKey Service::masterKey() const
     return {key->id, key->secret};
 }
 
+std::vector<ApplicationKey> Service::applicationKeys() const
+{
+    const auto accountID = masterKey().keyID;
+    const std::scoped_lock lock(parts_->core.mutex);
+    std::vector<ApplicationKey> keys;
+    for (const auto& key : parts_->core.keys.ofAccount(accountID, ""))
+        keys.push_back({key.name, key.id, key.secret});
+    return keys;
+}
+
 } // namespace localb2

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace localb2 {
 
@@ -15,6 +16,15 @@ struct MasterKey {
     std::string applicationKey;
 
     bool operator==(const MasterKey&) const = default;
+};
+
+/// A key that a seed or a client has made.
+struct ApplicationKey {
+    std::string name;
+    std::string keyID;
+    std::string applicationKey;
+
+    bool operator==(const ApplicationKey&) const = default;
 };
 
 /// A certificate chain and its private key, both PEM files.
@@ -60,6 +70,9 @@ public:
 
     /// Of the first account. The same after a restart on the same directory.
     MasterKey masterKey() const;
+
+    /// The other keys of the first account, by id.
+    std::vector<ApplicationKey> applicationKeys() const;
 
 private:
     struct Parts;

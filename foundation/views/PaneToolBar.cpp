@@ -17,7 +17,6 @@ PaneToolBar::PaneToolBar(QWidget* parent)
     setIconSize(QSize(16, 16));
     setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     setContextMenuPolicy(Qt::PreventContextMenu);
-    layout()->setContentsMargins(Spacing::small, Spacing::tight, Spacing::small, Spacing::tight + 1);
 }
 
 void PaneToolBar::addGroup(const QList<QAction*>& group)

@@ -18,6 +18,13 @@ std::string bodyOf(const std::string& request)
     return request.substr(request.find("\r\n\r\n") + 4);
 }
 
+// A sanitizer makes everything several times slower.
+#if __has_feature(thread_sanitizer) || __has_feature(address_sanitizer)
+constexpr auto promptness = 500ms;
+#else
+constexpr auto promptness = 100ms;
+#endif
+
 /// A port where connecting takes for ever: its queue is full, and the kernel drops who comes.
 class FullListener {
 public:
@@ -261,9 +268,10 @@ TEST_F(B2CurlTransportTest, IsStoppedWithin100MillisecondsInEveryPhase)
     const auto stop = [](auto task) {
         StartedTask started(std::move(task));
         std::this_thread::sleep_for(50ms);
+        const auto begin = std::chrono::steady_clock::now();
         started.cancel();
-        EXPECT_TRUE(started.waitFor(100ms));
         EXPECT_THROW(started.result(), Cancelled);
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, promptness);
     };
 
     stop(transport.data(post(unreachable.url())));
