@@ -44,12 +44,21 @@ std::uint16_t Service::port() const
 
 MasterKey Service::masterKey() const
 {
-    const std::scoped_lock lock(parts_->core.mutex);
-    const auto accounts = parts_->core.keys.accounts();
-    const auto key = accounts.empty() ? std::nullopt : parts_->core.keys.masterKey(accounts.front().id);
-    if (!key)
+    auto keys = masterKeys();
+    if (keys.empty())
         throw std::runtime_error("The service has no account.");
-    return {key->id, key->secret};
+    return std::move(keys.front());
+}
+
+std::vector<MasterKey> Service::masterKeys() const
+{
+    const std::scoped_lock lock(parts_->core.mutex);
+    std::vector<MasterKey> keys;
+    for (const auto& account : parts_->core.keys.accounts()) {
+        if (const auto key = parts_->core.keys.masterKey(account.id))
+            keys.push_back({key->id, key->secret});
+    }
+    return keys;
 }
 
 std::vector<ApplicationKey> Service::applicationKeys() const

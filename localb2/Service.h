@@ -71,6 +71,9 @@ public:
     /// Of the first account. The same after a restart on the same directory.
     MasterKey masterKey() const;
 
+    /// Of every account, the first account's first.
+    std::vector<MasterKey> masterKeys() const;
+
     /// The other keys of the first account, by id.
     std::vector<ApplicationKey> applicationKeys() const;
 

@@ -53,7 +53,7 @@ void Application::shutDown(std::function<void()> onEnd)
     };
     QTimer::singleShot(patienceMilliseconds, root.get(), once);
     auto stopAll = [](Application* self, std::function<void()> ended) -> Task<> {
-        co_await self->queue->shutDown();
+        co_await self->queue->stopAll();
         co_await self->root->shutDown();
         ended();
     };

@@ -26,8 +26,12 @@ std::string Demo::endpoint() const
 
 void Demo::addKeysTo(MemoryKeychain& keychain) const
 {
-    for (const auto& key : service_->knownKeys())
-        keychain.add({key.keyID, key.name, std::nullopt}, key.applicationKey);
+    const auto accounts = service_->masterKeys();
+    for (std::size_t i = 0; i < accounts.size(); ++i)
+        keychain.add({accounts[i].keyID, i == 0 ? "Master key" : "Second account", accounts[i].keyID},
+            accounts[i].applicationKey);
+    for (const auto& key : service_->applicationKeys())
+        keychain.add({key.keyID, key.name, accounts.front().keyID}, key.applicationKey);
 }
 
 std::filesystem::path Demo::root() const

@@ -34,9 +34,9 @@ struct DetailInputs {
 /// What the detail area shows.
 struct DetailState {
     enum class Kind {
-        nothing,    ///< Before the keys were read.
+        nothing, ///< Before the keys were read.
         connecting,
-        notice,     ///< A title, a text and what can be done.
+        notice, ///< A title, a text and what can be done.
         browser,
     };
 

@@ -32,7 +32,8 @@ Task<> RootModel::launch()
     tasks_.start(log_.loadPersisted());
     const QString version = QCoreApplication::applicationVersion();
     log_.record({B2LogLevel::info, "app",
-        "Kestrovan " + (version.isEmpty() ? "?" : fromQString(version) + " (" + fromQString(version) + ")") + " starting",
+        "Kestrovan " + (version.isEmpty() ? "?" : fromQString(version) + " (" + fromQString(version) + ")")
+            + " starting",
         fromQString(QSysInfo::prettyProductName() + QStringLiteral(", Linux ") + QSysInfo::kernelVersion())});
     if (const auto& notice = settings_.loadNotice())
         log_.record({B2LogLevel::warning, "app", "The settings could not be used as they were", *notice});
@@ -51,7 +52,11 @@ void RootModel::wire()
 {
     browser.cache = std::make_shared<ListingCache>();
     browser.onBucketGone = [this](std::string bucketID) { return dropBucket(std::move(bucketID)); };
-    // XXX uploadEnded
+    connect(&queue_, &TransferQueue::uploadEnded, this, [this](const std::shared_ptr<Transfer>& transfer, bool) {
+        // A failed or cancelled upload may have left something all the same.
+        if (const auto& bucket = *transfer->bucket)
+            browser.afterWrite(bucket->bucketID);
+    });
     context_.selectKey = [this](std::string keyID) { return selectByKeyID(std::move(keyID)); };
     connect(&context_, &Observable::changed, this, [this, seen = *context_.keysChangedTick]() mutable {
         if (std::exchange(seen, *context_.keysChangedTick) == *context_.keysChangedTick)
@@ -172,6 +177,12 @@ DetailState RootModel::detailState() const
     inputs.isSelectionListed = *selection && (*selection)->kind == SidebarItem::Kind::bucket
         && buckets.bucket((*selection)->bucketID) != nullptr;
     return decideDetail(inputs);
+}
+
+void RootModel::dismissSwitchFailure()
+{
+    if (*keyStore.session)
+        keyStore.connectionFailure = std::nullopt;
 }
 
 std::optional<std::string> RootModel::switchFailure() const

@@ -53,6 +53,7 @@ public:
     DetailState detailState() const;
     /// Why the last switch of key failed while the old session goes on; nothing otherwise.
     std::optional<std::string> switchFailure() const;
+    void dismissSwitchFailure();
 
     /// Asks every task to stop and waits for their ends.
     Task<> shutDown();

@@ -4,8 +4,8 @@
 #include "shell/Application.h"
 #include "shell/CommandLine.h"
 #include "shell/SignalWatch.h"
-#include "shell/views/MainWindow.h"
 #include "shell/tour/Tour.h"
+#include "shell/views/MainWindow.h"
 
 #include <QApplication>
 #include <QIcon>

@@ -162,7 +162,8 @@ void ActivityLogWindow::buildTable()
     table_->header()->resizeSection(
         LogTableModel::timeColumn, metrics.horizontalAdvance(QStringLiteral("2026-00-00 00:00:00.000")) + 24);
     table_->header()->resizeSection(LogTableModel::levelColumn, 32);
-    table_->header()->resizeSection(LogTableModel::areaColumn, metrics.horizontalAdvance(QStringLiteral("replication")) + 24);
+    table_->header()->resizeSection(
+        LogTableModel::areaColumn, metrics.horizontalAdvance(QStringLiteral("replication")) + 24);
     connect(table_, &QWidget::customContextMenuRequested, this, &ActivityLogWindow::showContextMenu);
     auto* const copyRows = new QShortcut(QKeySequence::Copy, table_, nullptr, nullptr, Qt::WidgetShortcut);
     connect(copyRows, &QShortcut::activated, this,
@@ -177,8 +178,7 @@ void ActivityLogWindow::restore()
     const auto order = decodeSort(
         settings_.text(SettingsKeys::tableSort("log")).value_or(""), sortKeys, {{.key = "time", .ascending = false}});
     const auto column = std::ranges::find(sortKeys, order.front().key) - sortKeys.begin();
-    table_->sortByColumn(
-        static_cast<int>(column), order.front().ascending ? Qt::AscendingOrder : Qt::DescendingOrder);
+    table_->sortByColumn(static_cast<int>(column), order.front().ascending ? Qt::AscendingOrder : Qt::DescendingOrder);
 }
 
 void ActivityLogWindow::save()

@@ -21,8 +21,8 @@ DetailArea::DetailArea(RootModel& root, Settings& settings, QWidget* parent)
     patience_->setInterval(200);
     connect(patience_, &QTimer::timeout, this, [this] {
         const bool isConnecting = !*root_.keyStore.session;
-        notice_->showText(isConnecting ? Symbol::plug : Symbol::cloud,
-            isConnecting ? tr("Connecting…") : tr("Loading buckets…"), {});
+        notice_->showText(
+            isConnecting ? Symbol::plug : Symbol::cloud, isConnecting ? tr("Connecting…") : tr("Loading buckets…"), {});
         notice_->setActions({});
         setCurrentWidget(notice_);
     });

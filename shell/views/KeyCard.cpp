@@ -66,13 +66,14 @@ void KeyCard::paintEvent(QPaintEvent*)
     const bool isRightToLeft = layoutDirection() == Qt::RightToLeft;
     const auto place = [&](QRect area) { return QStyle::visualRect(layoutDirection(), rect(), area); };
     const QRect icon(Spacing::small, Spacing::small + 2, iconSize, iconSize);
-    painter.drawPixmap(place(icon).topLeft(),
-        symbolPixmap(Symbol::key, icon.size(), devicePixelRatioF(), symbolColor(palette())));
+    painter.drawPixmap(
+        place(icon).topLeft(), symbolPixmap(Symbol::key, icon.size(), devicePixelRatioF(), symbolColor(palette())));
 
     const int left = icon.right() + 1 + Spacing::small;
     const int chevron = 16;
     const int width = this->width() - left - chevron - 2 * Spacing::small;
-    painter.drawPixmap(place(QRect(this->width() - chevron - Spacing::small, (height() - chevron) / 2, chevron, chevron)).topLeft(),
+    painter.drawPixmap(
+        place(QRect(this->width() - chevron - Spacing::small, (height() - chevron) / 2, chevron, chevron)).topLeft(),
         symbolPixmap(Symbol::chevronDown, {chevron, chevron}, devicePixelRatioF(), secondaryText(palette())));
 
     const auto alignment = (isRightToLeft ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter | Qt::AlignAbsolute;
@@ -81,10 +82,12 @@ void KeyCard::paintEvent(QPaintEvent*)
         const QFontMetrics metrics(font);
         painter.setFont(font);
         painter.setPen(color);
-        painter.drawText(place(QRect(left, top, width, metrics.height())), alignment, metrics.elidedText(text, mode, width));
+        painter.drawText(
+            place(QRect(left, top, width, metrics.height())), alignment, metrics.elidedText(text, mode, width));
         top += metrics.height() + 2;
     };
-    line(content_.account, textFont(TextSize::normal, QFont::DemiBold), palette().color(QPalette::Text), Qt::ElideRight);
+    line(
+        content_.account, textFont(TextSize::normal, QFont::DemiBold), palette().color(QPalette::Text), Qt::ElideRight);
     QStringList second{content_.key, content_.region};
     second.removeAll(QString());
     line(second.join(QStringLiteral(" · ")), textFont(TextSize::small), secondaryText(palette()), Qt::ElideMiddle);

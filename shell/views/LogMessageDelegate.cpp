@@ -26,8 +26,8 @@ void LogMessageDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
     painter->save();
     painter->setFont(frame.font);
     painter->setPen(frame.palette.color(isSelected ? QPalette::HighlightedText : QPalette::Text));
-    painter->drawText(line, Qt::AlignLeading | Qt::AlignVCenter,
-        frame.fontMetrics.elidedText(message, Qt::ElideRight, line.width()));
+    painter->drawText(
+        line, Qt::AlignLeading | Qt::AlignVCenter, frame.fontMetrics.elidedText(message, Qt::ElideRight, line.width()));
     if (!detail.isEmpty()) {
         line.translate(0, lineHeight + 2);
         painter->setPen(isSelected ? frame.palette.color(QPalette::HighlightedText) : secondaryText(frame.palette));

@@ -93,6 +93,7 @@ void MainWindow::buildLayout()
                 paths.append(url.toLocalFile());
             upload(paths, prefix);
         });
+    connect(&browser, &ObjectBrowserView::downloadRequested, this, &MainWindow::download);
     connect(transfers_, &TransfersView::closeRequested, this, [this] { setTransfersVisible(false); });
 
     const auto pane = [this](const QKeySequence& keys, bool forward) {
@@ -100,4 +101,242 @@ void MainWindow::buildLayout()
     };
     pane(Qt::Key_F6, true);
     pane(Qt::SHIFT | Qt::Key_F6, false);
+}
+
+void MainWindow::buildMenus()
+{
+    buildFileMenu();
+    buildViewMenu();
+    buildAccountMenu();
+    buildHelpMenu();
+}
+
+void MainWindow::buildFileMenu()
+{
+    const auto& actions = detail_->browser().actions();
+    auto* const file = menuBar()->addMenu(tr("&File"));
+    file->addAction(actions.upload);
+    file->addAction(actions.download);
+    file->addSeparator();
+    file->addAction(actions.refresh);
+    file->addSeparator();
+    auto* const quit = file->addAction(tr("&Quit"), this, &MainWindow::askToQuit);
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    quit->setMenuRole(QAction::QuitRole);
+
+    auto* const edit = menuBar()->addMenu(tr("&Edit"));
+    edit->addAction(actions.copyName);
+    edit->addAction(actions.copyPath);
+    edit->addAction(actions.selectAll);
+    edit->addSeparator();
+    edit->addAction(actions.find);
+}
+
+void MainWindow::buildViewMenu()
+{
+    const auto& actions = detail_->browser().actions();
+    auto* const view = menuBar()->addMenu(tr("&View"));
+    view->addAction(actions.allVersions);
+    view->addSeparator();
+    showTransfers_ = view->addAction(symbolIcon(Symbol::transfers), tr("Show Transfers"), this,
+        [this] { setTransfersVisible(!application_.context->isShowingTransfers()); });
+    showTransfers_->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_T));
+    auto* const log = view->addAction(symbolIcon(Symbol::log), tr("Activity Log"), this, &MainWindow::showActivityLog);
+    log->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_L));
+
+    auto* const go = menuBar()->addMenu(tr("&Go"));
+    go->addAction(actions.back);
+    go->addAction(actions.forward);
+    go->addAction(actions.up);
+    go->addSeparator();
+    go->addAction(actions.editPath);
+}
+
+void MainWindow::buildAccountMenu()
+{
+    auto* const account = menuBar()->addMenu(tr("&Account"));
+    auto* const keys = account->addMenu(symbolIcon(Symbol::key), tr("Key in Use"));
+    connect(keys, &QMenu::aboutToShow, this, [this, keys] {
+        keys->clear();
+        Sidebar::fillKeyMenu(*keys, *application_.context, *application_.root);
+    });
+    account->addAction(symbolIcon(Symbol::refresh), tr("Read Bucket List Again"), this,
+        [this] { application_.root->reloadBuckets(); });
+}
+
+void MainWindow::buildHelpMenu()
+{
+    auto* const help = menuBar()->addMenu(tr("&Help"));
+    auto* const guide = help->addAction(tr("Kestrovan Help"), this, [this] { HelpWindow::open(this); });
+    guide->setShortcut(QKeySequence::HelpContents);
+    help->addAction(tr("About Kestrovan"), this, [this] {
+        showMessage(tr("Kestrovan %1").arg(QCoreApplication::applicationVersion()),
+            tr("Runs your whole Backblaze B2 account from your desktop."));
+    });
+}
+
+void MainWindow::render()
+{
+    const bool isShowing = application_.context->isShowingTransfers();
+    transfers_->setVisible(isShowing);
+    showTransfers_->setText(isShowing ? tr("Hide Transfers") : tr("Show Transfers"));
+
+    if (const auto failure = application_.root->switchFailure()) {
+        const bool canTryAgain = (*application_.root->keyStore.connectionFailure)->canTryAgain();
+        const QString text = toQString(*failure);
+        if (banner_->isHidden() || banner_->text() != text)
+            banner_->showMessage(MessageKind::warning, text, canTryAgain ? tr("Try Again") : QString());
+    } else {
+        banner_->dismiss();
+    }
+
+    const auto& bucket = *application_.root->browser.bucket;
+    const bool isBrowsing = application_.root->detailState().kind == DetailState::Kind::browser;
+    setWindowTitle(isBrowsing && bucket ? toQString(bucket->bucketName) : QString());
+}
+
+void MainWindow::setTransfersVisible(bool visible)
+{
+    application_.context->setShowingTransfers(visible);
+}
+
+void MainWindow::upload(const QStringList& paths, const std::string& prefix)
+{
+    const auto& browser = application_.root->browser;
+    if (!*browser.session || !*browser.bucket || paths.isEmpty())
+        return;
+    std::vector<std::filesystem::path> files;
+    for (const QString& path : paths)
+        files.emplace_back(path.toStdString());
+    application_.queue->upload(std::move(files), **browser.bucket, prefix, *browser.session);
+    setTransfersVisible(true);
+}
+
+void MainWindow::chooseFilesToUpload()
+{
+    auto* const dialog = new QFileDialog(this, tr("Upload"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::ExistingFiles);
+    dialog->setLabelText(QFileDialog::Accept, tr("Upload"));
+    connect(dialog, &QFileDialog::filesSelected, this,
+        [this](const QStringList& paths) { upload(paths, *application_.root->browser.prefix); });
+    dialog->open();
+}
+
+void MainWindow::download(const std::vector<B2FileVersion>& files)
+{
+    const auto& browser = application_.root->browser;
+    if (!*browser.session || !*browser.bucket || files.empty())
+        return;
+    for (const auto& file : files)
+        application_.queue->download(file, **browser.bucket, *browser.session);
+    setTransfersVisible(true);
+}
+
+ActivityLogWindow& MainWindow::logWindow()
+{
+    if (!logWindow_)
+        logWindow_ = new ActivityLogWindow(*application_.log, *application_.settings);
+    return *logWindow_;
+}
+
+void MainWindow::showActivityLog()
+{
+    auto& window = logWindow();
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
+
+void MainWindow::showMessage(const QString& title, const QString& text)
+{
+    auto* const box = new QMessageBox(QMessageBox::Information, title, text, QMessageBox::Close, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setTextFormat(Qt::PlainText);
+    box->setIconPixmap(windowIcon().pixmap(48, 48));
+    box->open();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    event->ignore();
+    askToQuit();
+}
+
+void MainWindow::askToQuit()
+{
+    const auto question = quitQuestion(application_.queue->activeTransfers());
+    if (!question) {
+        saveSplitters();
+        hide();
+        if (logWindow_)
+            logWindow_->close();
+        Q_EMIT quitConfirmed();
+        return;
+    }
+    if (isAskingToQuit_)
+        return;
+    isAskingToQuit_ = true;
+    auto* const box = new QMessageBox(
+        QMessageBox::Question, toQString(question->title), toQString(question->title), QMessageBox::NoButton, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setObjectName(QStringLiteral("quitQuestion"));
+    box->setTextFormat(Qt::PlainText);
+    box->setInformativeText(toQString(question->text));
+    auto* const quit = box->addButton(toQString(question->quitButton), QMessageBox::DestructiveRole);
+    auto* const stay = box->addButton(toQString(question->stayButton), QMessageBox::RejectRole);
+    box->setDefaultButton(stay);
+    box->setEscapeButton(stay);
+    connect(box, &QDialog::finished, this, [this, box, quit] {
+        isAskingToQuit_ = false;
+        if (box->clickedButton() == quit) {
+            saveSplitters();
+            hide();
+            Q_EMIT quitConfirmed();
+        }
+    });
+    box->open();
+}
+
+void MainWindow::showEvent(QShowEvent* event)
+{
+    QMainWindow::showEvent(event);
+    if (!std::exchange(hasStarted_, true))
+        application_.root->start();
+}
+
+void MainWindow::focusNextPane(bool forward)
+{
+    QList<QWidget*> panes{sidebar_, detail_};
+    if (transfers_->isVisible())
+        panes.append(transfers_);
+    qsizetype current = 0;
+    for (qsizetype i = 0; i < panes.size(); ++i) {
+        if (panes[i]->isAncestorOf(QApplication::focusWidget()))
+            current = i;
+    }
+    QWidget* const next = panes[(current + (forward ? 1 : panes.size() - 1)) % panes.size()];
+    if (next == sidebar_)
+        sidebar_->focusBuckets();
+    else if (next == transfers_)
+        transfers_->focusList();
+    else
+        detail_->browser().focusTable();
+}
+
+void MainWindow::restoreSplitters()
+{
+    const auto restore = [this](QSplitter& splitter, std::string_view key, const QList<int>& first) {
+        const auto stored = application_.settings->text(key);
+        if (!stored || !splitter.restoreState(QByteArray::fromBase64(QByteArray::fromStdString(*stored))))
+            splitter.setSizes(first);
+    };
+    restore(*columns_, columnsKey, {240, 940});
+    restore(*rows_, rowsKey, {540, 200});
+}
+
+void MainWindow::saveSplitters()
+{
+    application_.settings->set(columnsKey, columns_->saveState().toBase64().toStdString());
+    application_.settings->set(rowsKey, rows_->saveState().toBase64().toStdString());
 }

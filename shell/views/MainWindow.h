@@ -53,6 +53,7 @@ private:
     void saveSplitters();
     void upload(const QStringList& paths, const std::string& prefix);
     void chooseFilesToUpload();
+    void download(const std::vector<B2FileVersion>& files);
     void showMessage(const QString& title, const QString& text);
 
     Application& application_;

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QDialog>
+
+/// How to find one's way: first steps and the keyboard.
+class HelpWindow final : public QDialog {
+    Q_OBJECT
+
+public:
+    /// Shows the one help window, made on first use.
+    static void open(QWidget* parent);
+
+private:
+    explicit HelpWindow(QWidget* parent);
+};
