@@ -73,7 +73,7 @@ void ActivityLog::recordAll(std::vector<B2LogEvent> events)
 
 bool ActivityLog::event(QEvent* event)
 {
-    if (event->type() != LogMailbox::eventType())
+    if (!mailbox_->isAnnouncement(*event))
         return Observable::event(event);
     recordAll(mailbox_->take());
     return true;

@@ -12,10 +12,11 @@
 /// Events of other threads on their way to the activity log. From any thread.
 class LogMailbox {
 public:
-    /// @param reader  is sent one event of the type `eventType()` when there is something to take.
+    /// @param reader  is sent an event when there is something to take.
     explicit LogMailbox(QObject* reader);
 
-    static QEvent::Type eventType();
+    /// Is it the event that asks to `take`?
+    bool isAnnouncement(const QEvent& event);
 
     /// The reader is gone: from now on events are dropped.
     void close();

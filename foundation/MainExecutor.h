@@ -30,8 +30,6 @@ protected:
 
 private:
     void runSlice();
-    /// @param priority  of the event: a new slice waits until the loop has painted.
-    void wake(int priority);
 
     std::mutex mutex_;
     std::deque<std::coroutine_handle<>> queue_;
