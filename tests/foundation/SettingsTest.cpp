@@ -90,6 +90,7 @@ TEST_F(SettingsTest, TellsRealChangesOnly)
 
     EXPECT_EQ(spy.count(), 5);
     EXPECT_THAT(settings.keys(), ElementsAre("a"));
+    EXPECT_TRUE(settings.flush(5s));
 }
 
 TEST_F(SettingsTest, WritesByItselfSoonAfterAChange)
