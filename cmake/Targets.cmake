@@ -55,6 +55,9 @@ function(finish_header_checks)
     endforeach()
 endfunction()
 
+# What runs under the thread sanitizer: every test with the label "threads".
+add_custom_target(threadTests)
+
 # kestrovan_test(NAME SOURCES … LINK …): one GoogleTest program, run by CTest off-screen.
 function(kestrovan_test name)
     cmake_parse_arguments(arg "QT" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
@@ -69,6 +72,9 @@ function(kestrovan_test name)
     target_compile_definitions(${name} PRIVATE SOURCE_DIR="${PROJECT_SOURCE_DIR}")
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 120)
+    endif()
+    if("threads" IN_LIST arg_LABELS)
+        add_dependencies(threadTests ${name})
     endif()
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}"

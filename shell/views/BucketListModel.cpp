@@ -15,7 +15,8 @@ void BucketListModel::show(const std::vector<B2Bucket>& buckets)
         return;
     // Few rows: those that went are taken out, then each wanted row is put at its place.
     for (int row = static_cast<int>(rows_.size()) - 1; row >= 0; --row) {
-        if (!std::ranges::contains(wanted, rows_[static_cast<std::size_t>(row)].bucketID, &Row::bucketID)) {
+        const auto& present = rows_[static_cast<std::size_t>(row)].bucketID;
+        if (std::ranges::find(wanted, present, &Row::bucketID) == wanted.end()) {
             beginRemoveRows({}, row, row);
             rows_.erase(rows_.begin() + row);
             endRemoveRows();

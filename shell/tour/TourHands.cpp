@@ -1,0 +1,69 @@
+#include "shell/tour/TourHands.h"
+
+#include "async/Timer.h"
+#include "foundation/QtText.h"
+
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QDropEvent>
+#include <QMimeData>
+#include <QTest>
+#include <QUrl>
+
+namespace TourHands {
+
+void press(QWidget& widget, int key, Qt::KeyboardModifiers modifiers)
+{
+    QTest::keyClick(&widget, static_cast<Qt::Key>(key), modifiers);
+}
+
+void type(QWidget& widget, const QString& text)
+{
+    QTest::keyClicks(&widget, text);
+}
+
+void click(QWidget& widget)
+{
+    QTest::mouseClick(&widget, Qt::LeftButton);
+}
+
+void clickRow(QAbstractItemView& view, const QModelIndex& index, Qt::KeyboardModifiers modifiers)
+{
+    view.scrollTo(index);
+    QTest::mouseClick(view.viewport(), Qt::LeftButton, modifiers, view.visualRect(index).center());
+}
+
+void dropFiles(QWidget& widget, const std::vector<std::filesystem::path>& files)
+{
+    QMimeData data;
+    QList<QUrl> urls;
+    for (const auto& file : files)
+        urls.append(QUrl::fromLocalFile(toQString(file.string())));
+    data.setUrls(urls);
+    const QPoint place = widget.rect().center();
+    QDragEnterEvent enter(place, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&widget, &enter);
+    QDragMoveEvent move(place, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&widget, &move);
+    QDropEvent drop(place, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&widget, &drop);
+}
+
+Task<bool> until(std::function<bool()> condition)
+{
+    constexpr std::chrono::seconds patience(15);
+    const auto begin = std::chrono::steady_clock::now();
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() - begin > patience)
+            co_return false;
+        co_await sleepFor(std::chrono::milliseconds(10));
+    }
+    co_return true;
+}
+
+Task<> settle()
+{
+    co_await sleepFor(std::chrono::milliseconds(150));
+}
+
+} // namespace TourHands

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "async/Task.h"
+
+#include <QModelIndex>
+#include <QStringList>
+
+#include <filesystem>
+#include <functional>
+#include <vector>
+
+class QAbstractItemView;
+class QWidget;
+
+/// What a person does with mouse and keyboard: real events sent to the real widgets.
+namespace TourHands {
+
+void press(QWidget& widget, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+void type(QWidget& widget, const QString& text);
+void click(QWidget& widget);
+void clickRow(QAbstractItemView& view, const QModelIndex& index, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+
+/// Drags files over the widget and lets go of them, as a file manager would.
+void dropFiles(QWidget& widget, const std::vector<std::filesystem::path>& files);
+
+/// Waits until the condition holds, at most fifteen seconds.
+/// @returns whether it held.
+Task<bool> until(std::function<bool()> condition);
+
+/// Gives the window time to paint what was changed last.
+Task<> settle();
+
+} // namespace TourHands

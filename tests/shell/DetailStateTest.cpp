@@ -1,0 +1,74 @@
+#include "shell/DetailState.h"
+
+#include <gmock/gmock.h>
+
+using Kind = DetailState::Kind;
+
+namespace {
+
+DetailInputs connected()
+{
+    DetailInputs inputs;
+    inputs.isStarted = true;
+    inputs.hasSession = true;
+    inputs.keyCount = 1;
+    inputs.bucketCount = 3;
+    return inputs;
+}
+
+const ConnectionFailure networkFailure{ConnectionFailure::Kind::unreachable, "No network."};
+
+} // namespace
+
+TEST(DetailStateTest, SaysNothingBeforeTheKeysWereRead)
+{
+    EXPECT_EQ(decideDetail({}).kind, Kind::nothing);
+
+    DetailInputs started;
+    started.isStarted = true;
+    EXPECT_EQ(decideDetail(started).notice.title, "No Key");
+    started.keyCount = 1;
+    EXPECT_EQ(decideDetail(started).notice.title, "Not Connected");
+    started.isConnecting = true;
+    EXPECT_EQ(decideDetail(started).kind, Kind::connecting);
+}
+
+TEST(DetailStateTest, AFailedFirstConnectionOffersWhatHelps)
+{
+    DetailInputs inputs;
+    inputs.isStarted = true;
+    inputs.keyCount = 2;
+    inputs.attemptedLabel = "Laptop";
+    inputs.failure = networkFailure;
+
+    const auto state = decideDetail(inputs);
+
+    EXPECT_EQ(state.notice.title, "Cannot Reach Backblaze");
+    EXPECT_TRUE(state.notice.offersTryAgain);
+    EXPECT_FALSE(state.isAboutBuckets);
+}
+
+TEST(DetailStateTest, AFailedSwitchLeavesThePaneOfTheOldSession)
+{
+    auto inputs = connected();
+    inputs.failure = networkFailure;
+    inputs.selection = SidebarItem{SidebarItem::Kind::bucket, "b1"};
+    inputs.isSelectionListed = true;
+
+    EXPECT_EQ(decideDetail(inputs).kind, Kind::browser);
+}
+
+TEST(DetailStateTest, WithoutASelectedBucketItSaysWhatToDo)
+{
+    auto inputs = connected();
+    EXPECT_EQ(decideDetail(inputs).notice.title, "Select a Bucket");
+
+    inputs.bucketCount = 0;
+    EXPECT_EQ(decideDetail(inputs).notice.title, "No Buckets");
+    inputs.isLoadingBuckets = true;
+    EXPECT_EQ(decideDetail(inputs).kind, Kind::connecting);
+    inputs.bucketsError = "B2 401 unauthorized: this key is not allowed to make that call";
+    const auto failed = decideDetail(inputs);
+    EXPECT_TRUE(failed.isAboutBuckets);
+    EXPECT_TRUE(failed.notice.offersTryAgain);
+}

@@ -1,0 +1,133 @@
+#include "shell/RootModel.h"
+
+#include "B2Kit/B2CurlTransport.h"
+#include "accounts/MemoryKeychain.h"
+#include "foundation/SettingsKeys.h"
+#include "localb2/Service.h"
+#include "tests/support/QtRun.h"
+
+#include <QTemporaryDir>
+
+#include <gmock/gmock.h>
+
+namespace {
+
+class RootModelTest : public testing::Test {
+protected:
+    RootModelTest()
+    {
+        const auto accounts = service.masterKeys();
+        for (const auto& key : accounts)
+            keychain.add({key.keyID, "Master of " + key.keyID, key.keyID}, key.applicationKey);
+        first = accounts.at(0).keyID;
+        second = accounts.at(1).keyID;
+    }
+    ~RootModelTest() override { qtRun(root.shutDown()); }
+
+    bool isBrowsing(const std::string& keyID)
+    {
+        return spinUntil([&] {
+            const auto session = *root.browser.session;
+            return session && session->key->keyID == keyID && !*root.browser.isLoading && *root.browser.bucket;
+        });
+    }
+
+    QTemporaryDir directory;
+    localb2::Service service{{.directory = directory.path().toStdString() + "/service", .seed = "demo"}};
+    Settings settings{{}};
+    ActivityLog log{settings, directory.path().toStdString() + "/Logs"};
+    AppContext context{settings};
+    MemoryKeychain keychain;
+    ClientFactory clients{
+        std::make_shared<B2CurlTransport>(B2CurlTransportOptions{}), std::make_shared<B2NullLogSink>(), service.url()};
+    DownloadDestination destination{settings};
+    TransferQueue queue{settings, destination};
+    RootModel root{RootParts{settings, log, context, keychain, clients, queue}};
+    std::string first;
+    std::string second;
+};
+
+} // namespace
+
+TEST_F(RootModelTest, StartsWithTheKeyAndTheBucketUsedLast)
+{
+    settings.set(SettingsKeys::lastKeyID, second);
+
+    root.start();
+    ASSERT_TRUE(isBrowsing(second));
+    EXPECT_EQ(*context.currentKeyID, second);
+    EXPECT_EQ(context.keyMenu->size(), 2U);
+
+    const auto last = root.buckets.buckets->back();
+    root.select({SidebarItem::Kind::bucket, last.bucketID});
+    EXPECT_EQ(settings.text(SettingsKeys::lastBucket(second)), last.bucketID);
+    EXPECT_EQ((*root.browser.bucket)->bucketID, last.bucketID);
+}
+
+TEST_F(RootModelTest, AKeyThatIsGoneFromTheStoreFallsBackToTheFirst)
+{
+    settings.set(SettingsKeys::lastKeyID, "no-such-key");
+
+    root.start();
+
+    EXPECT_TRUE(isBrowsing(std::min(first, second)));
+}
+
+TEST_F(RootModelTest, ASwitchShowsOnlyTheOtherAccountsBuckets)
+{
+    settings.set(SettingsKeys::lastKeyID, first);
+    root.start();
+    ASSERT_TRUE(isBrowsing(first));
+    const auto before = *root.buckets.buckets;
+
+    root.switchTo(second);
+    ASSERT_TRUE(isBrowsing(second));
+
+    for (const auto& bucket : *root.buckets.buckets) {
+        EXPECT_EQ(bucket.accountID, second);
+        EXPECT_EQ(std::ranges::find(before, bucket.bucketID, &B2Bucket::bucketID), before.end());
+    }
+    EXPECT_EQ((*root.browser.bucket)->accountID, second);
+    EXPECT_EQ(settings.text(SettingsKeys::lastKeyID), second);
+}
+
+TEST_F(RootModelTest, AFailedSwitchGoesOnWithTheOldKeyAndSaysSo)
+{
+    keychain.add({"0044a1b2c3d4e5f0000000099", "Wrong", std::nullopt}, "K004wrong");
+    settings.set(SettingsKeys::lastKeyID, first);
+    root.start();
+    ASSERT_TRUE(isBrowsing(first));
+
+    root.switchTo("0044a1b2c3d4e5f0000000099");
+    ASSERT_TRUE(spinUntil([&] { return root.switchFailure().has_value(); }));
+
+    EXPECT_EQ(root.detailState().kind, DetailState::Kind::browser);
+    EXPECT_EQ(settings.text(SettingsKeys::lastKeyID), first);
+    EXPECT_THAT(*root.switchFailure(), testing::HasSubstr("Couldn't switch to “Wrong”."));
+    EXPECT_THAT(*root.switchFailure(), testing::HasSubstr("Still connected with “Master of " + first));
+}
+
+TEST_F(RootModelTest, ABucketDeletedElsewhereLeavesTheListAndTheSelection)
+{
+    settings.set(SettingsKeys::lastKeyID, first);
+    root.start();
+    ASSERT_TRUE(isBrowsing(first));
+    auto make = [](std::shared_ptr<B2Session> session) -> Task<B2Bucket> {
+        co_return co_await session->client->createBucket(
+            {.bucketName = "soon-deleted-elsewhere", .bucketType = B2BucketType("allPrivate")});
+    };
+    auto destroy = [](std::shared_ptr<B2Session> session, std::string bucketID) -> Task<> {
+        co_await session->client->deleteBucket(std::move(bucketID));
+    };
+    const auto bucket = qtRun(make(*root.keyStore.session));
+    qtRun(root.buckets.reload());
+    root.select({SidebarItem::Kind::bucket, bucket.bucketID});
+    ASSERT_TRUE(spinUntil([&] { return !*root.browser.isLoading; }));
+
+    qtRun(destroy(*root.keyStore.session, bucket.bucketID));
+    root.browser.refresh();
+    ASSERT_TRUE(spinUntil([&] { return root.buckets.bucket(bucket.bucketID) == nullptr; }));
+
+    EXPECT_FALSE(*root.selection);
+    EXPECT_EQ(root.detailState().notice.title, "Select a Bucket");
+}
