@@ -8,6 +8,7 @@
 #include <iterator>
 #include <ranges>
 #include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
 #include <utility>
 
@@ -119,7 +120,8 @@ LogFile::LogFile(std::filesystem::path directory)
     , current_(directory / "activity.jsonl")
     , previous_(directory / "activity-previous.jsonl")
 {
-    makePrivateDirectory(directory);
+    // Without it, every later write fails, and that is all.
+    std::ignore = makePrivateDirectory(directory);
 }
 
 Task<> LogFile::append(std::vector<LogEntry> entries)

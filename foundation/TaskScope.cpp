@@ -22,7 +22,7 @@ namespace {
 
 void report(const std::exception_ptr& error)
 {
-    std::string reason = "Unknown failure";
+    std::string reason;
     try {
         std::rethrow_exception(error);
     } catch (const Cancelled&) {
@@ -30,6 +30,7 @@ void report(const std::exception_ptr& error)
     } catch (const std::exception& failure) {
         reason = failure.what();
     } catch (...) {
+        reason = "Unknown failure";
     }
     ActivityLog::shared().record({B2LogLevel::error, "app", "A step ended before it was done", std::move(reason)});
 }
