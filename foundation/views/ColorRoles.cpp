@@ -7,6 +7,7 @@ namespace {
 
 constexpr double readableRatio = 4.5;
 constexpr double visibleRatio = 3.0;
+constexpr QColor dangerHue(0xd9, 0x2d, 0x38);
 
 double luminance(const QColor& color)
 {
@@ -45,7 +46,7 @@ QColor hueOf(MessageKind kind, const QPalette& palette)
     case MessageKind::warning:
         return QColor(0xd9, 0x8a, 0x04);
     case MessageKind::danger:
-        return QColor(0xd9, 0x2d, 0x38);
+        return dangerHue;
     }
     return {};
 }
@@ -117,6 +118,11 @@ QColor messageColor(MessageKind kind, const QPalette& palette)
 {
     const QColor onTint = readable(hueOf(kind, palette), messageTint(kind, palette));
     return readable(readable(onTint, role(palette, QPalette::Base)), role(palette, QPalette::Window));
+}
+
+QColor dangerFill()
+{
+    return readable(dangerHue, Qt::white);
 }
 
 QColor messageTint(MessageKind kind, const QPalette& palette)

@@ -47,5 +47,8 @@ QColor symbolColor(const QPalette& palette);
 /// Icon and text colour of a message; reads on base, window and its own tint.
 QColor messageColor(MessageKind kind, const QPalette& palette);
 
+/// Ground of a button that destroys; white reads on it.
+QColor dangerFill();
+
 /// Ground of a message's banner.
 QColor messageTint(MessageKind kind, const QPalette& palette);

@@ -148,6 +148,23 @@ QPixmap symbolPixmap(Symbol symbol, const QSize& size, double devicePixelRatio, 
     return pixmap;
 }
 
+QIcon applicationIcon()
+{
+    registerSymbols();
+    // Drawn here and not by an icon plugin, which need not be installed.
+    QIcon bundled;
+    QSvgRenderer renderer(QStringLiteral(":/kestrovan/icons/com.zantro.kestrovan.svg"));
+    for (const int extent : {16, 32, 48, 128, 256}) {
+        QPixmap pixmap(extent, extent);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        renderer.render(&painter);
+        painter.end();
+        bundled.addPixmap(pixmap);
+    }
+    return QIcon::fromTheme(QStringLiteral("com.zantro.kestrovan"), bundled);
+}
+
 QColor tintColor(SymbolTint tint, const QPalette& palette)
 {
     switch (tint) {

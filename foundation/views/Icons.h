@@ -81,6 +81,9 @@ QIcon symbolIcon(Symbol symbol, SymbolTint tint = SymbolTint::plain);
 /// The symbol in one colour; for delegates. `size` is in device-independent pixels. Cached.
 QPixmap symbolPixmap(Symbol symbol, const QSize& size, double devicePixelRatio, const QColor& color);
 
+/// The program's own icon: the installed one of the icon theme, or else the bundled drawing.
+QIcon applicationIcon();
+
 /// The colour a tint stands for in a palette.
 QColor tintColor(SymbolTint tint, const QPalette& palette);
 

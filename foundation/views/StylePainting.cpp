@@ -56,7 +56,7 @@ bool isHovered(const QStyleOption& option)
 QColor strongFill(const QStyleOptionButton& option, bool isDestructive)
 {
     const QPalette& palette = option.palette;
-    const QColor fill = isDestructive ? QColor(0xc0, 0x27, 0x33) : palette.color(QPalette::Active, QPalette::Highlight);
+    const QColor fill = isDestructive ? dangerFill() : palette.color(QPalette::Active, QPalette::Highlight);
     if (has(option, QStyle::State_Sunken)) {
         return mixed(Qt::black, fill, 0.2);
     }

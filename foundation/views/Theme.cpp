@@ -21,10 +21,10 @@ struct Shades {
     QRgb idleSelection;
 };
 
-constexpr Shades lightShades{.window = 0xfff4f5f6,
+constexpr Shades lightShades{.window = 0xfff6f7f8,
     .base = 0xffffffff,
     .alternate = 0xfff9fafa,
-    .text = 0xff14181d,
+    .text = 0xff0f1317,
     .button = 0xffffffff,
     .highlight = 0xff1f6aa5,
     .link = 0xff1a5f96,

@@ -1,0 +1,14 @@
+#include "foundation/views/Theme.h"
+
+#include <QApplication>
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv)
+{
+    ::testing::InitGoogleTest(&argc, argv);
+    Theme::prepareApplication();
+    const QApplication application(argc, argv);
+    const Theme theme;
+    return RUN_ALL_TESTS();
+}
