@@ -1,5 +1,7 @@
 #include "TransportFixture.h"
 
+#include "B2Kit/IdleWatch.h"
+
 #include <array>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -256,6 +258,24 @@ TEST_F(B2CurlTransportTest, EndsAStalledRequestAtTheIdleLimitButNotASlowOne)
     EXPECT_EQ(failureOf(deafReply).code(), Code::timedOut);
 }
 
+TEST(IdleWatchTest, LetsASlowTransferGoOnAndEndsOneThatOnlyTrickles)
+{
+    const IdleWatch::TimePoint start;
+    const auto stallsAfter = [start](std::int64_t bytesASecond, std::chrono::seconds longest) {
+        IdleWatch watch(60s);
+        watch.start(start);
+        for (auto time = 1s; time <= longest; ++time) {
+            if (watch.observe(start + time, time.count() * bytesASecond))
+                return time;
+        }
+        return 0s;
+    };
+
+    EXPECT_EQ(stallsAfter(0, 1h), 60s);
+    EXPECT_EQ(stallsAfter(1, 1h), 600s);
+    EXPECT_EQ(stallsAfter(2, 24h), 0s);
+}
+
 TEST_F(B2CurlTransportTest, IsStoppedWithin100MillisecondsInEveryPhase)
 {
     const FullListener unreachable;
@@ -337,6 +357,21 @@ TEST_F(B2CurlTransportTest, FollowsNoRedirect)
 
     EXPECT_EQ(reply.response.status, 302);
     EXPECT_EQ(other.connectionCount(), 0);
+}
+
+TEST_F(B2CurlTransportTest, TakesNoProxyFromTheEnvironment)
+{
+    ScriptedServer proxy(ScriptedServer::answering(httpAnswer(200, "caught")));
+    ScriptedServer server(ScriptedServer::answering(httpAnswer(200, "direct")));
+    setenv("http_proxy", proxy.url("/").c_str(), 1);
+    setenv("all_proxy", proxy.url("/").c_str(), 1);
+
+    const auto reply = run(transport.data(get(server.url("/"))));
+    unsetenv("http_proxy");
+    unsetenv("all_proxy");
+
+    EXPECT_EQ(reply.body, "direct");
+    EXPECT_EQ(proxy.connectionCount(), 0);
 }
 
 TEST_F(B2CurlTransportTest, BoundsAHostileAnswer)
