@@ -28,7 +28,7 @@ Database::Database(const std::filesystem::path& file)
         // Synchronous off: what is written survives a killed process, though not a power cut.
         execute("PRAGMA page_size=8192; PRAGMA locking_mode=EXCLUSIVE; PRAGMA journal_mode=WAL;"
                 "PRAGMA synchronous=OFF; PRAGMA wal_autocheckpoint=4000; PRAGMA journal_size_limit=67108864;"
-                "PRAGMA cache_size=-65536; PRAGMA temp_store=MEMORY; BEGIN IMMEDIATE; COMMIT;");
+                "PRAGMA cache_size=-16384; PRAGMA temp_store=MEMORY; BEGIN IMMEDIATE; COMMIT;");
     } catch (const std::exception& error) {
         const std::string reason = error.what();
         sqlite3_close(connection_);

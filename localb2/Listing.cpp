@@ -125,7 +125,7 @@ std::string listFileNames(Call& call)
         }
         cursor.read(version);
         if (version.kind == FileVersion::Kind::hide) {
-            cursor.seekAfter(version.name);
+            cursor.skipName(version.name);
             continue;
         }
         if (page.isFull())
@@ -135,7 +135,7 @@ std::string listFileNames(Call& call)
             cursor.seekAfterPrefix(folder);
         } else {
             page.putFile(version);
-            cursor.seekAfter(version.name);
+            cursor.skipName(version.name);
         }
     }
     return page.finished(nullptr, false);

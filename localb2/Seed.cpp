@@ -25,6 +25,7 @@ void plantSeed(Core& core, std::string_view seed)
         plantFile(core, account.id, seed);
     }
     change.commit();
+    core.database.execute("PRAGMA wal_checkpoint(TRUNCATE)");
 }
 
 } // namespace localb2

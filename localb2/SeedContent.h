@@ -19,7 +19,7 @@ std::string plainText(unsigned number, int paragraphs);
 /// A table with a header line.
 std::string csvTable(unsigned number, int rows);
 
-/// One second of sound each 88,244 bytes: a tone that falls.
+/// A tone that falls; 88,200 bytes a second.
 std::string wavTone(unsigned number, int seconds);
 
 /// Bytes without any order.

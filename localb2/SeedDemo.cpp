@@ -64,13 +64,16 @@ private:
             {"2026/日本 spring", 77, 29, 90},
             {"2026/Kitchen renovation", 160, 16, 20},
         }};
-        unsigned picture = 0;
+        std::vector<std::string> pictures;
+        for (unsigned i = 0; i < 40; ++i)
+            pictures.push_back(pngPicture(i));
+        std::size_t picture = 0;
         for (const auto& album : albums) {
             for (int i = 0; i < album.count; ++i) {
                 const auto time = planter_.daysAgo(album.daysAgo - i / 6, i);
                 planter_.addFile(photos_,
                     {.name = fmt::format("{}/IMG_{:04}.png", album.name, album.firstNumber + i),
-                        .bytes = pngPicture(picture++ % 40),
+                        .bytes = pictures[picture++ % pictures.size()],
                         .time = time,
                         .info = modifiedAt(time)});
             }
@@ -104,7 +107,7 @@ private:
                 planter_.addFile(documents_,
                     {.name = fmt::format("Taxes {}/statement {:02}-{}.csv", year, month, year),
                         .bytes = csvTable(number, 40),
-                        .time = planter_.daysAgo((2026 - year) * 180 + 360 - month * 25, month)});
+                        .time = planter_.daysAgo((2026 - year) * 120 + 360 - month * 25, month)});
             }
         }
         for (int i = 1; i <= 14; ++i)

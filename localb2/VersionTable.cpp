@@ -183,8 +183,14 @@ void VersionCursor::seek(std::string_view name, std::optional<std::int64_t> sequ
     advance();
 }
 
-void VersionCursor::seekAfter(std::string_view name)
+void VersionCursor::skipName(std::string_view name)
 {
+    // A step costs a tenth of a seek, so a few versions are walked over and many are leapt.
+    for (int i = 0; i < 8; ++i) {
+        advance();
+        if (isAtEnd_ || this->name() != name)
+            return;
+    }
     query_.restart(bucket_, Bytes{name}, std::numeric_limits<std::int64_t>::max());
     advance();
 }

@@ -48,8 +48,8 @@ public:
 
     /// Goes to the first version at or after this name and sequence; the newest of the name by default.
     void seek(std::string_view name, std::optional<std::int64_t> sequence = {});
-    /// Goes past every version of the name.
-    void seekAfter(std::string_view name);
+    /// From a version of the name: goes past all of them.
+    void skipName(std::string_view name);
     /// Goes past every name that begins with the prefix.
     void seekAfterPrefix(std::string_view prefix);
 
