@@ -56,20 +56,15 @@ ReservedPaths::Reservation::~Reservation()
     if (!owner_)
         return;
     const std::lock_guard lock(owner_->mutex_);
-    owner_->paths_.extract(path_);
+    owner_->paths_.erase(path_);
 }
 
-bool ReservedPaths::contains(const std::filesystem::path& path) const
+std::optional<ReservedPaths::Reservation> ReservedPaths::reserve(const std::filesystem::path& path)
 {
     const std::lock_guard lock(mutex_);
-    return paths_.contains(path);
-}
-
-ReservedPaths::Reservation ReservedPaths::reserve(std::filesystem::path path)
-{
-    const std::lock_guard lock(mutex_);
-    paths_.insert(path);
-    return {shared_from_this(), std::move(path)};
+    if (!paths_.insert(path).second)
+        return {};
+    return Reservation(shared_from_this(), path);
 }
 
 std::expected<PreparedDestination, std::string> prepareDestination(
@@ -82,17 +77,22 @@ std::expected<PreparedDestination, std::string> prepareDestination(
 
     const auto limit = nameLimit(folder.path);
     const auto wanted = shortenedName(name, limit);
-    auto target = folder.path / wanted;
-    const bool isShortened = wanted != name;
-    const bool isThere = isSomethingAt(target);
-    if (isThere && policy == ExistingFilePolicy::skip)
-        return PreparedDestination{{target, target}, {}, isShortened};
-    if ((isThere && policy == ExistingFilePolicy::keepBoth) || reserved.contains(target)) {
-        const auto isTaken = [&](const std::string& candidate) {
-            const auto path = folder.path / candidate;
-            return isSomethingAt(path) || reserved.contains(path);
-        };
-        target = folder.path / numberedName(wanted, limit, isTaken);
+    PreparedDestination prepared{.choice = {folder.path / wanted, {}}, .isShortened = wanted != name};
+    const bool isThere = isSomethingAt(prepared.choice.target);
+    if (isThere && policy == ExistingFilePolicy::skip) {
+        prepared.choice.skippedFor = prepared.choice.target;
+        return prepared;
     }
-    return PreparedDestination{{target, {}}, reserved.reserve(target), isShortened};
+    if (!isThere || policy == ExistingFilePolicy::replace)
+        prepared.reservation = reserved.reserve(prepared.choice.target);
+    if (!prepared.reservation) {
+        const auto isTaken = [&](const std::string& candidate) {
+            if (isSomethingAt(folder.path / candidate))
+                return true;
+            prepared.reservation = reserved.reserve(folder.path / candidate);
+            return !prepared.reservation;
+        };
+        prepared.choice.target = folder.path / numberedName(wanted, limit, isTaken);
+    }
+    return prepared;
 }

@@ -9,6 +9,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 
 /// Where a download goes.
 struct DestinationChoice {
@@ -27,7 +28,12 @@ public:
     public:
         Reservation(std::shared_ptr<ReservedPaths> owner, std::filesystem::path path);
         Reservation(Reservation&&) noexcept = default;
-        Reservation& operator=(Reservation&&) = delete;
+        Reservation& operator=(Reservation&& other) noexcept
+        {
+            std::swap(owner_, other.owner_);
+            std::swap(path_, other.path_);
+            return *this;
+        }
         ~Reservation();
 
     private:
@@ -35,12 +41,12 @@ public:
         std::filesystem::path path_;
     };
 
-    bool contains(const std::filesystem::path& path) const;
-    Reservation reserve(std::filesystem::path path);
+    /// @returns nothing when the path is taken.
+    std::optional<Reservation> reserve(const std::filesystem::path& path);
 
 private:
-    mutable std::mutex mutex_;
-    std::multiset<std::filesystem::path> paths_;
+    std::mutex mutex_;
+    std::set<std::filesystem::path> paths_;
 };
 
 /// The folder that downloads go to.
@@ -53,7 +59,7 @@ struct DownloadFolder {
 
 struct PreparedDestination {
     DestinationChoice choice;
-    std::optional<ReservedPaths::Reservation> reservation; ///< Unset for a download that is left out.
+    std::optional<ReservedPaths::Reservation> reservation; ///< Held while the download runs.
     bool isShortened = false;                              ///< The disk does not take a name that long.
 };
 

@@ -1,5 +1,6 @@
 #include "B2Kit/B2Client.h"
 #include "B2Kit/B2RetryPolicy.h"
+#include "async/Background.h"
 #include "foundation/ActivityLog.h"
 #include "transfers/FailureTexts.h"
 #include "transfers/LocalNames.h"
@@ -44,7 +45,7 @@ Task<Outcome> fetch(const DownloadOrder& order, const TransferRun& run, const Tr
 
     const auto policy = currentExistingFilePolicy(*context.settings);
     auto prepared =
-        co_await context.files->run([folder = order.folder, name = *name, policy, reserved = context.reserved] {
+        co_await runInBackground([folder = order.folder, name = *name, policy, reserved = context.reserved] {
             return prepareDestination(folder, name, policy, *reserved);
         });
     co_await checkCancelled();

@@ -1,5 +1,6 @@
 // How files come into the queue: what is asked for becomes rows or refusals.
 
+#include "async/Background.h"
 #include "foundation/Texts.h"
 #include "transfers/TransferQueue.h"
 #include "transfers/UploadSource.h"
@@ -62,13 +63,12 @@ Task<> TransferQueue::queueUploads(QPointer<TransferQueue> queue, std::vector<st
 {
     // In batches, so that the first rows show while the rest of many files is looked at.
     constexpr std::size_t batchSize = 100;
-    const auto worker = queue->context_.files;
     for (std::size_t begin = 0; begin < files.size(); begin += batchSize) {
         const auto first = files.begin() + static_cast<std::ptrdiff_t>(begin);
         const auto count = static_cast<std::ptrdiff_t>(std::min(batchSize, files.size() - begin));
         std::vector batch(first, first + count);
         const auto results =
-            co_await worker->run([batch = std::move(batch), prefix] { return checkedAll(batch, prefix); });
+            co_await runInBackground([batch = std::move(batch), prefix] { return checkedAll(batch, prefix); });
         co_await checkCancelled();
         for (const auto& file : results) {
             if (!queue)

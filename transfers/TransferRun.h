@@ -6,7 +6,6 @@
 #include "accounts/B2Session.h"
 #include "async/Task.h"
 #include "transfers/Destination.h"
-#include "transfers/FileWorker.h"
 #include "transfers/Transfer.h"
 #include "transfers/UploadSource.h"
 
@@ -33,7 +32,6 @@ struct UploadOrder {
 /// What the work of all transfers shares.
 struct TransferContext {
     Settings* settings = nullptr; ///< Lives as long as the application.
-    std::shared_ptr<FileWorker> files = std::make_shared<FileWorker>();
     std::shared_ptr<ReservedPaths> reserved = std::make_shared<ReservedPaths>();
 };
 

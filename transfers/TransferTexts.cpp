@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace {
@@ -136,6 +137,43 @@ std::optional<std::string> rateText(const Transfer& transfer, Transfer::Clock::t
 {
     const auto rate = bytesPerSecond(transfer, now);
     return rate ? std::optional(sizeText(std::llround(*rate)) + "/s") : std::nullopt;
+}
+
+std::optional<std::string> placeText(const Transfer& transfer)
+{
+    const bool isFailed = transfer.state->is(Case::failed);
+    if (transfer.kind == Transfer::Kind::upload && *transfer.bucket && !isFailed) {
+        const auto prefix = transfer.remoteName.substr(0, transfer.remoteName.size() - transfer.displayName.size());
+        auto place = "to " + (*transfer.bucket)->bucketName + "/" + prefix;
+        place.pop_back();
+        return place;
+    }
+    if (transfer.kind == Transfer::Kind::download && *transfer.localPath && !isFailed)
+        return "in " + (*transfer.localPath)->parent_path().filename().string();
+    return {};
+}
+
+std::string summaryText(const std::vector<std::shared_ptr<Transfer>>& transfers)
+{
+    const std::array kinds{std::pair(Case::running, "running"), std::pair(Case::waiting, "waiting"),
+        std::pair(Case::finished, "done"), std::pair(Case::skipped, "skipped"), std::pair(Case::cancelled, "cancelled"),
+        std::pair(Case::failed, "failed")};
+    std::string text;
+    for (const auto& [which, word] : kinds) {
+        const auto count =
+            std::ranges::count_if(transfers, [&](const auto& transfer) { return transfer->state->is(which); });
+        if (count > 0)
+            text += (text.empty() ? "" : ", ") + countText(count, word, word);
+    }
+    return text;
+}
+
+std::string refusalSummary(const std::vector<std::string>& refusals)
+{
+    if (refusals.size() < 2)
+        return refusals.empty() ? std::string() : refusals.front();
+    return fmt::format("{} {} more for such reasons; the activity log names each.", refusals.front(),
+        countText(static_cast<std::int64_t>(refusals.size()) - 1, "file", "files"));
 }
 
 std::string accessibleText(const Transfer& transfer)

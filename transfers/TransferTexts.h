@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 /// The words of a transfer's row. Functions of its fields; the caller brings the clock.
 
@@ -46,6 +47,15 @@ std::string amountText(const Transfer& transfer);
 
 /// "1.2 MB/s"; nothing while it is not known.
 std::optional<std::string> rateText(const Transfer& transfer, Transfer::Clock::time_point now);
+
+/// Where it goes to or has come to: "to photos/2024" of an upload, "in Downloads" of a finished download.
+std::optional<std::string> placeText(const Transfer& transfer);
+
+/// "2 running, 5 waiting, 1 failed" for the panel's title; empty without transfers.
+std::string summaryText(const std::vector<std::shared_ptr<Transfer>>& transfers);
+
+/// The refusals as one message: the first, and how many more there are.
+std::string refusalSummary(const std::vector<std::string>& refusals);
 
 /// The name a screen reader says for the row: name, direction, state and percent.
 std::string accessibleText(const Transfer& transfer);

@@ -1,5 +1,6 @@
 #include "B2Kit/B2Client.h"
 #include "B2Kit/B2RetryPolicy.h"
+#include "async/Background.h"
 #include "foundation/ActivityLog.h"
 #include "transfers/FailureTexts.h"
 #include "transfers/TransferRun.h"
@@ -20,7 +21,7 @@ Task<std::optional<std::string>> send(const UploadOrder& order, const TransferRu
     Transfer& transfer = *run.transfer;
     run.setState(Transfer::State::running());
     co_await checkCancelled();
-    const auto inspected = co_await context.files->run(
+    const auto inspected = co_await runInBackground(
         [path = order.source] { return InspectedFile{inspectUploadSource(path), contentTypeFor(path)}; });
     co_await checkCancelled();
     if (!inspected.source)
@@ -48,7 +49,7 @@ Task<std::optional<std::string>> send(const UploadOrder& order, const TransferRu
         std::rethrow_exception(failure);
 
     // Hash and body are read one after the other: what was written meanwhile makes them differ, or is missing.
-    const bool isSame = co_await context.files->run([source] { return isUnchanged(source); });
+    const bool isSame = co_await runInBackground([source] { return isUnchanged(source); });
     if (isSame && !failure)
         co_return std::nullopt;
     if (isSame || (failure && isRetryableConnectionFailure(failure)))

@@ -1,0 +1,90 @@
+#include "transfers/views/TransferListModel.h"
+
+#include "foundation/QtText.h"
+#include "foundation/views/NameText.h"
+#include "transfers/TransferTexts.h"
+
+#include <algorithm>
+
+TransferListModel::TransferListModel(TransferQueue& queue, QObject* parent)
+    : QAbstractListModel(parent)
+    , queue_(queue)
+{
+    connect(&queue_, &Observable::changed, this, &TransferListModel::follow);
+    follow();
+}
+
+int TransferListModel::rowCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(rows_.size());
+}
+
+QVariant TransferListModel::data(const QModelIndex& index, int role) const
+{
+    const auto transfer = transferAt(index);
+    if (!transfer)
+        return {};
+    switch (role) {
+    case Qt::DisplayRole:
+        return showableName(toQString(transfer->displayName));
+    case Qt::ToolTipRole: {
+        const auto status = statusOf(*transfer);
+        return toQString(transfer->remoteName + "\n" + (status.help.empty() ? status.text : status.help));
+    }
+    case Qt::AccessibleTextRole:
+        return toQString(accessibleText(*transfer));
+    default:
+        return {};
+    }
+}
+
+std::shared_ptr<Transfer> TransferListModel::transferAt(const QModelIndex& index) const
+{
+    return checkIndex(index, CheckIndexOption::IndexIsValid) ? rows_[static_cast<std::size_t>(index.row())] : nullptr;
+}
+
+void TransferListModel::follow()
+{
+    const auto& wanted = *queue_.transfers;
+    // Rows only leave or come at the end, so what is left keeps its order.
+    QSet<const Transfer*> staying;
+    staying.reserve(static_cast<qsizetype>(wanted.size()));
+    for (const auto& transfer : wanted)
+        staying.insert(transfer.get());
+    for (auto end = rows_.size(); end > 0;) {
+        auto begin = end;
+        while (begin > 0 && !staying.contains(rows_[begin - 1].get()))
+            --begin;
+        if (begin == end) {
+            --end;
+            continue;
+        }
+        beginRemoveRows({}, static_cast<int>(begin), static_cast<int>(end) - 1);
+        for (auto row = begin; row < end; ++row)
+            disconnect(rows_[row].get(), nullptr, this, nullptr);
+        rows_.erase(
+            rows_.begin() + static_cast<std::ptrdiff_t>(begin), rows_.begin() + static_cast<std::ptrdiff_t>(end));
+        endRemoveRows();
+        end = begin;
+    }
+    if (wanted.size() > rows_.size()) {
+        beginInsertRows({}, static_cast<int>(rows_.size()), static_cast<int>(wanted.size()) - 1);
+        for (auto row = rows_.size(); row < wanted.size(); ++row) {
+            rows_.push_back(wanted[row]);
+            watch(wanted[row]);
+        }
+        endInsertRows();
+    }
+    rowOf_.clear();
+    for (std::size_t row = 0; row < rows_.size(); ++row)
+        rowOf_.insert(rows_[row].get(), static_cast<int>(row));
+}
+
+void TransferListModel::watch(const std::shared_ptr<Transfer>& transfer)
+{
+    connect(transfer.get(), &Observable::changed, this, [this, key = transfer.get()] {
+        const auto row = rowOf_.constFind(key);
+        if (row != rowOf_.constEnd())
+            Q_EMIT dataChanged(index(*row), index(*row));
+    });
+}

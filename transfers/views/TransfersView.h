@@ -1,0 +1,56 @@
+#pragma once
+
+#include "transfers/TransferQueue.h"
+#include "transfers/views/TransferListView.h"
+
+#include <QList>
+#include <QUrl>
+#include <QWidget>
+
+class Banner;
+class EmptyState;
+class QLabel;
+class QPushButton;
+class QStackedLayout;
+class QToolButton;
+
+/// The panel of transfers: title, what is going on in numbers, and the rows. Never takes the focus by itself.
+class TransfersView final : public QWidget {
+    Q_OBJECT
+
+public:
+    /// The queue outlives the view.
+    explicit TransfersView(TransferQueue& queue, QWidget* parent = nullptr);
+
+    TransferListView& list() { return *list_; }
+
+    /// Gives the keyboard to the rows.
+    void focusList();
+
+Q_SIGNALS:
+    void closeRequested();
+
+    /// Local files were dropped to be uploaded.
+    void filesDropped(const QList<QUrl>& files);
+
+protected:
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QWidget* makeHeader();
+    void render();
+    void setDropping(bool isDropping);
+
+    TransferQueue& queue_;
+    TransferListView* list_;
+    EmptyState* empty_;
+    Banner* refusals_;
+    QLabel* summary_;
+    QPushButton* clear_;
+    QToolButton* close_;
+    QStackedLayout* content_;
+    QWidget* dropFrame_;
+};
