@@ -24,6 +24,13 @@ std::string faults(Core& core, const Request& request)
     return core.faults.json();
 }
 
+/// The same as DELETE, for clients that know GET and POST only.
+std::string clearFaults(Core& core, const Request&)
+{
+    core.faults.clear();
+    return core.faults.json();
+}
+
 std::string expireTokens(Core& core, const Request& request)
 {
     const std::scoped_lock lock(core.mutex);
@@ -178,6 +185,7 @@ Answer serveControl(Core& core, const Request& request, std::string_view path)
     using Handler = std::string (*)(Core&, const Request&);
     static constexpr std::pair<std::string_view, Handler> handlers[] = {
         {"faults", faults},
+        {"faults/clear", clearFaults},
         {"expire-tokens", expireTokens},
         {"clock", clock},
         {"options", options},

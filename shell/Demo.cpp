@@ -34,6 +34,16 @@ void Demo::addKeysTo(MemoryKeychain& keychain) const
         keychain.add({key.keyID, key.name, accounts.front().keyID}, key.applicationKey);
 }
 
+std::vector<std::string> Demo::secrets() const
+{
+    std::vector<std::string> secrets;
+    for (const auto& key : service_->masterKeys())
+        secrets.push_back(key.applicationKey);
+    for (const auto& key : service_->applicationKeys())
+        secrets.push_back(key.applicationKey);
+    return secrets;
+}
+
 std::filesystem::path Demo::root() const
 {
     return directory_.path().toStdString();

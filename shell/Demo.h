@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace localb2 {
 class Service;
@@ -28,6 +29,9 @@ public:
 
     /// The demonstration's keys: two accounts, and a key limited to one bucket.
     void addKeysTo(MemoryKeychain& keychain) const;
+
+    /// The secrets of those keys, so that a tour can look for them where they must not be.
+    std::vector<std::string> secrets() const;
 
     std::filesystem::path settingsFile() const;
     std::filesystem::path logDirectory() const;

@@ -23,7 +23,7 @@ void chooseDisplay(const CommandLine& commandLine)
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
 }
 
-int runProgram(const CommandLine& commandLine, std::optional<std::string> secret)
+int runProgram(const CommandLine& commandLine, std::optional<std::string> secret, Theme& theme)
 {
     Application application(commandLine, std::move(secret));
     MainWindow window(application);
@@ -37,7 +37,7 @@ int runProgram(const CommandLine& commandLine, std::optional<std::string> secret
     std::unique_ptr<Tour> tour;
     int tourResult = 0;
     if (commandLine.tour) {
-        tour = std::make_unique<Tour>(application, window, *commandLine.tour);
+        tour = std::make_unique<Tour>(application, theme, window, *commandLine.tour);
         QObject::connect(tour.get(), &Tour::finished, &window, [&](int failures) {
             tourResult = failures == 0 ? 0 : 1;
             leave();
@@ -90,9 +90,9 @@ int main(int argc, char** argv)
     QGuiApplication::setDesktopFileName(QStringLiteral("com.zantro.kestrovan"));
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/kestrovan/com.zantro.kestrovan.svg")));
     QGuiApplication::setQuitOnLastWindowClosed(false);
-    const Theme theme;
+    Theme theme;
     try {
-        return runProgram(*commandLine, std::move(secret));
+        return runProgram(*commandLine, std::move(secret), theme);
     } catch (const std::exception& error) {
         std::cerr << error.what() << '\n';
         return 1;

@@ -1,9 +1,11 @@
 #include "shell/views/MainWindow.h"
 
+#include "browser/views/BrowserCommands.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/QtText.h"
 #include "foundation/SettingsKeys.h"
 #include "foundation/views/Banner.h"
+#include "foundation/views/DenseTableView.h"
 #include "foundation/views/Icons.h"
 #include "foundation/views/Measures.h"
 #include "shell/views/ActivityLogWindow.h"
@@ -16,6 +18,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QFile>
 #include <QFileDialog>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -86,14 +89,9 @@ void MainWindow::buildLayout()
 
     auto& browser = detail_->browser();
     connect(&browser, &ObjectBrowserView::uploadFilesDialogRequested, this, &MainWindow::chooseFilesToUpload);
-    connect(&browser, &ObjectBrowserView::uploadRequested, this,
-        [this](const QList<QUrl>& urls, const std::string& prefix) {
-            QStringList paths;
-            for (const QUrl& url : urls)
-                paths.append(url.toLocalFile());
-            upload(paths, prefix);
-        });
+    connect(&browser, &ObjectBrowserView::uploadRequested, this, &MainWindow::upload);
     connect(&browser, &ObjectBrowserView::downloadRequested, this, &MainWindow::download);
+    connect(transfers_, &TransfersView::filesDropped, &browser, &ObjectBrowserView::takeFiles);
     connect(transfers_, &TransfersView::closeRequested, this, [this] { setTransfersVisible(false); });
 
     const auto pane = [this](const QKeySequence& keys, bool forward) {
@@ -113,30 +111,29 @@ void MainWindow::buildMenus()
 
 void MainWindow::buildFileMenu()
 {
-    const auto& actions = detail_->browser().actions();
+    const auto& commands = detail_->browser().commands();
     auto* const file = menuBar()->addMenu(tr("&File"));
-    file->addAction(actions.upload);
-    file->addAction(actions.download);
+    file->addAction(commands.upload);
+    file->addAction(commands.download);
     file->addSeparator();
-    file->addAction(actions.refresh);
+    file->addAction(commands.refresh);
     file->addSeparator();
     auto* const quit = file->addAction(tr("&Quit"), this, &MainWindow::askToQuit);
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     quit->setMenuRole(QAction::QuitRole);
 
     auto* const edit = menuBar()->addMenu(tr("&Edit"));
-    edit->addAction(actions.copyName);
-    edit->addAction(actions.copyPath);
-    edit->addAction(actions.selectAll);
+    edit->addAction(commands.copyName);
+    edit->addAction(commands.copyPath);
     edit->addSeparator();
-    edit->addAction(actions.find);
+    edit->addAction(commands.filter);
 }
 
 void MainWindow::buildViewMenu()
 {
-    const auto& actions = detail_->browser().actions();
+    const auto& commands = detail_->browser().commands();
     auto* const view = menuBar()->addMenu(tr("&View"));
-    view->addAction(actions.allVersions);
+    view->addAction(commands.allVersions);
     view->addSeparator();
     showTransfers_ = view->addAction(symbolIcon(Symbol::transfers), tr("Show Transfers"), this,
         [this] { setTransfersVisible(!application_.context->isShowingTransfers()); });
@@ -145,11 +142,11 @@ void MainWindow::buildViewMenu()
     log->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_L));
 
     auto* const go = menuBar()->addMenu(tr("&Go"));
-    go->addAction(actions.back);
-    go->addAction(actions.forward);
-    go->addAction(actions.up);
+    go->addAction(commands.back);
+    go->addAction(commands.forward);
+    go->addAction(commands.up);
     go->addSeparator();
-    go->addAction(actions.editPath);
+    go->addAction(commands.editPath);
 }
 
 void MainWindow::buildAccountMenu()
@@ -200,14 +197,14 @@ void MainWindow::setTransfersVisible(bool visible)
     application_.context->setShowingTransfers(visible);
 }
 
-void MainWindow::upload(const QStringList& paths, const std::string& prefix)
+void MainWindow::upload(const QList<QUrl>& urls, const std::string& prefix)
 {
     const auto& browser = application_.root->browser;
-    if (!*browser.session || !*browser.bucket || paths.isEmpty())
+    if (!*browser.session || !*browser.bucket || urls.isEmpty())
         return;
     std::vector<std::filesystem::path> files;
-    for (const QString& path : paths)
-        files.emplace_back(path.toStdString());
+    for (const QUrl& url : urls)
+        files.emplace_back(QFile::encodeName(url.toLocalFile()).toStdString());
     application_.queue->upload(std::move(files), **browser.bucket, prefix, *browser.session);
     setTransfersVisible(true);
 }
@@ -218,8 +215,8 @@ void MainWindow::chooseFilesToUpload()
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setFileMode(QFileDialog::ExistingFiles);
     dialog->setLabelText(QFileDialog::Accept, tr("Upload"));
-    connect(dialog, &QFileDialog::filesSelected, this,
-        [this](const QStringList& paths) { upload(paths, *application_.root->browser.prefix); });
+    connect(dialog, &QFileDialog::urlsSelected, this,
+        [this](const QList<QUrl>& urls) { detail_->browser().takeFiles(urls); });
     dialog->open();
 }
 
@@ -321,7 +318,7 @@ void MainWindow::focusNextPane(bool forward)
     else if (next == transfers_)
         transfers_->focusList();
     else
-        detail_->browser().focusTable();
+        detail_->browser().table().setFocus(Qt::OtherFocusReason);
 }
 
 void MainWindow::restoreSplitters()

@@ -2,8 +2,10 @@
 
 #include "shell/Application.h"
 
+#include <QList>
 #include <QMainWindow>
 #include <QPointer>
+#include <QUrl>
 
 class ActivityLogWindow;
 class Banner;
@@ -51,7 +53,7 @@ private:
     void focusNextPane(bool forward);
     void restoreSplitters();
     void saveSplitters();
-    void upload(const QStringList& paths, const std::string& prefix);
+    void upload(const QList<QUrl>& urls, const std::string& prefix);
     void chooseFilesToUpload();
     void download(const std::vector<B2FileVersion>& files);
     void showMessage(const QString& title, const QString& text);

@@ -14,6 +14,7 @@
 #include <QListView>
 #include <QMenu>
 #include <QScopedValueRollback>
+#include <QStyledItemDelegate>
 #include <QVBoxLayout>
 
 namespace {
@@ -100,6 +101,11 @@ Sidebar::Sidebar(RootModel& root, AppContext& context, QWidget* parent)
 void Sidebar::focusBuckets()
 {
     list_->setFocus(Qt::OtherFocusReason);
+}
+
+QAbstractButton& Sidebar::switcher()
+{
+    return *card_;
 }
 
 bool Sidebar::eventFilter(QObject* watched, QEvent* event)

@@ -6,7 +6,7 @@
 #include <QSortFilterProxyModel>
 #include <QWidget>
 
-class ElidedLabel;
+class QAbstractButton;
 class KeyCard;
 class QLabel;
 class QListView;
@@ -24,6 +24,8 @@ public:
     static void fillKeyMenu(QMenu& menu, const AppContext& context, RootModel& root);
 
     void focusBuckets();
+    QListView& bucketList() { return *list_; }
+    QAbstractButton& switcher();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

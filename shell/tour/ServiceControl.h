@@ -1,0 +1,24 @@
+#pragma once
+
+#include "B2Kit/B2CurlTransport.h"
+
+#include <string>
+
+/// Speaks to the local service beside the program: what it really holds, and what shall go wrong next.
+class ServiceControl {
+public:
+    explicit ServiceControl(std::string serviceURL);
+
+    /// SHA-1 of the newest version of a file, computed by the service from what it stored.
+    Task<std::string> digest(std::string bucketName, std::string fileName);
+
+    /// @param faults  a JSON object or list, as `docs/local-service.md` describes.
+    Task<> addFaults(std::string faults);
+    Task<> clearFaults();
+
+private:
+    Task<std::string> ask(B2HTTPMethod method, std::string path, std::string body);
+
+    std::string serviceURL_;
+    B2CurlTransport transport_{{}};
+};

@@ -1,0 +1,146 @@
+#include "shell/tour/Tour.h"
+
+#include "browser/views/BrowserCommands.h"
+#include "browser/views/ObjectBrowserView.h"
+#include "foundation/QtText.h"
+#include "foundation/views/Banner.h"
+#include "foundation/views/DenseTableView.h"
+#include "foundation/views/SearchField.h"
+#include "shell/tour/TourHands.h"
+#include "shell/views/ActivityLogWindow.h"
+#include "shell/views/DetailArea.h"
+#include "shell/views/HelpWindow.h"
+#include "shell/views/Sidebar.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QMenu>
+#include <QTreeView>
+
+using namespace TourHands;
+
+namespace {
+
+/// Opens the switcher and picks the key with that name.
+Task<bool> pickKey(MainWindow& window, QString name)
+{
+    click(window.sidebar().switcher());
+    QMenu* menu = nullptr;
+    co_await until([&] {
+        menu = window.sidebar().findChild<QMenu*>(QStringLiteral("keySwitcher"));
+        return menu && menu->isVisible();
+    });
+    if (!menu)
+        co_return false;
+    for (QAction* const action : menu->actions()) {
+        if (action->text() != name || !action->isEnabled())
+            continue;
+        menu->setActiveAction(action);
+        press(*menu, Qt::Key_Return);
+        co_return true;
+    }
+    menu->close();
+    co_return false;
+}
+
+} // namespace
+
+Task<> Tour::switchKeys()
+{
+    auto& root = *application_.root;
+    const auto isOn = [&](const char* label) {
+        const auto session = *root.keyStore.session;
+        return session && session->key->label == label && *root.browser.session == session && isListed();
+    };
+
+    click(window_.sidebar().switcher());
+    QMenu* menu = nullptr;
+    co_await check("open the key switcher", [&] {
+        menu = window_.sidebar().findChild<QMenu*>(QStringLiteral("keySwitcher"));
+        return menu && menu->isVisible();
+    });
+    if (menu) {
+        co_await picture(*menu, "key-switcher");
+        press(*menu, Qt::Key_Escape);
+        co_await settle();
+    }
+
+    co_await pickKey(window_, QStringLiteral("photos-reader"));
+    co_await check("switch to a key for one bucket, which sees no other",
+        [&] { return isOn("photos-reader") && root.buckets.buckets->size() == 1; });
+    co_await picture(window_, "restricted-key");
+
+    co_await pickKey(window_, QStringLiteral("letters-inbox"));
+    co_await check("open a key with a prefix at its prefix",
+        [&] { return isOn("letters-inbox") && *root.browser.prefix == "Letters/"; });
+
+    co_await pickKey(window_, QStringLiteral("Second account"));
+    co_await check("switch to a second account and see its buckets alone", [&] {
+        return isOn("Second account") && root.buckets.buckets->size() == 1
+            && root.buckets.buckets->front().bucketName == "neighbours-bucket";
+    });
+
+    application_.keychain.add({"0044a1b2c3d4e5f0000000099", "Revoked key", std::nullopt}, "K004nothing");
+    application_.context->keysChangedTick = *application_.context->keysChangedTick + 1;
+    co_await until([&] { return application_.context->keyMenu->size() >= 9; });
+    co_await pickKey(window_, QStringLiteral("Revoked key"));
+    co_await check("say why a key does not work, and go on with the one in use",
+        [&] { return root.switchFailure().has_value() && isOn("Second account"); });
+    co_await picture(window_, "switch-refused");
+
+    co_await pickKey(window_, QStringLiteral("Master key"));
+    co_await check("switch back", [&] { return isOn("Master key") && root.buckets.buckets->size() >= 6; });
+}
+
+Task<> Tour::readTheLog()
+{
+    press(window_, Qt::Key_L, Qt::ControlModifier | Qt::ShiftModifier);
+    co_await check("open the activity log with Ctrl+Shift+L", [&] { return window_.logWindow().isVisible(); });
+    auto& log = window_.logWindow();
+    auto* const table = log.findChild<QTreeView*>();
+    auto* const search = log.findChild<SearchField*>();
+    if (!table || !search)
+        throw std::runtime_error("the log window lacks its table or its search field");
+    const int all = table->model()->rowCount();
+    co_await picture(log, "activity-log");
+    type(*search, QStringLiteral("KRAKÓW"));
+    co_await check("find what happened to one file, whatever its case",
+        [&] { return table->model()->rowCount() > 0 && table->model()->rowCount() < all; });
+    bool holdsSecret = false;
+    for (const auto& entry : application_.log->entries()) {
+        for (const auto& key : application_.demo->secrets())
+            holdsSecret = holdsSecret || entry.formatted().find(key) != std::string::npos;
+    }
+    report("no secret is in the log", !holdsSecret, "one is");
+    search->clear();
+    log.close();
+}
+
+Task<> Tour::lookAround()
+{
+    co_await showBucket("photos");
+    HelpWindow::open(&window_);
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+        if (auto* const help = qobject_cast<HelpWindow*>(widget)) {
+            co_await picture(*help, "help");
+            help->close();
+        }
+    }
+    theme_.setScheme(ColorScheme::dark);
+    co_await picture(window_, "dark");
+    window_.showActivityLog();
+    co_await picture(window_.logWindow(), "dark-activity-log");
+    window_.logWindow().close();
+    co_await showBucket("a-bucket-whose-name-is-just-as-long-as-the-service-allows-it-to");
+    window_.resize(860, 560);
+    co_await picture(window_, "dark-small");
+    theme_.setScheme(ColorScheme::light);
+    co_await picture(window_, "small");
+    window_.resize(1180, 760);
+
+    press(window_, Qt::Key_T, Qt::ControlModifier | Qt::ShiftModifier);
+    co_await check("hide the transfers with Ctrl+Shift+T", [&] { return !window_.transfers().isVisible(); });
+    press(window_, Qt::Key_F, Qt::ControlModifier);
+    auto* const filter = window_.detail().browser().findChild<SearchField*>();
+    co_await check("reach the filter with Ctrl+F", [&] { return filter && filter->hasFocus(); });
+}
