@@ -43,3 +43,13 @@ std::string folderTowards(std::string_view folder, std::string_view prefix)
     const auto slash = prefix.find('/', folder.size());
     return std::string(prefix.substr(0, slash == std::string_view::npos ? prefix.size() : slash + 1));
 }
+
+std::string typedPrefix(std::string_view typed)
+{
+    if (typed.starts_with('/'))
+        typed.remove_prefix(1);
+    std::string prefix(typed);
+    if (!prefix.empty() && !prefix.ends_with('/'))
+        prefix += '/';
+    return prefix;
+}

@@ -27,3 +27,6 @@ std::vector<FolderStep> folderSteps(std::string_view prefix);
 
 /// The sub-folder of `folder` that leads to `prefix`, which begins with `folder` and is longer.
 std::string folderTowards(std::string_view folder, std::string_view prefix);
+
+/// The folder a typed path means: without a leading "/", with a trailing one.
+std::string typedPrefix(std::string_view typed);

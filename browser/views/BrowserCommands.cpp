@@ -1,0 +1,94 @@
+#include "browser/views/BrowserCommands.h"
+
+#include "browser/BrowserActions.h"
+#include "browser/BrowserModel.h"
+#include "browser/RowTexts.h"
+#include "foundation/QtText.h"
+#include "foundation/views/Icons.h"
+
+#include <optional>
+#include <string>
+
+namespace {
+
+QAction* make(QObject* parent, const QString& text, const QString& tip, const QList<QKeySequence>& keys = {})
+{
+    auto* const action = new QAction(text, parent);
+    action->setToolTip(tip);
+    action->setProperty("tip", tip);
+    action->setShortcuts(keys);
+    return action;
+}
+
+QAction* make(QObject* parent, Symbol symbol, const QString& text, const QString& tip,
+    const QList<QKeySequence>& keys = {}, QAction::Priority priority = QAction::LowPriority)
+{
+    auto* const action = make(parent, text, tip, keys);
+    action->setIcon(symbolIcon(symbol));
+    action->setPriority(priority);
+    return action;
+}
+
+/// Switches an action off for a reason, which its tooltip then gives.
+void allow(QAction& action, const std::optional<std::string>& refusal)
+{
+    action.setEnabled(!refusal);
+    action.setToolTip(refusal ? toQString(*refusal) : action.property("tip").toString());
+}
+
+} // namespace
+
+BrowserCommands::BrowserCommands(QObject* parent)
+    : QObject(parent)
+    , back(make(this, Symbol::arrowLeft, tr("Back"), tr("Back to the folder before"), {Qt::ALT | Qt::Key_Left}))
+    , forward(make(this, Symbol::arrowRight, tr("Forward"), tr("Forward again"), {Qt::ALT | Qt::Key_Right}))
+    , up(make(this, Symbol::arrowUp, tr("Up"), tr("Up to the enclosing folder"), {Qt::ALT | Qt::Key_Up}))
+    , refresh(
+          make(this, Symbol::refresh, tr("Refresh"), tr("Read the folder again"), {Qt::Key_F5, Qt::CTRL | Qt::Key_R}))
+    , open(make(this, tr("Open"), tr("Open the folder")))
+    , upload(make(this, Symbol::upload, tr("Upload…"), tr("Upload files to this folder"), {Qt::CTRL | Qt::Key_U},
+          QAction::NormalPriority))
+    , download(
+          make(this, Symbol::download, tr("Download…"), tr("Download the selected files"), {}, QAction::NormalPriority))
+    , copyName(make(this, tr("Copy Name"), tr("Copy the names of the selected rows")))
+    , copyPath(make(this, tr("Copy Path"), tr("Copy the whole paths of the selected rows")))
+    , editPath(make(this, tr("Enter a Path"), tr("Type the folder to go to"), {Qt::CTRL | Qt::Key_L}))
+    , filter(make(this, tr("Filter"), tr("Show only names that hold a text"), {Qt::CTRL | Qt::Key_F}))
+    , allVersions(
+          make(this, tr("All Versions"), tr("Show every version and hide marker"), {Qt::CTRL | Qt::SHIFT | Qt::Key_V}))
+{
+    allVersions->setCheckable(true);
+}
+
+QList<QAction*> BrowserCommands::all() const
+{
+    return {back, forward, up, refresh, open, upload, download, copyName, copyPath, editPath, filter, allVersions};
+}
+
+void BrowserCommands::update(const BrowserModel& model, const std::vector<const BrowserRow*>& selected)
+{
+    const bool hasBucket = model.bucket->has_value() && *model.session;
+    back->setEnabled(model.canGoBack());
+    forward->setEnabled(model.canGoForward());
+    refresh->setEnabled(hasBucket);
+    for (auto* action : {editPath, filter, allVersions})
+        action->setEnabled(hasBucket);
+    allVersions->setChecked(*model.mode == BrowserMode::allVersions);
+
+    const auto root = model.rootPrefix();
+    allow(*up,
+        model.canGoUp()    ? std::nullopt
+            : root.empty() ? std::optional(fromQString(tr("This is the top of the bucket")))
+                           : std::optional("This key reaches only names that begin with \"" + shownText(root) + "\""));
+    if (!hasBucket) {
+        upload->setEnabled(false);
+        download->setEnabled(false);
+    } else {
+        const auto& key = (*model.session)->authorization;
+        allow(*upload, uploadRefusal(key));
+        allow(*download, downloadRefusal(key, selected));
+    }
+    open->setEnabled(selected.size() == 1 && selected.front()->kind == RowKind::folder);
+    copyName->setEnabled(!selected.empty());
+    copyPath->setEnabled(!selected.empty());
+}
