@@ -72,8 +72,8 @@ CurlList headerLines(const std::vector<B2HTTPHeader>& headers)
         auto* const longer = curl_slist_append(lines.get(), line.c_str());
         if (!longer)
             throw std::bad_alloc();
-        static_cast<void>(lines.release());
-        lines.reset(longer);
+        if (!lines)
+            lines.reset(longer); // Later the list keeps its head.
     };
     // A body is sent at once and not only when the server has said that it wants it.
     append("Expect:");
@@ -83,7 +83,9 @@ CurlList headerLines(const std::vector<B2HTTPHeader>& headers)
         if (std::ranges::any_of(value, endsLine))
             refuse("The header " + name + " of the request holds a line break.");
         // libcurl leaves out a header that ends in a colon and sends one without value for a semicolon.
-        append(value.empty() ? name + ";" : name + ": " + value);
+        std::string line = name;
+        line += value.empty() ? ";" : ": ";
+        append(line += value);
     }
     return lines;
 }

@@ -11,7 +11,7 @@
 namespace {
 
 /// libcurl hands out at most 16 KB at a time. So much is gathered for a write: still in the processor's cache.
-constexpr std::size_t writeSize = 128 * 1024;
+constexpr std::size_t writeSize = 131'072;
 
 /// An error's body is a line of JSON or a proxy's page.
 constexpr std::size_t errorBodyCap = 1'000'000;

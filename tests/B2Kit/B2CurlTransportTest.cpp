@@ -7,13 +7,19 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
 namespace {
 
 class B2CurlTransportTest : public TransportFixture {};
+
+std::string large(std::size_t size)
+{
+    std::string bytes;
+    bytes.resize(size, 'x');
+    return bytes;
+}
 
 std::string bodyOf(const std::string& request)
 {
@@ -32,11 +38,11 @@ class FullListener {
 public:
     FullListener()
     {
-        bind(listener_, reinterpret_cast<sockaddr*>(&address_), size_);
+        EXPECT_EQ(bind(listener_, reinterpret_cast<sockaddr*>(&address_), size_), 0);
         getsockname(listener_, reinterpret_cast<sockaddr*>(&address_), &size_);
         listen(listener_, 0);
         for (const int socket : queued_)
-            connect(socket, reinterpret_cast<sockaddr*>(&address_), size_);
+            static_cast<void>(connect(socket, reinterpret_cast<sockaddr*>(&address_), size_));
     }
     ~FullListener()
     {
@@ -116,6 +122,7 @@ TEST_F(B2CurlTransportTest, KeepsToEightConnectionsAHost)
     });
 
     std::vector<StartedTask<B2DataReply>> requests;
+    requests.reserve(40);
     for (int i = 0; i < 40; ++i)
         requests.emplace_back(transport.data(post(server.url("/"))));
     for (auto& request : requests)
@@ -127,7 +134,7 @@ TEST_F(B2CurlTransportTest, KeepsToEightConnectionsAHost)
 
 TEST_F(B2CurlTransportTest, UploadsAStretchOfAFileAndTellsItsProgress)
 {
-    std::string bytes(16'000'000, 'x');
+    std::string bytes = large(16'000'000);
     for (std::size_t i = 0; i < bytes.size(); ++i)
         bytes[i] = static_cast<char>(i * 7 / 3);
     const auto path = write("source", bytes);
@@ -245,7 +252,7 @@ TEST_F(B2CurlTransportTest, EndsAStalledRequestAtTheIdleLimitButNotASlowOne)
     };
 
     StartedTask slowReply(transport.data(impatient(slow)));
-    StartedTask deafReply(transport.upload(impatient(deaf), memory(std::string(30'000'000, 'x')), {}));
+    StartedTask deafReply(transport.upload(impatient(deaf), memory(large(30'000'000)), {}));
     const auto begin = std::chrono::steady_clock::now();
     const auto failure = failureOf(transport.data(impatient(stalled)));
     const auto waited = std::chrono::steady_clock::now() - begin;
@@ -297,7 +304,7 @@ TEST_F(B2CurlTransportTest, IsStoppedWithin100MillisecondsInEveryPhase)
     stop(transport.data(post(unreachable.url())));
     stop(transport.data(post("https" + silent.url("/").substr(4)))); // In the TLS handshake.
     stop(transport.data(post(silent.url("/"))));
-    stop(transport.upload(post(silent.url("/")), memory(std::string(50'000'000, 'x')), {}));
+    stop(transport.upload(post(silent.url("/")), memory(large(50'000'000)), {}));
     stop(transport.download(get(halfWay.url("/")), folder / "file", {}));
     EXPECT_EQ(fileCount(), 0U);
 

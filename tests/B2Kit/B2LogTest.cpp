@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 
