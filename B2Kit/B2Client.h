@@ -15,6 +15,7 @@
 #include "async/SingleFlight.h"
 #include "async/Stream.h"
 
+#include <exception>
 #include <functional>
 #include <map>
 #include <memory>
@@ -92,7 +93,8 @@ public:
     Task<B2FileListPage> listFileNames(B2ListFileNamesRequest request);
     /// One page of all versions, newest first within a name.
     Task<B2FileListPage> listFileVersions(B2ListFileVersionsRequest request);
-    /// All names, page by page as the consumer asks; the stream holds the client.
+    /// All names, page by page as the consumer asks; the stream holds the client. When the consumer's task is asked to
+    /// stop, the stream ends as if there were no more: whoever needs them all calls `checkCancelled` after the end.
     Stream<B2FileVersion> allFileNames(B2ListFileNamesRequest request);
     Stream<B2FileVersion> allFileVersions(B2ListFileVersionsRequest request);
     Task<B2FileVersion> fileInfo(std::string fileID);
@@ -108,7 +110,8 @@ public:
     Task<B2CreatedApplicationKey> createKey(B2CreateKeyRequest request);
     /// One page of the keys that version 4 lists.
     Task<B2KeysPage> listKeys(B2ListKeysRequest request);
-    /// Every application key, once: version 4 lists keys over several buckets and earlier versions the others.
+    /// Every application key, once, in the manner of `allFileNames`: version 4 lists keys over several buckets and
+    /// earlier versions the others.
     Stream<B2ApplicationKey> allKeys(int pageSize = 1000);
     /// Tries the other version of the API when one refuses.
     /// If the answer was lost and the key is gone, only the key's id is set.

@@ -95,7 +95,8 @@ struct B2UploadFileRequest {
     std::string bucketID;
     std::string fileName;
     std::string contentType = "b2/x-auto";
-    /// From memory, or straight from a file: the file is then read twice, to hash it and to send it.
+    /// From memory, or straight from a file: one above 1 MB is read twice, to hash it and to send it. The stretch ends
+    /// where the file does; a file that changes on the way is not stored.
     B2UploadBody body;
     std::map<std::string, std::string> fileInfo;
     std::optional<std::chrono::system_clock::time_point> modificationDate; ///< Kept as `src_last_modified_millis`.

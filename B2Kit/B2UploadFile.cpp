@@ -81,6 +81,16 @@ private:
     std::shared_ptr<std::atomic<bool>> isOut_ = std::make_shared<std::atomic<bool>>(false);
 };
 
+/// Says how the upload ended and throws why.
+[[noreturn]] void endUpload(B2LogSink& log, const std::string& name, int attempts, const std::exception_ptr& failure)
+{
+    if (isCancellation(failure))
+        log.info("transfer", fmt::format("Upload of {} stopped", name));
+    else
+        log.error("transfer", fmt::format("Upload of {} failed after {} attempts", name, attempts), describe(failure));
+    std::rethrow_exception(failure);
+}
+
 } // namespace
 
 Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
@@ -127,14 +137,8 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
                 failure = std::make_exception_ptr(changedFileError(body.file()->path, mayBeStored));
         }
         const int next = attempt + 1;
-        if (next >= policy.maxDataAttempts || !isRetryableTransferFailure(failure)) {
-            if (isCancellation(failure))
-                log.info("transfer", fmt::format("Upload of {} stopped", name));
-            else
-                log.error(
-                    "transfer", fmt::format("Upload of {} failed after {} attempts", name, next), describe(failure));
-            std::rethrow_exception(failure);
-        }
+        if (next >= policy.maxDataAttempts || !isRetryableTransferFailure(failure))
+            endUpload(log, name, next, failure);
         const double wait = backoffSeconds(policy, attempt, options_.jitter());
         log.warning("transfer",
             fmt::format(
@@ -144,7 +148,11 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
             log.notice("transfer",
                 fmt::format(
                     "All of {} was sent but the answer was lost, so the retry may leave a second version", name));
-        co_await options_.sleeper->sleep(wait);
+        try {
+            co_await options_.sleeper->sleep(wait);
+        } catch (...) {
+            endUpload(log, name, next, std::current_exception());
+        }
     }
 }
 

@@ -1,0 +1,204 @@
+#include "B2Kit/B2Client.h"
+#include "B2Kit/B2CurlTransport.h"
+#include "B2Kit/B2SHA1.h"
+#include "localb2/Service.h"
+#include "tests/support/RunTask.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <sstream>
+
+using testing::ElementsAre;
+using testing::UnorderedElementsAreArray;
+
+namespace {
+
+/// Waits a hundredth of what is asked.
+class HastySleeper final : public B2Sleeper {
+public:
+    Task<> sleep(double seconds) override { co_await system_.sleep(seconds / 100); }
+
+private:
+    SystemSleeper system_;
+};
+
+/// A client on a service of its own, over real connections.
+class LocalServiceTest : public testing::Test {
+protected:
+    ~LocalServiceTest() override { std::filesystem::remove_all(folder); }
+
+    std::shared_ptr<B2Client> clientWith(const std::string& keyID, const std::string& secret)
+    {
+        return B2Client::make({.credentials = {keyID, secret},
+            .transport = transport,
+            .sleeper = std::make_shared<HastySleeper>(),
+            .accountEndpoint = service.url()});
+    }
+
+    /// Sends a request to the service's own controls.
+    void control(const std::string& path, const std::string& json)
+    {
+        const auto reply = run(transport->data({.url = service.url() + "/_local/" + path,
+            .headers = {{"Content-Type", "application/json"}},
+            .body = json}));
+        ASSERT_EQ(reply.response.status, 200) << reply.body;
+    }
+
+    B2Bucket makeBucket(const std::string& name)
+    {
+        return run(client->createBucket({.bucketName = name, .bucketType = B2BucketType("allPrivate")}));
+    }
+
+    B2FileVersion upload(const B2Bucket& bucket, const std::string& name, const std::string& text)
+    {
+        return run(client->uploadFile({.bucketID = bucket.bucketID,
+            .fileName = name,
+            .body = std::make_shared<const std::string>(text),
+            .fileInfo = {{"note", "50% of ä/b"}}}));
+    }
+
+    Task<std::vector<std::string>> namesIn(std::string bucketID)
+    {
+        std::vector<std::string> names;
+        auto files = client->allFileVersions({.bucketID = std::move(bucketID), .maxFileCount = 3});
+        while (const auto file = co_await files.next())
+            names.push_back(file->fileName);
+        co_return names;
+    }
+
+    Task<std::vector<std::string>> keyIDs()
+    {
+        std::vector<std::string> ids;
+        auto keys = client->allKeys(1);
+        while (const auto key = co_await keys.next())
+            ids.push_back(key->applicationKeyID);
+        co_return ids;
+    }
+
+    static std::filesystem::path makeFolder()
+    {
+        auto pattern = (std::filesystem::temp_directory_path() / "local-service-test-XXXXXX").string();
+        return mkdtemp(pattern.data());
+    }
+
+    const std::filesystem::path folder = makeFolder();
+    localb2::Service service{{.directory = folder / "service"}};
+    std::shared_ptr<B2CurlTransport> transport = std::make_shared<B2CurlTransport>(B2CurlTransportOptions{});
+    std::shared_ptr<B2Client> client = clientWith(service.masterKey().keyID, service.masterKey().applicationKey);
+};
+
+TEST_F(LocalServiceTest, OddNamesComeBackAsTheyWent)
+{
+    const auto bucket = makeBucket("odd-names");
+    std::vector<std::string> names = {"a b.txt", "a+b", "100%", "a%2Fb", "../up", "a//b/./c", "ü/é\u0301", "\U0001F600",
+        "q?x=1&y#z", "back\\slash", "\"quoted\"", "trailing. ", std::string(1024, 'n')};
+    for (const auto& name : names)
+        upload(bucket, name, "text of " + name);
+
+    EXPECT_THAT(run(namesIn(bucket.bucketID)), UnorderedElementsAreArray(names));
+    for (const auto& name : names) {
+        const auto file = run(client->downloadByName({.bucketName = "odd-names", .fileName = name}));
+        EXPECT_EQ(file.data, "text of " + name);
+        EXPECT_EQ(file.metadata.fileName, name);
+        EXPECT_EQ(file.metadata.fileInfo.at("note"), "50% of ä/b");
+        EXPECT_TRUE(file.metadata.checksum.isVerified());
+    }
+}
+
+TEST_F(LocalServiceTest, AFileGoesUpAndComesDownWithItsBytesAndItsDate)
+{
+    const auto bucket = makeBucket("round-trip");
+    std::string text(3'000'000, '\0');
+    for (std::size_t i = 0; i < text.size(); ++i)
+        text[i] = static_cast<char>(i * 7 + i / 251);
+    std::ofstream(folder / "source", std::ios::binary) << text;
+    const std::chrono::system_clock::time_point date(std::chrono::milliseconds(1700000000123));
+
+    const auto stored = run(client->uploadFile({.bucketID = bucket.bucketID,
+        .fileName = "movie",
+        .body = B2FileRange{folder / "source", 0, 3'000'000},
+        .modificationDate = date}));
+    EXPECT_EQ(stored.contentSHA1, sha1Of(text));
+    const auto metadata = run(client->downloadByIDToFile({.fileID = stored.fileID.value()}, {.path = folder / "copy"}));
+
+    std::ostringstream copy;
+    copy << std::ifstream(folder / "copy", std::ios::binary).rdbuf();
+    EXPECT_EQ(copy.str(), text);
+    EXPECT_TRUE(metadata.checksum.isVerified());
+    EXPECT_EQ(std::chrono::file_clock::to_sys(std::filesystem::last_write_time(folder / "copy")), date);
+
+    const auto part =
+        run(client->downloadByID({.fileID = *stored.fileID, .range = B2ByteRange{.first = 10, .last = 19}}));
+    EXPECT_EQ(part.data, text.substr(10, 10));
+    EXPECT_TRUE(part.metadata.isPartial);
+}
+
+TEST_F(LocalServiceTest, FilesAreHiddenAndDeletedVersionByVersion)
+{
+    const auto bucket = makeBucket("versions");
+    const auto file = upload(bucket, "a", "1");
+    const auto marker = run(client->hideFile(bucket.bucketID, "a"));
+    EXPECT_TRUE(run(client->listFileNames({.bucketID = bucket.bucketID})).files.empty());
+    EXPECT_EQ(run(client->fileInfo(*file.fileID)).fileName, "a");
+
+    // The service carries out what it then does not answer.
+    control("faults", R"({"kind": "loseReply", "operation": "b2_delete_file_version", "count": 1})");
+    run(client->deleteFileVersion({.fileID = *marker.fileID, .fileName = "a"}));
+    run(client->deleteFileVersion({.fileID = *file.fileID, .fileName = "a"}));
+    EXPECT_THAT(run(namesIn(bucket.bucketID)), ElementsAre());
+    run(client->deleteBucket(bucket.bucketID));
+    EXPECT_TRUE(run(client->listBuckets()).empty());
+}
+
+TEST_F(LocalServiceTest, WorkGoesOnThroughFaults)
+{
+    const auto bucket = makeBucket("faults");
+    control("faults", R"({"kind": "status", "operation": "b2_upload_file", "status": 503, "count": 3})");
+    control("faults", R"({"kind": "resetAnswer", "operation": "b2_list_file_versions", "at": 20, "count": 1})");
+    const auto file = upload(bucket, "a", "text");
+    control("expire-tokens", "{}");
+
+    EXPECT_THAT(run(namesIn(bucket.bucketID)), ElementsAre("a"));
+
+    control("faults", R"({"kind": "corrupt", "operation": "b2_download_file_by_id", "at": 1, "count": 1})");
+    EXPECT_THROW(run(client->downloadByIDToFile({.fileID = *file.fileID}, {.path = folder / "copy"})), B2Error);
+    EXPECT_FALSE(std::filesystem::exists(folder / "copy"));
+    EXPECT_EQ(run(client->downloadByID({.fileID = *file.fileID})).data, "text");
+}
+
+TEST_F(LocalServiceTest, KeysAreRightHoweverTheVersionsShareThem)
+{
+    const auto first = makeBucket("keys-first").bucketID;
+    const auto second = makeBucket("keys-second").bucketID;
+    for (const auto* shared : {"false", "true"}) {
+        SCOPED_TRACE(shared);
+        control("options", std::string(R"({"keysJoined": )") + shared + "}");
+        std::vector<std::string> made;
+        for (const auto& bucketIDs : {std::vector<std::string>(), {first}, {first, second}}) {
+            const auto created = run(client->createKey(
+                {.capabilities = {B2Capabilities::listBuckets}, .keyName = "n", .bucketIDs = bucketIDs}));
+            EXPECT_EQ(created.key.bucketIDs, bucketIDs);
+            made.push_back(created.key.applicationKeyID);
+
+            const auto owner = clientWith(created.key.applicationKeyID, created.applicationKey);
+            EXPECT_EQ(run(owner->listBuckets()).size(), bucketIDs.empty() ? 2U : bucketIDs.size());
+        }
+        EXPECT_THAT(run(keyIDs()), UnorderedElementsAreArray(made));
+
+        for (const auto& id : made)
+            EXPECT_EQ(run(client->deleteKey(id)).applicationKeyID, id);
+        EXPECT_THAT(run(keyIDs()), ElementsAre());
+        EXPECT_THROW(run(client->deleteKey(made.front())), B2Error);
+    }
+}
+
+TEST_F(LocalServiceTest, AWrongKeyIsTold)
+{
+    const auto stranger = clientWith(service.masterKey().keyID, "wrong");
+
+    EXPECT_THROW(run(stranger->authorized()), B2Error);
+    EXPECT_FALSE(run(stranger->authorization()));
+}
+
+} // namespace
