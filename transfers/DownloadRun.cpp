@@ -34,7 +34,7 @@ void record(B2LogLevel level, std::string message, std::optional<std::string> de
     ActivityLog::shared().record({level, "transfer", std::move(message), std::move(detail)});
 }
 
-Task<Outcome> fetch(const DownloadOrder& order, const TransferRun& run, const TransferContext& context)
+Task<Outcome> fetch(const DownloadOrder& order, const TransferRun& run, const DownloadContext& context)
 {
     const Transfer& transfer = *run.transfer;
     const auto name = localName(order.file.fileName);
@@ -106,7 +106,7 @@ void end(const TransferRun& run, const Outcome& outcome)
 
 } // namespace
 
-Task<> runDownload(DownloadOrder order, TransferRun run, TransferContext context)
+Task<> runDownload(DownloadOrder order, TransferRun run, DownloadContext context)
 {
     std::optional<Outcome> outcome;
     std::exception_ptr failure;

@@ -110,7 +110,7 @@ private:
 
     Settings& settings_;
     const DownloadDestination& destination_;
-    TransferContext context_;
+    DownloadContext context_;
     std::map<QUuid, Work> works_; ///< Of every row, for a retry.
     std::deque<Pending> pending_;
     std::map<QUuid, Started> tasks_;

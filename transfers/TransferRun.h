@@ -29,18 +29,18 @@ struct UploadOrder {
     std::shared_ptr<B2Session> session;
 };
 
-/// What the work of all transfers shares.
-struct TransferContext {
+/// What all downloads share.
+struct DownloadContext {
     Settings* settings = nullptr; ///< Lives as long as the application.
     std::shared_ptr<ReservedPaths> reserved = std::make_shared<ReservedPaths>();
 };
 
 /// Downloads one file: resolves its destination, fetches it there, and sets the record's state and log lines.
 /// Throws nothing; a stop is an end like others.
-Task<> runDownload(DownloadOrder order, TransferRun run, TransferContext context);
+Task<> runDownload(DownloadOrder order, TransferRun run, DownloadContext context);
 
 /// Uploads one file below `largeFileThreshold` straight from the disk, and sets the record's state and log lines.
-Task<> runUpload(UploadOrder order, TransferRun run, TransferContext context);
+Task<> runUpload(UploadOrder order, TransferRun run);
 
 /// Brings a client's reports, which come on any thread, to the row and to the log, each at its own pace.
 B2Progress progressOf(const TransferRun& run);

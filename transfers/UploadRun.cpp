@@ -16,7 +16,7 @@ struct InspectedFile {
 
 /// Sends the file.
 /// @returns why it did not reach the service as it is on the disk, or nothing when it did.
-Task<std::optional<std::string>> send(const UploadOrder& order, const TransferRun& run, const TransferContext& context)
+Task<std::optional<std::string>> send(const UploadOrder& order, const TransferRun& run)
 {
     Transfer& transfer = *run.transfer;
     run.setState(Transfer::State::running());
@@ -66,13 +66,13 @@ Task<std::optional<std::string>> send(const UploadOrder& order, const TransferRu
 
 } // namespace
 
-Task<> runUpload(UploadOrder order, TransferRun run, TransferContext context)
+Task<> runUpload(UploadOrder order, TransferRun run)
 {
     Transfer& transfer = *run.transfer;
     std::optional<std::string> problem;
     std::exception_ptr failure;
     try {
-        problem = co_await send(order, run, context);
+        problem = co_await send(order, run);
     } catch (...) {
         failure = std::current_exception();
     }
