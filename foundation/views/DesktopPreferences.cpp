@@ -1,7 +1,6 @@
 #include "foundation/views/DesktopPreferences.h"
 
 #include <QDBusConnection>
-#include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
@@ -43,17 +42,21 @@ DesktopPreferences::DesktopPreferences(QObject* parent)
     if (!hasSessionBus()) {
         return;
     }
-    // No service named here: with one, the subscription would wait for the name's owner.
+    // The whole message is taken: Qt refuses a slot whose types it has not met on the bus yet. No service is named:
+    // with one, the subscription would wait for the name's owner.
     QDBusConnection::sessionBus().connect(QString(), portalPath, settingsInterface, QStringLiteral("SettingChanged"),
-        this, SLOT(settingChanged(QString, QString, QDBusVariant)));
+        this, SLOT(settingChanged(QDBusMessage)));
     read(appearance, schemeKey);
     read(gnomeInterface, animationsKey);
     read(plasmaGroup, plasmaDurationKey);
 }
 
-void DesktopPreferences::settingChanged(const QString& group, const QString& key, const QDBusVariant& value)
+void DesktopPreferences::settingChanged(const QDBusMessage& message)
 {
-    take(group, key, unwrapped(QVariant::fromValue(value)));
+    const QVariantList arguments = message.arguments();
+    if (arguments.size() == 3) {
+        take(arguments.at(0).toString(), arguments.at(1).toString(), unwrapped(arguments.at(2)));
+    }
 }
 
 void DesktopPreferences::read(const QString& group, const QString& key)

@@ -1,8 +1,7 @@
 #pragma once
 
+#include <QDBusMessage>
 #include <QObject>
-
-class QDBusVariant;
 
 /// Light or dark; `system` follows the desktop.
 enum class ColorScheme { system, light, dark };
@@ -25,7 +24,7 @@ Q_SIGNALS:
     void changed();
 
 private Q_SLOTS:
-    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+    void settingChanged(const QDBusMessage& message);
 
 private:
     void read(const QString& group, const QString& key);
