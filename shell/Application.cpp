@@ -3,6 +3,7 @@
 #include "B2Kit/B2OSLogSink.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Paths.h"
+#include "foundation/SettingsKeys.h"
 
 #include <QTimer>
 
@@ -31,8 +32,10 @@ Application::Application(const CommandLine& commandLine, std::optional<std::stri
     clients = std::make_unique<ClientFactory>(
         std::make_shared<B2CurlTransport>(std::move(options)), std::move(sink), std::move(endpoint));
     destination = std::make_unique<DownloadDestination>(*settings);
-    if (demo)
+    if (demo) {
         destination->choose(demo->downloads());
+        settings->set(SettingsKeys::lastKeyID, demo->firstKeyID());
+    }
     queue = std::make_unique<TransferQueue>(*settings, *destination);
     root = std::make_unique<RootModel>(RootParts{*settings, *log, *context, keychain, *clients, *queue});
 }

@@ -34,6 +34,11 @@ void Demo::addKeysTo(MemoryKeychain& keychain) const
         keychain.add({key.keyID, key.name, accounts.front().keyID}, key.applicationKey);
 }
 
+std::string Demo::firstKeyID() const
+{
+    return service_->masterKey().keyID;
+}
+
 std::vector<std::string> Demo::secrets() const
 {
     std::vector<std::string> secrets;

@@ -30,6 +30,9 @@ public:
     /// The demonstration's keys: two accounts, and a key limited to one bucket.
     void addKeysTo(MemoryKeychain& keychain) const;
 
+    /// The key to begin with, which may do everything.
+    std::string firstKeyID() const;
+
     /// The secrets of those keys, so that a tour can look for them where they must not be.
     std::vector<std::string> secrets() const;
 

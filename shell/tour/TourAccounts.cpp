@@ -11,6 +11,7 @@
 #include "shell/views/DetailArea.h"
 #include "shell/views/HelpWindow.h"
 #include "shell/views/Sidebar.h"
+#include "transfers/views/TransfersView.h"
 
 #include <QAbstractButton>
 #include <QApplication>

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr int radius = 6;
-constexpr int iconSize = 24;
+constexpr int symbolSize = 24;
 
 } // namespace
 
@@ -64,16 +64,16 @@ void KeyCard::paintEvent(QPaintEvent*)
     painter.drawPath(outline);
 
     const bool isRightToLeft = layoutDirection() == Qt::RightToLeft;
-    const auto place = [&](QRect area) { return QStyle::visualRect(layoutDirection(), rect(), area); };
-    const QRect icon(Spacing::small, Spacing::small + 2, iconSize, iconSize);
+    const auto place = [&](const QRect& area) { return QStyle::visualRect(layoutDirection(), rect(), area); };
+    const QRect icon(Spacing::small, Spacing::small + 2, symbolSize, symbolSize);
     painter.drawPixmap(
         place(icon).topLeft(), symbolPixmap(Symbol::key, icon.size(), devicePixelRatioF(), symbolColor(palette())));
 
     const int left = icon.right() + 1 + Spacing::small;
     const int chevron = 16;
-    const int width = this->width() - left - chevron - 2 * Spacing::small;
+    const int textWidth = width() - left - chevron - 2 * Spacing::small;
     painter.drawPixmap(
-        place(QRect(this->width() - chevron - Spacing::small, (height() - chevron) / 2, chevron, chevron)).topLeft(),
+        place(QRect(width() - chevron - Spacing::small, (height() - chevron) / 2, chevron, chevron)).topLeft(),
         symbolPixmap(Symbol::chevronDown, {chevron, chevron}, devicePixelRatioF(), secondaryText(palette())));
 
     const auto alignment = (isRightToLeft ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter | Qt::AlignAbsolute;
@@ -83,7 +83,7 @@ void KeyCard::paintEvent(QPaintEvent*)
         painter.setFont(font);
         painter.setPen(color);
         painter.drawText(
-            place(QRect(left, top, width, metrics.height())), alignment, metrics.elidedText(text, mode, width));
+            place(QRect(left, top, textWidth, metrics.height())), alignment, metrics.elidedText(text, mode, textWidth));
         top += metrics.height() + 2;
     };
     line(
