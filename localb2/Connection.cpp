@@ -111,11 +111,9 @@ public:
             .fault = plan_.kinds(),
             .headers = tellingHeaders(request_)};
         try {
-            const bool goesOn = answer();
-            note();
-            return goesOn;
+            return answer();
         } catch (const Disconnected&) {
-            note();
+            note(0);
             return false;
         }
     }
@@ -139,11 +137,15 @@ private:
         wait();
         if (plan_.first(Fault::Kind::loseReply)) {
             wire_.resetAtEnd();
+            note(0);
             return false;
         }
         entry_.status = answer.status;
+        // Noted first: whoever has the answer finds it in the history.
+        note(answer.isBodyLeftOut ? 0 : answer.length());
         const auto sent = writeAnswer(wire_, std::move(answer), plan_, core_);
-        entry_.bytesOut = sent.bytes;
+        if (number_ > 0)
+            core_.journal.settle(number_, sent.bytes, elapsed());
         return !sent.endsConnection;
     }
 
@@ -169,14 +171,20 @@ private:
             throw Disconnected();
     }
 
-    void note()
+    void note(std::int64_t bytesOut)
     {
-        if (route_.kind == Route::Kind::control)
+        if (route_.kind == Route::Kind::control || number_ > 0)
             return;
         entry_.bytesIn = reader_.bytesRead();
-        entry_.milliseconds =
-            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin_).count();
-        core_.journal.add(std::move(entry_));
+        entry_.bytesOut = bytesOut;
+        entry_.milliseconds = elapsed();
+        number_ = core_.journal.add(std::move(entry_));
+    }
+
+    std::int64_t elapsed() const
+    {
+        const auto time = std::chrono::steady_clock::now() - begin_;
+        return std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
     }
 
     Wire& wire_;
@@ -186,6 +194,7 @@ private:
     Route route_;
     FaultPlan plan_;
     JournalEntry entry_;
+    std::int64_t number_ = 0; ///< Of the entry, once it is noted.
     std::chrono::steady_clock::time_point begin_;
 };
 

@@ -10,7 +10,7 @@ constexpr std::size_t keptEntries = 10000;
 
 } // namespace
 
-void Journal::add(JournalEntry entry)
+std::int64_t Journal::add(JournalEntry entry)
 {
     const std::scoped_lock lock(mutex_);
     entry.number = ++last_;
@@ -20,6 +20,19 @@ void Journal::add(JournalEntry entry)
     entries_.push_back(std::move(entry));
     if (entries_.size() > keptEntries)
         entries_.pop_front();
+    return last_;
+}
+
+void Journal::settle(std::int64_t number, std::int64_t bytesOut, std::int64_t milliseconds)
+{
+    const std::scoped_lock lock(mutex_);
+    // Numbers have no gaps, so the place of an entry follows from the first one.
+    if (entries_.empty() || number < entries_.front().number || number > entries_.back().number)
+        return;
+    auto& entry = entries_[static_cast<std::size_t>(number - entries_.front().number)];
+    bytesOut_ += bytesOut - entry.bytesOut;
+    entry.bytesOut = bytesOut;
+    entry.milliseconds = milliseconds;
 }
 
 void Journal::clear()

@@ -29,7 +29,10 @@ struct JournalEntry {
 /// The latest requests, and counts of all. From any thread.
 class Journal {
 public:
-    void add(JournalEntry entry);
+    /// Gives the entry its number and tells it.
+    std::int64_t add(JournalEntry entry);
+    /// Sets right what was foreseen, once the answer is out.
+    void settle(std::int64_t number, std::int64_t bytesOut, std::int64_t milliseconds);
     void clear();
 
     /// Entries after the number, oldest first.

@@ -149,7 +149,7 @@ TEST_F(KeyTest, KeepsAccountsApart)
     EXPECT_EQ(neighbour.call("b2_list_file_names", {{"bucketId", bucketID}}).code(), "bad_bucket_id");
     EXPECT_EQ(neighbour.call("b2_get_file_info", {{"fileId", fileID}}).code(), "not_found");
     EXPECT_EQ(neighbour.download("/file/test-bucket/f").status, 401);
-    EXPECT_EQ(neighbour.download("/b2api/v4/b2_download_file_by_id?fileId=" + fileID).status, 404);
+    EXPECT_EQ(neighbour.download("/b2api/v4/b2_download_file_by_id?fileId=" + fileID).status, 401);
     EXPECT_EQ(neighbour.call("b2_list_buckets", {{"accountId", client.accountID()}}).code(), "bad_request");
     EXPECT_EQ(
         neighbour

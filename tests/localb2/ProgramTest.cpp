@@ -67,7 +67,7 @@ private:
 };
 
 /// Sends bytes as they are, and tells what comes back until the connection ends.
-std::string exchange(const std::string& url, const std::string& bytes)
+std::string sendRaw(const std::string& url, const std::string& bytes)
 {
     const int connection = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
@@ -165,17 +165,17 @@ TEST(ProgramTest, SurvivesWhatIsNoRequest)
     const TemporaryDirectory directory;
     Process process({"--data", (directory.path() / "data").string()});
 
-    EXPECT_THAT(exchange(process.url, "nonsense\r\n\r\n"), testing::StartsWith("HTTP/1.1 400"));
-    EXPECT_THAT(exchange(process.url, "GET / HTTP/1.1\r\nX: " + std::string(100'000, 'x') + "\r\n\r\n"),
+    EXPECT_THAT(sendRaw(process.url, "nonsense\r\n\r\n"), testing::StartsWith("HTTP/1.1 400"));
+    EXPECT_THAT(sendRaw(process.url, "GET / HTTP/1.1\r\nX: " + std::string(100'000, 'x') + "\r\n\r\n"),
         testing::AnyOf("", testing::StartsWith("HTTP/1.1 400")));
-    EXPECT_THAT(exchange(process.url, "POST /b2api/v4/b2_list_buckets HTTP/1.1\r\nContent-Length: -5\r\n\r\n"),
+    EXPECT_THAT(sendRaw(process.url, "POST /b2api/v4/b2_list_buckets HTTP/1.1\r\nContent-Length: -5\r\n\r\n"),
         testing::StartsWith("HTTP/1.1 400"));
     EXPECT_THAT(
-        exchange(process.url, "POST /b2api/v4/b2_list_buckets HTTP/1.1\r\nContent-Length: 9999999999999\r\n\r\n"),
+        sendRaw(process.url, "POST /b2api/v4/b2_list_buckets HTTP/1.1\r\nContent-Length: 9999999999999\r\n\r\n"),
         testing::StartsWith("HTTP/1.1 400"));
-    EXPECT_THAT(exchange(process.url, "POST /x HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n"),
+    EXPECT_THAT(sendRaw(process.url, "POST /x HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n"),
         testing::StartsWith("HTTP/1.1 400"));
-    EXPECT_THAT(exchange(process.url, "GET /%zz HTTP/1.1\r\n\r\n"), testing::StartsWith("HTTP/1.1 404"));
+    EXPECT_THAT(sendRaw(process.url, "GET /%zz HTTP/1.1\r\n\r\n"), testing::StartsWith("HTTP/1.1 404"));
     const Client client(process.url, process.key);
     EXPECT_EQ(client.call("b2_list_buckets", {{"accountId", {}}}).code(), "bad_request");
     EXPECT_EQ(send({.method = "POST",

@@ -50,17 +50,17 @@ cmp <(tail -c +5000001 "$source/large.bin" | head -c 1000) \
 echo second >"$source/a.txt"
 "$rclone" copy "$source" L:first-bucket/up "${parts[@]}"
 expect "the new version" "$("$rclone" cat L:first-bucket/up/a.txt)" second
-expect "the number of versions" "$("$rclone" lsf --b2-versions L:first-bucket/up --include 'a*.txt' | wc -l)" 2
+expect "the number of versions" "$("$rclone" lsf --files-only --b2-versions L:first-bucket/up --include 'a*.txt' | wc -l)" 2
 
 "$rclone" delete L:first-bucket/up/a.txt
-expect "a deleted file" "$("$rclone" lsf L:first-bucket/up --include a.txt)" ""
-expect "the hidden versions" "$("$rclone" lsf --b2-versions L:first-bucket/up --include 'a*.txt' | wc -l)" 2
+expect "a deleted file" "$("$rclone" lsf --files-only L:first-bucket/up --include a.txt)" ""
+expect "the hidden versions" "$("$rclone" lsf --files-only --b2-versions L:first-bucket/up --include 'a*.txt' | wc -l)" 2
 "$rclone" copyto L:first-bucket/up/large.bin L:first-bucket/copy/large.bin
 "$rclone" copyto L:first-bucket/up/large.bin L:first-bucket/parts/large.bin --b2-copy-cutoff 5M --b2-chunk-size 5M
 "$rclone" cat L:first-bucket/copy/large.bin | cmp - "$source/large.bin" || fail "a copy differs"
 "$rclone" cat L:first-bucket/parts/large.bin | cmp - "$source/large.bin" || fail "a copy in parts differs"
 "$rclone" cleanup L:first-bucket
-expect "versions after the clean-up" "$("$rclone" lsf --b2-versions L:first-bucket/up --include 'a*.txt')" ""
+expect "versions after the clean-up" "$("$rclone" lsf --files-only --b2-versions L:first-bucket/up --include 'a*.txt')" ""
 
 "$rclone" link L:first-bucket/up/empty >/dev/null
 "$rclone" purge L:first-bucket
