@@ -84,7 +84,7 @@ Task<B2Authorization> B2Client::authorizeAccount()
     requireTrustedURL(options_.accountEndpoint);
     B2HTTPRequest request;
     request.method = B2HTTPMethod::get;
-    request.url = appendingPath(options_.accountEndpoint, "/b2api/v4/b2_authorize_account");
+    request.url = callURL(options_.accountEndpoint, b2APIVersion, operation);
     request.headers = {{"Authorization", basicAuthorization(options_.credentials)}};
     const auto reply = co_await options_.transport->data(std::move(request));
     requireSuccess(reply.response, reply.body);
@@ -124,8 +124,7 @@ Task<B2DataReply> B2Client::postJSON(B2JSONCall call)
     request.accepts = isSuccess;
     request.makeRequest = [&call](const B2Authorization& authorization) {
         B2HTTPRequest made;
-        made.url = appendingPath(authorization.storage.apiURL, "/b2api/");
-        made.url.append(call.version).append("/").append(call.operation);
+        made.url = callURL(authorization.storage.apiURL, call.version, call.operation);
         made.headers = {{"Authorization", authorization.authorizationToken}, {"Content-Type", "application/json"}};
         made.body = call.body;
         return made;

@@ -3,10 +3,7 @@
 #include "B2Kit/B2FileWorker.h"
 #include "B2Kit/B2PercentEncoding.h"
 #include "B2Kit/B2Pipeline.h"
-#include "B2Kit/B2SHA1.h"
 #include "B2Kit/B2URL.h"
-
-#include <algorithm>
 
 /// Which bytes to get.
 struct B2Client::Download {
@@ -31,8 +28,8 @@ struct B2Client::Download {
     explicit Download(B2DownloadByIDRequest request)
         : operation("b2_download_file_by_id")
         , url([fileID = std::move(request.fileID)](const B2Authorization& authorization) {
-            return appendingPath(authorization.storage.downloadURL, "/b2api/v4/b2_download_file_by_id?fileId=")
-                + percentEncoded(fileID);
+            return callURL(authorization.storage.downloadURL, b2APIVersion, "b2_download_file_by_id")
+                + "?fileId=" + percentEncoded(fileID);
         })
         , range(request.range)
         , verifies(request.verifies)
@@ -72,21 +69,6 @@ struct B2Client::Download {
     }
 };
 
-namespace {
-
-/// Bytes that are hashed at once; more would hold up the client's other calls.
-constexpr std::size_t largestHashedAtOnce = 256 * 1024;
-
-Task<std::string> sha1(const std::string* bytes)
-{
-    if (bytes->size() <= largestHashedAtOnce)
-        co_return sha1Of(*bytes);
-    B2FileWorker worker;
-    co_return co_await worker.sha1(bytes);
-}
-
-} // namespace
-
 Task<B2DownloadedFile> B2Client::downloadByName(B2DownloadByNameRequest request)
 {
     return downloadToMemory(Download(std::move(request)));
@@ -117,7 +99,7 @@ Task<B2DownloadedFile> B2Client::downloadToMemory(Download download)
     if (const auto reason = reasonNotToCheck(file.metadata, download.verifies))
         file.metadata.checksum.value = B2ChecksumOutcome::NotVerified{*reason};
     else
-        file.metadata.checksum = checkedAgainst(file.metadata, co_await sha1(&file.data));
+        file.metadata.checksum = checkedAgainst(file.metadata, co_await sha1Aside(file.data));
     co_return file;
 }
 

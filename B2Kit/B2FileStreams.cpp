@@ -45,16 +45,16 @@ void follow(FileWalk& walk, const B2FileListPage& page)
     request.startFileID = walk.listsVersions ? page.nextFileID : std::nullopt;
 }
 
-Task<B2FileListPage> fetchPage(FileWalk* walk)
+Task<B2FileListPage> fetchPage(const FileWalk& walk)
 {
-    if (walk->listsVersions)
-        co_return co_await walk->client->listFileVersions(walk->request);
-    B2ListFileNamesRequest request{.bucketID = walk->request.bucketID,
-        .startFileName = walk->request.startFileName,
-        .maxFileCount = walk->request.maxFileCount,
-        .prefix = walk->request.prefix,
-        .delimiter = walk->request.delimiter};
-    co_return co_await walk->client->listFileNames(std::move(request));
+    if (walk.listsVersions)
+        co_return co_await walk.client->listFileVersions(walk.request);
+    B2ListFileNamesRequest request{.bucketID = walk.request.bucketID,
+        .startFileName = walk.request.startFileName,
+        .maxFileCount = walk.request.maxFileCount,
+        .prefix = walk.request.prefix,
+        .delimiter = walk.request.delimiter};
+    co_return co_await walk.client->listFileNames(std::move(request));
 }
 
 Task<std::optional<B2FileVersion>> nextFile(std::shared_ptr<FileWalk> walk)
@@ -66,7 +66,7 @@ Task<std::optional<B2FileVersion>> nextFile(std::shared_ptr<FileWalk> walk)
         walk->next = 0;
         try {
             co_await checkCancelled();
-            auto page = co_await fetchPage(walk.get());
+            auto page = co_await fetchPage(*walk);
             follow(*walk, page);
             walk->files = std::move(page.files);
         } catch (const Cancelled&) {

@@ -40,16 +40,15 @@ class B2FileWorker final : public Actor {
 public:
     B2FileWorker();
 
-    /// Reads the body whole for its digest. A file's stretch ends where the file does.
+    /// Reads the stretch for its digest; it ends where the file does.
     ///
     /// @throws B2FileError when the file cannot be read or is not of that length, Cancelled within a few milliseconds.
-    Task<B2HashedBody> hash(B2UploadBody body);
+    Task<B2HashedBody> hash(B2FileRange range);
 
-    /// Of bytes that stay where they are until the end.
-    Task<std::string> sha1(const std::string* bytes);
+    Task<std::string> sha1(const std::string& bytes);
 
     /// Has the file that is read again changed since it was hashed?
-    Task<bool> hasChanged(const B2HashedBody* body);
+    Task<bool> hasChanged(const B2HashedBody& body);
 
     /// See `B2TemporaryFile::placeAt`.
     Task<> place(B2TemporaryFile file, std::filesystem::path destination,
@@ -62,6 +61,9 @@ private:
 
     std::shared_ptr<SerialExecutor> executor_;
 };
+
+/// The SHA-1 of bytes in memory: a few at once, many by a worker, so that the caller's executor goes on.
+Task<std::string> sha1Aside(const std::string& bytes);
 
 /// What to throw when a file changed while it was read to be sent.
 ///

@@ -3,15 +3,12 @@
 #include "B2Kit/B2Client.h"
 #include "B2Kit/B2Decoding.h"
 #include "B2Kit/B2Error.h"
+#include "B2Kit/B2URL.h"
 
 #include <string>
 #include <string_view>
 
 // Inside B2Kit: the calls with a JSON object as body and as answer.
-
-/// Versions of the API that calls go to. Version 3 serves keys of a single bucket.
-inline constexpr std::string_view b2APIVersion = "v4";
-inline constexpr std::string_view b2SingleBucketKeyVersion = "v3";
 
 struct B2JSONCall {
     std::string_view operation; ///< The call's name; a literal.

@@ -42,6 +42,7 @@ Task<B2CreatedApplicationKey> B2Client::createKey(B2CreateKeyRequest request)
     const auto authorization = co_await currentAuthorization();
     const bool isForOneBucket = request.bucketIDs.size() == 1;
     std::vector<std::string> capabilities;
+    capabilities.reserve(request.capabilities.size());
     for (const auto& capability : request.capabilities)
         capabilities.push_back(capability.rawValue);
     std::ranges::sort(capabilities);
@@ -116,6 +117,7 @@ Task<std::optional<B2ApplicationKey>> B2Client::nextKey(std::shared_ptr<KeyWalk>
             walk->isAtEnd = !co_await fetchKeys(walk);
         } catch (const Cancelled&) {
             // The consumer's own task was asked to stop: for it the sequence is over, and this is no failure.
+            co_return std::nullopt;
         }
     }
 }

@@ -24,3 +24,10 @@ std::string appendingPath(std::string_view base, std::string_view path)
     url += path;
     return url;
 }
+
+std::string callURL(std::string_view base, std::string_view version, std::string_view operation)
+{
+    auto url = appendingPath(base, "/b2api/");
+    url.append(version).append("/").append(operation);
+    return url;
+}

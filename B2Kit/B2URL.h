@@ -5,6 +5,10 @@
 
 // Inside B2Kit: the addresses that calls go to.
 
+/// Versions of the API that calls go to. Version 3 serves keys of a single bucket.
+inline constexpr std::string_view b2APIVersion = "v4";
+inline constexpr std::string_view b2SingleBucketKeyVersion = "v3";
+
 /// Refuses an address that a token must not be sent to: anything but https, or http on a loopback address; user names;
 /// blanks and control characters.
 ///
@@ -13,3 +17,6 @@ void requireTrustedURL(const std::string& url);
 
 /// The base address without slashes at its end, then a path that begins with one.
 std::string appendingPath(std::string_view base, std::string_view path);
+
+/// Where a call goes: "{base}/b2api/{version}/{operation}".
+std::string callURL(std::string_view base, std::string_view version, std::string_view operation);

@@ -2,7 +2,6 @@
 #include "B2Kit/B2JSONCall.h"
 #include "B2Kit/B2PercentEncoding.h"
 #include "B2Kit/B2Pipeline.h"
-#include "B2Kit/B2SHA1.h"
 #include "B2Kit/B2Text.h"
 #include "B2Kit/B2URL.h"
 #include "B2Kit/JSONObject.h"
@@ -16,8 +15,6 @@ namespace {
 constexpr std::int64_t largestSingleUpload = 5'000'000'000;
 /// An hour under the service's day.
 constexpr std::chrono::hours longestTargetAge{23};
-/// Bytes in memory that are hashed at once; more would hold up the client's other calls.
-constexpr std::size_t largestHashedAtOnce = 256 * 1024;
 /// A body up to this size is gone by the time a lost connection is noticed, so progress need not be watched.
 constexpr std::int64_t largestUnwatched = 1'000'000;
 
@@ -30,11 +27,10 @@ std::int64_t lengthOf(const B2UploadBody& body)
 
 Task<B2HashedBody> hash(B2UploadBody body)
 {
-    if (const auto* const memory = std::get_if<std::shared_ptr<const std::string>>(&body);
-        memory && (*memory)->size() <= largestHashedAtOnce)
-        co_return B2HashedBody{.body = *memory, .length = lengthOf(body), .sha1 = sha1Of(**memory)};
+    if (const auto* const memory = std::get_if<std::shared_ptr<const std::string>>(&body))
+        co_return B2HashedBody{.body = *memory, .length = lengthOf(body), .sha1 = co_await sha1Aside(**memory)};
     B2FileWorker worker;
-    co_return co_await worker.hash(std::move(body));
+    co_return co_await worker.hash(std::get<B2FileRange>(std::move(body)));
 }
 
 std::vector<B2HTTPHeader> uploadHeaders(const B2UploadFileRequest& request, const std::string& sha1)
@@ -133,7 +129,7 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
         // The digest is of the file as it was: to send it again would be refused again.
         if (body.stamp && !isCancellation(failure)) {
             B2FileWorker worker;
-            if (co_await worker.hasChanged(&body))
+            if (co_await worker.hasChanged(body))
                 failure = std::make_exception_ptr(changedFileError(body.file()->path, mayBeStored));
         }
         const int next = attempt + 1;

@@ -120,6 +120,28 @@ TEST_F(PipelineTest, ManyCallsThatMeetAnExpiredTokenCauseOneAuthorization)
     EXPECT_EQ(transport->count(fileInfo), 16U);
 }
 
+TEST_F(PipelineTest, ATokenThatOthersHaveRenewedIsNotRenewedAgain)
+{
+    const auto handler = [](const B2HTTPRequest& request) {
+        if (tokenOf(request) == "token-1")
+            return StubTransport::Reply{401, R"({"status": 401, "code": "expired_auth_token", "message": ""})"};
+        return StubTransport::Reply{200, aFile};
+    };
+    transport->always(fileInfo, handler);
+    transport->always("b2_hide_file", handler);
+    transport->gather(fileInfo, 2);
+    StartedTask<B2FileVersion> slow(client->fileInfo("4_z1"));
+    while (transport->count(fileInfo) == 0)
+        std::this_thread::yield();
+
+    run(client->hideFile("b", "a")); // Renews while the first answer is on its way.
+    run(client->fileInfo("4_z2"));   // Lets both go.
+
+    EXPECT_EQ(slow.result().fileName, "a.txt");
+    EXPECT_EQ(transport->count("b2_authorize_account"), 2U);
+    EXPECT_THAT(log->lines(), ElementsAre("Info auth: Authorization token expired, renewing"));
+}
+
 TEST_F(PipelineTest, AServiceThatStaysOutOfOrderIsAskedFiveTimes)
 {
     refuseAlways(500, "internal_error");
