@@ -224,7 +224,7 @@ TEST_F(ObjectBrowserViewTest, LoadsTheNextPagesWhenScrolledToTheEnd)
     ASSERT_TRUE(spinUntil([&] { return view.table().model()->rowCount() == 2500; }));
 
     EXPECT_EQ(service->calls().size(), 4);
-    EXPECT_EQ(child<StatusLine>().text(), QStringLiteral("1 of 2,500 selected, 8 bytes"));
+    EXPECT_EQ(child<StatusLine>().text(), QStringLiteral("1 of 2,500 selected, 9 bytes"));
 }
 
 TEST_F(ObjectBrowserViewTest, SortsByAClickAndKeepsTheOrderOfTheBucket)
