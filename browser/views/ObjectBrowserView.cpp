@@ -330,8 +330,10 @@ void ObjectBrowserView::keyPressEvent(QKeyEvent* event)
 void ObjectBrowserView::resizeEvent(QResizeEvent* event)
 {
     // In a narrow window the commands keep their words and the filter gives way.
-    const int letters = width() < fontMetrics().averageCharWidth() * 110 ? 12 : 22;
+    const int letters = width() < fontMetrics().averageCharWidth() * 110 ? 9 : 22;
     filter_->setFixedWidth(fontMetrics().averageCharWidth() * letters + 2 * Spacing::wide);
+    // A tool bar that has put the filter away does not notice that there is room for it now.
+    toolBar_->layout()->invalidate();
     QWidget::resizeEvent(event);
 }
 
