@@ -169,6 +169,8 @@ void BrowserModel::setSortOrder(std::vector<SortOrder> order)
 
 void BrowserModel::setFilter(std::string text)
 {
+    if (*filter == text)
+        return;
     filter = std::move(text);
     publish();
 }

@@ -30,7 +30,8 @@ std::string statusText(const BrowserCounts& counts)
 {
     const std::string soFar = counts.hasMore ? " so far" : "";
     if (counts.selected > 0) {
-        return number(counts.selected) + " of " + number(counts.shown) + " selected, " + sizeText(counts.selectedBytes);
+        return number(counts.selected) + " of " + number(counts.shown) + " selected"
+            + (counts.selectedBytes ? ", " + sizeText(*counts.selectedBytes) : "");
     }
     if (counts.isFiltered)
         return number(counts.shown) + " of " + items(counts.loaded) + soFar;

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 /// Sentences around the browser's table, in the user's locale.
@@ -14,7 +15,7 @@ struct BrowserCounts {
     bool isFiltered = false;
     bool hasMore = false; ///< The folder has further pages.
     std::size_t selected = 0;
-    std::int64_t selectedBytes = 0;
+    std::optional<std::int64_t> selectedBytes; ///< Of the files among them; unset for folders alone.
 };
 
 /// "{n} items", "{n} items so far", "{k} of {n} selected, {size}", or how many names a filter found.

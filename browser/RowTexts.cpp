@@ -1,5 +1,6 @@
 #include "browser/RowTexts.h"
 
+#include "foundation/QtText.h"
 #include "foundation/Texts.h"
 
 #include <chrono>
@@ -11,16 +12,20 @@ namespace {
 constexpr std::string_view unverifiedMark = "unverified:";
 constexpr std::size_t checksumPrefixLength = 10;
 
-/// U+202E and the like: they would show a name's end before its middle.
-bool turnsDirection(std::string_view rest)
+/// A line break, another control character, or a mark like U+202E that would show a name's end before its middle.
+bool misleads(QChar character)
 {
-    static constexpr std::string_view marks[]{"\u200E", "\u200F", "\u061C", "\u202A", "\u202B", "\u202C", "\u202D",
-        "\u202E", "\u2066", "\u2067", "\u2068", "\u2069"};
-    for (const auto mark : marks) {
-        if (rest.starts_with(mark))
-            return true;
+    switch (character.category()) {
+    case QChar::Other_Control:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return true;
+    default:
+        break;
     }
-    return false;
+    const auto code = character.unicode();
+    return code == 0x061C || code == 0x200E || code == 0x200F || (code >= 0x202A && code <= 0x202E)
+        || (code >= 0x2066 && code <= 0x2069);
 }
 
 std::string dateOf(std::int64_t milliseconds)
@@ -91,20 +96,12 @@ std::optional<Checksum> checksumOf(const BrowserRow& row)
 
 std::string shownText(const std::string& text)
 {
-    const std::string line = singleLine(text);
-    std::string safe;
-    safe.reserve(line.size());
-    for (std::size_t i = 0; i < line.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(line[i]);
-        const auto rest = std::string_view(line).substr(i);
-        if ((byte == 0xE2 || byte == 0xD8) && turnsDirection(rest)) {
-            safe += "\uFFFD";
-            i += byte == 0xE2 ? 2 : 1;
-        } else {
-            safe += line[i];
-        }
+    auto line = toQString(text);
+    for (auto& character : line) {
+        if (misleads(character))
+            character = QChar::ReplacementCharacter;
     }
-    return safe;
+    return fromQString(line);
 }
 
 std::string shownName(const BrowserRow& row)

@@ -8,7 +8,7 @@
 ///
 /// Made when a cell is painted: some microseconds, from any thread.
 
-/// The row's name on one line, with control characters and marks that turn the direction of text made visible.
+/// The row's name on one line, where control characters and marks that turn the direction of text are U+FFFD.
 std::string shownName(const BrowserRow& row);
 /// `text` in the same manner.
 std::string shownText(const std::string& text);

@@ -89,12 +89,12 @@ Symbol symbolOf(const BrowserRow& row)
 {
     switch (row.kind) {
     case RowKind::folder:
+    case RowKind::placeholder:
         return Symbol::folder;
     case RowKind::hidden:
         return Symbol::hidden;
     case RowKind::unfinished:
         return Symbol::unfinished;
-    case RowKind::placeholder:
     case RowKind::file:
         break;
     }
@@ -306,7 +306,7 @@ QVariant BrowserTableModel::data(const QModelIndex& index, int role) const
     case TableRole::symbol:
         return column == BrowserColumn::name ? QVariant(static_cast<int>(symbolOf(shown))) : QVariant();
     case TableRole::isDimmed:
-        return shown.kind == RowKind::hidden || shown.kind == RowKind::unfinished;
+        return shown.kind != RowKind::folder && shown.kind != RowKind::file;
     default:
         return {};
     }

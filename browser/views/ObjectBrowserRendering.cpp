@@ -37,10 +37,8 @@ void ObjectBrowserView::render()
     mode_->setMode(*model_.mode);
     mode_->setEnabled(model_.bucket->has_value());
     filter_->setEnabled(model_.bucket->has_value());
-    if (fromQString(filter_->text()) != *model_.filter) {
-        const QSignalBlocker blocker(filter_);
+    if (fromQString(filter_->text()) != *model_.filter)
         filter_->setText(toQString(*model_.filter));
-    }
     loading_->setLoading(*model_.isLoading);
     renderPath();
     renderSort();
@@ -211,9 +209,11 @@ void ObjectBrowserView::renderStatus()
         .isFiltered = !model_.filter->empty(),
         .hasMore = *model_.hasMore,
         .selected = rows.size()};
-    for (const auto* row : rows)
-        counts.selectedBytes += row->file.contentLength;
-    const bool isShown = pages_->currentWidget() == table_ || counts.isFiltered;
+    for (const auto* row : rows) {
+        if (row->kind != RowKind::folder)
+            counts.selectedBytes = counts.selectedBytes.value_or(0) + row->file.contentLength;
+    }
+    const bool isShown = *model_.bucket && (counts.loaded > 0 || (!*model_.isLoading && !*model_.error));
     status_->setText(isShown ? toQString(statusText(counts)) : QString());
     if (counts.isFiltered) {
         status_->setDetail(toQString(filterNote(counts.hasMore)));

@@ -38,7 +38,7 @@ namespace {
 /// The next page is fetched when so few rows are left below.
 constexpr int rowsLeftBelow = 40;
 constexpr std::size_t mostSortColumns = 3;
-constexpr const char* firstColumns = "name 300; size 90; modified 150; state 120; replication 110 hidden; checksum 130";
+constexpr const char* firstColumns = "name 300; size 84; modified 136; state 104; replication 104 hidden; checksum 104";
 
 } // namespace
 
@@ -86,7 +86,6 @@ void ObjectBrowserView::buildToolBar()
     gap->setFixedWidth(Spacing::small);
     toolBar_->addWidget(gap);
     filter_->setToolTip(commands_->filter->toolTip() + QStringLiteral(" (Ctrl+F)"));
-    filter_->setFixedWidth(fontMetrics().averageCharWidth() * 24);
     toolBar_->addWidget(filter_);
 }
 
@@ -120,14 +119,13 @@ void ObjectBrowserView::buildLayout()
     message_->setBackgroundRole(QPalette::Base);
     message_->setAutoFillBackground(true);
     loadMore_->setFlat(true);
+    loadMore_->setFont(textFont(TextSize::small, QFont::DemiBold));
+    // As high as the line's text, so that the line keeps its height.
+    loadMore_->setFixedHeight(loadMore_->fontMetrics().height() + Spacing::tight);
+    status_->layout()->addWidget(loadMore_);
     loadMore_->setToolTip(QString::fromUtf8(BrowserHelp::loadMore));
     loadMore_->setAccessibleDescription(loadMore_->toolTip());
 
-    auto* const bottom = new QHBoxLayout;
-    bottom->setContentsMargins(0, 0, 0, 0);
-    bottom->setSpacing(0);
-    bottom->addWidget(status_, 1);
-    bottom->addWidget(loadMore_);
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
@@ -136,7 +134,7 @@ void ObjectBrowserView::buildLayout()
     column->addWidget(loading_);
     column->addWidget(banner_);
     column->addWidget(pages_, 1);
-    column->addLayout(bottom);
+    column->addWidget(status_);
     setFocusProxy(table_);
 }
 
@@ -323,8 +321,20 @@ void ObjectBrowserView::keyPressEvent(QKeyEvent* event)
     // Kept free for a preview; anything else would surprise by what it does today.
     if (event->key() == Qt::Key_Space && event->modifiers() == Qt::NoModifier)
         event->accept();
+    else if (event->key() == Qt::Key_Backspace && event->modifiers() == Qt::NoModifier)
+        model_.goUp();
     else
         QWidget::keyPressEvent(event);
+}
+
+void ObjectBrowserView::resizeEvent(QResizeEvent* event)
+{
+    // In a narrow window the commands keep their words and the filter gives way.
+    const int letters = width() < fontMetrics().averageCharWidth() * 110 ? 9 : 22;
+    filter_->setFixedWidth(fontMetrics().averageCharWidth() * letters + 2 * Spacing::wide);
+    // A tool bar that has put the filter away does not notice that there is room for it now.
+    toolBar_->layout()->invalidate();
+    QWidget::resizeEvent(event);
 }
 
 void ObjectBrowserView::showEvent(QShowEvent* event)

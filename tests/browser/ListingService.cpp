@@ -130,6 +130,8 @@ B2DataReply ListingService::list(const std::string& operation, const std::string
         bool isStarted = startID.empty() || name->first != call.startName;
         for (const auto& version : name->second) {
             isStarted = isStarted || version.id == startID;
+            if (!listsVersions && version.action == "hide")
+                break;
             if (!isStarted || (!listsVersions && version.action != "upload"))
                 continue;
             if (files.size() == call.maxFileCount) {
