@@ -4,6 +4,7 @@
 #include "tests/support/QtRun.h"
 
 #include <QAbstractItemModelTester>
+#include <QDesktopServices>
 #include <QDropEvent>
 #include <QMimeData>
 #include <QPushButton>
@@ -18,6 +19,19 @@ namespace {
 
 using Kind = Transfer::Kind;
 using State = Transfer::State;
+
+/// Stands in for the desktop: keeps the addresses it was to open.
+class Desktop final : public QObject {
+    Q_OBJECT
+
+public:
+    Desktop() { QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "open"); }
+    ~Desktop() override { QDesktopServices::unsetUrlHandler(QStringLiteral("file")); }
+
+    Q_INVOKABLE void open(const QUrl& address) { opened.push_back(fromQString(address.toLocalFile())); }
+
+    std::vector<std::string> opened;
+};
 
 class TransfersViewTest : public TransfersFixture {
 protected:
@@ -111,6 +125,21 @@ TEST_F(TransfersViewTest, CancelsTheSelectionByKey)
     EXPECT_THAT(states, ElementsAre(State::Case::cancelled, State::Case::finished, State::Case::cancelled));
 }
 
+TEST_F(TransfersViewTest, OpensTheFolderOfAFinishedDownloadWhereNoFileManagerAnswers)
+{
+    Desktop desktop;
+    add("failed", State::failed("No."));
+    add("done", State::finished());
+    view.focusList();
+
+    QTest::keyClick(&list(), Qt::Key_Return);
+    EXPECT_TRUE(desktop.opened.empty()) << "the first row has nothing to show";
+    QTest::keyClick(&list(), Qt::Key_Down);
+    QTest::keyClick(&list(), Qt::Key_Return);
+
+    EXPECT_THAT(desktop.opened, ElementsAre(downloads.string()));
+}
+
 TEST_F(TransfersViewTest, KeepsSelectionAndScrollWhileRowsComeAndGo)
 {
     for (int i = 0; i < 40; ++i)
@@ -178,3 +207,5 @@ TEST_F(TransfersViewTest, PaintsOnlyTheRowsInSight)
 }
 
 } // namespace
+
+#include "TransfersViewTest.moc"
