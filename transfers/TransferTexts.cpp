@@ -172,8 +172,8 @@ std::string refusalSummary(const std::vector<std::string>& refusals)
 {
     if (refusals.size() < 2)
         return refusals.empty() ? std::string() : refusals.front();
-    return fmt::format("{} {} more for such reasons; the activity log names each.", refusals.front(),
-        countText(static_cast<std::int64_t>(refusals.size()) - 1, "file", "files"));
+    return fmt::format("{} {} refused; the activity log says why.", refusals.front(),
+        countText(static_cast<std::int64_t>(refusals.size()) - 1, "more file was", "more files were"));
 }
 
 std::string accessibleText(const Transfer& transfer)

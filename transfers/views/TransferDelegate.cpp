@@ -106,6 +106,25 @@ struct TransferDelegate::Look {
             bar = QRect(left, top + lines + Spacing::tight, side.right() - left + 1, barHeight);
     }
 
+    QRect firstLine(QRect lines) const
+    {
+        lines.setHeight(option.fontMetrics.height());
+        return lines;
+    }
+    QRect secondLine(QRect lines) const
+    {
+        lines.setTop(lines.bottom() + 1 - QFontMetrics(smallFont()).height());
+        return lines;
+    }
+    QColor colorOf(Tone tone) const
+    {
+        if (!isSelected && tone == Tone::failure)
+            return messageColor(MessageKind::danger, option.palette);
+        if (!isSelected && tone == Tone::warning)
+            return messageColor(MessageKind::warning, option.palette);
+        return secondary;
+    }
+
     static QFont smallFont() { return textFont(TextSize::small); }
     QRect placed(const QRect& rect) const { return QStyle::visualRect(option.direction, option.rect, rect); }
     Qt::Alignment leading() const
@@ -167,7 +186,8 @@ void TransferDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
     const bool isRunning = transfer->state->is(Case::running);
     const Look look(row, isRunning && *transfer->byteCount > 0);
     painter->save();
-    paintTexts(*painter, look, *transfer);
+    paintName(*painter, look, *transfer);
+    paintStatus(*painter, look, *transfer);
     if (!look.bar.isNull()) {
         QStyleOptionProgressBar bar;
         bar.rect = look.placed(look.bar);
@@ -182,73 +202,73 @@ void TransferDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
     }
 
     const bool isHovered = row.state.testFlag(QStyle::State_MouseOver);
-    if (const auto action = actionOf_(*transfer); action && (isHovered || look.isSelected || hasFocus)) {
-        const QRect place = actionRect(row.rect, row.direction);
-        const QPoint pointer = row.widget ? row.widget->mapFromGlobal(QCursor::pos()) : QPoint(-1, -1);
-        if (isHovered && place.contains(pointer)) {
-            painter->setRenderHint(QPainter::Antialiasing);
-            painter->setPen(Qt::NoPen);
-            painter->setBrush(look.isSelected ? mixed(look.plain, row.palette.color(QPalette::Highlight), 0.25)
-                                              : pressedVeil(row.palette));
-            painter->drawRoundedRect(place, 5, 5);
-        }
-        const int inset = (actionExtent - smallIconExtent) / 2;
-        paintSymbol(*painter, actionSymbol(*action), place.adjusted(inset, inset, -inset, -inset),
-            look.isSelected ? look.plain : symbolColor(row.palette));
-    }
+    if (const auto action = actionOf_(*transfer); action && (isHovered || look.isSelected || hasFocus))
+        paintAction(*painter, look, *action);
     if (hasFocus)
         paintFocusRing(*painter, row.rect, row.palette);
     painter->restore();
 }
 
-void TransferDelegate::paintTexts(QPainter& painter, const Look& look, const Transfer& transfer) const
+void TransferDelegate::paintAction(QPainter& painter, const Look& look, TransferAction action) const
 {
     const auto& palette = look.option.palette;
+    const QRect place = actionRect(look.option.rect, look.option.direction);
+    const auto* const widget = look.option.widget;
+    if (widget && place.contains(widget->mapFromGlobal(QCursor::pos()))) {
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(
+            look.isSelected ? mixed(look.plain, palette.color(QPalette::Highlight), 0.25) : pressedVeil(palette));
+        painter.drawRoundedRect(place, 5, 5);
+    }
+    const int inset = (actionExtent - smallIconExtent) / 2;
+    paintSymbol(painter, actionSymbol(action), place.adjusted(inset, inset, -inset, -inset),
+        look.isSelected ? look.plain : symbolColor(palette));
+}
+
+void TransferDelegate::paintName(QPainter& painter, const Look& look, const Transfer& transfer) const
+{
     const QString name = showableName(toQString(transfer.displayName));
     const QRect icon(
         look.content.left(), look.content.top() + (look.content.height() - iconExtent) / 2, iconExtent, iconExtent);
-    paintSymbol(painter, fileSymbol(name), look.placed(icon), look.isSelected ? look.plain : symbolColor(palette));
+    paintSymbol(
+        painter, fileSymbol(name), look.placed(icon), look.isSelected ? look.plain : symbolColor(look.option.palette));
 
-    const int nameHeight = look.option.fontMetrics.height();
-    QRect nameRect = look.text;
-    nameRect.setHeight(nameHeight);
+    const QRect line = look.firstLine(look.text);
     painter.setFont(look.option.font);
     painter.setPen(look.plain);
-    painter.drawText(look.placed(nameRect), static_cast<int>(look.leading()) | Qt::TextSingleLine,
-        elidedName(name, look.option.fontMetrics, nameRect.width()));
+    painter.drawText(look.placed(line), static_cast<int>(look.leading()) | Qt::TextSingleLine,
+        elidedName(name, look.option.fontMetrics, line.width()));
+}
 
-    const QFont small = Look::smallFont();
-    const QFontMetrics smallMetrics(small);
+void TransferDelegate::paintStatus(QPainter& painter, const Look& look, const Transfer& transfer) const
+{
+    constexpr int symbolExtent = 14;
+    const QString pace = paceText(transfer);
+    // Without a pace its place is free for the status.
+    QRect line = look.secondLine(pace.isEmpty() ? look.text.united(look.side) : look.text);
     const auto status = statusOf(transfer);
-    QColor tone = look.secondary;
-    if (!look.isSelected && status.tone == Tone::failure)
-        tone = messageColor(MessageKind::danger, palette);
-    else if (!look.isSelected && status.tone == Tone::warning)
-        tone = messageColor(MessageKind::warning, palette);
-    QRect second(
-        look.text.left(), look.text.bottom() + 1 - smallMetrics.height(), look.text.width(), smallMetrics.height());
-    const QRect symbol(second.left(), second.top() + (second.height() - 14) / 2, 14, 14);
+    const QColor color = look.colorOf(status.tone);
+    const QRect symbol(line.left(), line.top() + (line.height() - symbolExtent) / 2, symbolExtent, symbolExtent);
     const bool isVerified = status.tone == Tone::verified && !look.isSelected;
     paintSymbol(painter, stateSymbol(transfer, status.tone), look.placed(symbol),
-        isVerified ? messageColor(MessageKind::notice, palette) : tone);
-    second.setLeft(second.left() + 14 + Spacing::tight);
-    auto line = toQString(status.text);
-    if (const auto place = placeText(transfer))
-        line += QStringLiteral(" · ") + showableName(toQString(*place));
-    painter.setFont(small);
-    painter.setPen(tone);
-    painter.drawText(look.placed(second), static_cast<int>(look.leading()) | Qt::TextSingleLine,
-        smallMetrics.elidedText(line, Qt::ElideRight, second.width()));
+        isVerified ? messageColor(MessageKind::notice, look.option.palette) : color);
 
-    QRect amount = look.side;
-    amount.setHeight(nameHeight);
-    const QFont figures = tabularFont(small);
-    painter.setFont(figures);
+    line.setLeft(symbol.right() + 1 + Spacing::tight);
+    auto text = toQString(status.text);
+    if (const auto place = placeText(transfer))
+        text += QStringLiteral(" · ") + showableName(toQString(*place));
+    painter.setFont(Look::smallFont());
+    painter.setPen(color);
+    painter.drawText(look.placed(line), static_cast<int>(look.leading()) | Qt::TextSingleLine,
+        painter.fontMetrics().elidedText(text, Qt::ElideRight, line.width()));
+
+    painter.setFont(tabularFont(Look::smallFont()));
     painter.setPen(look.secondary);
-    painter.drawText(look.placed(amount), static_cast<int>(look.trailing()) | Qt::TextSingleLine,
-        smallMetrics.elidedText(toQString(amountText(transfer)), Qt::ElideRight, amount.width()));
-    QRect pace = look.side;
-    pace.setTop(second.top());
-    painter.drawText(look.placed(pace), static_cast<int>(look.trailing()) | Qt::TextSingleLine,
-        smallMetrics.elidedText(paceText(transfer), Qt::ElideRight, pace.width()));
+    const auto drawFigures = [&](const QRect& rect, const QString& figures) {
+        painter.drawText(look.placed(rect), static_cast<int>(look.trailing()) | Qt::TextSingleLine,
+            painter.fontMetrics().elidedText(figures, Qt::ElideRight, rect.width()));
+    };
+    drawFigures(look.firstLine(look.side), toQString(amountText(transfer)));
+    drawFigures(look.secondLine(look.side), pace);
 }

@@ -33,7 +33,9 @@ public:
 private:
     struct Look;
 
-    void paintTexts(QPainter& painter, const Look& look, const Transfer& transfer) const;
+    void paintName(QPainter& painter, const Look& look, const Transfer& transfer) const;
+    void paintStatus(QPainter& painter, const Look& look, const Transfer& transfer) const;
+    void paintAction(QPainter& painter, const Look& look, TransferAction action) const;
 
     TransferOf transferOf_;
     ActionOf actionOf_;

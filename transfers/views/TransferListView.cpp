@@ -35,6 +35,11 @@ TransferListView::TransferListView(TransferQueue& queue, QWidget* parent)
 
     ticking_->setInterval(1s);
     connect(ticking_, &QTimer::timeout, viewport(), qOverload<>(&QWidget::update));
+    // Connected after the model: its rows have gone by then. The current one stays in sight.
+    connect(&queue_, &Observable::changed, this, [this, count = 0]() mutable {
+        if (std::exchange(count, rows_.rowCount()) > rows_.rowCount() && currentIndex().isValid())
+            scrollTo(currentIndex());
+    });
     const auto tickWhileActive = [this] {
         if (queue_.activeTransfers().empty())
             ticking_->stop();

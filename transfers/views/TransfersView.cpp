@@ -3,6 +3,7 @@
 #include "foundation/QtText.h"
 #include "foundation/views/Banner.h"
 #include "foundation/views/ColorRoles.h"
+#include "foundation/views/ElidedLabel.h"
 #include "foundation/views/EmptyState.h"
 #include "foundation/views/Icons.h"
 #include "foundation/views/Labels.h"
@@ -60,7 +61,7 @@ TransfersView::TransfersView(TransferQueue& queue, QWidget* parent)
     , list_(new TransferListView(queue, this))
     , empty_(new EmptyState(this))
     , refusals_(new Banner(this))
-    , summary_(makeSecondaryLabel({}, TextSize::normal, this))
+    , summary_(new ElidedLabel({}, this))
     , clear_(new QPushButton(tr("Clear Finished"), this))
     , close_(new QToolButton(this))
     , content_(new QStackedLayout)
@@ -89,8 +90,6 @@ TransfersView::TransfersView(TransferQueue& queue, QWidget* parent)
         if (!gathering->isActive())
             gathering->start();
     });
-    connect(list_->model(), &QAbstractItemModel::rowsInserted, this, &TransfersView::render);
-    connect(list_->model(), &QAbstractItemModel::rowsRemoved, this, &TransfersView::render);
     connect(&queue_, &Observable::changed, this, &TransfersView::render);
     connect(clear_, &QPushButton::clicked, this, [this] { queue_.clearFinished(); });
     connect(close_, &QToolButton::clicked, this, &TransfersView::closeRequested);
@@ -101,12 +100,13 @@ TransfersView::TransfersView(TransferQueue& queue, QWidget* parent)
 QWidget* TransfersView::makeHeader()
 {
     auto* const header = new QWidget(this);
+    clear_->setObjectName(QStringLiteral("clearFinished"));
     clear_->setToolTip(tr("Take finished, cancelled and failed transfers off the list"));
     close_->setIcon(symbolIcon(Symbol::close));
     close_->setAutoRaise(true);
     close_->setToolTip(tr("Hide Transfers"));
     close_->setAccessibleName(tr("Hide Transfers"));
-    summary_->setWordWrap(false);
+    summary_->setSecondary(true);
     auto* const row = new QHBoxLayout(header);
     row->setContentsMargins(Spacing::normal, Spacing::small, Spacing::small, Spacing::small);
     row->setSpacing(Spacing::small);

@@ -8,8 +8,8 @@
 #include <QWidget>
 
 class Banner;
+class ElidedLabel;
 class EmptyState;
-class QLabel;
 class QPushButton;
 class QStackedLayout;
 class QToolButton;
@@ -48,7 +48,7 @@ private:
     TransferListView* list_;
     EmptyState* empty_;
     Banner* refusals_;
-    QLabel* summary_;
+    ElidedLabel* summary_;
     QPushButton* clear_;
     QToolButton* close_;
     QStackedLayout* content_;

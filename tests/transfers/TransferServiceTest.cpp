@@ -1,0 +1,224 @@
+#include "TransfersFixture.h"
+
+#include "B2Kit/B2CurlTransport.h"
+#include "accounts/ClientFactory.h"
+#include "localb2/Service.h"
+#include "tests/support/QtRun.h"
+
+#include <QSignalSpy>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+namespace {
+
+using Case = Transfer::State::Case;
+using State = Transfer::State;
+
+/// A queue with a session at a service in this process.
+class TransferServiceTest : public TransfersFixture {
+protected:
+    void SetUp() override
+    {
+        TransfersFixture::SetUp();
+        const ClientFactory factory(transport, std::make_shared<B2NullLogSink>(), service.url());
+        const auto master = service.masterKey();
+        const auto client = factory.makeClient({master.keyID, master.applicationKey});
+        auto authorization = qtRun(client->authorized());
+        B2CreateBucketRequest request{.bucketName = "transfers-test", .bucketType = B2BucketType("allPrivate")};
+        bucket = qtRun(client->createBucket(std::move(request)));
+        session = std::make_shared<B2Session>(StoredKey{.keyID = master.keyID}, client, std::move(authorization));
+    }
+
+    /// Scripts one fault at the service.
+    void plant(std::string json)
+    {
+        B2HTTPRequest request{.url = service.url() + "/_local/faults", .body = std::move(json)};
+        ASSERT_EQ(qtRun(transport->data(std::move(request))).response.status, 200);
+    }
+
+    std::shared_ptr<Transfer> upload(const std::filesystem::path& file, std::string prefix = {})
+    {
+        const auto count = queue.transfers->size();
+        queue.upload({file}, bucket, std::move(prefix), session);
+        EXPECT_TRUE(spinUntil([&] { return queue.transfers->size() > count; }));
+        return queue.transfers->back();
+    }
+    std::shared_ptr<Transfer> download(B2FileVersion file)
+    {
+        queue.download(std::move(file), bucket, session);
+        return queue.transfers->back();
+    }
+    State endOf(const std::shared_ptr<Transfer>& transfer)
+    {
+        EXPECT_TRUE(spinUntil([&] { return !transfer->state->isLive(); }));
+        return *transfer->state;
+    }
+    std::vector<B2FileVersion> stored()
+    {
+        B2ListFileVersionsRequest request{.bucketID = bucket.bucketID};
+        return qtRun(session->client->listFileVersions(std::move(request))).files;
+    }
+    /// Uploads the content under the name and gives back what the service says of it.
+    B2FileVersion store(std::string name, std::string_view content)
+    {
+        B2UploadFileRequest request{.bucketID = bucket.bucketID,
+            .fileName = std::move(name),
+            .body = std::make_shared<const std::string>(content)};
+        return qtRun(session->client->uploadFile(std::move(request)));
+    }
+
+    localb2::Service service{{.directory = directory / "service"}};
+    std::shared_ptr<B2Transport> transport = std::make_shared<B2CurlTransport>(B2CurlTransportOptions{});
+    B2Bucket bucket;
+    std::shared_ptr<B2Session> session;
+};
+
+TEST_F(TransferServiceTest, BringsOddNamesUpAndDownWithEqualBytes)
+{
+    const std::vector<std::string> names{"plain.txt", " blanks .txt ", "é ☕ e\u0301.txt", "per%2Fcent+plus",
+        "שלום.txt", "back\\slash", "\"quoted\"", "empty"};
+    const auto source = directory / "source";
+    std::filesystem::create_directory(source);
+    QSignalSpy ends(&queue, &TransferQueue::uploadEnded);
+    for (const auto& name : names) {
+        writeFile(source / name, name == "empty" ? "" : "content of " + name + std::string(100'000, '\n'));
+        EXPECT_EQ(endOf(upload(source / name, "odd/")), State::finished()) << name;
+    }
+    EXPECT_TRUE(spinUntil([&] { return ends.count() == std::ssize(names); }));
+
+    for (const auto& file : stored()) {
+        const auto transfer = download(file);
+        EXPECT_EQ(endOf(transfer), State::finished()) << file.fileName;
+        EXPECT_TRUE((*transfer->checksum)->isVerified());
+        const auto local = **transfer->localPath;
+        EXPECT_EQ(readFile(local), readFile(source / local.filename()));
+        EXPECT_LE(std::chrono::abs(std::filesystem::last_write_time(local)
+                      - std::filesystem::last_write_time(source / local.filename())),
+            1ms);
+    }
+    EXPECT_EQ(namesIn(downloads).size(), names.size());
+    EXPECT_THAT(lines(), Contains("Uploaded plain.txt"));
+    EXPECT_THAT(lines(), Contains("Downloaded plain.txt - checksum verified"));
+}
+
+TEST_F(TransferServiceTest, SurvivesConnectionsLostInTheMiddle)
+{
+    const auto file = directory / "a.bin";
+    writeFile(file, std::string(3'000'000, 'x'));
+    plant(R"({"kind": "resetRequest", "operation": "b2_upload_file", "at": 1000000, "count": 1})");
+    EXPECT_EQ(endOf(upload(file)), State::finished());
+    ASSERT_EQ(stored().size(), 1U);
+
+    plant(R"({"kind": "resetAnswer", "operation": "download", "at": 1000000, "count": 1})");
+    const auto transfer = download(stored().front());
+    EXPECT_EQ(endOf(transfer), State::finished());
+    EXPECT_EQ(readFile(**transfer->localPath), readFile(file));
+    EXPECT_THAT(namesIn(downloads), ElementsAre("a.bin"));
+}
+
+TEST_F(TransferServiceTest, FollowsThePolicyForExistingFiles)
+{
+    const auto file = store("docs/a.txt", "new");
+    writeFile(downloads / "a.txt", "old");
+
+    EXPECT_EQ(endOf(download(file)), State::finished());
+    EXPECT_THAT(namesIn(downloads), UnorderedElementsAre("a.txt", "a 2.txt"));
+    settings.set("existingFilePolicy", "skip");
+    EXPECT_EQ(endOf(download(file)), State::skipped());
+    EXPECT_EQ(readFile(downloads / "a.txt"), "old");
+    EXPECT_EQ(lines().back(), "Skipped a.txt, already in the destination folder");
+    settings.set("existingFilePolicy", "replace");
+    EXPECT_EQ(endOf(download(file)), State::finished());
+    EXPECT_EQ(readFile(downloads / "a.txt"), "new");
+}
+
+TEST_F(TransferServiceTest, GivesTwoDownloadsOfOneNameAPlaceEach)
+{
+    download(store("one/a.txt", "one"));
+    download(store("two/a.txt", "two"));
+    EXPECT_TRUE(spinUntil([&] { return queue.activeTransfers().empty(); }));
+
+    EXPECT_THAT((std::vector{readFile(downloads / "a.txt"), readFile(downloads / "a 2.txt")}),
+        UnorderedElementsAre("one", "two"));
+}
+
+TEST_F(TransferServiceTest, RefusesNamesThatLeadOutOfTheFolder)
+{
+    auto file = store("a.txt", "content");
+    file.fileName = "../..";
+    EXPECT_THAT(endOf(download(file)).text, HasSubstr("would write outside the destination folder"));
+    EXPECT_EQ(lines().back(), "Refused to download ..");
+    file.fileName = "../../" + std::string(300, 'x') + ".txt";
+    EXPECT_EQ(endOf(download(file)), State::finished());
+    EXPECT_THAT(namesIn(downloads), ElementsAre(std::string(251, 'x') + ".txt"));
+}
+
+TEST_F(TransferServiceTest, SaysWhatIsWrongWithAFolderAndGoesOn)
+{
+    const auto file = store("a.txt", "content");
+    std::filesystem::remove(downloads);
+    const auto transfer = download(file);
+    EXPECT_THAT(endOf(transfer).text, HasSubstr("doesn't exist any more. Nothing was saved of \"a.txt\""));
+    EXPECT_EQ(lines().back(), "Download of a.txt failed");
+
+    std::filesystem::create_directories(downloads);
+    queue.retry(transfer);
+    EXPECT_EQ(endOf(transfer), State::finished());
+    EXPECT_EQ(queue.transfers->size(), 1U);
+}
+
+TEST_F(TransferServiceTest, SaysThatASourceWentAwayOrChanged)
+{
+    const auto file = directory / "a.bin";
+    writeFile(file, std::string(500'000, 'x'));
+    // Both slots are taken, so that the file can go while it waits.
+    plant(R"({"kind": "stall", "operation": "b2_upload_file", "milliseconds": 600, "in": "request", "count": 2})");
+    const auto first = upload(file, "1/");
+    const auto second = upload(file, "2/");
+    const auto waiting = upload(file, "3/");
+    EXPECT_TRUE(spinUntil([&] { return second->state->is(Case::running) && *second->transferStartedAt; }));
+    std::filesystem::remove(file);
+
+    EXPECT_THAT(endOf(first).text, HasSubstr("changed"));
+    EXPECT_THAT(endOf(waiting).text, HasSubstr("\"a.bin\" is no longer in"));
+    EXPECT_EQ(lines().back(), "Upload of a.bin failed");
+    for (const auto& version : stored())
+        EXPECT_EQ(version.contentLength, 500'000) << "whole or not at all";
+}
+
+TEST_F(TransferServiceTest, CancelsWithoutALeftover)
+{
+    const auto file = store("big.bin", std::string(3'000'000, 'x'));
+    plant(R"({"kind": "trickle", "operation": "download", "bytesPerSecond": 300000})");
+    const auto transfer = download(file);
+    EXPECT_TRUE(spinUntil([&] { return *transfer->bytesTransferred > 0 || !namesIn(downloads).empty(); }));
+
+    queue.cancel(transfer);
+    qtRun(queue.stopAll(), 2s);
+
+    EXPECT_EQ(*transfer->state, State::cancelled());
+    EXPECT_THAT(namesIn(downloads), IsEmpty());
+    EXPECT_EQ(lines().back(), "Cancelled big.bin");
+}
+
+TEST_F(TransferServiceTest, NamesASpentCap)
+{
+    const auto file = directory / "a.txt";
+    writeFile(file, "content");
+    plant(R"({"kind": "capReached", "operation": "b2_upload_file", "which": "storage"})");
+    plant(R"({"kind": "capReached", "operation": "b2_get_upload_url", "which": "storage"})");
+
+    EXPECT_THAT(endOf(upload(file)).text, HasSubstr("storage cap is reached"));
+    EXPECT_THAT(stored(), IsEmpty());
+}
+
+} // namespace
