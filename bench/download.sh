@@ -4,6 +4,14 @@ length=1000000000
 mkdir "$scratch/source"
 head -c $length /dev/urandom >"$scratch/source/large.bin"
 
+# touch_memory: a virtual machine gets its memory from its host at first touch, which would be charged to whichever
+# client comes first. So each begins with pages that were in use a moment ago.
+touch_memory() {
+    rm -f "$scratch/ours.bin" "$scratch/rclone.bin"
+    head -c $((length * 3 / 2)) /dev/zero >"$scratch/touched"
+    rm "$scratch/touched"
+}
+
 # download_figures NAME RCLONE-OPTION…
 download_figures() {
     local name=$1 run ours theirs single
@@ -11,14 +19,15 @@ download_figures() {
     rclone mkdir "$@" l:downloads
     "$bin/bench_upload" downloads "$scratch/source" >/dev/null
     for ((run = 0; run < runs; ++run)); do
+        touch_memory
         run_client "$name-ours" "$bin/bench_download" downloads large.bin "$scratch/ours.bin" >>"$scratch/$name.growth"
         cmp "$scratch/source/large.bin" "$scratch/ours.bin"
-        rm "$scratch/ours.bin"
+        touch_memory
         run_client "$name-rclone" rclone copyto "$@" l:downloads/large.bin "$scratch/rclone.bin"
-        rm "$scratch/rclone.bin"
+        touch_memory
         run_client "$name-single" rclone copyto "$@" --multi-thread-streams 0 l:downloads/large.bin "$scratch/rclone.bin"
-        rm "$scratch/rclone.bin"
     done
+    touch_memory
     ours=$(median "$name-ours.cpu")
     theirs=$(median "$name-rclone.cpu")
     single=$(median "$name-single.cpu")
