@@ -2,6 +2,7 @@
 
 #include "B2Kit/B2Decoding.h"
 
+#include <bit>
 #include <string>
 
 namespace {
@@ -11,10 +12,49 @@ constexpr std::size_t largestDocumentBytes = 64'000'000;
 /// A parser takes up to 15 times the bytes of its largest document; one that has grown over 16 MB is not kept.
 constexpr std::size_t largestKeptDocumentBytes = 1'048'576;
 
-simdjson::dom::parser& threadParser()
+using Parser = simdjson::dom::parser;
+
+/// Parsers that wait for the next document. Thread-safe.
+class IdleParsers {
+public:
+    /// The one used last.
+    std::unique_ptr<Parser> take()
+    {
+        const std::lock_guard lock(mutex_);
+        if (parsers_.empty())
+            return std::make_unique<Parser>(largestDocumentBytes);
+        auto parser = std::move(parsers_.back());
+        parsers_.pop_back();
+        return parser;
+    }
+
+    void giveBack(std::unique_ptr<Parser> parser)
+    {
+        constexpr std::size_t mostParsers = 2;
+        const std::lock_guard lock(mutex_);
+        if (parsers_.size() < mostParsers && parser->capacity() <= largestKeptDocumentBytes)
+            parsers_.push_back(std::move(parser));
+    }
+
+private:
+    std::mutex mutex_;
+    std::vector<std::unique_ptr<Parser>> parsers_;
+};
+
+IdleParsers& idleParsers()
 {
-    thread_local simdjson::dom::parser parser(largestDocumentBytes);
-    return parser;
+    // Leaked on purpose: tasks may still end while static objects are destroyed.
+    static auto* const idle = new IdleParsers;
+    return *idle;
+}
+
+/// Room for the document. A parser would grow to exactly that, and again with every page that is a little longer.
+void grow(Parser& parser, std::size_t byteCount)
+{
+    constexpr std::size_t smallest = 65'536;
+    const auto wanted = std::max(std::bit_ceil(byteCount), smallest);
+    if (parser.capacity() < byteCount && wanted <= largestDocumentBytes)
+        static_cast<void>(parser.allocate(wanted)); // Parsing tells if there is too little.
 }
 
 std::string explain(simdjson::error_code error)
@@ -40,21 +80,16 @@ std::string explain(simdjson::error_code error)
 } // namespace
 
 JSONDocument::JSONDocument(std::string_view json)
-    : byteCount_(json.size())
+    : parser_(idleParsers().take())
 {
-    if (const auto error = threadParser().parse(json.data(), json.size()).get(root_)) {
-        releaseLargeParser();
+    grow(*parser_, json.size());
+    if (const auto error = parser_->parse(json.data(), json.size()).get(root_)) {
+        idleParsers().giveBack(std::move(parser_));
         throw B2DecodingError(explain(error));
     }
 }
 
 JSONDocument::~JSONDocument()
 {
-    releaseLargeParser();
-}
-
-void JSONDocument::releaseLargeParser() const
-{
-    if (byteCount_ > largestKeptDocumentBytes)
-        threadParser() = simdjson::dom::parser(largestDocumentBytes);
+    idleParsers().giveBack(std::move(parser_));
 }

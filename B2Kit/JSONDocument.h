@@ -2,11 +2,13 @@
 
 #include "B2Kit/JSONValue.h"
 
+#include <memory>
 #include <string_view>
 
 // Inside B2Kit: no header that others read includes this one.
 
-/// A parsed text. It lives in the parser of its thread, so a thread has one document at a time.
+/// A parsed text. It borrows one of a few kept parsers, whichever thread it is on: a parser takes several times the
+/// memory of its document, so one for each thread would be many too many.
 class JSONDocument {
 public:
     /// @throws B2DecodingError for a text that is no JSON, above 64 MB, or nested deeper than 1,024 levels.
@@ -19,8 +21,6 @@ public:
     JSONValue root() const { return JSONValue(root_); }
 
 private:
-    void releaseLargeParser() const;
-
-    std::size_t byteCount_;
+    std::unique_ptr<simdjson::dom::parser> parser_;
     simdjson::dom::element root_;
 };
