@@ -63,7 +63,7 @@ Task<> Tour::readManyNames()
     auto& view = window_.detail().browser();
     co_await showBucket("backups");
     press(window_, Qt::Key_L, Qt::ControlModifier);
-    auto* const field = view.findChild<QLineEdit*>(QStringLiteral("pathField"));
+    auto* const field = view.findChild<PathBar*>()->findChild<QLineEdit*>();
     if (field) {
         field->selectAll();
         type(*field, QStringLiteral("server/sensor log/"));

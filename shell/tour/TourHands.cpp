@@ -40,7 +40,8 @@ void dropFiles(QWidget& widget, const std::vector<std::filesystem::path>& files)
     for (const auto& file : files)
         urls.append(QUrl::fromLocalFile(toQString(file.string())));
     data.setUrls(urls);
-    const QPoint place = widget.rect().center();
+    // Under the last row, where no folder takes the files for itself.
+    const QPoint place(widget.width() / 2, widget.height() - 4);
     QDragEnterEvent enter(place, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(&widget, &enter);
     QDragMoveEvent move(place, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
@@ -63,7 +64,7 @@ Task<bool> until(std::function<bool()> condition)
 
 Task<> settle()
 {
-    co_await sleepFor(std::chrono::milliseconds(150));
+    co_await sleepFor(std::chrono::milliseconds(60));
 }
 
 } // namespace TourHands

@@ -20,7 +20,7 @@ void type(QWidget& widget, const QString& text);
 void click(QWidget& widget);
 void clickRow(QAbstractItemView& view, const QModelIndex& index, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 
-/// Drags files over the widget and lets go of them, as a file manager would.
+/// Drags files over the widget and lets go of them at its lower edge, as a file manager would.
 void dropFiles(QWidget& widget, const std::vector<std::filesystem::path>& files);
 
 /// Waits until the condition holds, at most fifteen seconds.

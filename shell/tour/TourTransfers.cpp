@@ -91,6 +91,7 @@ Task<> Tour::downloadChecked()
     table.clearSelection();
     for (const auto* const name : {"Łódź – 写真 🌻.png", "50% off + more & #1.txt", "empty.txt"})
         clickRow(table, row(name), Qt::ControlModifier);
+    co_await settle();
     press(window_, Qt::Key_D, Qt::ControlModifier);
     for (const auto* const name : {"Łódź – 写真 🌻.png", "50% off + more & #1.txt", "empty.txt"}) {
         const std::string remote = std::string("Films/") + name;
@@ -141,6 +142,7 @@ Task<> Tour::surviveTrouble()
     co_await until([&] { return isListed() && row("report.pdf").isValid(); });
     co_await service_.addFaults(R"([{"operation": "download", "kind": "corrupt", "at": 1000, "count": 1}])");
     clickRow(table, row("report.pdf"));
+    co_await settle();
     press(window_, Qt::Key_D, Qt::ControlModifier);
     co_await check("refuse a download whose bytes are not those of the service",
         [&] { return hasEnded("report.pdf", Case::failed); });
@@ -158,6 +160,7 @@ Task<> Tour::surviveTrouble()
         co_await session->client->deleteFileVersion(
             {.fileID = version.fileID.value_or(""), .fileName = version.fileName, .bypassesGovernance = true});
     clickRow(table, row("to do.txt"));
+    co_await settle();
     press(window_, Qt::Key_D, Qt::ControlModifier);
     co_await check("say that a file has vanished", [&] { return hasEnded("to do.txt", Case::failed); });
     co_await picture(window_, "failed-transfers");

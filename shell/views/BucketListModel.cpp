@@ -3,6 +3,8 @@
 #include "foundation/QtText.h"
 #include "foundation/views/Icons.h"
 
+#include <QColor>
+
 #include <algorithm>
 
 void BucketListModel::show(const std::vector<B2Bucket>& buckets)
@@ -66,7 +68,10 @@ QVariant BucketListModel::data(const QModelIndex& index, int role) const
     case Qt::DisplayRole:
         return toQString(row.name);
     case Qt::DecorationRole:
-        return symbolIcon(row.isPublic ? Symbol::bucketPublic : Symbol::bucketPrivate);
+        // Keeps the place; the delegate draws the symbol.
+        return QColor(Qt::transparent);
+    case symbolRole:
+        return static_cast<int>(row.isPublic ? Symbol::bucketPublic : Symbol::bucketPrivate);
     case Qt::ToolTipRole:
         return QString(toQString(row.name) + u'\n' + access);
     case Qt::AccessibleTextRole:

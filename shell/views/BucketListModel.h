@@ -11,7 +11,7 @@ class BucketListModel final : public QAbstractListModel {
     Q_OBJECT
 
 public:
-    enum Role { bucketIDRole = Qt::UserRole + 1 };
+    enum Role { bucketIDRole = Qt::UserRole + 1, symbolRole };
 
     using QAbstractListModel::QAbstractListModel;
 

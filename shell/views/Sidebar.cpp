@@ -3,6 +3,7 @@
 #include "accounts/KeyNames.h"
 #include "foundation/QtText.h"
 #include "foundation/Texts.h"
+#include "foundation/views/ColorRoles.h"
 #include "foundation/views/Icons.h"
 #include "foundation/views/Labels.h"
 #include "foundation/views/Measures.h"
@@ -13,6 +14,7 @@
 #include <QKeyEvent>
 #include <QListView>
 #include <QMenu>
+#include <QPainter>
 #include <QScopedValueRollback>
 #include <QStyledItemDelegate>
 #include <QVBoxLayout>
@@ -20,12 +22,31 @@
 namespace {
 
 constexpr int rowHeight = 28;
+constexpr int symbolSize = 16;
 constexpr int filterFrom = 12; ///< More buckets than this get a filter field.
 
-/// Gives rows their height; the view draws them itself.
+/// Gives rows their height, and their symbols the colour of the text beside them in every state.
 class RowDelegate final : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        QStyledItemDelegate::paint(painter, option, index);
+        QStyleOptionViewItem row = option;
+        initStyleOption(&row, index);
+        const auto* const style = row.widget->style();
+        const QRect place = style->subElementRect(QStyle::SE_ItemViewItemDecoration, &row, row.widget);
+        const QRect square = QStyle::alignedRect(row.direction, Qt::AlignCenter, {symbolSize, symbolSize}, place);
+        const bool isActive = row.state.testFlag(QStyle::State_Active);
+        const bool isSelected = row.state.testFlag(QStyle::State_Selected);
+        const QColor color = isSelected
+            ? row.palette.color(isActive ? QPalette::Active : QPalette::Inactive, QPalette::HighlightedText)
+            : symbolColor(row.palette);
+        painter->drawPixmap(square.topLeft(),
+            symbolPixmap(static_cast<Symbol>(index.data(BucketListModel::symbolRole).toInt()), square.size(),
+                row.widget->devicePixelRatioF(), color));
+    }
 
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override
     {
@@ -80,6 +101,7 @@ Sidebar::Sidebar(RootModel& root, AppContext& context, QWidget* parent)
     list_->setTextElideMode(Qt::ElideMiddle);
     list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     list_->setUniformItemSizes(true);
+    list_->setIconSize({symbolSize, symbolSize});
     list_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     list_->setAccessibleName(tr("Buckets"));
     list_->viewport()->setAutoFillBackground(false);
