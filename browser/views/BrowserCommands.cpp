@@ -48,8 +48,8 @@ BrowserCommands::BrowserCommands(QObject* parent)
     , open(make(this, tr("Open"), tr("Open the folder")))
     , upload(make(this, Symbol::upload, tr("Upload…"), tr("Upload files to this folder"), {Qt::CTRL | Qt::Key_U},
           QAction::NormalPriority))
-    , download(
-          make(this, Symbol::download, tr("Download…"), tr("Download the selected files"), {}, QAction::NormalPriority))
+    , download(make(this, Symbol::download, tr("Download"), tr("Download the selected files"), {Qt::CTRL | Qt::Key_D},
+          QAction::NormalPriority))
     , copyName(make(this, tr("Copy Name"), tr("Copy the names of the selected rows")))
     , copyPath(make(this, tr("Copy Path"), tr("Copy the whole paths of the selected rows")))
     , editPath(make(this, tr("Enter a Path"), tr("Type the folder to go to"), {Qt::CTRL | Qt::Key_L}))

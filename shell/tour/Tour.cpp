@@ -89,6 +89,7 @@ Task<> Tour::showBucket(std::string name)
         const auto& bucket = *application_.root->browser.bucket;
         return bucket && bucket->bucketName == name && isListed();
     });
+    co_await settle();
 }
 
 void Tour::openFolder(const std::string& name)
