@@ -2,6 +2,9 @@
 
 #include "localb2/Schema.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <chrono>
 
 namespace localb2 {
@@ -14,7 +17,12 @@ std::filesystem::path prepared(const std::filesystem::path& directory)
         std::filesystem::create_directories(directory);
         std::filesystem::permissions(directory, std::filesystem::perms::owner_all);
     }
-    return directory / "localb2.sqlite";
+    auto file = directory / "localb2.sqlite";
+    // It holds the secrets of keys; SQLite gives its other files the same permissions.
+    const int created = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (created >= 0)
+        ::close(created);
+    return file;
 }
 
 // Runs between the opening of the database and the first table that reads it.

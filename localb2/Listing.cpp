@@ -8,6 +8,8 @@ namespace {
 
 constexpr std::int64_t defaultCount = 100;
 constexpr std::int64_t highestCount = 10000;
+// Behind this many hidden names a page ends short, so that no other call waits for seconds.
+constexpr std::int64_t highestHiddenCount = 50'000;
 
 /// What both listings are asked.
 struct ListingRequest {
@@ -117,19 +119,22 @@ std::string listFileNames(Call& call)
     Page page(listing, style);
     VersionCursor cursor(call.core.database, listing.bucket.row);
     FileVersion version;
+    std::int64_t hiddenNames = 0;
     cursor.seek(std::max(listing.start, listing.prefix));
     while (!isPast(cursor, listing.prefix)) {
-        if (cursor.kind() == FileVersion::Kind::start) {
+        cursor.read(version);
+        const bool isShown = version.kind == FileVersion::Kind::upload;
+        if ((isShown && page.isFull()) || hiddenNames == highestHiddenCount)
+            return page.finished(&version, false);
+        if (version.kind == FileVersion::Kind::start) {
             cursor.advance();
             continue;
         }
-        cursor.read(version);
-        if (version.kind == FileVersion::Kind::hide) {
+        if (!isShown) {
             cursor.skipName(version.name);
+            ++hiddenNames;
             continue;
         }
-        if (page.isFull())
-            return page.finished(&version, false);
         if (const auto folder = page.folderOf(version.name); !folder.empty()) {
             page.putFolder(folder);
             cursor.seekAfterPrefix(folder);

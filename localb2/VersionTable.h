@@ -58,7 +58,6 @@ public:
 
     /// Valid until the cursor moves.
     std::string_view name() const { return query_.text(1); }
-    FileVersion::Kind kind() const { return static_cast<FileVersion::Kind>(query_.integer(3)); }
     /// Fills a record whose memory is used again from row to row.
     void read(FileVersion& version) const;
 

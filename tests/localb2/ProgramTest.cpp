@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <openssl/pem.h>
+#include <openssl/x509v3.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -85,6 +87,30 @@ std::string sendRaw(const std::string& url, const std::string& bytes)
     return answer;
 }
 
+/// A certificate of 127.0.0.1 that vouches for itself.
+void makeCertificate(const std::string& certificateFile, const std::string& keyFile)
+{
+    const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key(EVP_EC_gen("P-256"), EVP_PKEY_free);
+    const std::unique_ptr<X509, decltype(&X509_free)> certificate(X509_new(), X509_free);
+    X509_set_version(certificate.get(), X509_VERSION_3);
+    X509_gmtime_adj(X509_getm_notBefore(certificate.get()), -60);
+    X509_gmtime_adj(X509_getm_notAfter(certificate.get()), 3600);
+    X509_set_pubkey(certificate.get(), key.get());
+    auto* const name = X509_get_subject_name(certificate.get());
+    X509_NAME_add_entry_by_txt(
+        name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("127.0.0.1"), -1, -1, 0);
+    X509_set_issuer_name(certificate.get(), name);
+    auto* const address = X509V3_EXT_conf_nid(nullptr, nullptr, NID_subject_alt_name, "IP:127.0.0.1");
+    X509_add_ext(certificate.get(), address, -1);
+    X509_EXTENSION_free(address);
+    X509_sign(certificate.get(), key.get(), EVP_sha256());
+    const std::unique_ptr<BIO, decltype(&BIO_free)> certificateOut(
+        BIO_new_file(certificateFile.c_str(), "w"), BIO_free);
+    PEM_write_bio_X509(certificateOut.get(), certificate.get());
+    const std::unique_ptr<BIO, decltype(&BIO_free)> keyOut(BIO_new_file(keyFile.c_str(), "w"), BIO_free);
+    PEM_write_bio_PrivateKey(keyOut.get(), key.get(), nullptr, nullptr, 0, nullptr, nullptr);
+}
+
 } // namespace
 
 TEST(ProgramTest, KeepsWhatItAnsweredThroughAKill)
@@ -120,6 +146,8 @@ TEST(ProgramTest, KeepsWhatItAnsweredThroughAKill)
     EXPECT_EQ(process.key, key);
     const std::filesystem::directory_iterator bodies(directory.path() / "data" / "bodies");
     EXPECT_EQ(std::distance(begin(bodies), end(bodies)), 1);
+    EXPECT_EQ(std::filesystem::status(directory.path() / "data" / "localb2.sqlite").permissions(),
+        std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
     const auto list = send({.url = process.url + "/b2api/v4/b2_list_buckets?accountId=" + key.keyID,
         .headers = {{"Authorization", token}}});
     EXPECT_EQ(list.status, 200) << "the account's token lives on";
@@ -184,6 +212,24 @@ TEST(ProgramTest, SurvivesWhatIsNoRequest)
                        .body = std::string(100'000, '[')})
                   .code(),
         "bad_json");
+}
+
+TEST(ProgramTest, ServesOverTLSOnlyWhatIsTrusted)
+{
+    const TemporaryDirectory directory;
+    const auto certificate = (directory.path() / "certificate.pem").string();
+    const auto privateKey = (directory.path() / "key.pem").string();
+    makeCertificate(certificate, privateKey);
+    Process process({"--data", (directory.path() / "data").string(), "--tls", certificate, privateKey});
+    const Sending request{.url = process.url + "/b2api/v4/b2_authorize_account",
+        .headers = {{"Authorization", "Basic bm9ib2R5Og=="}},
+        .certificate = certificate};
+
+    EXPECT_THAT(process.url, testing::StartsWith("https://127.0.0.1:"));
+    EXPECT_EQ(send(request).code(), "unauthorized");
+    EXPECT_EQ(send({.url = request.url}).status, 0);
+    EXPECT_EQ(sendRaw(process.url, "GET / HTTP/1.1\r\n\r\n").find("HTTP/1.1 200"), std::string::npos);
+    EXPECT_EQ(Process({"--data", (directory.path() / "d").string(), "--tls", privateKey, certificate}).end(0), 1);
 }
 
 TEST(ProgramTest, PlantsTheDemoAndSeedFiles)
