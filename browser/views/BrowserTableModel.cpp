@@ -140,9 +140,9 @@ void BrowserTableModel::show(const ShownRows& next)
     std::vector<int> kept;
     std::ranges::copy_if(targets, std::back_inserter(kept), [](int target) { return target >= 0; });
     if (std::ranges::is_sorted(kept))
-        insertInPlace(wanted);
+        insertInPlace(wanted, kept);
     else
-        reorder(wanted);
+        reorder(wanted, kept);
     // The same version may have become another record, one with a hold for example.
     if (!kept.empty() && !next.entries.extends(old.entries))
         Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
@@ -182,7 +182,7 @@ void BrowserTableModel::removeGone(const std::vector<int>& targets)
 }
 
 // The rows that are there stand in the wanted order already.
-void BrowserTableModel::insertInPlace(const Rows& wanted)
+void BrowserTableModel::insertInPlace(const Rows& wanted, const std::vector<int>& places)
 {
     int ranges = 0;
     bool isAdding = false;
@@ -194,7 +194,7 @@ void BrowserTableModel::insertInPlace(const Rows& wanted)
         isAdding = !isKnown;
     }
     if (ranges > mostRanges) {
-        reorder(wanted);
+        reorder(wanted, places);
         return;
     }
     for (std::size_t first = 0; first < wanted.size(); ++first) {
@@ -211,26 +211,23 @@ void BrowserTableModel::insertInPlace(const Rows& wanted)
 }
 
 // What is new comes at the end, then all of it moves.
-void BrowserTableModel::reorder(const Rows& wanted)
+void BrowserTableModel::reorder(const Rows& wanted, const std::vector<int>& places)
 {
-    std::unordered_map<const BrowserRow*, int> places;
-    places.reserve(wanted.size());
-    for (std::size_t i = 0; i < rows_.size(); ++i)
-        places.emplace(rows_[i], static_cast<int>(i));
+    std::vector<int> sources(wanted.size(), -1);
+    for (std::size_t row = 0; row < places.size(); ++row)
+        sources[static_cast<std::size_t>(places[row])] = static_cast<int>(row);
     Rows added;
-    for (const auto* row : wanted) {
-        if (places.emplace(row, static_cast<int>(rows_.size() + added.size())).second)
-            added.push_back(row);
+    for (std::size_t place = 0; place < wanted.size(); ++place) {
+        if (sources[place] >= 0)
+            continue;
+        sources[place] = static_cast<int>(rows_.size() + added.size());
+        added.push_back(wanted[place]);
     }
     if (!added.empty()) {
         beginInsertRows({}, rowCount(), rowCount() + static_cast<int>(added.size()) - 1);
         rows_.insert(rows_.end(), added.begin(), added.end());
         endInsertRows();
     }
-    std::vector<int> sources;
-    sources.reserve(wanted.size());
-    for (const auto* row : wanted)
-        sources.push_back(places.at(row));
     permute(sources);
 }
 

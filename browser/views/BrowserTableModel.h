@@ -36,8 +36,9 @@ private:
     using Rows = std::vector<const BrowserRow*>;
 
     void removeGone(const std::vector<int>& targets);
-    void insertInPlace(const Rows& wanted);
-    void reorder(const Rows& wanted);
+    /// @param places  where each of `rows_` stands in `wanted`, for both.
+    void insertInPlace(const Rows& wanted, const std::vector<int>& places);
+    void reorder(const Rows& wanted, const std::vector<int>& places);
     void permute(const std::vector<int>& sources);
 
     ShownRows shown_; ///< Owns what `rows_` point to.

@@ -38,6 +38,7 @@ namespace {
 /// The next page is fetched when so few rows are left below.
 constexpr int rowsLeftBelow = 40;
 constexpr std::size_t mostSortColumns = 3;
+constexpr std::size_t mostFilteredSelected = 1000;
 constexpr const char* firstColumns = "name 300; size 84; modified 136; state 104; replication 104 hidden; checksum 104";
 
 } // namespace
@@ -159,8 +160,12 @@ void ObjectBrowserView::connectCommands()
         [this](bool isOn) { model_.setMode(isOn ? BrowserMode::allVersions : BrowserMode::current); });
 
     connect(mode_, &ModeControl::modeChosen, this, [this](BrowserMode mode) { model_.setMode(mode); });
-    connect(
-        filter_, &QLineEdit::textChanged, this, [this](const QString& text) { model_.setFilter(fromQString(text)); });
+    connect(filter_, &QLineEdit::textChanged, this, [this](const QString& text) {
+        // Torn into pieces by a filter, a selection of many rows takes longer to keep than anybody waits.
+        if (selected().size() > mostFilteredSelected)
+            table_->clearSelection();
+        model_.setFilter(fromQString(text));
+    });
     const auto backToTable = [this] { table_->setFocus(Qt::TabFocusReason); };
     connect(filter_, &SearchField::left, this, backToTable);
     connect(filter_, &QLineEdit::returnPressed, this, backToTable);
