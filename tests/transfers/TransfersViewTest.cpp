@@ -109,6 +109,29 @@ TEST_F(TransfersViewTest, CancelsAndRetriesByTheButtonOfARow)
     EXPECT_EQ(queue.transfers->size(), 2U);
 }
 
+TEST_F(TransfersViewTest, OffersTheButtonOfTheRowThePointerIsOn)
+{
+    for (int i = 0; i < 2; ++i)
+        add(std::to_string(i), State::running());
+    const auto hasButton = [&](int row) {
+        const auto place = TransferDelegate::actionRect(rowRect(row), Qt::LeftToRight);
+        const auto image = list().viewport()->grab(place.adjusted(6, 6, -6, -6)).toImage();
+        const auto ground = image.pixel(0, 0);
+        for (int x = 0; x < image.width(); ++x) {
+            if (image.pixel(x, image.height() / 2) != ground)
+                return true;
+        }
+        return false;
+    };
+    EXPECT_FALSE(hasButton(0));
+
+    QTest::mouseMove(list().viewport(), rowRect(0).center());
+    QCoreApplication::processEvents();
+
+    EXPECT_TRUE(hasButton(0));
+    EXPECT_FALSE(hasButton(1));
+}
+
 TEST_F(TransfersViewTest, CancelsTheSelectionByKey)
 {
     add("a", State::running());

@@ -31,23 +31,26 @@ TransferListView::TransferListView(TransferQueue& queue, QWidget* parent)
     setVerticalScrollMode(ScrollPerPixel);
     setFrameShape(QFrame::NoFrame);
     setMouseTracking(true);
+    viewport()->setAttribute(Qt::WA_Hover);
     setAccessibleName(tr("Transfers"));
 
     ticking_->setInterval(1s);
-    connect(ticking_, &QTimer::timeout, viewport(), qOverload<>(&QWidget::update));
+    connect(ticking_, &QTimer::timeout, this, [this] {
+        viewport()->update();
+        if (queue_.activeTransfers().empty())
+            ticking_->stop();
+    });
+    const auto tick = [this] {
+        if (!ticking_->isActive())
+            ticking_->start();
+    };
+    connect(&rows_, &QAbstractItemModel::dataChanged, ticking_, tick);
+    connect(&rows_, &QAbstractItemModel::rowsInserted, ticking_, tick);
     // Connected after the model: its rows have gone by then. The current one stays in sight.
     connect(&queue_, &Observable::changed, this, [this, count = 0]() mutable {
         if (std::exchange(count, rows_.rowCount()) > rows_.rowCount() && currentIndex().isValid())
             scrollTo(currentIndex());
     });
-    const auto tickWhileActive = [this] {
-        if (queue_.activeTransfers().empty())
-            ticking_->stop();
-        else if (!ticking_->isActive())
-            ticking_->start();
-    };
-    connect(&rows_, &QAbstractItemModel::dataChanged, ticking_, tickWhileActive);
-    connect(&rows_, &QAbstractItemModel::rowsInserted, ticking_, tickWhileActive);
 }
 
 std::optional<TransferAction> TransferListView::actionOf(const Transfer& transfer) const
