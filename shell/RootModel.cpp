@@ -64,6 +64,20 @@ void RootModel::wire()
         tasks_.start(keyStore.reload());
     });
     connect(&keyStore, &Observable::changed, this, &RootModel::rebuildKeyMenu);
+    connect(&browser, &Observable::changed, this, &RootModel::followBrowser);
+}
+
+void RootModel::followBrowser()
+{
+    // Back and Forward lead to other buckets too.
+    const auto& shown = *browser.bucket;
+    if (!shown || *browser.session != *keyStore.session || !buckets.bucket(shown->bucketID))
+        return;
+    const SidebarItem item{SidebarItem::Kind::bucket, shown->bucketID};
+    if (!*selection || **selection == item || (*selection)->kind != SidebarItem::Kind::bucket)
+        return;
+    selection = item;
+    settings_.set(SettingsKeys::lastBucket((*keyStore.session)->key->keyID), item.bucketID);
 }
 
 Task<> RootModel::connectAndLoad(StoredKey key)
@@ -96,8 +110,10 @@ Task<> RootModel::dropBucket(std::string bucketID)
     const B2Bucket* const gone = buckets.bucket(bucketID);
     log_.record({B2LogLevel::notice, "bucket",
         (gone ? gone->bucketName : bucketID) + " no longer exists at Backblaze; removed from the list", {}});
-    if (*selection && (*selection)->bucketID == bucketID)
+    if (*selection && (*selection)->bucketID == bucketID) {
         selection = std::nullopt;
+        browser.close();
+    }
     co_await buckets.reload();
 }
 

@@ -60,6 +60,7 @@ public:
 
 private:
     void wire();
+    void followBrowser();
     Task<> launch();
     Task<> connectAndLoad(StoredKey key);
     Task<> selectByKeyID(std::string keyID);

@@ -14,6 +14,9 @@ namespace TourHands {
 
 void press(QWidget& widget, int key, Qt::KeyboardModifiers modifiers)
 {
+    // Shortcuts reach the active window only, and a closed popup may have left none.
+    if (!widget.isActiveWindow())
+        QApplication::setActiveWindow(widget.window());
     QTest::keyClick(&widget, static_cast<Qt::Key>(key), modifiers);
 }
 
