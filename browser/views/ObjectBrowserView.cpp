@@ -10,6 +10,7 @@
 #include "foundation/QtText.h"
 #include "foundation/Settings.h"
 #include "foundation/SettingsKeys.h"
+#include "foundation/Texts.h"
 #include "foundation/views/Banner.h"
 #include "foundation/views/DenseTableView.h"
 #include "foundation/views/EmptyState.h"
@@ -39,7 +40,18 @@ namespace {
 constexpr int rowsLeftBelow = 40;
 constexpr std::size_t mostSortColumns = 3;
 constexpr std::size_t mostFilteredSelected = 1000;
-constexpr const char* firstColumns = "name 300; size 84; modified 136; state 104; replication 104 hidden; checksum 104";
+/// Columns as wide as what they mostly hold; the name takes the rest.
+QString firstColumns(const QFontMetrics& metrics)
+{
+    constexpr int margins = 20;
+    const auto width = [&](const QString& sample) { return metrics.horizontalAdvance(sample) + margins; };
+    const QString date = toQString(dateText(std::chrono::sys_days(std::chrono::year(2026) / 12 / 28)));
+    return QStringLiteral("name 300; size %1; modified %2; state %3; replication %3 hidden; checksum %4")
+        .arg(width(QStringLiteral("888.88 MB")))
+        .arg(width(date))
+        .arg(width(QStringLiteral("File · Encrypted")))
+        .arg(width(QStringLiteral("0000000000…")) + margins);
+}
 
 } // namespace
 
@@ -97,7 +109,7 @@ void ObjectBrowserView::buildTable()
     table_->setNameColumn(static_cast<int>(BrowserColumn::name));
     table_->setItemDelegateForColumn(static_cast<int>(BrowserColumn::name), new NameDelegate(table_));
     table_->setItemDelegateForColumn(static_cast<int>(BrowserColumn::checksum), new DigestDelegate(table_));
-    table_->restoreState(QString::fromUtf8(firstColumns));
+    table_->restoreState(firstColumns(table_->fontMetrics()));
     if (const auto columns = settings_.text(SettingsKeys::tableColumns("browser")))
         table_->restoreState(toQString(*columns));
     connect(table_, &DenseTableView::stateChanged, this,

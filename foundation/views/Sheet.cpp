@@ -160,6 +160,11 @@ QPushButton* Sheet::setDestructiveVerb(const QString& verb)
     return verb_;
 }
 
+void Sheet::setCancelText(const QString& text)
+{
+    cancel_->setText(text);
+}
+
 void Sheet::setVerbButton(QPushButton* button)
 {
     delete verb_;

@@ -40,6 +40,9 @@ public:
     /// A button that destroys ("Delete 3 Versions"): stands apart and is never the default, Cancel is.
     QPushButton* setDestructiveVerb(const QString& verb);
 
+    /// What the button that changes nothing says, where "Cancel" would be unclear.
+    void setCancelText(const QString& text);
+
     /// A disabled verb says why on hover and to a screen reader.
     void setVerbEnabled(bool enabled, const QString& reason = {});
 

@@ -11,7 +11,7 @@
 #include "transfers/views/TransfersView.h"
 
 #include <QAction>
-#include <QMessageBox>
+#include <QDialog>
 #include <QPushButton>
 
 #include <fstream>
@@ -189,9 +189,9 @@ Task<> Tour::askBeforeQuitting()
         [&] { return hasEnded("slow one.bin", Case::running) && *transfer("slow one.bin")->bytesTransferred > 0; });
     co_await picture(window_, "transfers-running");
     window_.close();
-    QMessageBox* question = nullptr;
+    QDialog* question = nullptr;
     co_await check("ask before quitting while uploads run", [&] {
-        question = window_.findChild<QMessageBox*>(QStringLiteral("quitQuestion"));
+        question = window_.findChild<QDialog*>(QStringLiteral("quitQuestion"));
         return question && question->isVisible();
     });
     if (question) {

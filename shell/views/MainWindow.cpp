@@ -8,6 +8,7 @@
 #include "foundation/views/DenseTableView.h"
 #include "foundation/views/Icons.h"
 #include "foundation/views/Measures.h"
+#include "foundation/views/Sheet.h"
 #include "shell/views/ActivityLogWindow.h"
 #include "shell/views/DetailArea.h"
 #include "shell/views/HelpWindow.h"
@@ -264,35 +265,33 @@ void MainWindow::askToQuit()
 {
     const auto question = quitQuestion(application_.queue->activeTransfers());
     if (!question) {
-        saveSplitters();
-        hide();
-        if (logWindow_)
-            logWindow_->close();
-        Q_EMIT quitConfirmed();
+        leave();
         return;
     }
     if (isAskingToQuit_)
         return;
     isAskingToQuit_ = true;
-    auto* const box = new QMessageBox(
-        QMessageBox::Question, toQString(question->title), toQString(question->title), QMessageBox::NoButton, this);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setObjectName(QStringLiteral("quitQuestion"));
-    box->setTextFormat(Qt::PlainText);
-    box->setInformativeText(toQString(question->text));
-    auto* const quit = box->addButton(toQString(question->quitButton), QMessageBox::DestructiveRole);
-    auto* const stay = box->addButton(toQString(question->stayButton), QMessageBox::RejectRole);
-    box->setDefaultButton(stay);
-    box->setEscapeButton(stay);
-    connect(box, &QDialog::finished, this, [this, box, quit] {
+    auto* const sheet = new Sheet(toQString(question->title), toQString(question->text), this);
+    sheet->setAttribute(Qt::WA_DeleteOnClose);
+    sheet->setObjectName(QStringLiteral("quitQuestion"));
+    sheet->setDestructiveVerb(toQString(question->quitButton));
+    sheet->setCancelText(toQString(question->stayButton));
+    connect(sheet, &Sheet::verbTriggered, sheet, &QDialog::accept);
+    connect(sheet, &QDialog::finished, this, [this](int outcome) {
         isAskingToQuit_ = false;
-        if (box->clickedButton() == quit) {
-            saveSplitters();
-            hide();
-            Q_EMIT quitConfirmed();
-        }
+        if (outcome == QDialog::Accepted)
+            leave();
     });
-    box->open();
+    sheet->open();
+}
+
+void MainWindow::leave()
+{
+    saveSplitters();
+    hide();
+    if (logWindow_)
+        logWindow_->close();
+    Q_EMIT quitConfirmed();
 }
 
 void MainWindow::showEvent(QShowEvent* event)

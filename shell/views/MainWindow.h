@@ -50,6 +50,7 @@ private:
     void buildHelpMenu();
     void render();
     void askToQuit();
+    void leave();
     void focusNextPane(bool forward);
     void restoreSplitters();
     void saveSplitters();

@@ -61,9 +61,9 @@ QString restrictionOf(const B2Authorization::Allowed& allowed)
 {
     QStringList parts;
     if (allowed.buckets.size() == 1)
-        parts.append(QObject::tr("Limited to one bucket"));
+        parts.append(QObject::tr("One bucket"));
     else if (allowed.buckets.size() > 1)
-        parts.append(QObject::tr("Limited to %n buckets", nullptr, static_cast<int>(allowed.buckets.size())));
+        parts.append(QObject::tr("%n buckets", nullptr, static_cast<int>(allowed.buckets.size())));
     if (allowed.namePrefix && !allowed.namePrefix->empty())
         parts.append(QObject::tr("Only “%1”").arg(toQString(*allowed.namePrefix)));
     if (!allowed.capabilities.contains(B2Capabilities::writeFiles))

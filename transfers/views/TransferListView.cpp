@@ -9,6 +9,7 @@
 #include <QContextMenuEvent>
 #include <QHelpEvent>
 #include <QMenu>
+#include <QScrollBar>
 #include <QTimer>
 #include <QToolTip>
 
@@ -46,6 +47,16 @@ TransferListView::TransferListView(TransferQueue& queue, QWidget* parent)
     };
     connect(&rows_, &QAbstractItemModel::dataChanged, ticking_, tick);
     connect(&rows_, &QAbstractItemModel::rowsInserted, ticking_, tick);
+    // New rows come at the end; who looks at the end goes on doing so.
+    connect(&rows_, &QAbstractItemModel::rowsAboutToBeInserted, this,
+        [this] { followsEnd_ = verticalScrollBar()->value() >= verticalScrollBar()->maximum(); });
+    connect(
+        &rows_, &QAbstractItemModel::rowsInserted, this,
+        [this] {
+            if (followsEnd_)
+                scrollToBottom();
+        },
+        Qt::QueuedConnection);
     // Connected after the model: its rows have gone by then. The current one stays in sight.
     connect(&queue_, &Observable::changed, this, [this, count = 0]() mutable {
         if (std::exchange(count, rows_.rowCount()) > rows_.rowCount() && currentIndex().isValid())

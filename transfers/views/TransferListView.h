@@ -39,5 +39,6 @@ private:
     TransferQueue& queue_;
     TransferListModel rows_;
     QPersistentModelIndex pressed_;
+    bool followsEnd_ = true;
     QTimer* ticking_; ///< Rates and times left go on between reports.
 };
