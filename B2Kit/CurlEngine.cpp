@@ -110,6 +110,8 @@ void CurlEngine::run()
         curl_multi_perform(multi_, &runningCount);
         collectFinished();
         sweep();
+        if (readOn())
+            continue;
         // An idle engine sleeps until it is asked for something.
         constexpr int hour = 3'600'000;
         const int patience = running_.empty() ? hour : static_cast<int>(sweepInterval / 1ms);
@@ -214,6 +216,14 @@ void CurlEngine::sweep()
     }
     for (const auto& transfer : stalled)
         end(transfer, CURLE_OPERATION_TIMEDOUT);
+}
+
+bool CurlEngine::readOn()
+{
+    bool mustGoOn = false;
+    for (const auto& [key, transfer] : running_)
+        mustGoOn |= transfer->readOn();
+    return mustGoOn;
 }
 
 void CurlEngine::end(const Transfer& transfer, CURLcode code)

@@ -52,6 +52,7 @@ private:
     void stop(const Transfer& transfer);
     void collectFinished();
     void sweep();
+    bool readOn();
     void end(const Transfer& transfer, CURLcode code);
     void end(const Transfer& transfer, std::exception_ptr error);
     void endAll();

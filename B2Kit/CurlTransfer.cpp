@@ -1,6 +1,7 @@
 #include "B2Kit/CurlTransfer.h"
 
 #include "B2Kit/CurlFaults.h"
+#include "B2Kit/CurlReadAhead.h"
 
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
@@ -79,6 +80,7 @@ void configureHandle(CURL* easy, const std::string& userAgent, const std::string
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
     curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, 512L * 1024);
     curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE, 512L * 1024);
+    enableReadAhead(easy);
     if (!userAgent.empty())
         curl_easy_setopt(easy, CURLOPT_USERAGENT, userAgent.c_str());
 }
@@ -186,6 +188,7 @@ void CurlTransfer::takeHeaderLine(std::string_view line)
 std::size_t CurlTransfer::onBody(char* bytes, std::size_t size, std::size_t count, void* self)
 {
     auto& transfer = transferOf(self);
+    transfer.bodyBytes_ += static_cast<std::int64_t>(size * count);
     try {
         if (transfer.sink_->take({bytes, size * count}))
             return size * count;
@@ -225,6 +228,17 @@ bool CurlTransfer::sweep(TimePoint now)
     tellProgress(std::max<std::int64_t>(written - unacknowledged, 0), received);
     const auto moved = written - unacknowledged + received + static_cast<std::int64_t>(headerBytes_);
     return !idle_.observe(now, moved);
+}
+
+bool CurlTransfer::readOn()
+{
+    // What is left without having brought anything is the first part of a record, whose rest comes by the socket.
+    const auto received = static_cast<std::int64_t>(headerBytes_) + bodyBytes_;
+    if (received == readOnAt_ || !hasReadAhead(easy()))
+        return false;
+    readOnAt_ = received;
+    forceRead(easy());
+    return true;
 }
 
 void CurlTransfer::tellProgress(std::int64_t sent, std::int64_t received)

@@ -47,6 +47,10 @@ public:
     /// @returns false when the transfer has stalled.
     bool sweep(TimePoint now);
 
+    /// Sees to bytes that came and wait above the socket.
+    /// @returns true when libcurl has to be called again at once.
+    bool readOn();
+
     /// What came of it: null after a complete answer. Called before `detach`.
     std::exception_ptr conclude(CURLcode code);
 
@@ -78,6 +82,8 @@ private:
     bool hasEnough_ = false;    ///< The sink wants no more.
     bool wasRepeated_ = false;  ///< libcurl was about to send the request again.
     std::size_t headerBytes_ = 0;
+    std::int64_t bodyBytes_ = 0;
+    std::int64_t readOnAt_ = 0; ///< How many bytes had come when `readOn` last asked for more.
     std::int64_t toldProgress_ = 0;
 };
 

@@ -423,4 +423,22 @@ TEST_F(B2CurlTransportTest, TrustsOnlyCertificatesItWasToldToTrust)
     EXPECT_EQ(failureOf(trusting.data(get(otherName))).code(), Code::insecureConnection);
 }
 
+TEST_F(B2CurlTransportTest, DeliversTheLastTLSRecordsThoughTheSocketHasNothingMore)
+{
+    const auto pair = SelfSignedCertificate::make();
+    std::string body;
+    ScriptedServer server(
+        [&](Connection& connection) {
+            while (!connection.readRequest().empty())
+                connection.send(httpAnswer(200, body));
+        },
+        pair);
+    B2CurlTransport trusting({.certificateAuthorityFile = write("authority.pem", pair.certificate)});
+
+    for (const std::size_t size : {1, 16'000, 17'000, 33'000, 50'000, 100'000, 1'000'000}) {
+        body.assign(size, 'x');
+        EXPECT_EQ(run(trusting.data(get(server.url("/")))).body.size(), size);
+    }
+}
+
 } // namespace
