@@ -15,7 +15,7 @@ void BucketListModel::show(const std::vector<B2Bucket>& buckets)
         wanted.push_back({bucket.bucketID, bucket.bucketName, bucket.bucketType.isPublic()});
     if (wanted == rows_)
         return;
-    // Few rows: those that went are taken out, then each wanted row is put at its place.
+    // Few rows: those that went are taken out, then each wanted row is moved or put to its place.
     for (int row = static_cast<int>(rows_.size()) - 1; row >= 0; --row) {
         const auto& present = rows_[static_cast<std::size_t>(row)].bucketID;
         if (std::ranges::find(wanted, present, &Row::bucketID) == wanted.end()) {
@@ -36,9 +36,11 @@ void BucketListModel::show(const std::vector<B2Bucket>& buckets)
         const auto elsewhere = std::ranges::find(rows_, wanted[place].bucketID, &Row::bucketID);
         if (elsewhere != rows_.end()) {
             const auto from = static_cast<int>(elsewhere - rows_.begin());
-            beginRemoveRows({}, from, from);
-            rows_.erase(elsewhere);
-            endRemoveRows();
+            beginMoveRows({}, from, from, {}, row);
+            std::rotate(rows_.begin() + row, elsewhere, elsewhere + 1);
+            endMoveRows();
+            rows_[place] = wanted[place];
+            continue;
         }
         beginInsertRows({}, row, row);
         rows_.insert(rows_.begin() + row, wanted[place]);

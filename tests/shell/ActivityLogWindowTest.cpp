@@ -72,10 +72,15 @@ TEST_F(ActivityLogWindowTest, CopiesWhatIsShownOldestFirst)
 
 TEST_F(ActivityLogWindowTest, StaysRightWhileTheLogIsFullAndIsCleared)
 {
+    std::size_t number = 0;
+    const auto recordUntil = [&](std::size_t count) {
+        while (number < count)
+            record(B2LogLevel::info, "entry " + std::to_string(number++));
+    };
+    recordUntil(ActivityLog::maxEntries - 5);
     LogTableModel model(log);
     const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
-    for (std::size_t i = 0; i < ActivityLog::maxEntries + 20; ++i)
-        record(B2LogLevel::info, "entry " + std::to_string(i));
+    recordUntil(ActivityLog::maxEntries + 20);
 
     EXPECT_EQ(rows().rowCount(), 5000);
     EXPECT_EQ(rows().index(0, LogTableModel::messageColumn).data().toString(), QStringLiteral("entry 5019"));
