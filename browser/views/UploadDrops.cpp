@@ -1,6 +1,6 @@
 #include "browser/views/UploadDrops.h"
 
-#include "async/Executor.h"
+#include "async/Background.h"
 #include "browser/DroppedItems.h"
 #include "browser/views/BrowserTableModel.h"
 #include "foundation/QtText.h"
@@ -18,29 +18,6 @@
 
 namespace {
 
-/// Looks at files; a disk that does not answer holds up nobody else.
-class FileLooker final : public Actor {
-public:
-    static FileLooker& shared()
-    {
-        static auto* const looker = new FileLooker;
-        return *looker;
-    }
-
-private:
-    FileLooker()
-        : Actor(executor_)
-    {
-    }
-
-    SerialExecutor executor_;
-};
-
-Task<DroppedItems> look(FileLooker&, std::vector<std::filesystem::path> paths, std::vector<std::string> elsewhere)
-{
-    co_return sortDropped(paths, std::move(elsewhere));
-}
-
 Task<> sortOut(QPointer<UploadDrops> drops, QList<QUrl> urls, std::string bucketID, std::string prefix)
 {
     std::vector<std::filesystem::path> paths;
@@ -51,7 +28,8 @@ Task<> sortOut(QPointer<UploadDrops> drops, QList<QUrl> urls, std::string bucket
         else
             elsewhere.push_back(fromQString(url.toDisplayString()));
     }
-    const auto items = co_await look(FileLooker::shared(), std::move(paths), std::move(elsewhere));
+    // A disk that does not answer holds up nobody else.
+    const auto items = co_await runInBackground([paths, elsewhere] { return sortDropped(paths, elsewhere); });
     if (!drops)
         co_return;
     QList<QUrl> files;
