@@ -14,6 +14,7 @@
 namespace {
 
 constexpr int animationMilliseconds = 150;
+constexpr int toolTipMilliseconds = 350; ///< Help comes sooner than Qt's 700 ms.
 constexpr int scrollBarWidth = 12;
 constexpr int shortestHandle = 32;
 constexpr int fieldPadding = 4;
@@ -103,6 +104,8 @@ int Style::styleHint(
         return animated_ ? animationMilliseconds : 0;
     case SH_EtchDisabledText:
         return 0;
+    case SH_ToolTip_WakeUpDelay:
+        return toolTipMilliseconds;
     case SH_ItemView_ShowDecorationSelected:
         return 1;
     case SH_ItemView_ActivateItemOnSingleClick:
