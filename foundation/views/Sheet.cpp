@@ -201,6 +201,9 @@ void Sheet::setBusy(bool busy, const QString& text)
 
 void Sheet::showEvent(QShowEvent* event)
 {
+    // As high as its texts need at this width: a wrapping label's own guess is for a narrower one.
+    if (!event->spontaneous() && column_->hasHeightForWidth())
+        resize(width(), column_->totalHeightForWidth(width()));
     QDialog::showEvent(event);
     if (QWidget* field = firstField(rows_); field != nullptr && !rows_->isAncestorOf(focusWidget())) {
         field->setFocus(Qt::OtherFocusReason);
