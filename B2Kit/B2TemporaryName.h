@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-// A download arrives in a dot-file beside its destination. The name says whose it is, so that the next start can
-// clear what a killed program has left.
+// A download arrives in a dot-file beside its destination. The name says whose it is, so that what a killed program
+// has left can be told from the user's own files.
 
 inline constexpr std::string_view temporaryNamePrefix = ".kestrovan-";
 inline constexpr std::string_view temporaryNameSuffix = ".part";

@@ -37,7 +37,7 @@ public:
     Observed<int> accountRenameTick{this, 0};
     Observed<int> keysChangedTick{this, 0};
 
-    // Set by the main window; they do nothing before.
+    // Set by the main window's root; they do nothing before.
     std::function<Task<>(std::string keyID)> selectKey;
     std::function<Task<>()> addKey;
 

@@ -18,7 +18,7 @@
 
 /// The stored keys and the session of the one in use.
 ///
-/// Lives on the main thread as long as the main window. A failed attempt to connect leaves the session that was there;
+/// Lives on the main thread as long as the process. A failed attempt to connect leaves the session that was there;
 /// no failure of a connection is thrown, all are left in the fields.
 class KeyStore final : public Observable {
 public:

@@ -27,7 +27,7 @@ public:
     std::string endpoint() const;
     localb2::Service& service() { return *service_; }
 
-    /// The demonstration's keys: two accounts, and a key limited to one bucket.
+    /// The demonstration's keys: the master keys of two accounts, and the first one's other keys, one of them expired.
     void addKeysTo(MemoryKeychain& keychain) const;
 
     /// The key to begin with, which may do everything.
