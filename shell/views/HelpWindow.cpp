@@ -66,8 +66,8 @@ HelpWindow::HelpWindow(QWidget* parent)
         tr("Drop files on the table, on a folder or on a step of the path, or press Ctrl+U. A name that exists gets a "
            "new version; the older one stays stored and billed until it is deleted."));
     section(tr("Download"),
-        tr("Select files and press Enter or Ctrl+D. Every download is compared with the checksum that Backblaze holds "
-           "before it replaces anything."));
+        tr("Select files and press Enter or Ctrl+D. Where Backblaze holds a checksum of a file, its bytes are compared "
+           "with it before anything is replaced; the list of transfers says so."));
     section(tr("What happened"),
         tr("The activity log keeps every connection, transfer and failure, with its reason, over restarts."));
 
