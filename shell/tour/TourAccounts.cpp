@@ -16,6 +16,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QMenu>
+#include <QPushButton>
 #include <QTreeView>
 
 using namespace TourHands;
@@ -127,6 +128,18 @@ Task<> Tour::lookAround()
             help->close();
         }
     }
+    for (auto* const button : window_.transfers().findChildren<QPushButton*>()) {
+        if (button->text() == QStringLiteral("Clear Finished"))
+            click(*button);
+    }
+    co_await check("clear the transfers that have ended", [&] { return application_.queue->transfers->empty(); });
+    co_await picture(window_, "no-transfers");
+
+    openFolder("2025");
+    co_await until([&] { return *application_.root->browser.prefix == "2025/" && isListed(); });
+    co_await settle();
+    openFolder("Garden 🌻");
+    co_await until([&] { return *application_.root->browser.prefix == "2025/Garden 🌻/" && isListed(); });
     theme_.setScheme(ColorScheme::dark);
     co_await picture(window_, "dark");
     window_.showActivityLog();
