@@ -79,6 +79,31 @@ TEST_F(B2CurlDownloadTest, WritesBesideTheDestinationAndReplacesItInOneStep)
     EXPECT_EQ(info.st_mtim.tv_nsec, 123'000'000);
 }
 
+TEST_F(B2CurlDownloadTest, APlacedFileIsAsOpenAsTheOneItReplacesOrAsAnyNewOne)
+{
+    ScriptedServer server(ScriptedServer::answering(httpAnswer(200, "new")));
+    const auto modeAfter = [&](const std::filesystem::path& destination) {
+        run(transport.download(get(server.url("/")), destination, {})).file.placeAt(destination, {});
+        EXPECT_EQ(contentOf(destination), "new");
+        return modeOf(destination);
+    };
+    const mode_t mask = umask(0);
+    umask(mask);
+
+    EXPECT_EQ(modeAfter(folder / "new"), 0666U & ~mask);
+    for (const mode_t mode : {0755U, 0600U, 0444U}) {
+        const auto replaced = write("replaced", "old");
+        chmod(replaced.c_str(), mode);
+        EXPECT_EQ(modeAfter(replaced), mode);
+        std::filesystem::remove(replaced);
+    }
+    // A link is replaced, not what it leads to: that one's mode says nothing.
+    chmod(write("elsewhere", "old").c_str(), 0600);
+    std::filesystem::create_symlink(folder / "elsewhere", folder / "link");
+    EXPECT_EQ(modeAfter(folder / "link"), 0666U & ~mask);
+    EXPECT_EQ(contentOf(folder / "elsewhere"), "old");
+}
+
 TEST_F(B2CurlDownloadTest, AFileThatIsNotPlacedLeavesNothing)
 {
     ScriptedServer server(ScriptedServer::answering(httpAnswer(206, "part")));
