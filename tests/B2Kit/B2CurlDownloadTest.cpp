@@ -4,6 +4,7 @@
 #include "B2Kit/B2TemporaryName.h"
 
 #include <csignal>
+#include <future>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -115,6 +116,41 @@ TEST_F(B2CurlDownloadTest, AFileThatIsNotPlacedLeavesNothing)
         EXPECT_EQ(fileCount(), 2U);
     }
     EXPECT_EQ(fileCount(), 1U);
+}
+
+TEST_F(B2CurlDownloadTest, WhatAKilledDownloadLeftIsClearedButNotOneThatRuns)
+{
+    const auto age = [](const std::filesystem::path& path, std::chrono::minutes minutes) {
+        std::filesystem::last_write_time(path, std::filesystem::file_time_type::clock::now() - minutes);
+        return path;
+    };
+    const auto abandoned = age(write(makeTemporaryName(), "half"), 11min);
+    const auto fresh = age(write(makeTemporaryName(), "whole"), 9min);
+    const auto foreign = age(write(".kestrovan-notes.part", "mine"), 11min);
+    std::filesystem::create_symlink(foreign, folder / makeTemporaryName());
+    std::promise<void> isLookedAt;
+    ScriptedServer server([&](Connection& connection) {
+        connection.readRequest();
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nab");
+        isLookedAt.get_future().wait();
+        connection.send("cd");
+    });
+    StartedTask download(transport.download(get(server.url("/")), folder / "a", {}));
+    while (fileCount() < 5)
+        std::this_thread::sleep_for(1ms);
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        if (isTemporaryName(entry.path().filename().native()) && entry.path() != fresh && !entry.is_symlink())
+            age(entry.path(), 11min);
+    }
+
+    EXPECT_EQ(removeAbandonedFiles(folder), 1);
+    isLookedAt.set_value();
+
+    EXPECT_FALSE(std::filesystem::exists(abandoned));
+    EXPECT_TRUE(std::filesystem::exists(fresh));
+    EXPECT_TRUE(std::filesystem::exists(foreign));
+    EXPECT_EQ(contentOf(download.result().file.path()), "abcd");
+    EXPECT_EQ(removeAbandonedFiles(folder / "gone"), 0);
 }
 
 TEST_F(B2CurlDownloadTest, KeepsAnEmptyFileAndTheBodyOfARefusal)
