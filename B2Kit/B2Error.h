@@ -84,6 +84,7 @@ private:
 /// What went wrong on the network before there was an answer. A cancelled transfer throws `Cancelled` instead.
 class B2TransportError : public std::exception {
 public:
+    /// `timedOut` and `connectionLost` are of a request that had begun to go out.
     enum class Code { timedOut, cannotFindHost, cannotConnect, connectionLost, insecureConnection, badURL, other };
 
     B2TransportError(Code code, std::string description);

@@ -170,8 +170,8 @@ Task<B2ApplicationKey> B2Client::deleteKey(std::string applicationKeyID)
                 .mayHaveBeenDone = &mayHaveBeenDone,
                 .expectsRefusal = isFirst ? isVersionRefusal : nullptr});
         } catch (const B2Error& error) {
-            const bool isRefused = error.api() && !error.api()->isRetryable();
-            if (isFirst ? !isRefused || !isVersionRefusal(*error.api()) : !isRefused)
+            // What has another reason than the version says more than the first refusal.
+            if (!error.api() || !isVersionRefusal(*error.api()))
                 throw;
             if (isFirst)
                 firstRefusal = std::current_exception();

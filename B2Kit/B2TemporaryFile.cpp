@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <fstream>
+#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -38,6 +40,29 @@ timespec toTimespec(std::chrono::system_clock::time_point date)
     const auto seconds = std::chrono::floor<std::chrono::seconds>(date);
     const auto rest = std::chrono::duration_cast<std::chrono::nanoseconds>(date - seconds);
     return {static_cast<time_t>(seconds.time_since_epoch().count()), static_cast<long>(rest.count())};
+}
+
+/// The process's umask. The system call that tells it changes it for a moment, for every thread.
+mode_t readUmask()
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        unsigned mask = 0;
+        if (std::sscanf(line.c_str(), "Umask: %o", &mask) == 1)
+            return mask & 0777U;
+    }
+    // Unknown: for the owner alone.
+    return 0077;
+}
+
+/// What a new file at the destination may be: as the file that it replaces, else as any file the user makes.
+mode_t modeFor(const std::filesystem::path& destination)
+{
+    struct stat replaced = {};
+    if (lstat(destination.c_str(), &replaced) == 0 && S_ISREG(replaced.st_mode))
+        return replaced.st_mode & 0777U;
+    static const mode_t umask = readUmask();
+    return 0666U & ~umask;
 }
 
 } // namespace
@@ -78,6 +103,8 @@ void B2TemporaryFile::placeAt(
             const std::array times{timespec{0, UTIME_OMIT}, toTimespec(*modificationDate)};
             futimens(file.number(), times.data());
         }
+        // A file system without modes keeps the file as it is.
+        fchmod(file.number(), modeFor(destination));
         if (fsync(file.number()) != 0) {
             const int systemError = errno;
             struct stat info = {};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -14,3 +15,12 @@ std::string makeTemporaryName();
 
 /// Does the file name have exactly the form of `makeTemporaryName`?
 bool isTemporaryName(std::string_view fileName);
+
+/// Marks an open temporary file as one that is being written, until it is closed or its program has ended.
+void holdTemporaryFile(int descriptor);
+
+/// Removes what killed programs of this user have left in the folder itself: files of such a name that nobody holds and
+/// nobody has written to for ten minutes, which leaves a finished one time to be renamed. Blocks; never fails.
+///
+/// @returns how many files have gone.
+int removeAbandonedFiles(const std::filesystem::path& folder);

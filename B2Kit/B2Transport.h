@@ -57,7 +57,8 @@ public:
     const std::filesystem::path& path() const { return path_; }
 
     /// Writes the content through to the disk, sets the modification date when one is given, and renames the file
-    /// onto the destination in one step, so that an existing file there is replaced whole or not at all. Blocks.
+    /// onto the destination in one step, so that an existing file there is replaced whole or not at all. Who may read
+    /// and write it is as it was for that file; a new one follows the umask. Blocks.
     /// @throws B2FileError; the destination is then as it was.
     void placeAt(const std::filesystem::path& destination,
         std::optional<std::chrono::system_clock::time_point> modificationDate);

@@ -25,7 +25,7 @@ std::exception_ptr connectError(const CurlFault& fault)
         return transportError(
             Code::cannotConnect, fmt::format("There is no route to {}. Check the network connection.", fault.host));
     case ETIMEDOUT:
-        return transportError(Code::timedOut, fmt::format("The connection to {} timed out.", fault.host));
+        return transportError(Code::cannotConnect, fmt::format("The connection to {} timed out.", fault.host));
     default:
         return transportError(Code::cannotConnect, fmt::format("Couldn't connect to {}.", fault.host));
     }
@@ -55,7 +55,8 @@ std::exception_ptr invalidResponse(std::string text)
 std::exception_ptr errorFor(const CurlFault& fault)
 {
     const auto lost = [&] {
-        return transportError(Code::connectionLost, fmt::format("The connection to {} was lost.", fault.host));
+        return transportError(fault.hasBegun ? Code::connectionLost : Code::cannotConnect,
+            fmt::format("The connection to {} was lost.", fault.host));
     };
     if (wasCutInHandshake(fault))
         return lost();
@@ -63,7 +64,8 @@ std::exception_ptr errorFor(const CurlFault& fault)
         return invalidResponse("The headers of the answer are too large");
     switch (fault.code) {
     case CURLE_OPERATION_TIMEDOUT:
-        return transportError(Code::timedOut, fmt::format("The connection to {} timed out.", fault.host));
+        return transportError(fault.hasBegun ? Code::timedOut : Code::cannotConnect,
+            fmt::format("The connection to {} timed out.", fault.host));
     case CURLE_COULDNT_RESOLVE_HOST:
         return transportError(Code::cannotFindHost, fmt::format("The server {} could not be found.", fault.host));
     case CURLE_COULDNT_CONNECT:

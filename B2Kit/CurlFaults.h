@@ -7,7 +7,8 @@
 /// What libcurl reports about a request that got no answer.
 struct CurlFault {
     CURLcode code = CURLE_OK;
-    int systemError = 0; ///< The `errno` of the last connect, or 0.
+    int systemError = 0;   ///< The `errno` of the last connect, or 0.
+    bool hasBegun = false; ///< The request had begun to go out, so that it may have been carried out.
     std::string host;
     std::string detail; ///< libcurl's own words.
 };

@@ -271,6 +271,7 @@ std::exception_ptr CurlTransfer::conclude(CURLcode code)
     }
     CurlFault fault;
     fault.code = wasRepeated_ ? CURLE_GOT_NOTHING : code;
+    fault.hasBegun = isConnected_;
     fault.host = target().host;
     fault.detail = detail_[0] != '\0' ? detail_.data() : curl_easy_strerror(code);
     long systemError = 0;

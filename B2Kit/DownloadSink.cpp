@@ -46,6 +46,7 @@ void DownloadSink::create()
         auto path = destination_.parent_path() / makeTemporaryName();
         descriptor_ = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
         if (descriptor_ >= 0) {
+            holdTemporaryFile(descriptor_);
             file = B2TemporaryFile(std::move(path));
             buffer_.reserve(writeSize);
             return;

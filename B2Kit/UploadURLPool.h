@@ -15,7 +15,8 @@
 template <class Target>
 class UploadURLPool final : public Actor {
 public:
-    using Clock = std::chrono::steady_clock;
+    /// The calendar's: a target also ages while the computer sleeps, when the steady clock stands still.
+    using Clock = std::chrono::system_clock;
 
     struct Lease {
         Target target;

@@ -37,7 +37,7 @@ private:
 
     void rotate() const;
 
-    SerialExecutor executor_;
+    SerialExecutor executor_{WorkerPool::blocking()};
     std::filesystem::path current_;
     std::filesystem::path previous_;
 };

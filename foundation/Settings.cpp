@@ -75,7 +75,7 @@ public:
             if (std::exchange(isBusy_, true))
                 return;
         }
-        WorkerPool::shared().submit(&Writer::run, new std::shared_ptr<Writer>(shared_from_this()));
+        WorkerPool::blocking().submit(&Writer::run, new std::shared_ptr<Writer>(shared_from_this()));
     }
 
     bool flush(std::chrono::milliseconds limit)

@@ -1,6 +1,8 @@
 #include "shell/Application.h"
 
 #include "B2Kit/B2OSLogSink.h"
+#include "B2Kit/B2TemporaryName.h"
+#include "async/Background.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Paths.h"
 #include "foundation/SettingsKeys.h"
@@ -24,7 +26,7 @@ Application::Application(const CommandLine& commandLine, std::optional<std::stri
         keychain.add({*commandLine.keyID, std::nullopt, std::nullopt}, std::move(*secret));
 
     auto sink = std::make_shared<B2FanOutLogSink>(std::vector<std::shared_ptr<B2LogSink>>{
-        std::make_shared<B2OSLogSink>("com.zantro.B2Kit", "b2"), std::make_shared<ActivityLogSink>(*log)});
+        std::make_shared<B2OSLogSink>("com.zantro.B2Kit", "B2"), std::make_shared<ActivityLogSink>(*log)});
     B2CurlTransportOptions options;
     options.userAgent = userAgentText();
     options.metrics = std::make_shared<B2LogMetricsSink>(sink);
@@ -36,6 +38,8 @@ Application::Application(const CommandLine& commandLine, std::optional<std::stri
         destination->choose(demo->downloads());
         settings->set(SettingsKeys::lastKeyID, demo->firstKeyID());
     }
+    spawn(MainExecutor::shared(),
+        runInBackground([folder = destination->current().path] { removeAbandonedFiles(folder); }));
     queue = std::make_unique<TransferQueue>(*settings, *destination);
     root = std::make_unique<RootModel>(RootParts{*settings, *log, *context, keychain, *clients, *queue});
 }

@@ -5,6 +5,7 @@
 #include "foundation/views/Icons.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -189,9 +190,8 @@ bool LogFilterModel::lessThan(const QModelIndex& left, const QModelIndex& right)
             return order < 0;
         break;
     default:
-        if (a.date != b.date)
-            return a.date < b.date;
-        break;
+        return std::pair(a.date, left.row()) < std::pair(b.date, right.row());
     }
-    return left.row() < right.row();
+    // Equal ones newest first, whichever way the column is sorted.
+    return sortOrder() == Qt::AscendingOrder ? left.row() > right.row() : left.row() < right.row();
 }

@@ -4,6 +4,7 @@
 #include "B2Kit/B2TemporaryName.h"
 
 #include <csignal>
+#include <future>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -79,6 +80,31 @@ TEST_F(B2CurlDownloadTest, WritesBesideTheDestinationAndReplacesItInOneStep)
     EXPECT_EQ(info.st_mtim.tv_nsec, 123'000'000);
 }
 
+TEST_F(B2CurlDownloadTest, APlacedFileIsAsOpenAsTheOneItReplacesOrAsAnyNewOne)
+{
+    ScriptedServer server(ScriptedServer::answering(httpAnswer(200, "new")));
+    const auto modeAfter = [&](const std::filesystem::path& destination) {
+        run(transport.download(get(server.url("/")), destination, {})).file.placeAt(destination, {});
+        EXPECT_EQ(contentOf(destination), "new");
+        return modeOf(destination);
+    };
+    const mode_t mask = umask(0);
+    umask(mask);
+
+    EXPECT_EQ(modeAfter(folder / "new"), 0666U & ~mask);
+    for (const mode_t mode : {0755U, 0600U, 0444U}) {
+        const auto replaced = write("replaced", "old");
+        chmod(replaced.c_str(), mode);
+        EXPECT_EQ(modeAfter(replaced), mode);
+        std::filesystem::remove(replaced);
+    }
+    // A link is replaced, not what it leads to: that one's mode says nothing.
+    chmod(write("elsewhere", "old").c_str(), 0600);
+    std::filesystem::create_symlink(folder / "elsewhere", folder / "link");
+    EXPECT_EQ(modeAfter(folder / "link"), 0666U & ~mask);
+    EXPECT_EQ(contentOf(folder / "elsewhere"), "old");
+}
+
 TEST_F(B2CurlDownloadTest, AFileThatIsNotPlacedLeavesNothing)
 {
     ScriptedServer server(ScriptedServer::answering(httpAnswer(206, "part")));
@@ -90,6 +116,41 @@ TEST_F(B2CurlDownloadTest, AFileThatIsNotPlacedLeavesNothing)
         EXPECT_EQ(fileCount(), 2U);
     }
     EXPECT_EQ(fileCount(), 1U);
+}
+
+TEST_F(B2CurlDownloadTest, WhatAKilledDownloadLeftIsClearedButNotOneThatRuns)
+{
+    const auto age = [](const std::filesystem::path& path, std::chrono::minutes minutes) {
+        std::filesystem::last_write_time(path, std::filesystem::file_time_type::clock::now() - minutes);
+        return path;
+    };
+    const auto abandoned = age(write(makeTemporaryName(), "half"), 11min);
+    const auto fresh = age(write(makeTemporaryName(), "whole"), 9min);
+    const auto foreign = age(write(".kestrovan-notes.part", "mine"), 11min);
+    std::filesystem::create_symlink(foreign, folder / makeTemporaryName());
+    std::promise<void> isLookedAt;
+    ScriptedServer server([&](Connection& connection) {
+        connection.readRequest();
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nab");
+        isLookedAt.get_future().wait();
+        connection.send("cd");
+    });
+    StartedTask download(transport.download(get(server.url("/")), folder / "a", {}));
+    while (fileCount() < 5)
+        std::this_thread::sleep_for(1ms);
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        if (isTemporaryName(entry.path().filename().native()) && entry.path() != fresh && !entry.is_symlink())
+            age(entry.path(), 11min);
+    }
+
+    EXPECT_EQ(removeAbandonedFiles(folder), 1);
+    isLookedAt.set_value();
+
+    EXPECT_FALSE(std::filesystem::exists(abandoned));
+    EXPECT_TRUE(std::filesystem::exists(fresh));
+    EXPECT_TRUE(std::filesystem::exists(foreign));
+    EXPECT_EQ(contentOf(download.result().file.path()), "abcd");
+    EXPECT_EQ(removeAbandonedFiles(folder / "gone"), 0);
 }
 
 TEST_F(B2CurlDownloadTest, KeepsAnEmptyFileAndTheBodyOfARefusal)

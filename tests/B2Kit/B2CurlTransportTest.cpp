@@ -191,6 +191,15 @@ TEST_F(B2CurlTransportTest, SaysWhyThereWasNoAnswer)
     EXPECT_EQ(unknown.code(), Code::cannotFindHost);
     EXPECT_STREQ(unknown.what(), "The server nowhere.invalid could not be found.");
 
+    // Cut before the request could go out: it cannot have been carried out.
+    ScriptedServer shy([](Connection& connection) {
+        connection.readSome(1);
+        connection.reset();
+    });
+    const auto cutInHandshake = failureOf(transport.data(post("https" + shy.url("/").substr(4))));
+    EXPECT_EQ(cutInHandshake.code(), Code::cannotConnect);
+    EXPECT_STREQ(cutInHandshake.what(), "The connection to 127.0.0.1 was lost.");
+
     ScriptedServer cutting([](Connection& connection) {
         connection.readRequest();
         connection.send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf");

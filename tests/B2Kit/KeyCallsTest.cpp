@@ -158,6 +158,8 @@ TEST_F(KeyCallsTest, ADeletionThatBothVersionsRefuseThrowsTheFirstRefusal)
     for (int i = 0; i < 5; ++i)
         transport->refuse(deleteKey, 503, "service_unavailable");
     EXPECT_EQ(failureOf(client->deleteKey("k1")), "B2 503 service_unavailable: why");
+    transport->refuse(deleteKey, 400, "bad_request").refuse(deleteKey, 403, "access_denied");
+    EXPECT_EQ(failureOf(client->deleteKey("k1")), "B2 403 access_denied: why");
 }
 
 TEST_F(KeyCallsTest, ADeletionWhoseAnswerWasLostIsLookedUp)
