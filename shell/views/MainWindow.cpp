@@ -2,6 +2,7 @@
 
 #include "browser/views/BrowserCommands.h"
 #include "browser/views/ObjectBrowserView.h"
+#include "foundation/LocalPath.h"
 #include "foundation/QtText.h"
 #include "foundation/SettingsKeys.h"
 #include "foundation/views/Banner.h"
@@ -19,7 +20,6 @@
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QFile>
 #include <QFileDialog>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -205,7 +205,7 @@ void MainWindow::upload(const QList<QUrl>& urls, const std::string& prefix)
         return;
     std::vector<std::filesystem::path> files;
     for (const QUrl& url : urls)
-        files.emplace_back(QFile::encodeName(url.toLocalFile()).toStdString());
+        files.push_back(localPathOf(url));
     application_.queue->upload(std::move(files), **browser.bucket, prefix, *browser.session);
     setTransfersVisible(true);
 }
