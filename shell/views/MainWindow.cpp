@@ -226,8 +226,7 @@ void MainWindow::download(const std::vector<B2FileVersion>& files)
     const auto& browser = application_.root->browser;
     if (!*browser.session || !*browser.bucket || files.empty())
         return;
-    for (const auto& file : files)
-        application_.queue->download(file, **browser.bucket, *browser.session);
+    application_.queue->download(files, **browser.bucket, *browser.session);
     setTransfersVisible(true);
 }
 
