@@ -51,8 +51,12 @@ MainWindow::MainWindow(Application& application)
     restoreSplitters();
     connect(application.root.get(), &Observable::changed, this, &MainWindow::render);
     connect(application.context.get(), &Observable::changed, this, &MainWindow::render);
+    connect(qApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
+        if (state == Qt::ApplicationActive && *application_.root->keyStore.isStarted)
+            application_.root->reloadKeys();
+    });
     connect(banner_, &Banner::actionTriggered, this, [this] { application_.root->tryAgain(); });
-    connect(banner_, &Banner::closed, this, [this] { application_.root->dismissSwitchFailure(); });
+    connect(banner_, &Banner::closed, this, [this] { application_.root->dismissNotice(); });
     render();
 }
 
@@ -179,9 +183,10 @@ void MainWindow::render()
     transfers_->setVisible(isShowing);
     showTransfers_->setText(isShowing ? tr("Hide Transfers") : tr("Show Transfers"));
 
-    if (const auto failure = application_.root->switchFailure()) {
-        const bool canTryAgain = (*application_.root->keyStore.connectionFailure)->canTryAgain();
-        const QString text = toQString(*failure);
+    if (const auto notice = application_.root->notice()) {
+        const bool canTryAgain =
+            application_.root->switchFailure() && (*application_.root->keyStore.connectionFailure)->canTryAgain();
+        const QString text = toQString(*notice);
         if (banner_->isHidden() || banner_->text() != text)
             banner_->showMessage(MessageKind::warning, text, canTryAgain ? tr("Try Again") : QString());
     } else {
