@@ -249,7 +249,10 @@ std::vector<const BrowserRow*> ObjectBrowserView::selected() const
 
 void ObjectBrowserView::takeFiles(const QList<QUrl>& urls)
 {
-    drops_->take(urls, *model_.prefix);
+    if (commands_->upload->isEnabled())
+        drops_->take(urls, *model_.prefix);
+    else
+        say(commands_->upload->toolTip());
 }
 
 void ObjectBrowserView::goTo(const QString& path)

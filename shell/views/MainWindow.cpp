@@ -96,7 +96,12 @@ void MainWindow::buildLayout()
     connect(&browser, &ObjectBrowserView::uploadFilesDialogRequested, this, &MainWindow::chooseFilesToUpload);
     connect(&browser, &ObjectBrowserView::uploadRequested, this, &MainWindow::upload);
     connect(&browser, &ObjectBrowserView::downloadRequested, this, &MainWindow::download);
-    connect(transfers_, &TransfersView::filesDropped, &browser, &ObjectBrowserView::takeFiles);
+    connect(transfers_, &TransfersView::filesDropped, this, [this](const QList<QUrl>& urls) {
+        if (application_.root->detailState().kind == DetailState::Kind::browser)
+            detail_->browser().takeFiles(urls);
+        else
+            showMessage(tr("Select a Bucket"), tr("Nothing was uploaded. Open a bucket, then drop the files again."));
+    });
     connect(transfers_, &TransfersView::closeRequested, this, [this] { setTransfersVisible(false); });
 
     const auto pane = [this](const QKeySequence& keys, bool forward) {

@@ -272,6 +272,8 @@ TEST_F(ObjectBrowserViewTest, RefusesWhatTheKeyMayNotAndSaysWhy)
     EXPECT_FALSE(drop(*view.table().viewport(), {30, 30}, {makeFile("one.txt")}));
     EXPECT_FALSE(view.commands().upload->isEnabled());
     EXPECT_EQ(view.commands().upload->toolTip(), QStringLiteral("This key cannot upload files: it lacks writeFiles."));
+    view.takeFiles({makeFile("one.txt")});
+    EXPECT_EQ(child<Banner>().text(), view.commands().upload->toolTip());
     choose(2);
     press(Qt::Key_Return);
     EXPECT_THAT(downloads, IsEmpty());
