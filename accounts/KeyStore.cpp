@@ -88,6 +88,8 @@ Task<> KeyStore::openSession(StoredKey key)
     if (!key.accountID) {
         try {
             co_await keychain_.setAccountID(key.keyID, authorization.accountID);
+        } catch (const Cancelled&) {
+            throw;
         } catch (const std::exception&) {
         }
         co_await reload();
@@ -115,6 +117,8 @@ Task<> KeyStore::nameAccount(B2Authorization authorization)
             co_return;
         name = defaultAccountName(authorization.accountID, authorization.storage.s3URL);
         co_await keychain_.setAccountName(authorization.accountID, name);
+    } catch (const Cancelled&) {
+        throw;
     } catch (const std::exception&) {
         co_return;
     }

@@ -5,11 +5,15 @@
 #include "browser/BrowserModel.h"
 #include "browser/RowWorker.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
 
 constexpr int pageSize = 1000;
+
+/// Of a long listing no more than this is read again at a time: each page bills a call.
+constexpr std::size_t mostRowsListedAgain = 10'000;
 
 Task<B2FileListPage> askForPage(std::shared_ptr<B2Client> client, ListingCache::Key key, BrowserMode mode,
     std::optional<std::string> startName, std::optional<std::string> startID)
@@ -120,8 +124,9 @@ void BrowserModel::listPage(bool resets)
 {
     if (!*bucket || !*session || listRefusal((*session)->authorization))
         return;
-    Listing listing{++generation_, *session, key(), {}, {}, resets, {}};
+    Listing listing{++generation_, *session, key(), {}, {}, resets, 0, {}};
     if (resets) {
+        listing.wantedRows = std::min(entries->size(), mostRowsListedAgain);
         listing.before.mode = *mode;
         listing.before.order = *sortOrder;
     } else {
@@ -139,10 +144,15 @@ Task<> BrowserModel::runListing(QPointer<BrowserModel> model, Listing listing)
     Arrangement arranged;
     std::exception_ptr failure;
     try {
-        page = co_await askForPage(
-            listing.session->client, listing.key, listing.before.mode, listing.startName, listing.startID);
-        auto files = std::exchange(page.files, {});
-        arranged = co_await addPage(RowWorker::shared(), listing.before, std::move(files));
+        do {
+            page = co_await askForPage(
+                listing.session->client, listing.key, listing.before.mode, listing.startName, listing.startID);
+            auto files = std::exchange(page.files, {});
+            arranged = co_await addPage(RowWorker::shared(), listing.before, std::move(files));
+            listing.before = arranged;
+            listing.startName = page.nextFileName;
+            listing.startID = page.nextFileID;
+        } while (page.nextFileName && arranged.entries.size() < listing.wantedRows);
     } catch (...) {
         failure = std::current_exception();
     }

@@ -93,7 +93,7 @@ public:
 
     /// Shows the cached listing of the place if there is one, else lists afresh.
     void load();
-    /// Lists afresh; the rows stay until the answer is here.
+    /// Lists afresh as many rows as are loaded, to a limit of pages; they stay until all of the answer is here.
     void refresh();
     /// Fetches the next page; does nothing without one, or while a listing runs.
     void loadMore();
@@ -122,6 +122,8 @@ private:
         std::optional<std::string> startName;
         std::optional<std::string> startID;
         bool resets = true;
+        /// What was loaded before is read again at once, so that the user keeps the place.
+        std::size_t wantedRows = 0;
         Arrangement before;
     };
 

@@ -42,6 +42,12 @@ void BucketsModel::reset(std::shared_ptr<B2Session> newSession)
     session = std::move(newSession);
 }
 
+void BucketsModel::drop(const std::string& bucketID)
+{
+    buckets.update(
+        [&](auto& all) { std::erase_if(all, [&](const B2Bucket& bucket) { return bucket.bucketID == bucketID; }); });
+}
+
 const B2Bucket* BucketsModel::bucket(const std::string& bucketID) const
 {
     const auto found = std::ranges::find(*buckets, bucketID, &B2Bucket::bucketID);

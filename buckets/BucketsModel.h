@@ -28,6 +28,9 @@ public:
     /// Empties the list for another key.
     void reset(std::shared_ptr<B2Session> newSession);
 
+    /// Takes out a bucket that is known to be gone.
+    void drop(const std::string& bucketID);
+
     /// The bucket of an id, or null.
     const B2Bucket* bucket(const std::string& bucketID) const;
 

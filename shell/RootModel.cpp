@@ -7,6 +7,15 @@
 #include <QSysInfo>
 
 #include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace {
+
+/// Thousands of uploads may end at once; the folder shown is listed again this often at most.
+constexpr std::chrono::seconds gatheringTime(1);
+
+} // namespace
 
 RootModel::RootModel(const RootParts& parts)
     : keyStore(parts.keychain, parts.clients, parts.log)
@@ -18,6 +27,11 @@ RootModel::RootModel(const RootParts& parts)
 {
     for (Observable* model : std::initializer_list<Observable*>{&keyStore, &buckets})
         connect(model, &Observable::changed, this, [this] { markChanged(); });
+    gathering_.setSingleShot(true);
+    gathering_.setInterval(gatheringTime);
+    connect(&gathering_, &QTimer::timeout, this, &RootModel::tellWrites);
+    connect(&settings_, &Settings::writeFailed, this,
+        [this](const QString& sentence) { noteSettings("Could not save the settings", fromQString(sentence)); });
 }
 
 void RootModel::start()
@@ -36,7 +50,7 @@ Task<> RootModel::launch()
             + " starting",
         fromQString(QSysInfo::prettyProductName() + QStringLiteral(", Linux ") + QSysInfo::kernelVersion())});
     if (const auto& notice = settings_.loadNotice())
-        log_.record({B2LogLevel::warning, "app", "The settings could not be used as they were", *notice});
+        noteSettings("The settings could not be used as they were", *notice);
     wire();
     rebuildKeyMenu();
     if (keyStore.keys->empty())
@@ -55,16 +69,39 @@ void RootModel::wire()
     connect(&queue_, &TransferQueue::uploadEnded, this, [this](const std::shared_ptr<Transfer>& transfer, bool) {
         // A failed or cancelled upload may have left something all the same.
         if (const auto& bucket = *transfer->bucket)
-            browser.afterWrite(bucket->bucketID);
+            noteWrite(bucket->bucketID);
     });
     context_.selectKey = [this](std::string keyID) { return selectByKeyID(std::move(keyID)); };
     connect(&context_, &Observable::changed, this, [this, seen = *context_.keysChangedTick]() mutable {
         if (std::exchange(seen, *context_.keysChangedTick) == *context_.keysChangedTick)
             return;
-        tasks_.start(keyStore.reload());
+        reloadKeys();
     });
     connect(&keyStore, &Observable::changed, this, &RootModel::rebuildKeyMenu);
     connect(&browser, &Observable::changed, this, &RootModel::followBrowser);
+}
+
+void RootModel::noteWrite(const std::string& bucketID)
+{
+    (*browser.cache)->invalidate(bucketID);
+    writtenBuckets_.insert(bucketID);
+    if (!gathering_.isActive())
+        tellWrites();
+}
+
+void RootModel::tellWrites()
+{
+    const auto written = std::exchange(writtenBuckets_, {});
+    for (const auto& bucketID : written)
+        browser.afterWrite(bucketID);
+    if (!written.empty())
+        gathering_.start();
+}
+
+void RootModel::noteSettings(std::string message, std::string sentence)
+{
+    log_.record({B2LogLevel::warning, "app", std::move(message), sentence});
+    settingsNotice = std::move(sentence);
 }
 
 void RootModel::followBrowser()
@@ -114,6 +151,7 @@ Task<> RootModel::dropBucket(std::string bucketID)
         selection = std::nullopt;
         browser.close();
     }
+    buckets.drop(bucketID);
     co_await buckets.reload();
 }
 
@@ -141,17 +179,22 @@ void RootModel::reloadBuckets()
     tasks_.start(reload(this));
 }
 
+void RootModel::reloadKeys()
+{
+    tasks_.start(keyStore.reload());
+}
+
 void RootModel::select(const SidebarItem& item)
 {
     selection = item;
-    if (const auto session = *keyStore.session; session && item.kind == SidebarItem::Kind::bucket)
+    if (const auto session = *buckets.session; session && item.kind == SidebarItem::Kind::bucket)
         settings_.set(SettingsKeys::lastBucket(session->key->keyID), item.bucketID);
     showSelection();
 }
 
 void RootModel::restoreSelection()
 {
-    const auto session = *keyStore.session;
+    const auto session = *buckets.session;
     if (!session || buckets.buckets->empty())
         return;
     if (*selection && ((*selection)->kind != SidebarItem::Kind::bucket || buckets.bucket((*selection)->bucketID)))
@@ -165,7 +208,8 @@ void RootModel::restoreSelection()
 
 void RootModel::showSelection()
 {
-    const auto session = *keyStore.session;
+    // A bucket is opened with the key that listed it, not with one that has connected a moment ago.
+    const auto session = *buckets.session;
     if (!session || !*selection || (*selection)->kind != SidebarItem::Kind::bucket)
         return;
     const B2Bucket* const bucket = buckets.bucket((*selection)->bucketID);
@@ -183,7 +227,7 @@ DetailState RootModel::detailState() const
     inputs.isStarted = *keyStore.isStarted;
     inputs.isConnecting = *keyStore.isConnecting;
     inputs.hasSession = *keyStore.session != nullptr;
-    inputs.isLoadingBuckets = *buckets.isLoading;
+    inputs.isLoadingBuckets = *buckets.isLoading || *buckets.session != *keyStore.session;
     inputs.bucketCount = buckets.buckets->size();
     inputs.keyCount = keyStore.keys->size();
     inputs.failure = *keyStore.connectionFailure;
@@ -195,12 +239,6 @@ DetailState RootModel::detailState() const
     return decideDetail(inputs);
 }
 
-void RootModel::dismissSwitchFailure()
-{
-    if (*keyStore.session)
-        keyStore.connectionFailure = std::nullopt;
-}
-
 std::optional<std::string> RootModel::switchFailure() const
 {
     const auto& failure = *keyStore.connectionFailure;
@@ -208,6 +246,20 @@ std::optional<std::string> RootModel::switchFailure() const
         return std::nullopt;
     return "Couldn't switch to “" + (*keyStore.lastAttempted)->label + "”. " + failure->message
         + " Still connected with “" + (*keyStore.session)->key->label + "”.";
+}
+
+std::optional<std::string> RootModel::notice() const
+{
+    const auto failure = switchFailure();
+    return failure ? failure : *settingsNotice;
+}
+
+void RootModel::dismissNotice()
+{
+    if (switchFailure())
+        keyStore.connectionFailure = std::nullopt;
+    else
+        settingsNotice = std::nullopt;
 }
 
 void RootModel::rebuildKeyMenu()

@@ -12,7 +12,10 @@
 #include "shell/DetailState.h"
 #include "transfers/TransferQueue.h"
 
+#include <QTimer>
+
 #include <optional>
+#include <set>
 #include <string>
 
 /// What the models of the main window are made of; all of it outlives them.
@@ -38,6 +41,8 @@ public:
 
     Observed<std::optional<SidebarItem>> selection{this};
     Observed<std::vector<StoredAccount>> accountGroups{this};
+    /// What the user should know of the settings file, as a sentence to show until `dismissNotice`.
+    Observed<std::optional<std::string>> settingsNotice{this};
 
     /// The launch sequence, started once when the window first shows: keys, log, wiring, connection, buckets.
     void start();
@@ -46,6 +51,8 @@ public:
     void switchTo(std::string keyID);
     void tryAgain();
     void reloadBuckets();
+    /// Reads the stored keys again: another program may have changed them.
+    void reloadKeys();
 
     /// Shows a bucket, and remembers it for the next start with this key.
     void select(const SidebarItem& item);
@@ -53,7 +60,9 @@ public:
     DetailState detailState() const;
     /// Why the last switch of key failed while the old session goes on; nothing otherwise.
     std::optional<std::string> switchFailure() const;
-    void dismissSwitchFailure();
+    /// What stands above the panes: a failed switch, else the settings' notice.
+    std::optional<std::string> notice() const;
+    void dismissNotice();
 
     /// Asks every task to stop and waits for their ends.
     Task<> shutDown();
@@ -61,6 +70,9 @@ public:
 private:
     void wire();
     void followBrowser();
+    void noteWrite(const std::string& bucketID);
+    void tellWrites();
+    void noteSettings(std::string message, std::string sentence);
     Task<> launch();
     Task<> connectAndLoad(StoredKey key);
     Task<> selectByKeyID(std::string keyID);
@@ -73,5 +85,7 @@ private:
     ActivityLog& log_;
     AppContext& context_;
     TransferQueue& queue_;
+    std::set<std::string> writtenBuckets_; ///< Written to since the browser was told last.
+    QTimer gathering_;
     TaskScope tasks_;
 };

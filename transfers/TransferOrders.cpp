@@ -52,6 +52,28 @@ void TransferQueue::download(B2FileVersion file, B2Bucket bucket, std::shared_pt
     });
 }
 
+void TransferQueue::download(std::vector<B2FileVersion> files, B2Bucket bucket, std::shared_ptr<B2Session> session)
+{
+    scope_.start(queueDownloads(this, std::move(files), std::move(bucket), std::move(session)));
+}
+
+Task<> TransferQueue::queueDownloads(QPointer<TransferQueue> queue, std::vector<B2FileVersion> files, B2Bucket bucket,
+    std::shared_ptr<B2Session> session)
+{
+    // 10,000 rows at once would hold the window for a moment.
+    constexpr int batchSize = 20;
+    int count = 0;
+    for (auto& file : files) {
+        if (!queue)
+            co_return;
+        queue->download(std::move(file), bucket, session);
+        if (++count % batchSize == 0) {
+            co_await yieldToOthers();
+            co_await checkCancelled();
+        }
+    }
+}
+
 void TransferQueue::upload(
     std::vector<std::filesystem::path> files, B2Bucket bucket, std::string prefix, std::shared_ptr<B2Session> session)
 {

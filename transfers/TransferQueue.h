@@ -52,6 +52,9 @@ public:
     /// Downloads the file into `DownloadDestination::current()` as it is now. A folder row is refused.
     void download(B2FileVersion file, B2Bucket bucket, std::shared_ptr<B2Session> session);
 
+    /// Downloads many files in their order, as above; returns at once and lets the window breathe between them.
+    void download(std::vector<B2FileVersion> files, B2Bucket bucket, std::shared_ptr<B2Session> session);
+
     /// Uploads files under names that begin with the prefix, in their order; returns at once.
     ///
     /// Each is looked at off the main thread first: folders, files from `largeFileThreshold` on and names that the
@@ -100,6 +103,8 @@ private:
 
     static Task<> carryOut(
         QPointer<TransferQueue> queue, TransferRun run, Work work, std::optional<OneShot<void>> previousEnd);
+    static Task<> queueDownloads(QPointer<TransferQueue> queue, std::vector<B2FileVersion> files, B2Bucket bucket,
+        std::shared_ptr<B2Session> session);
     static Task<> queueUploads(QPointer<TransferQueue> queue, std::vector<std::filesystem::path> files, B2Bucket bucket,
         std::string prefix, std::shared_ptr<B2Session> session);
 

@@ -49,14 +49,6 @@ bool isUTF8(std::string_view text)
 
 } // namespace
 
-std::filesystem::path localPathOf(const QUrl& url)
-{
-    if (!url.isLocalFile())
-        return {};
-    // QUrl keeps what is no UTF-8 in its percent-encoded form; as text it would be lost.
-    return QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1()).toStdString();
-}
-
 std::expected<UploadSource, std::string> inspectUploadSource(const std::filesystem::path& path)
 {
     const auto name = path.filename().string();

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <QUrl>
-
 #include <chrono>
 #include <cstdint>
 #include <expected>
@@ -23,9 +21,6 @@ struct UploadSource {
 
     bool operator==(const UploadSource&) const = default;
 };
-
-/// The path of a dropped or chosen file, byte for byte, even where it is no valid text; empty for what is not local.
-std::filesystem::path localPathOf(const QUrl& url);
 
 /// Looks at a file that is to be sent. Follows links. Blocks.
 ///

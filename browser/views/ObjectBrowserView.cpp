@@ -7,6 +7,7 @@
 #include "browser/views/DigestDelegate.h"
 #include "browser/views/ModeControl.h"
 #include "browser/views/UploadDrops.h"
+#include "foundation/ActivityLog.h"
 #include "foundation/QtText.h"
 #include "foundation/Settings.h"
 #include "foundation/SettingsKeys.h"
@@ -114,6 +115,14 @@ void ObjectBrowserView::buildTable()
         table_->restoreState(toQString(*columns));
     connect(table_, &DenseTableView::stateChanged, this,
         [this] { settings_.set(SettingsKeys::tableColumns("browser"), fromQString(table_->state())); });
+    connect(table_, &DenseTableView::columnFitted, this, [this](int section, int width, int measuredRows) {
+        const auto line = QStringLiteral("Fitted the %1 column to %2 points from %3 of %4 rows in browser")
+                              .arg(rows_.headerData(section, Qt::Horizontal, Qt::DisplayRole).toString())
+                              .arg(width)
+                              .arg(measuredRows)
+                              .arg(rows_.rowCount());
+        ActivityLog::shared().record({B2LogLevel::debug, "table", fromQString(line), {}});
+    });
     connect(table_, &DenseTableView::opened, this, &ObjectBrowserView::openRow);
     connect(table_, &DenseTableView::goUp, this, [this] { model_.goUp(); });
     connect(table_, &DenseTableView::menuRequested, this, &ObjectBrowserView::showMenu);
@@ -240,7 +249,10 @@ std::vector<const BrowserRow*> ObjectBrowserView::selected() const
 
 void ObjectBrowserView::takeFiles(const QList<QUrl>& urls)
 {
-    drops_->take(urls, *model_.prefix);
+    if (commands_->upload->isEnabled())
+        drops_->take(urls, *model_.prefix);
+    else
+        say(commands_->upload->toolTip());
 }
 
 void ObjectBrowserView::goTo(const QString& path)

@@ -3,15 +3,16 @@
 #include "async/Background.h"
 #include "browser/DroppedItems.h"
 #include "browser/views/BrowserTableModel.h"
+#include "foundation/LocalPath.h"
 #include "foundation/QtText.h"
 #include "foundation/views/DenseTableView.h"
 #include "foundation/views/StylePainting.h"
 
 #include <QDropEvent>
-#include <QFile>
 #include <QMimeData>
 #include <QPainter>
 #include <QPointer>
+#include <QUrl>
 
 #include <filesystem>
 #include <utility>
@@ -24,7 +25,7 @@ Task<> sortOut(QPointer<UploadDrops> drops, QList<QUrl> urls, std::string bucket
     std::vector<std::string> elsewhere;
     for (const auto& url : urls) {
         if (url.isLocalFile())
-            paths.emplace_back(QFile::encodeName(url.toLocalFile()).toStdString());
+            paths.push_back(localPathOf(url));
         else
             elsewhere.push_back(fromQString(url.toDisplayString()));
     }
@@ -34,7 +35,7 @@ Task<> sortOut(QPointer<UploadDrops> drops, QList<QUrl> urls, std::string bucket
         co_return;
     QList<QUrl> files;
     for (const auto& path : items.files)
-        files.append(QUrl::fromLocalFile(QFile::decodeName(QByteArray::fromStdString(path.string()))));
+        files.append(urlOfLocalPath(path));
     if (!files.isEmpty())
         Q_EMIT drops->filesDropped(files, bucketID, prefix);
     if (const auto sentence = leftOutText(items); sentence && drops)

@@ -36,6 +36,8 @@ Q_SIGNALS:
     void menuRequested(const QPoint& position);
     /// Columns were moved, resized, hidden or sorted by the user: time to keep `state`.
     void stateChanged();
+    /// The user had a column made as wide as the rows in sight need.
+    void columnFitted(int section, int width, int measuredRows);
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;

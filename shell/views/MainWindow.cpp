@@ -2,6 +2,7 @@
 
 #include "browser/views/BrowserCommands.h"
 #include "browser/views/ObjectBrowserView.h"
+#include "foundation/LocalPath.h"
 #include "foundation/QtText.h"
 #include "foundation/SettingsKeys.h"
 #include "foundation/views/Banner.h"
@@ -19,7 +20,6 @@
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QFile>
 #include <QFileDialog>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -51,8 +51,12 @@ MainWindow::MainWindow(Application& application)
     restoreSplitters();
     connect(application.root.get(), &Observable::changed, this, &MainWindow::render);
     connect(application.context.get(), &Observable::changed, this, &MainWindow::render);
+    connect(qApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
+        if (state == Qt::ApplicationActive && *application_.root->keyStore.isStarted)
+            application_.root->reloadKeys();
+    });
     connect(banner_, &Banner::actionTriggered, this, [this] { application_.root->tryAgain(); });
-    connect(banner_, &Banner::closed, this, [this] { application_.root->dismissSwitchFailure(); });
+    connect(banner_, &Banner::closed, this, [this] { application_.root->dismissNotice(); });
     render();
 }
 
@@ -92,7 +96,12 @@ void MainWindow::buildLayout()
     connect(&browser, &ObjectBrowserView::uploadFilesDialogRequested, this, &MainWindow::chooseFilesToUpload);
     connect(&browser, &ObjectBrowserView::uploadRequested, this, &MainWindow::upload);
     connect(&browser, &ObjectBrowserView::downloadRequested, this, &MainWindow::download);
-    connect(transfers_, &TransfersView::filesDropped, &browser, &ObjectBrowserView::takeFiles);
+    connect(transfers_, &TransfersView::filesDropped, this, [this](const QList<QUrl>& urls) {
+        if (application_.root->detailState().kind == DetailState::Kind::browser)
+            detail_->browser().takeFiles(urls);
+        else
+            showMessage(tr("Select a Bucket"), tr("Nothing was uploaded. Open a bucket, then drop the files again."));
+    });
     connect(transfers_, &TransfersView::closeRequested, this, [this] { setTransfersVisible(false); });
 
     const auto pane = [this](const QKeySequence& keys, bool forward) {
@@ -179,9 +188,10 @@ void MainWindow::render()
     transfers_->setVisible(isShowing);
     showTransfers_->setText(isShowing ? tr("Hide Transfers") : tr("Show Transfers"));
 
-    if (const auto failure = application_.root->switchFailure()) {
-        const bool canTryAgain = (*application_.root->keyStore.connectionFailure)->canTryAgain();
-        const QString text = toQString(*failure);
+    if (const auto notice = application_.root->notice()) {
+        const bool canTryAgain =
+            application_.root->switchFailure() && (*application_.root->keyStore.connectionFailure)->canTryAgain();
+        const QString text = toQString(*notice);
         if (banner_->isHidden() || banner_->text() != text)
             banner_->showMessage(MessageKind::warning, text, canTryAgain ? tr("Try Again") : QString());
     } else {
@@ -205,7 +215,7 @@ void MainWindow::upload(const QList<QUrl>& urls, const std::string& prefix)
         return;
     std::vector<std::filesystem::path> files;
     for (const QUrl& url : urls)
-        files.emplace_back(QFile::encodeName(url.toLocalFile()).toStdString());
+        files.push_back(localPathOf(url));
     application_.queue->upload(std::move(files), **browser.bucket, prefix, *browser.session);
     setTransfersVisible(true);
 }
@@ -226,8 +236,7 @@ void MainWindow::download(const std::vector<B2FileVersion>& files)
     const auto& browser = application_.root->browser;
     if (!*browser.session || !*browser.bucket || files.empty())
         return;
-    for (const auto& file : files)
-        application_.queue->download(file, **browser.bucket, *browser.session);
+    application_.queue->download(files, **browser.bucket, *browser.session);
     setTransfersVisible(true);
 }
 

@@ -154,10 +154,11 @@ void Sidebar::render()
         filter_->clear();
 
     const bool hasSession = *root_.keyStore.session != nullptr;
+    const bool isLoading = *root_.buckets.isLoading || *root_.buckets.session != *root_.keyStore.session;
     const bool isEmpty = root_.buckets.buckets->empty();
     title_->setVisible(hasSession);
     QString note;
-    if (hasSession && isEmpty && *root_.buckets.isLoading)
+    if (hasSession && isEmpty && isLoading)
         note = tr("Loading buckets…");
     else if (hasSession && !isEmpty && *root_.buckets.error)
         note = tr("The list could not be read again. %1").arg(toQString(**root_.buckets.error));

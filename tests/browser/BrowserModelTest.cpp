@@ -173,6 +173,28 @@ TEST_F(BrowserModelTest, ForgetsTheWholeBucketAfterAWriteAndListsAgain)
     EXPECT_THAT(written, ElementsAre("bucket-1"));
 }
 
+TEST_F(BrowserModelTest, KeepsThePagesThatWereLoadedWhenItListsAgain)
+{
+    for (int i = 0; i < 2500; ++i)
+        service->add("bucket-1", "long/" + std::to_string(10000 + i));
+    openBucket();
+    go("long/");
+    model.loadMore();
+    settle();
+    service->add("bucket-1", "long/10500a");
+
+    model.afterWrite("bucket-1");
+    settle();
+    EXPECT_EQ(model.shown->size(), 2000);
+    EXPECT_EQ((*model.shown)[501].name, "10500a");
+    EXPECT_TRUE(*model.hasMore);
+
+    model.loadMore();
+    settle();
+    EXPECT_EQ(model.shown->size(), 2501);
+    EXPECT_EQ((*model.shown)[2500].name, "12499");
+}
+
 TEST_F(BrowserModelTest, ListsOnceMoreWhenAWriteCameDuringAListing)
 {
     openBucket();

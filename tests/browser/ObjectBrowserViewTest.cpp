@@ -2,6 +2,7 @@
 #include "ListingService.h"
 #include "browser/views/BrowserCommands.h"
 #include "browser/views/UploadDrops.h"
+#include "foundation/LocalPath.h"
 #include "foundation/QtText.h"
 #include "foundation/Settings.h"
 #include "foundation/views/Banner.h"
@@ -44,7 +45,7 @@ protected:
         QObject::connect(
             &view, &ObjectBrowserView::uploadRequested, [this](const QList<QUrl>& files, const std::string& to) {
                 for (const auto& file : files)
-                    uploads.push_back(to + " < " + fromQString(file.fileName()));
+                    uploads.push_back(to + " < " + localPathOf(file).filename().string());
             });
         QObject::connect(&view, &ObjectBrowserView::downloadRequested, [this](const std::vector<B2FileVersion>& files) {
             for (const auto& file : files)
@@ -97,9 +98,9 @@ protected:
 
     QUrl makeFile(const std::string& name) const
     {
-        const auto path = fromQString(directory.filePath(toQString(name)));
+        const auto path = std::filesystem::path(fromQString(directory.path())) / name;
         std::ofstream(path) << "content";
-        return QUrl::fromLocalFile(toQString(path));
+        return urlOfLocalPath(path);
     }
 
     template <class Widget>
@@ -252,11 +253,13 @@ TEST_F(ObjectBrowserViewTest, TakesDroppedFilesIntoTheFolderUnderThem)
     const auto rowAt = [&](int row) { return QPoint(30, view.table().rowViewportPosition(row) + 5); };
 
     EXPECT_TRUE(drop(*viewport, rowAt(1), {makeFile("one.txt"), QUrl::fromLocalFile(folder.path())}));
-    EXPECT_TRUE(drop(*viewport, rowAt(2), {makeFile("two.txt")}));
+    EXPECT_TRUE(drop(*viewport, rowAt(2), {makeFile("t\xFFwo.txt")}));
     ASSERT_TRUE(spinUntil([&] { return uploads.size() == 2; }));
 
-    EXPECT_THAT(uploads, ElementsAre("videos/ < one.txt", " < two.txt"));
+    EXPECT_THAT(uploads, ElementsAre("videos/ < one.txt", " < t\xFFwo.txt"));
     EXPECT_THAT(fromQString(child<Banner>().text()), HasSubstr("folders can't be uploaded yet"));
+    // Qt would not find it when it removes the directory.
+    std::filesystem::remove(std::filesystem::path(fromQString(directory.path())) / "t\xFFwo.txt");
 }
 
 TEST_F(ObjectBrowserViewTest, RefusesWhatTheKeyMayNotAndSaysWhy)
@@ -269,6 +272,8 @@ TEST_F(ObjectBrowserViewTest, RefusesWhatTheKeyMayNotAndSaysWhy)
     EXPECT_FALSE(drop(*view.table().viewport(), {30, 30}, {makeFile("one.txt")}));
     EXPECT_FALSE(view.commands().upload->isEnabled());
     EXPECT_EQ(view.commands().upload->toolTip(), QStringLiteral("This key cannot upload files: it lacks writeFiles."));
+    view.takeFiles({makeFile("one.txt")});
+    EXPECT_EQ(child<Banner>().text(), view.commands().upload->toolTip());
     choose(2);
     press(Qt::Key_Return);
     EXPECT_THAT(downloads, IsEmpty());

@@ -1,6 +1,9 @@
 #include "foundation/Paths.h"
 #include "TemporaryDirectory.h"
+#include "foundation/LocalPath.h"
 #include "foundation/ProcessHardening.h"
+
+#include <QUrl>
 
 #include <gmock/gmock.h>
 
@@ -20,6 +23,16 @@ TEST(PathsTest, FollowTheBaseDirectoriesAndIgnoreRelativeOnes)
     ::setenv("XDG_STATE_HOME", "relative", 1);
     EXPECT_TRUE(stateDirectory().native().ends_with("/.local/state/kestrovan"));
     ::unsetenv("XDG_STATE_HOME");
+}
+
+TEST(PathsTest, AnAddressKeepsEveryByteOfAPath)
+{
+    const auto pathOf = [](const char* url) { return localPathOf(QUrl::fromEncoded(url)).string(); };
+    EXPECT_EQ(pathOf("file:///home/me/b%FFoken%20%25%2B%C3%A9"), "/home/me/b\xFFoken %+é");
+    EXPECT_EQ(pathOf("https://example.com/a"), "");
+
+    const std::filesystem::path odd = "/home/me/b\xFFoken %41+#?;é\n";
+    EXPECT_EQ(localPathOf(urlOfLocalPath(odd)), odd);
 }
 
 TEST(PathsTest, MakesDirectoriesForTheOwnerAlone)

@@ -33,7 +33,9 @@ protected:
     }
 
     QTemporaryDir directory;
-    localb2::Service service{{.directory = directory.path().toStdString() + "/service", .seed = "demo"}};
+    localb2::Service service{{.directory = directory.path().toStdString() + "/service",
+        .seed = "demo",
+        .latency = std::chrono::milliseconds(20)}};
     Settings settings{{}};
     ActivityLog log{settings, directory.path().toStdString() + "/Logs"};
     AppContext context{settings};
@@ -89,6 +91,60 @@ TEST_F(RootModelTest, ASwitchShowsOnlyTheOtherAccountsBuckets)
     }
     EXPECT_EQ((*root.browser.bucket)->accountID, second);
     EXPECT_EQ(settings.text(SettingsKeys::lastKeyID), second);
+}
+
+TEST_F(RootModelTest, NeverMixesOneKeyWithTheBucketsOfAnother)
+{
+    settings.set(SettingsKeys::lastKeyID, first);
+    std::vector<std::string> titles;
+    QObject::connect(&root, &Observable::changed, &root, [&] { titles.push_back(root.detailState().notice.title); });
+    root.start();
+    ASSERT_TRUE(isBrowsing(first));
+    EXPECT_THAT(titles, testing::Each(""));
+
+    const auto before = root.buckets.buckets->back();
+
+    // The new key has connected, but its buckets are not listed yet.
+    root.switchTo(second);
+    ASSERT_TRUE(spinUntil([&] { return (*root.keyStore.session)->key->keyID == second; }));
+    root.select({SidebarItem::Kind::bucket, before.bucketID});
+    EXPECT_EQ((*root.browser.session)->key->keyID, first);
+
+    ASSERT_TRUE(isBrowsing(second));
+    EXPECT_EQ((*root.browser.bucket)->accountID, second);
+    EXPECT_NE(settings.text(SettingsKeys::lastBucket(second)), before.bucketID);
+}
+
+TEST_F(RootModelTest, ListsTheFolderAFewTimesWhenManyUploadsEnd)
+{
+    settings.set(SettingsKeys::lastKeyID, first);
+    root.start();
+    ASSERT_TRUE(isBrowsing(first));
+    int listings = 0;
+    bool wasLoading = false;
+    QObject::connect(&root.browser, &Observable::changed, &root, [&] {
+        listings += *root.browser.isLoading && !wasLoading ? 1 : 0;
+        wasLoading = *root.browser.isLoading;
+    });
+    auto cancelledAtOnce = [](TransferRun) -> Task<> { co_await checkCancelled(); };
+    for (int i = 0; i < 500; ++i) {
+        auto upload = std::make_shared<Transfer>(Transfer::Kind::upload, "many/" + std::to_string(i), 1);
+        upload->bucket = **root.browser.bucket;
+        queue.enqueue(std::move(upload), cancelledAtOnce);
+    }
+    for (const auto& transfer : queue.activeTransfers())
+        queue.cancel(transfer);
+
+    spinUntil([] { return false; }, std::chrono::milliseconds(1500));
+    EXPECT_EQ(listings, 2);
+}
+
+TEST_F(RootModelTest, SaysThatTheSettingsAreNotSaved)
+{
+    Q_EMIT settings.writeFailed(QStringLiteral("Couldn't save the settings."));
+    EXPECT_EQ(root.notice(), "Couldn't save the settings.");
+    root.dismissNotice();
+    EXPECT_FALSE(root.notice());
 }
 
 TEST_F(RootModelTest, AFailedSwitchGoesOnWithTheOldKeyAndSaysSo)

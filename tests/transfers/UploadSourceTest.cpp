@@ -58,13 +58,6 @@ TEST_F(UploadSourceTest, TakesTheTypeFromTheExtensionAlone)
     EXPECT_EQ(contentTypeFor(directory / "nothing-known"), "b2/x-auto");
 }
 
-TEST_F(UploadSourceTest, KeepsTheBytesOfADroppedPath)
-{
-    const auto pathOf = [](const char* url) { return localPathOf(QUrl::fromEncoded(url)).string(); };
-    EXPECT_EQ(pathOf("file:///home/me/b%FFoken%20%25%2B%C3%A9"), "/home/me/b\xFFoken %+é");
-    EXPECT_EQ(pathOf("https://example.com/a"), "");
-}
-
 TEST_F(UploadSourceTest, NamesAFileByPrefixAndItsOwnBytes)
 {
     EXPECT_EQ(uploadName("photos/", "/home/me/é ☕+%2F.txt "), "photos/é ☕+%2F.txt ");
