@@ -3,6 +3,8 @@
 #include "B2Kit/B2RetryPolicy.h"
 #include "foundation/NaturalOrder.h"
 
+#include <QPointer>
+
 #include <algorithm>
 
 Task<> BucketsModel::reload()
@@ -10,6 +12,8 @@ Task<> BucketsModel::reload()
     const auto current = *session;
     if (!current)
         co_return;
+    // Started by others' tasks too, which may outlive the model.
+    const QPointer<BucketsModel> self(this);
     const int generation = ++generation_;
     isLoading = true;
     std::vector<B2Bucket> listed;
@@ -20,7 +24,7 @@ Task<> BucketsModel::reload()
     } catch (...) {
         failure = std::current_exception();
     }
-    if (generation != generation_)
+    if (!self || generation != generation_)
         co_return;
     isLoading = false;
     if (failure && isCancellation(failure))

@@ -187,7 +187,7 @@ void RootModel::reloadKeys()
 void RootModel::select(const SidebarItem& item)
 {
     selection = item;
-    if (const auto session = *buckets.session; session && item.kind == SidebarItem::Kind::bucket)
+    if (const auto session = *buckets.session; session && buckets.bucket(item.bucketID))
         settings_.set(SettingsKeys::lastBucket(session->key->keyID), item.bucketID);
     showSelection();
 }

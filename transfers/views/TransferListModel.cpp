@@ -47,6 +47,22 @@ void TransferListModel::follow()
 {
     const auto& wanted = *queue_.transfers;
     // Rows only leave or come at the end, so what is left keeps its order.
+    const bool haveSomeLeft = wanted.size() < rows_.size() || !std::equal(rows_.begin(), rows_.end(), wanted.begin());
+    if (haveSomeLeft)
+        removeAllBut(wanted);
+    if (wanted.size() == rows_.size())
+        return;
+    beginInsertRows({}, static_cast<int>(rows_.size()), static_cast<int>(wanted.size()) - 1);
+    for (auto row = rows_.size(); row < wanted.size(); ++row) {
+        rowOf_.insert(wanted[row].get(), static_cast<int>(row));
+        rows_.push_back(wanted[row]);
+        watch(wanted[row]);
+    }
+    endInsertRows();
+}
+
+void TransferListModel::removeAllBut(const std::vector<std::shared_ptr<Transfer>>& wanted)
+{
     QSet<const Transfer*> staying;
     staying.reserve(static_cast<qsizetype>(wanted.size()));
     for (const auto& transfer : wanted)
@@ -66,14 +82,6 @@ void TransferListModel::follow()
             rows_.begin() + static_cast<std::ptrdiff_t>(begin), rows_.begin() + static_cast<std::ptrdiff_t>(end));
         endRemoveRows();
         end = begin;
-    }
-    if (wanted.size() > rows_.size()) {
-        beginInsertRows({}, static_cast<int>(rows_.size()), static_cast<int>(wanted.size()) - 1);
-        for (auto row = rows_.size(); row < wanted.size(); ++row) {
-            rows_.push_back(wanted[row]);
-            watch(wanted[row]);
-        }
-        endInsertRows();
     }
     rowOf_.clear();
     for (std::size_t row = 0; row < rows_.size(); ++row)

@@ -24,6 +24,7 @@ public:
 
 private:
     void follow();
+    void removeAllBut(const std::vector<std::shared_ptr<Transfer>>& wanted);
     void watch(const std::shared_ptr<Transfer>& transfer);
 
     TransferQueue& queue_;
