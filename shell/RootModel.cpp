@@ -197,7 +197,8 @@ void RootModel::restoreSelection()
     const auto session = *buckets.session;
     if (!session || buckets.buckets->empty())
         return;
-    if (*selection && ((*selection)->kind != SidebarItem::Kind::bucket || buckets.bucket((*selection)->bucketID)))
+    // A selection that the new list lacks stays: the user chooses another bucket, the program does not.
+    if (*selection)
         return;
     const auto last = settings_.text(SettingsKeys::lastBucket(session->key->keyID));
     const B2Bucket* bucket = last ? buckets.bucket(*last) : nullptr;
@@ -213,8 +214,12 @@ void RootModel::showSelection()
     if (!session || !*selection || (*selection)->kind != SidebarItem::Kind::bucket)
         return;
     const B2Bucket* const bucket = buckets.bucket((*selection)->bucketID);
-    if (!bucket)
+    if (!bucket) {
+        // What another key listed must not stay behind the notice.
+        if (*browser.session != session)
+            browser.close();
         return;
+    }
     const auto& shown = *browser.bucket;
     if (*browser.session == session && shown && shown->bucketID == bucket->bucketID)
         return;

@@ -1,6 +1,6 @@
 #include "browser/views/UploadDrops.h"
 
-#include "async/Background.h"
+#include "async/Executor.h"
 #include "browser/DroppedItems.h"
 #include "browser/views/BrowserTableModel.h"
 #include "foundation/LocalPath.h"
@@ -19,6 +19,30 @@
 
 namespace {
 
+/// Looks at files, one drop after another, so that they go up in the order they came.
+class FileLooker final : public Actor {
+public:
+    FileLooker()
+        : Actor(executor_)
+    {
+    }
+
+    static FileLooker& shared()
+    {
+        static auto* const looker = new FileLooker;
+        return *looker;
+    }
+
+    Task<DroppedItems> look(std::vector<std::filesystem::path> paths, std::vector<std::string> elsewhere)
+    {
+        co_return sortDropped(paths, std::move(elsewhere));
+    }
+
+private:
+    // A disk that does not answer holds up no actor.
+    SerialExecutor executor_{WorkerPool::blocking()};
+};
+
 Task<> sortOut(QPointer<UploadDrops> drops, QList<QUrl> urls, std::string bucketID, std::string prefix)
 {
     std::vector<std::filesystem::path> paths;
@@ -29,8 +53,7 @@ Task<> sortOut(QPointer<UploadDrops> drops, QList<QUrl> urls, std::string bucket
         else
             elsewhere.push_back(fromQString(url.toDisplayString()));
     }
-    // A disk that does not answer holds up nobody else.
-    const auto items = co_await runInBackground([paths, elsewhere] { return sortDropped(paths, elsewhere); });
+    const auto items = co_await FileLooker::shared().look(std::move(paths), std::move(elsewhere));
     if (!drops)
         co_return;
     QList<QUrl> files;

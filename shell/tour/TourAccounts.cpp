@@ -52,7 +52,8 @@ Task<> Tour::switchKeys()
     auto& root = *application_.root;
     const auto isOn = [&](const char* label) {
         const auto session = *root.keyStore.session;
-        return session && session->key->label == label && *root.browser.session == session && isListed();
+        return session && session->key->label == label && *root.buckets.session == session
+            && !root.buckets.buckets->empty() && isListed();
     };
 
     click(window_.sidebar().switcher());
@@ -70,17 +71,23 @@ Task<> Tour::switchKeys()
     co_await pickKey(window_, QStringLiteral("photos-reader"));
     co_await check("switch to a key for one bucket, which sees no other",
         [&] { return isOn("photos-reader") && root.buckets.buckets->size() == 1; });
+    co_await showBucket("photos");
     co_await picture(window_, "restricted-key");
 
     co_await pickKey(window_, QStringLiteral("letters-inbox"));
+    co_await until([&] { return isOn("letters-inbox"); });
+    co_await showBucket("documents");
     co_await check("open a key with a prefix at its prefix",
         [&] { return isOn("letters-inbox") && *root.browser.prefix == "Letters/"; });
 
     co_await pickKey(window_, QStringLiteral("Second account"));
     co_await check("switch to a second account and see its buckets alone", [&] {
         return isOn("Second account") && root.buckets.buckets->size() == 1
-            && root.buckets.buckets->front().bucketName == "neighbours-bucket";
+            && root.buckets.buckets->front().bucketName == "neighbours-bucket"
+            && root.detailState().notice.title == "Select a Bucket";
     });
+    co_await picture(window_, "select-a-bucket");
+    co_await showBucket("neighbours-bucket");
 
     application_.keychain.add({"0044a1b2c3d4e5f0000000099", "Revoked key", std::nullopt}, "K004nothing");
     application_.context->keysChangedTick = *application_.context->keysChangedTick + 1;
@@ -92,6 +99,7 @@ Task<> Tour::switchKeys()
 
     co_await pickKey(window_, QStringLiteral("Master key"));
     co_await check("switch back", [&] { return isOn("Master key") && root.buckets.buckets->size() >= 6; });
+    co_await showBucket("documents");
 }
 
 Task<> Tour::readTheLog()

@@ -32,6 +32,15 @@ protected:
         });
     }
 
+    bool hasListed(const std::string& keyID)
+    {
+        return spinUntil([&] {
+            const auto session = *root.buckets.session;
+            return session && session->key->keyID == keyID && !root.buckets.buckets->empty()
+                && !*root.buckets.isLoading;
+        });
+    }
+
     QTemporaryDir directory;
     localb2::Service service{{.directory = directory.path().toStdString() + "/service",
         .seed = "demo",
@@ -83,6 +92,11 @@ TEST_F(RootModelTest, ASwitchShowsOnlyTheOtherAccountsBuckets)
     const auto before = *root.buckets.buckets;
 
     root.switchTo(second);
+    ASSERT_TRUE(hasListed(second));
+    EXPECT_EQ(root.detailState().notice.title, "Select a Bucket")
+        << "the bucket selected before is not of this account";
+    EXPECT_FALSE(*root.browser.bucket);
+    root.select({SidebarItem::Kind::bucket, root.buckets.buckets->front().bucketID});
     ASSERT_TRUE(isBrowsing(second));
 
     for (const auto& bucket : *root.buckets.buckets) {
@@ -110,8 +124,8 @@ TEST_F(RootModelTest, NeverMixesOneKeyWithTheBucketsOfAnother)
     root.select({SidebarItem::Kind::bucket, before.bucketID});
     EXPECT_EQ((*root.browser.session)->key->keyID, first);
 
-    ASSERT_TRUE(isBrowsing(second));
-    EXPECT_EQ((*root.browser.bucket)->accountID, second);
+    ASSERT_TRUE(hasListed(second));
+    EXPECT_FALSE(*root.browser.bucket);
     EXPECT_NE(settings.text(SettingsKeys::lastBucket(second)), before.bucketID);
 }
 
@@ -136,7 +150,7 @@ TEST_F(RootModelTest, ListsTheFolderAFewTimesWhenManyUploadsEnd)
         queue.cancel(transfer);
 
     spinUntil([] { return false; }, std::chrono::milliseconds(1500));
-    EXPECT_EQ(listings, 2);
+    EXPECT_THAT(listings, testing::AllOf(testing::Ge(1), testing::Le(3)));
 }
 
 TEST_F(RootModelTest, SaysThatTheSettingsAreNotSaved)
