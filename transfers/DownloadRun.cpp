@@ -119,7 +119,8 @@ Task<> runDownload(DownloadOrder order, TransferRun run, DownloadContext context
     if (wasStopped || (failure && isCancellation(failure)))
         run.setState(Transfer::State::cancelled());
     else if (failure)
-        fail(run, fmt::format("Download of {} failed", run.transfer->displayName), failureText(failure));
+        fail(run, fmt::format("Download of {} failed", run.transfer->displayName),
+            downloadFailureText(failure, run.transfer->displayName));
     else
         end(run, *outcome);
 }

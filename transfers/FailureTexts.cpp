@@ -56,3 +56,19 @@ std::string uploadFailureText(const std::exception_ptr& failure)
         return failureText(failure);
     }
 }
+
+std::string downloadFailureText(const std::exception_ptr& failure, const std::string& displayName)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const B2Error& error) {
+        constexpr int notFound = 404;
+        if (error.api() && error.api()->status == notFound)
+            return fmt::format("“{}” is no longer there: it was deleted or replaced after the folder was read. "
+                               "Nothing was downloaded, and the files here are untouched.",
+                displayName);
+        return textOf(error);
+    } catch (...) {
+        return failureText(failure);
+    }
+}

@@ -10,3 +10,6 @@ std::string failureText(const std::exception_ptr& failure);
 
 /// The same for an upload: of a source that could not be read it also says that nothing was stored.
 std::string uploadFailureText(const std::exception_ptr& failure);
+
+/// The same for a download: of a file that is gone from the service it says so by name.
+std::string downloadFailureText(const std::exception_ptr& failure, const std::string& displayName);

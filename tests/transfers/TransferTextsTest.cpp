@@ -181,3 +181,15 @@ TEST(QuitQuestionTest, NamesWhatIsInProgress)
 }
 
 } // namespace
+
+TEST(FailureTextsTest, SaysByNameThatAFileToDownloadIsGone)
+{
+    const auto textOf = [](int status, std::string code) {
+        return downloadFailureText(
+            std::make_exception_ptr(B2Error(B2APIError{status, std::move(code), "4_z123"})), "report.pdf");
+    };
+
+    EXPECT_THAT(textOf(404, "not_found"), testing::StartsWith("“report.pdf” is no longer there"));
+    EXPECT_EQ(textOf(416, "range_not_satisfiable"), "B2 416 range_not_satisfiable: 4_z123");
+    EXPECT_THAT(textOf(403, "download_cap_exceeded"), testing::HasSubstr("daily download cap"));
+}
