@@ -226,8 +226,9 @@ void MainWindow::chooseFilesToUpload()
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setFileMode(QFileDialog::ExistingFiles);
     dialog->setLabelText(QFileDialog::Accept, tr("Upload"));
-    connect(dialog, &QFileDialog::urlsSelected, this,
-        [this](const QList<QUrl>& urls) { detail_->browser().takeFiles(urls); });
+    // Qt's own dialog, used where the desktop has none, never emits urlsSelected.
+    connect(
+        dialog, &QFileDialog::accepted, this, [this, dialog] { detail_->browser().takeFiles(dialog->selectedUrls()); });
     dialog->open();
 }
 
