@@ -12,6 +12,7 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 
 namespace {
 
@@ -26,25 +27,28 @@ void chooseDisplay(const CommandLine& commandLine)
 int runProgram(const CommandLine& commandLine, std::optional<std::string> secret, Theme& theme)
 {
     Application application(commandLine, std::move(secret));
-    MainWindow window(application);
+    auto window = std::make_unique<MainWindow>(application);
     SignalWatch signals;
     const auto leave = [&application] { application.shutDown([] { QCoreApplication::quit(); }); };
-    QObject::connect(&window, &MainWindow::quitConfirmed, &window, leave);
+    QObject::connect(window.get(), &MainWindow::quitConfirmed, window.get(), leave);
     // A terminal's interrupt and the end of the login session leave no time for questions.
-    QObject::connect(&signals, &SignalWatch::received, &window, leave);
-    window.show();
+    QObject::connect(&signals, &SignalWatch::received, window.get(), leave);
+    window->show();
 
     std::unique_ptr<Tour> tour;
     int tourResult = 0;
     if (commandLine.tour) {
-        tour = std::make_unique<Tour>(application, theme, window, *commandLine.tour);
-        QObject::connect(tour.get(), &Tour::finished, &window, [&](int failures) {
+        tour = std::make_unique<Tour>(application, theme, *window, *commandLine.tour);
+        QObject::connect(tour.get(), &Tour::finished, window.get(), [&](int failures) {
             tourResult = failures == 0 ? 0 : 1;
             leave();
         });
         tour->start();
     }
     const int result = QApplication::exec();
+    tour.reset();
+    // Windows save their places when they go; what they save must be on the disk before the process ends.
+    window.reset();
     constexpr std::chrono::seconds patience(2);
     application.log->flush(patience);
     application.settings->flush(patience);
