@@ -23,7 +23,7 @@ std::optional<std::string> folderProblem(const DownloadFolder& folder)
     if (error)
         return "can't be opened: " + error.message();
     if (!std::filesystem::is_directory(status))
-        return "is not a folder";
+        return "is not a folder any more";
     if (access(folder.path.c_str(), W_OK | X_OK) == 0)
         return {};
     return errno == EROFS ? "is on a read-only disk" : "can't be written to: you have no permission";
