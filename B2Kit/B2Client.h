@@ -6,6 +6,7 @@
 #include "B2Kit/B2Download.h"
 #include "B2Kit/B2File.h"
 #include "B2Kit/B2Key.h"
+#include "B2Kit/B2LargeFile.h"
 #include "B2Kit/B2Log.h"
 #include "B2Kit/B2Requests.h"
 #include "B2Kit/B2RetryPolicy.h"
@@ -122,6 +123,26 @@ public:
     /// `b2_upload_file`, up to 5,000,000,000 bytes; each attempt leases an upload URL.
     Task<B2FileVersion> uploadFile(B2UploadFileRequest request);
 
+    /// Uploads in parts, which lets it go on after an interruption: reads the file twice, to hash it and part by part,
+    /// and holds only what is being read. Each part has attempts of its own. Whatever ends it before its time, the
+    /// large file stays unfinished on B2, to be resumed or cancelled; a file that changes on the way is never glued
+    /// from two contents. When the file to resume turns out to be finished, that is the result.
+    ///
+    /// @throws also B2Error (`SourceChangedSinceUpload`): resuming cannot help, the upload has to be started anew.
+    Task<B2FileVersion> uploadLargeFile(B2UploadLargeFileRequest request);
+    Task<B2FileVersion> startLargeFile(B2StartLargeFileRequest request);
+    Task<B2UploadPartTarget> uploadPartURL(std::string fileID);
+    /// If the answer was lost, the file's record decides whether it was finished.
+    Task<B2FileVersion> finishLargeFile(std::string fileID, std::vector<std::string> partSHA1s);
+    /// If the answer was lost and the file is gone, only its id is set.
+    Task<B2CancelledLargeFile> cancelLargeFile(std::string fileID);
+    /// One page of the stored parts, up to 1000, by number.
+    Task<B2PartsPage> listParts(std::string fileID, std::optional<int> startPartNumber = {});
+    /// One page of what was started in a bucket and neither finished nor cancelled.
+    Task<B2UnfinishedLargeFilesPage> listUnfinishedLargeFiles(B2ListUnfinishedLargeFilesRequest request);
+    /// All of them, in the manner of `allFileNames`.
+    Stream<B2FileVersion> allUnfinishedLargeFiles(B2ListUnfinishedLargeFilesRequest request);
+
     /// Into memory, up to 64 MB and without progress.
     Task<B2DownloadedFile> downloadByName(B2DownloadByNameRequest request);
     Task<B2DownloadedFile> downloadByID(B2DownloadByIDRequest request);
@@ -176,6 +197,19 @@ private:
     std::shared_ptr<UploadPool> uploadPool(const std::string& bucketID);
     static Task<B2UploadTarget> fetchUploadTarget(std::weak_ptr<B2Client> holder, std::string bucketID);
     Task<B2UploadTarget> uploadTarget(std::string bucketID);
+
+    struct LargeUpload;
+
+    /// The version that a large file became, or nothing when it did not or nobody knows.
+    Task<std::optional<B2FileVersion>> finishedLargeFile(std::string fileID);
+    Task<> start(LargeUpload& upload);
+    /// Finds the parts that need not be sent again.
+    /// @returns the version when the upload to resume had been finished.
+    Task<std::optional<B2FileVersion>> trustStoredParts(LargeUpload& upload);
+    Task<std::vector<B2Part>> storedParts(std::string fileID);
+    Task<> sendParts(LargeUpload& upload);
+    Task<> sendPart(LargeUpload& upload, int number);
+    Task<B2FileVersion> finish(LargeUpload& upload);
 
     struct Download;
 

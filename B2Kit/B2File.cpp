@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr auto lastModifiedKey = "src_last_modified_millis";
+
 bool isMode(const std::optional<B2ServerSideEncryption>& encryption, std::string_view uppercaseMode)
 {
     const auto upper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; };
@@ -18,7 +20,7 @@ bool isMode(const std::optional<B2ServerSideEncryption>& encryption, std::string
 std::optional<std::chrono::system_clock::time_point> lastModifiedFrom(
     const std::map<std::string, std::string>& fileInfo)
 {
-    const auto found = fileInfo.find("src_last_modified_millis");
+    const auto found = fileInfo.find(lastModifiedKey);
     if (found == fileInfo.end())
         return std::nullopt;
     const auto& text = found->second;
@@ -29,6 +31,12 @@ std::optional<std::chrono::system_clock::time_point> lastModifiedFrom(
     if (error != std::errc() || end != text.data() + text.size() || !(std::abs(milliseconds) <= limit))
         return std::nullopt;
     return std::chrono::system_clock::time_point(std::chrono::milliseconds(std::llround(milliseconds)));
+}
+
+void setLastModified(std::map<std::string, std::string>& fileInfo, std::chrono::system_clock::time_point date)
+{
+    const auto sinceEpoch = std::chrono::round<std::chrono::milliseconds>(date.time_since_epoch());
+    fileInfo[lastModifiedKey] = std::to_string(sinceEpoch.count());
 }
 
 std::string B2FileVersion::id() const

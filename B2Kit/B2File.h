@@ -19,6 +19,9 @@ using B2FileAction = B2OpenText<struct B2FileActionTag>;
 std::optional<std::chrono::system_clock::time_point> lastModifiedFrom(
     const std::map<std::string, std::string>& fileInfo);
 
+/// Keeps the time as `src_last_modified_millis`, rounded to milliseconds.
+void setLastModified(std::map<std::string, std::string>& fileInfo, std::chrono::system_clock::time_point date);
+
 /// One row of a listing, and the answer of most file calls.
 struct B2FileVersion {
     std::optional<std::string> fileID; ///< Unset for a folder.

@@ -1,10 +1,12 @@
 #include "B2Kit/B2FileWorker.h"
 
 #include "B2Kit/B2SHA1.h"
+#include "B2Kit/B2Text.h"
 #include "B2Kit/FileSource.h"
 
 #include <cerrno>
 #include <fmt/format.h>
+#include <new>
 #include <sys/stat.h>
 
 namespace {
@@ -31,6 +33,20 @@ B2FileStamp stampOf(const std::filesystem::path& path)
         .inode = info.st_ino};
 }
 
+/// One piece of a file. Aligned to pages, which is how a copy out of the system's cache is fastest.
+class ChunkBuffer {
+public:
+    char* data() const { return bytes_.get(); }
+
+private:
+    static constexpr std::align_val_t alignment{4096};
+    struct Free {
+        void operator()(char* bytes) const { ::operator delete(bytes, alignment); }
+    };
+
+    std::unique_ptr<char, Free> bytes_{static_cast<char*>(::operator new(chunkBytes, alignment))};
+};
+
 /// The stretch's bytes.
 std::string readAll(const B2FileRange& range)
 {
@@ -55,7 +71,7 @@ B2FileWorker::B2FileWorker(std::shared_ptr<SerialExecutor> executor)
 {
 }
 
-Task<B2HashedBody> B2FileWorker::hash(B2FileRange range)
+Task<B2HashedBody> B2FileWorker::hash(B2FileRange range, std::function<void(std::int64_t)> onRead)
 {
     const auto stamp = stampOf(range.path);
     B2HashedBody hashed{.body = range, .length = range.length};
@@ -65,7 +81,7 @@ Task<B2HashedBody> B2FileWorker::hash(B2FileRange range)
             hashed.sha1 = sha1Of(*bytes);
             hashed.body = std::move(bytes);
         } else {
-            hashed.sha1 = co_await sha1OfFile(range);
+            hashed.sha1 = co_await sha1OfFile(range, std::move(onRead));
             hashed.stamp = stamp;
         }
     } catch (const B2Error&) {
@@ -88,16 +104,30 @@ Task<std::string> B2FileWorker::sha1(const std::string& bytes)
     co_return digest.finish();
 }
 
-Task<std::string> B2FileWorker::sha1OfFile(B2FileRange range)
+Task<std::string> B2FileWorker::sha1OfFile(B2FileRange range, std::function<void(std::int64_t)> onRead)
 {
     FileSource source(std::move(range));
     B2SHA1 digest;
-    const auto buffer = std::make_unique_for_overwrite<char[]>(chunkBytes);
-    while (const auto count = source.read(buffer.get(), chunkBytes)) {
+    const ChunkBuffer buffer;
+    std::int64_t done = 0;
+    while (const auto count = source.read(buffer.data(), chunkBytes)) {
         co_await checkCancelled();
-        digest.update({buffer.get(), count});
+        source.readAhead(chunkBytes);
+        digest.update({buffer.data(), count});
+        done += static_cast<std::int64_t>(count);
+        if (onRead)
+            onRead(done);
     }
     co_return digest.finish();
+}
+
+Task<std::int64_t> B2FileWorker::sizeOf(std::filesystem::path path)
+{
+    struct stat info = {};
+    if (stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode))
+        throw B2Error(B2Error::InvalidResponse{
+            fmt::format("Could not determine the size of {}", oneLine(path.filename().string()))});
+    co_return info.st_size;
 }
 
 Task<bool> B2FileWorker::hasChanged(const B2HashedBody& body)

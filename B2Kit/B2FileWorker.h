@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -42,10 +43,19 @@ public:
 
     /// Reads the stretch for its digest; it ends where the file does.
     ///
+    /// @param onRead  told the bytes read so far; not for a small file.
     /// @throws B2FileError when the file cannot be read or is not of that length, Cancelled within a few milliseconds.
-    Task<B2HashedBody> hash(B2FileRange range);
+    Task<B2HashedBody> hash(B2FileRange range, std::function<void(std::int64_t)> onRead = {});
 
     Task<std::string> sha1(const std::string& bytes);
+
+    /// Reads the stretch for its digest, each piece while the disk fetches the next.
+    ///
+    /// @throws B2Error when the file ends before the stretch does, else as `hash`.
+    Task<std::string> sha1OfFile(B2FileRange range, std::function<void(std::int64_t)> onRead = {});
+
+    /// @throws B2Error when there is no such regular file.
+    Task<std::int64_t> sizeOf(std::filesystem::path path);
 
     /// Has the file that is read again changed since it was hashed?
     Task<bool> hasChanged(const B2HashedBody& body);
@@ -56,8 +66,6 @@ public:
 
 private:
     explicit B2FileWorker(std::shared_ptr<SerialExecutor> executor);
-
-    Task<std::string> sha1OfFile(B2FileRange range);
 
     std::shared_ptr<SerialExecutor> executor_;
 };

@@ -42,11 +42,6 @@ std::vector<B2HTTPHeader> uploadHeaders(const B2UploadFileRequest& request, cons
     return headers;
 }
 
-std::string millisecondsOf(std::chrono::system_clock::time_point date)
-{
-    return std::to_string(std::chrono::round<std::chrono::milliseconds>(date.time_since_epoch()).count());
-}
-
 /// Knows whether the whole body of an attempt has gone out.
 class BodyWatch {
 public:
@@ -95,7 +90,7 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
         throw B2Error(B2Error::FileTooLargeForSingleUpload{bytes});
     const auto body = co_await hash(std::move(request.body));
     if (request.modificationDate)
-        request.fileInfo["src_last_modified_millis"] = millisecondsOf(*request.modificationDate);
+        setLastModified(request.fileInfo, *request.modificationDate);
     const auto headers = uploadHeaders(request, body.sha1);
     const auto pool = uploadPool(request.bucketID);
     const auto& policy = options_.retryPolicy;

@@ -49,3 +49,10 @@ std::size_t FileSource::read(char* buffer, std::size_t size)
     position_ += count;
     return static_cast<std::size_t>(count);
 }
+
+void FileSource::readAhead(std::size_t size)
+{
+    const auto wanted = std::min(static_cast<std::int64_t>(size), range_.length - position_);
+    if (wanted > 0)
+        posix_fadvise(descriptor_, range_.offset + position_, wanted, POSIX_FADV_WILLNEED);
+}

@@ -21,6 +21,9 @@ public:
     /// @throws B2FileError when reading fails, B2Error when the file ends before the stretch does.
     std::size_t read(char* buffer, std::size_t size);
 
+    /// Has the disk fetch the next bytes of the stretch, without waiting for them.
+    void readAhead(std::size_t size);
+
 private:
     B2FileRange range_;
     std::int64_t position_ = 0; ///< Within the stretch.

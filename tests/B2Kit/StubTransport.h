@@ -80,6 +80,9 @@ public:
     }
     std::size_t count(const std::string& operation) const { return requests(operation).size(); }
 
+    /// Sees each upload before it is answered, and can play the sending. Set before the first one.
+    std::function<void(const B2HTTPRequest&, const B2UploadBody&, const B2Progress&)> onUpload;
+
     Task<B2DataReply> data(B2HTTPRequest request) override
     {
         auto reply = co_await meet(std::move(request));
@@ -106,8 +109,10 @@ public:
         co_return download;
     }
 
-    Task<B2DataReply> upload(B2HTTPRequest request, B2UploadBody body, B2Progress) override
+    Task<B2DataReply> upload(B2HTTPRequest request, B2UploadBody body, B2Progress onProgress) override
     {
+        if (onUpload)
+            onUpload(request, body, onProgress);
         if (const auto* const memory = std::get_if<std::shared_ptr<const std::string>>(&body))
             request.body = **memory;
         return data(std::move(request));

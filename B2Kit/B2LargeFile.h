@@ -1,0 +1,82 @@
+#pragma once
+
+#include "B2Kit/B2Transport.h"
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+
+struct B2StartLargeFileRequest {
+    std::string bucketID;
+    std::string fileName;
+    std::string contentType = "b2/x-auto";
+    std::map<std::string, std::string> fileInfo;
+};
+
+/// Which page of a bucket's unfinished large files to fetch.
+struct B2ListUnfinishedLargeFilesRequest {
+    std::string bucketID;
+    std::optional<std::string> namePrefix;
+    std::optional<std::string> startFileID; ///< First id to return; unset for the first page.
+    int maxFileCount = 100;                 ///< 1 to 100, which is also what a larger number asks for.
+};
+
+/// A part was refused and will be sent again.
+struct B2PartBackingOff {
+    int partNumber = 0;
+    int attempt = 0; ///< Of the retry to come, from 1.
+    int maxAttempts = 0;
+    double delaySeconds = 0;
+    std::string reason; ///< A few words.
+
+    bool operator==(const B2PartBackingOff&) const = default;
+};
+
+/// A part went through after a retry.
+struct B2PartRecovered {
+    int partNumber = 0;
+
+    bool operator==(const B2PartRecovered&) const = default;
+};
+
+using B2PartRetryEvent = std::variant<B2PartBackingOff, B2PartRecovered>;
+
+/// A file, or bytes in memory, to upload in parts.
+///
+/// The callbacks come on any thread and return quickly; none comes after the upload's end.
+struct B2UploadLargeFileRequest {
+    /// Parts in flight at once.
+    static constexpr int usualConcurrency = 4;
+
+    std::string bucketID;
+    std::string fileName;
+    std::string contentType = "b2/x-auto";
+    std::variant<std::filesystem::path, std::shared_ptr<const std::string>> source;
+    std::map<std::string, std::string> fileInfo; ///< `large_file_sha1` is added, when there is a digest.
+    std::optional<std::chrono::system_clock::time_point> modificationDate; ///< Kept as `src_last_modified_millis`.
+    std::optional<std::int64_t> partSize;                                  ///< Unset: as the account recommends.
+    bool hashesMemory = false; ///< Compute a digest of the whole for bytes in memory too; files always have one.
+
+    std::optional<std::string> resumeFileID; ///< An unfinished large file to go on with.
+    /// Compare every stored part with the source before it is trusted, and not the lowest alone: for a source whose
+    /// modification date is another than the one it was started with.
+    bool verifiesEveryPart = false;
+    /// The `large_file_sha1` the unfinished file was started with. A source with another digest is not the same file,
+    /// whatever the stored parts say, and would be stored under a wrong digest.
+    std::optional<std::string> startedSHA1;
+
+    int concurrency = usualConcurrency;
+
+    std::function<void(std::int64_t bytesRead)> onHashing;
+    std::function<void(const std::string& fileID)> onStarted; ///< Not for a resumed file.
+    std::function<void(int partsDone, int partCount)> onResumeState;
+    B2Progress onProgress; ///< Bytes of the file, those on B2 before included; goes back when a part is sent again.
+    std::function<void(const B2PartRetryEvent&)> onPartRetry;
+    std::function<void(int done, int total)> onPartsDone;
+};
