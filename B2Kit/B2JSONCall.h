@@ -40,5 +40,11 @@ Task<Answer> B2Client::callJSON(B2JSONCall call)
 {
     const auto operation = call.operation;
     const auto reply = co_await postJSON(std::move(call));
-    co_return decodeAnswer<Answer>(operation, reply.body);
+    try {
+        co_return decodeAnswer<Answer>(operation, reply.body);
+    } catch (const B2Error& error) {
+        // The pipeline saw a success; that it could not be read is told nowhere else.
+        options_.log->error("api", std::string(operation) + " failed: its answer could not be read", error.what());
+        throw;
+    }
 }

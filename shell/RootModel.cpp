@@ -101,7 +101,7 @@ void RootModel::tellWrites()
 void RootModel::noteSettings(std::string message, std::string sentence)
 {
     log_.record({B2LogLevel::warning, "app", std::move(message), sentence});
-    settingsNotice = std::move(sentence);
+    remark = std::move(sentence);
 }
 
 void RootModel::followBrowser()
@@ -145,8 +145,9 @@ Task<> RootModel::selectByKeyID(std::string keyID)
 Task<> RootModel::dropBucket(std::string bucketID)
 {
     const B2Bucket* const gone = buckets.bucket(bucketID);
-    log_.record({B2LogLevel::notice, "bucket",
-        (gone ? gone->bucketName : bucketID) + " no longer exists at Backblaze; removed from the list", {}});
+    const std::string name = gone ? gone->bucketName : bucketID;
+    log_.record({B2LogLevel::notice, "bucket", name + " no longer exists at Backblaze; removed from the list", {}});
+    remark = "“" + name + "” no longer exists at Backblaze. It was removed from the list.";
     if (*selection && (*selection)->bucketID == bucketID) {
         selection = std::nullopt;
         browser.close();
@@ -256,7 +257,7 @@ std::optional<std::string> RootModel::switchFailure() const
 std::optional<std::string> RootModel::notice() const
 {
     const auto failure = switchFailure();
-    return failure ? failure : *settingsNotice;
+    return failure ? failure : *remark;
 }
 
 void RootModel::dismissNotice()
@@ -264,7 +265,7 @@ void RootModel::dismissNotice()
     if (switchFailure())
         keyStore.connectionFailure = std::nullopt;
     else
-        settingsNotice = std::nullopt;
+        remark = std::nullopt;
 }
 
 void RootModel::rebuildKeyMenu()

@@ -41,8 +41,9 @@ public:
 
     Observed<std::optional<SidebarItem>> selection{this};
     Observed<std::vector<StoredAccount>> accountGroups{this};
-    /// What the user should know of the settings file, as a sentence to show until `dismissNotice`.
-    Observed<std::optional<std::string>> settingsNotice{this};
+    /// What the user should know of the settings file or of a bucket that is gone, as a sentence to show until
+    /// `dismissNotice`.
+    Observed<std::optional<std::string>> remark{this};
 
     /// The launch sequence, started once when the window first shows: keys, log, wiring, connection, buckets.
     void start();
@@ -60,7 +61,7 @@ public:
     DetailState detailState() const;
     /// Why the last switch of key failed while the old session goes on; nothing otherwise.
     std::optional<std::string> switchFailure() const;
-    /// What stands above the panes: a failed switch, else the settings' notice.
+    /// What stands above the panes: a failed switch, else the last remark.
     std::optional<std::string> notice() const;
     void dismissNotice();
 

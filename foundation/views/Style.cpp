@@ -104,6 +104,8 @@ int Style::styleHint(
         return animated_ ? animationMilliseconds : 0;
     case SH_EtchDisabledText:
         return 0;
+    case SH_DialogButtonBox_ButtonsHaveIcons:
+        return 0;
     case SH_ToolTip_WakeUpDelay:
         return toolTipMilliseconds;
     case SH_ItemView_ShowDecorationSelected:

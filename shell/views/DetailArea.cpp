@@ -2,8 +2,10 @@
 
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/QtText.h"
+#include "foundation/views/DenseTableView.h"
 #include "foundation/views/EmptyState.h"
 
+#include <QAbstractButton>
 #include <QTimer>
 
 DetailArea::DetailArea(RootModel& root, Settings& settings, QWidget* parent)
@@ -34,6 +36,21 @@ DetailArea::DetailArea(RootModel& root, Settings& settings, QWidget* parent)
     });
     connect(&root_, &Observable::changed, this, &DetailArea::render);
     render();
+}
+
+void DetailArea::takeFocus()
+{
+    QWidget* const page = currentWidget();
+    if (page == browser_ && browser_->table().isVisible()) {
+        browser_->table().setFocus(Qt::OtherFocusReason);
+        return;
+    }
+    for (auto* const button : page->findChildren<QAbstractButton*>()) {
+        if (button->isVisible() && button->isEnabled() && button->focusPolicy() != Qt::NoFocus) {
+            button->setFocus(Qt::OtherFocusReason);
+            return;
+        }
+    }
 }
 
 void DetailArea::render()

@@ -18,6 +18,9 @@ public:
 
     ObjectBrowserView& browser() { return *browser_; }
 
+    /// Gives the keyboard to the rows, or where there are none to the first button that helps.
+    void takeFocus();
+
 private:
     void render();
     void showNotice(const DetailState& state);

@@ -125,6 +125,7 @@ void MainWindow::buildFileMenu()
     auto* const file = menuBar()->addMenu(tr("&File"));
     file->addAction(commands.upload);
     file->addAction(commands.download);
+    file->addAction(tr("Save Downloads To…"), this, &MainWindow::chooseDownloadFolder);
     file->addSeparator();
     file->addAction(commands.refresh);
     file->addSeparator();
@@ -232,6 +233,22 @@ void MainWindow::chooseFilesToUpload()
     dialog->open();
 }
 
+void MainWindow::chooseDownloadFolder()
+{
+    auto* const dialog = new QFileDialog(this, tr("Save Downloads To"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::Directory);
+    dialog->setOption(QFileDialog::ShowDirsOnly);
+    dialog->setDirectory(toQString(application_.destination->current().path.string()));
+    // Qt's own dialog emits no urlsSelected.
+    connect(dialog, &QDialog::accepted, this, [this, dialog] {
+        const auto chosen = dialog->selectedUrls();
+        if (!chosen.isEmpty() && chosen.front().isLocalFile())
+            application_.destination->choose(localPathOf(chosen.front()));
+    });
+    dialog->open();
+}
+
 void MainWindow::download(const std::vector<B2FileVersion>& files)
 {
     const auto& browser = application_.root->browser;
@@ -327,7 +344,7 @@ void MainWindow::focusNextPane(bool forward)
     else if (next == transfers_)
         transfers_->focusList();
     else
-        detail_->browser().table().setFocus(Qt::OtherFocusReason);
+        detail_->takeFocus();
 }
 
 void MainWindow::restoreSplitters()
