@@ -193,6 +193,127 @@ TEST_F(LocalServiceTest, KeysAreRightHoweverTheVersionsShareThem)
     }
 }
 
+/// Uploads of 12 MB in three parts.
+class LocalLargeFileTest : public LocalServiceTest {
+protected:
+    LocalLargeFileTest()
+    {
+        std::string text(12'000'000, '\0');
+        for (std::size_t i = 0; i < text.size(); ++i)
+            text[i] = static_cast<char>(i * 7 + i / 251 + i / 1'000'003);
+        std::ofstream(folder / "source", std::ios::binary) << text;
+        digest = sha1Of(text);
+    }
+
+    B2UploadLargeFileRequest largeUpload()
+    {
+        B2UploadLargeFileRequest request{
+            .bucketID = bucket.bucketID, .fileName = "films/ä.mp4", .source = folder / "source"};
+        request.partSize = 5'000'000;
+        request.onStarted = [this](const std::string& id) { startedID = id; };
+        request.onResumeState = [this](int done, int) { partsBefore = done; };
+        return request;
+    }
+
+    std::string digestOf(const B2FileVersion& version)
+    {
+        std::filesystem::remove(folder / "copy");
+        run(client->downloadByIDToFile({.fileID = version.fileID.value()}, {.path = folder / "copy"}));
+        std::ostringstream copy;
+        copy << std::ifstream(folder / "copy", std::ios::binary).rdbuf();
+        return sha1Of(copy.str());
+    }
+
+    Task<std::vector<std::string>> unfinished()
+    {
+        std::vector<std::string> ids;
+        auto files = client->allUnfinishedLargeFiles({.bucketID = bucket.bucketID});
+        while (const auto file = co_await files.next())
+            ids.push_back(file->fileID.value_or(""));
+        co_return ids;
+    }
+
+    const B2Bucket bucket = makeBucket("large-files");
+    std::string digest;
+    std::string startedID;
+    int partsBefore = -1;
+};
+
+TEST_F(LocalLargeFileTest, GoesUpInPartsAndComesDownEqual)
+{
+    auto request = largeUpload();
+    request.modificationDate = std::chrono::system_clock::time_point(std::chrono::milliseconds(1700000000123));
+
+    const auto version = run(client->uploadLargeFile(request));
+
+    EXPECT_EQ(version.fileID, startedID);
+    EXPECT_EQ(version.contentLength, 12'000'000);
+    EXPECT_EQ(version.largeFileSHA1(), digest);
+    EXPECT_EQ(version.lastModified(), request.modificationDate);
+    EXPECT_EQ(digestOf(version), digest);
+    EXPECT_THAT(run(unfinished()), ElementsAre());
+}
+
+TEST_F(LocalLargeFileTest, AnInterruptedUploadGoesOnWhereItStopped)
+{
+    control("faults",
+        R"({"kind": "status", "operation": "b2_upload_part", "after": 2, "status": 403, "code": "cap_exceeded"})");
+    auto request = largeUpload();
+    request.concurrency = 1;
+    EXPECT_THROW(run(client->uploadLargeFile(request)), B2Error);
+    EXPECT_THAT(run(unfinished()), ElementsAre(startedID));
+    control("faults/clear", "{}");
+
+    // Another run of the program: a client of its own.
+    client = clientWith(service.masterKey().keyID, service.masterKey().applicationKey);
+    request.resumeFileID = startedID;
+    request.verifiesEveryPart = true;
+    const auto version = run(client->uploadLargeFile(request));
+
+    EXPECT_EQ(partsBefore, 2);
+    EXPECT_EQ(version.fileID, startedID);
+    EXPECT_EQ(digestOf(version), digest);
+
+    // Killed after the end and before that was noted down.
+    EXPECT_EQ(run(client->uploadLargeFile(request)).fileID, version.fileID);
+    EXPECT_THAT(run(namesIn(bucket.bucketID)), ElementsAre("films/ä.mp4"));
+}
+
+TEST_F(LocalLargeFileTest, FaultsInThePartsAndAtTheEndCostNothing)
+{
+    control("faults",
+        R"([{"kind": "resetRequest", "operation": "b2_upload_part", "at": 2500000, "count": 2},)"
+        R"( {"kind": "loseReply", "operation": "b2_upload_part", "after": 3, "count": 1},)"
+        R"( {"kind": "status", "operation": "b2_upload_part", "after": 4, "count": 2, "status": 503},)"
+        R"( {"kind": "status", "operation": "b2_get_upload_part_url", "count": 1, "status": 500},)"
+        R"( {"kind": "loseReply", "operation": "b2_finish_large_file", "count": 1}])");
+
+    const auto version = run(client->uploadLargeFile(largeUpload()));
+
+    EXPECT_EQ(version.action.rawValue, "upload");
+    EXPECT_EQ(digestOf(version), digest);
+    EXPECT_THAT(run(namesIn(bucket.bucketID)), ElementsAre("films/ä.mp4"));
+}
+
+TEST_F(LocalLargeFileTest, AStopInTheMiddleOfAPartTakesNoTime)
+{
+    control("faults",
+        R"({"kind": "stall", "operation": "b2_upload_part", "in": "request", "at": 100000, "milliseconds": 3000})");
+    std::atomic<bool> isSending = false;
+    auto request = largeUpload();
+    request.onProgress = [&](std::int64_t, std::int64_t) { isSending = true; };
+    StartedTask<B2FileVersion> task(client->uploadLargeFile(request));
+    while (!isSending && !task.waitFor(std::chrono::milliseconds(1))) {}
+
+    task.cancel();
+
+    ASSERT_TRUE(task.waitFor(std::chrono::seconds(1)));
+    EXPECT_THROW(task.result(), Cancelled);
+    EXPECT_THAT(run(unfinished()), ElementsAre(startedID));
+    EXPECT_EQ(run(client->cancelLargeFile(startedID)).fileName, "films/ä.mp4");
+    EXPECT_THAT(run(unfinished()), ElementsAre());
+}
+
 TEST_F(LocalServiceTest, AWrongKeyIsTold)
 {
     const auto stranger = clientWith(service.masterKey().keyID, "wrong");
