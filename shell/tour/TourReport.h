@@ -8,7 +8,7 @@
 /// Prints a line a step, and keeps the pictures of a tour.
 class TourReport {
 public:
-    /// @param directory  created when it is missing; pictures of an earlier tour are replaced.
+    /// @param directory  created when it is missing; pictures of the same name are replaced.
     explicit TourReport(std::filesystem::path directory);
 
     void passed(const std::string& step);
