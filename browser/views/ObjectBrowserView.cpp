@@ -51,7 +51,7 @@ QString firstColumns(const QFontMetrics& metrics)
         .arg(width(QStringLiteral("888.88 MB")))
         .arg(width(date))
         .arg(width(QStringLiteral("File · Encrypted")))
-        .arg(width(QStringLiteral("0000000000…")));
+        .arg(QFontMetrics(fixedFont()).horizontalAdvance(QStringLiteral("Not recorded")) + margins);
 }
 
 } // namespace

@@ -76,6 +76,7 @@ Task<> Tour::uploadByDrop()
         {folder / "a folder", makeFile(folder / "a folder", "inner.txt", 10), makeFile(folder, "beside it.txt", 10)});
     co_await check("refuse a folder with a sentence, and upload the file beside it",
         [&] { return hasEnded("Films/beside it.txt", Case::finished); });
+    co_await check("show the last of several uploads too", [&] { return row("beside it.txt").isValid(); });
     co_await picture(window_, "folder-refused");
 }
 
@@ -117,8 +118,8 @@ Task<> Tour::downloadChecked()
     co_await check("download a large file, checked if its checksum is known",
         [&] { return hasEnded("Films/Holiday in Kraków.mov", Case::finished); });
     co_await picture(window_, "downloaded");
-    press(window_, Qt::Key_Backspace);
-    co_await until([&] { return browser.prefix->empty() && isListed(); });
+    press(table, Qt::Key_Backspace);
+    co_await check("go up with Backspace after all that", [&] { return browser.prefix->empty() && isListed(); });
 }
 
 Task<> Tour::surviveTrouble()
