@@ -1,29 +1,29 @@
+#include "async/Group.h"
 #include "foundation/ActivityLog.h"
 #include "foundation/MainExecutor.h"
 #include "transfers/ProgressThrottle.h"
 #include "transfers/TransferRun.h"
 #include "transfers/TransferTexts.h"
 
-#include <QMetaObject>
-
 namespace {
 
-/// Hops to the main thread; drops the report there when the attempt is over.
+/// Shows a report on the main thread, unless the attempt is over by then.
+template <class Apply>
+Task<> show(std::weak_ptr<Transfer> transfer, int attempt, Apply apply, std::int64_t done, std::int64_t total)
+{
+    const auto record = transfer.lock();
+    if (record && record->attempt() == attempt && record->state->is(Transfer::State::Case::running))
+        apply(*record, done, total);
+    co_return;
+}
+
+/// Hops to the main thread with each report.
 template <class Apply>
 ProgressThrottle::Update onMainThread(const TransferRun& run, Apply apply)
 {
     // Held weakly: the record may not end on a client's thread.
-    return
-        [transfer = std::weak_ptr(run.transfer), attempt = run.attempt, apply](std::int64_t done, std::int64_t total) {
-            QMetaObject::invokeMethod(
-                &MainExecutor::shared(),
-                [=] {
-                    const auto record = transfer.lock();
-                    if (record && record->attempt() == attempt && record->state->is(Transfer::State::Case::running))
-                        apply(*record, done, total);
-                },
-                Qt::QueuedConnection);
-        };
+    return [transfer = std::weak_ptr(run.transfer), attempt = run.attempt, apply](std::int64_t done,
+               std::int64_t total) { spawn(MainExecutor::shared(), show(transfer, attempt, apply, done, total)); };
 }
 
 } // namespace
