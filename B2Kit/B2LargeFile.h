@@ -61,7 +61,12 @@ struct B2UploadLargeFileRequest {
     std::map<std::string, std::string> fileInfo; ///< `large_file_sha1` is added, when there is a digest.
     std::optional<std::chrono::system_clock::time_point> modificationDate; ///< Kept as `src_last_modified_millis`.
     std::optional<std::int64_t> partSize;                                  ///< Unset: as the account recommends.
-    bool hashesMemory = false; ///< Compute a digest of the whole for bytes in memory too; files always have one.
+    bool hashesMemory = false; ///< Compute a digest of the whole for bytes in memory too.
+    /// Read a file once before it is sent, to record its digest. Without, a stored file cannot be verified later.
+    bool recordsWholeFileChecksum = true;
+    /// Asked between the pieces of that pass, on any thread: true ends the pass, and the upload goes on without a
+    /// digest.
+    std::function<bool()> isChecksumSkipped;
 
     std::optional<std::string> resumeFileID; ///< An unfinished large file to go on with.
     /// Compare every stored part with the source before it is trusted, and not the lowest alone: for a source whose
@@ -74,7 +79,8 @@ struct B2UploadLargeFileRequest {
     int concurrency = usualConcurrency;
 
     std::function<void(std::int64_t bytesRead)> onHashing;
-    std::function<void(const std::string& fileID)> onStarted; ///< Not for a resumed file.
+    /// Not for a resumed file. @param sha1  of the whole, as it was recorded; empty without a digest.
+    std::function<void(const std::string& fileID, const std::string& sha1)> onStarted;
     std::function<void(int partsDone, int partCount)> onResumeState;
     B2Progress onProgress; ///< Bytes of the file, those on B2 before included; goes back when a part is sent again.
     std::function<void(const B2PartRetryEvent&)> onPartRetry;

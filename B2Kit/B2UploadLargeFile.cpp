@@ -168,7 +168,7 @@ Task<> B2Client::start(LargeUpload& upload)
         throw B2Error(B2Error::InvalidResponse{"b2_start_large_file returned no fileId"});
     upload.fileID = *version.fileID;
     if (upload.request.onStarted)
-        upload.request.onStarted(upload.fileID);
+        upload.request.onStarted(upload.fileID, upload.whole.sha1);
 }
 
 Task<std::optional<B2FileVersion>> B2Client::trustStoredParts(LargeUpload& upload)

@@ -32,6 +32,16 @@ void Transfer::beginAgain()
     transferStartedAt = std::nullopt;
     hashStartedAt = std::nullopt;
     checksum = std::nullopt;
+    partsCompleted = std::nullopt;
+    partCount = std::nullopt;
+    partsAtStart = std::nullopt;
+    isHashing = false;
+    filesCompleted = 0;
+    filesFailed = 0;
+    filesSkipped = 0;
+    fileProblems = {};
+    bytesFromFinishedFiles = 0;
+    activeChild = nullptr;
     state = State::waiting();
 }
 

@@ -4,6 +4,7 @@
 #include "B2Kit/B2Download.h"
 #include "foundation/Observable.h"
 #include "transfers/AbandonFlag.h"
+#include "transfers/SourceBookmark.h"
 
 #include <QUuid>
 
@@ -14,14 +15,14 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
-/// What a source file was when its upload was asked for, so that another file under the same path is noticed.
-struct SourceBookmark {
-    std::filesystem::path path;
-    std::int64_t byteCount = 0;
-    std::chrono::system_clock::time_point modificationDate;
+/// A file of a folder that did not go, or was left out, and why.
+struct FileProblem {
+    std::string relativePath;
+    std::string reason; ///< A sentence.
 
-    bool operator==(const SourceBookmark&) const = default;
+    bool operator==(const FileProblem&) const = default;
 };
 
 /// One row of the transfer queue: a file that goes up or comes down, or a folder whose files run one after another.
@@ -92,13 +93,18 @@ public:
     Observed<std::optional<int>> partsCompleted{this};
     Observed<std::optional<int>> partCount{this};
     Observed<std::map<int, std::string>> partsInTrouble{this}; ///< Part number to the text of its retry.
+    Observed<std::optional<int>> partsAtStart{this}; ///< Stored by an earlier attempt; unset when nothing was.
     Observed<std::optional<std::string>> resumableFileID{this};
+    /// The whole-file checksum that the large file was started with; empty without one.
+    Observed<std::string> startedSHA1{this};
 
     // --- A folder and its children
 
     Observed<std::optional<int>> fileCount{this}; ///< Set on a folder alone, once it was counted.
     Observed<int> filesCompleted{this};
     Observed<int> filesFailed{this};
+    Observed<int> filesSkipped{this}; ///< Of those completed: they were there already.
+    Observed<std::vector<FileProblem>> fileProblems{this};
     Observed<bool> isScanning{this};
     Observed<std::int64_t> bytesFromFinishedFiles{this};
     Observed<std::shared_ptr<Transfer>> activeChild{this};

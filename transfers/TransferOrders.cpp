@@ -104,9 +104,9 @@ Task<> TransferQueue::queueUploads(QPointer<TransferQueue> queue, std::vector<st
             transfer->bucket = bucket;
             transfer->localPath = file.path;
             transfer->sourceBookmark = SourceBookmark{file.path, file.source->byteCount, file.source->modificationDate};
-            queue->enqueue(std::move(transfer), [order = UploadOrder{file.path, bucket, session}](TransferRun run) {
-                return runUpload(order, std::move(run));
-            });
+            queue->enqueue(std::move(transfer),
+                [order = UploadOrder{file.path, bucket, session}, context = queue->uploadContext_](
+                    TransferRun run) { return runUpload(order, std::move(run), context); });
         }
     }
 }

@@ -32,6 +32,7 @@ TransferQueue::TransferQueue(Settings& settings, const DownloadDestination& dest
     : settings_(settings)
     , destination_(destination)
     , context_{.settings = &settings_}
+    , uploadContext_{.settings = &settings_}
 {
 }
 

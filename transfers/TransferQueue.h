@@ -7,6 +7,7 @@
 #include "foundation/Observable.h"
 #include "foundation/TaskScope.h"
 #include "transfers/DownloadDestination.h"
+#include "transfers/ResumeStore.h"
 #include "transfers/Transfer.h"
 #include "transfers/TransferRun.h"
 
@@ -49,16 +50,16 @@ public:
     /// A retry of the record runs `work` again.
     void enqueue(std::shared_ptr<Transfer> transfer, Work work);
 
-    /// Downloads the file into `DownloadDestination::current()` as it is now. A folder row is refused.
+    /// Downloads the file, or all that a folder row stands for, into `DownloadDestination::current()` as it is now.
     void download(B2FileVersion file, B2Bucket bucket, std::shared_ptr<B2Session> session);
 
-    /// Downloads many files in their order, as above; returns at once and lets the window breathe between them.
+    /// Downloads many in their order, as above; returns at once and lets the window breathe between them.
     void download(std::vector<B2FileVersion> files, B2Bucket bucket, std::shared_ptr<B2Session> session);
 
-    /// Uploads files under names that begin with the prefix, in their order; returns at once.
+    /// Uploads files and folders under names that begin with the prefix, in their order; returns at once.
     ///
-    /// Each is looked at off the main thread first: folders, files from `largeFileThreshold` on and names that the
-    /// service does not take are refused, the others go on. A name that exists gets a new version.
+    /// Each is looked at off the main thread first: what cannot be read and names that the service does not take are
+    /// refused, the others go on. A folder is one row. A name that exists gets a new version.
     void upload(std::vector<std::filesystem::path> files, B2Bucket bucket, std::string prefix,
         std::shared_ptr<B2Session> session);
 
@@ -71,6 +72,18 @@ public:
 
     /// Queues the record again, in its row.
     void retry(const std::shared_ptr<Transfer>& transfer);
+
+    /// Goes on with a large upload that an earlier run of the program began.
+    /// @returns a sentence when its source is gone or cannot be read: then nothing is queued.
+    Task<std::optional<std::string>> resume(
+        ResumableUpload upload, B2Bucket bucket, std::shared_ptr<B2Session> session);
+
+    /// Gives up the checksum pass that runs for the record, and for a folder every pass to come. Does nothing when no
+    /// pass runs.
+    void skipChecksum(const std::shared_ptr<Transfer>& transfer);
+
+    /// Where started large uploads are remembered; null when there is no such place. Set once, before the first upload.
+    void setResumeStore(ResumeStore* store) { uploadContext_.resumeStore = store; }
 
     /// Takes out every row in a terminal state.
     void clearFinished();
@@ -116,6 +129,7 @@ private:
     Settings& settings_;
     const DownloadDestination& destination_;
     DownloadContext context_;
+    UploadContext uploadContext_;
     std::map<QUuid, Work> works_; ///< Of every row, for a retry.
     std::deque<Pending> pending_;
     std::map<QUuid, Started> tasks_;

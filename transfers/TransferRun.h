@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 
+class ResumeStore;
 class Settings;
 
 /// What one download needs, kept for a retry.
@@ -29,6 +30,41 @@ struct UploadOrder {
     std::shared_ptr<B2Session> session;
 };
 
+/// What an earlier attempt at a folder has done, so that a retry does the rest alone. Used on the main thread.
+struct FolderProgress {
+    struct Done {
+        std::int64_t byteCount = 0;
+        std::chrono::system_clock::time_point modificationDate; ///< Of the source of an upload.
+    };
+
+    std::map<std::string, Done> done; ///< By relative path.
+    /// Children that were interrupted and have parts at the service, by relative path.
+    std::map<std::string, std::shared_ptr<Transfer>> interrupted;
+};
+
+/// What the upload of a folder needs, kept for a retry. The prefix is the name of its record.
+struct FolderUploadOrder {
+    std::filesystem::path folder;
+    B2Bucket bucket;
+    std::shared_ptr<B2Session> session;
+    std::shared_ptr<FolderProgress> progress = std::make_shared<FolderProgress>();
+};
+
+/// What the download of a folder needs, kept for a retry. The prefix is the name of its record; the files land in
+/// a folder of the prefix's last component.
+struct FolderDownloadOrder {
+    B2Bucket bucket;
+    std::shared_ptr<B2Session> session;
+    DownloadFolder folder;
+    std::shared_ptr<FolderProgress> progress = std::make_shared<FolderProgress>();
+};
+
+/// What all uploads share.
+struct UploadContext {
+    Settings* settings = nullptr;       ///< Lives as long as the application.
+    ResumeStore* resumeStore = nullptr; ///< Null without one; otherwise lives as long as the application.
+};
+
 /// What all downloads share.
 struct DownloadContext {
     Settings* settings = nullptr; ///< Lives as long as the application.
@@ -39,8 +75,18 @@ struct DownloadContext {
 /// Throws nothing; a stop is an end like others.
 Task<> runDownload(DownloadOrder order, TransferRun run, DownloadContext context);
 
-/// Uploads one file below `largeFileThreshold` straight from the disk, and sets the record's state and log lines.
-Task<> runUpload(UploadOrder order, TransferRun run);
+/// Uploads one file, whole or from `largeFileThreshold` on in parts, and sets the record's state and log lines. A
+/// record with a resumable file id goes on with that large file. Throws nothing; a stop is an end like others.
+Task<> runUpload(UploadOrder order, TransferRun run, UploadContext context);
+
+/// Counts the files of a folder, then uploads one after another as children of the record, inside its slot.
+Task<> runFolderUpload(FolderUploadOrder order, TransferRun run, UploadContext context);
+
+/// Lists the files under a prefix, then downloads one after another as children of the record, inside its slot.
+Task<> runFolderDownload(FolderDownloadOrder order, TransferRun run, DownloadContext context);
+
+/// Notes that the first byte of the attempt is about to move; a folder's record learns of it too.
+void noteTransferStart(Transfer& transfer);
 
 /// Brings a client's reports, which come on any thread, to the row and to the log, each at its own pace.
 B2Progress progressOf(const TransferRun& run);

@@ -66,8 +66,9 @@ Task<std::optional<std::string>> send(const UploadOrder& order, const TransferRu
 
 } // namespace
 
-Task<> runUpload(UploadOrder order, TransferRun run)
+Task<> runUpload(UploadOrder order, TransferRun run, UploadContext context)
 {
+    static_cast<void>(context);
     Transfer& transfer = *run.transfer;
     std::optional<std::string> problem;
     std::exception_ptr failure;

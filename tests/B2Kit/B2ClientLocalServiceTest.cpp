@@ -210,7 +210,7 @@ protected:
         B2UploadLargeFileRequest request{
             .bucketID = bucket.bucketID, .fileName = "films/ä.mp4", .source = folder / "source"};
         request.partSize = 5'000'000;
-        request.onStarted = [this](const std::string& id) { startedID = id; };
+        request.onStarted = [this](const std::string& id, const std::string&) { startedID = id; };
         request.onResumeState = [this](int done, int) { partsBefore = done; };
         return request;
     }

@@ -64,7 +64,7 @@ protected:
             if (bytes == static_cast<std::int64_t>(size))
                 note("hashed " + std::to_string(bytes));
         };
-        request.onStarted = [this](const std::string& id) { note("started " + id); };
+        request.onStarted = [this](const std::string& id, const std::string&) { note("started " + id); };
         request.onResumeState = [this](int done, int count) {
             note("resume " + std::to_string(done) + "/" + std::to_string(count));
         };
