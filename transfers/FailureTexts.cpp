@@ -6,6 +6,7 @@
 
 #include <array>
 #include <string_view>
+#include <variant>
 
 namespace {
 
@@ -17,15 +18,22 @@ struct Cap {
 constexpr std::array caps{Cap{"storage_cap_exceeded", "storage cap"}, Cap{"cap_exceeded", "storage cap"},
     Cap{"transaction_cap_exceeded", "daily transactions cap"}, Cap{"download_cap_exceeded", "daily download cap"}};
 
-std::string textOf(const B2Error& error)
+constexpr std::string_view nothingKept = "nothing was kept of it";
+
+bool isGoneAtService(const B2Error& error)
+{
+    return error.api() && error.api()->message.find("No active upload") != std::string::npos;
+}
+
+/// @param kept  what has become of the bytes that were moved, as a clause.
+std::string textOf(const B2Error& error, std::string_view kept = nothingKept)
 {
     if (const auto* refusal = error.api()) {
         for (const auto& cap : caps) {
             if (refusal->code == cap.code)
-                return fmt::format(
-                    "The account's {} is reached, so B2 refused the transfer and nothing was kept of it. "
-                    "Raise the cap in the Backblaze console under Caps & Alerts, then try again.",
-                    cap.name);
+                return fmt::format("The account's {} is reached, so B2 refused the transfer and {}. "
+                                   "Raise the cap in the Backblaze console under Caps & Alerts, then try again.",
+                    cap.name, kept);
         }
     }
     return error.what();
@@ -52,6 +60,31 @@ std::string uploadFailureText(const std::exception_ptr& failure)
         std::rethrow_exception(failure);
     } catch (const B2FileError& error) {
         return std::string(error.what()) + " Nothing was stored.";
+    } catch (...) {
+        return failureText(failure);
+    }
+}
+
+bool isResumable(const std::exception_ptr& failure)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const B2Error& error) {
+        return !std::holds_alternative<B2Error::SourceChangedSinceUpload>(error.which()) && !isGoneAtService(error);
+    } catch (...) {
+        return true;
+    }
+}
+
+std::string resumableFailureText(const std::exception_ptr& failure)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const B2Error& error) {
+        if (isGoneAtService(error))
+            return "The unfinished upload is no longer at B2: it was cancelled or finished elsewhere. Retry sends the "
+                   "whole file anew.";
+        return textOf(error, "the parts already sent stay stored");
     } catch (...) {
         return failureText(failure);
     }

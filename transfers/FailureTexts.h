@@ -13,3 +13,9 @@ std::string uploadFailureText(const std::exception_ptr& failure);
 
 /// The same for a download: of a file that is gone from the service it says so by name.
 std::string downloadFailureText(const std::exception_ptr& failure, const std::string& displayName);
+
+/// The same of an upload that left a started large file behind.
+std::string resumableFailureText(const std::exception_ptr& failure);
+
+/// Can another attempt go on with the large file? Not when its source is another one by now, or when it is gone.
+bool isResumable(const std::exception_ptr& failure);

@@ -2,43 +2,101 @@
 #include "foundation/ActivityLog.h"
 #include "foundation/MainExecutor.h"
 #include "transfers/ProgressThrottle.h"
+#include "transfers/RowReports.h"
 #include "transfers/TransferRun.h"
 #include "transfers/TransferTexts.h"
 
+#include <variant>
+
 namespace {
 
-/// Shows a report on the main thread, unless the attempt is over by then.
-template <class Apply>
-Task<> show(std::weak_ptr<Transfer> transfer, int attempt, Apply apply, std::int64_t done, std::int64_t total)
+using Report = void (*)(Transfer& transfer, std::int64_t done, std::int64_t total);
+
+std::shared_ptr<ProgressThrottle> throttled(const TransferRun& run, ProgressThrottle::Step step, Report report)
 {
-    const auto record = transfer.lock();
-    if (record && record->attempt() == attempt && record->state->is(Transfer::State::Case::running))
-        apply(*record, done, total);
-    co_return;
+    return std::make_shared<ProgressThrottle>(
+        step, [row = RowOfAttempt(run), report](std::int64_t done, std::int64_t total) {
+            row.show([report, done, total](Transfer& transfer) { report(transfer, done, total); });
+        });
 }
 
-/// Hops to the main thread with each report.
-template <class Apply>
-ProgressThrottle::Update onMainThread(const TransferRun& run, Apply apply)
+void showMoved(Transfer& transfer, std::int64_t done, std::int64_t)
 {
-    // Held weakly: the record may not end on a client's thread.
-    return [transfer = std::weak_ptr(run.transfer), attempt = run.attempt, apply](std::int64_t done,
-               std::int64_t total) { spawn(MainExecutor::shared(), show(transfer, attempt, apply, done, total)); };
+    // What an earlier attempt has sent is in the first report and has not moved now.
+    if (!*transfer.transferStartedAt) {
+        transfer.bytesTransferred = done;
+        noteTransferStart(transfer);
+    }
+    transfer.bytesTransferred = done;
+    if (const auto folder = transfer.parent.lock())
+        folder->bytesTransferred = *folder->bytesFromFinishedFiles + done;
+}
+
+void logMoved(Transfer& transfer, std::int64_t done, std::int64_t total)
+{
+    ActivityLog::shared().record({B2LogLevel::info, "transfer", progressLine(transfer, done, total), {}});
+}
+
+void showRetry(Transfer& transfer, const B2PartRetryEvent& event)
+{
+    transfer.partsInTrouble.update([&](auto& troubles) {
+        if (const auto* waiting = std::get_if<B2PartBackingOff>(&event))
+            troubles[waiting->partNumber] =
+                partTroubleText(waiting->reason, waiting->delaySeconds, waiting->attempt, waiting->maxAttempts);
+        else
+            troubles.erase(std::get<B2PartRecovered>(event).partNumber);
+    });
 }
 
 } // namespace
 
+Task<> RowOfAttempt::apply(std::weak_ptr<Transfer> transfer, int attempt, std::function<void(Transfer&)> change)
+{
+    const auto record = transfer.lock();
+    if (record && record->attempt() == attempt && record->state->is(Transfer::State::Case::running))
+        change(*record);
+    co_return;
+}
+
+void RowOfAttempt::show(std::function<void(Transfer&)> change) const
+{
+    spawn(MainExecutor::shared(), apply(transfer_, attempt_, std::move(change)));
+}
+
+void noteTransferStart(Transfer& transfer)
+{
+    transfer.transferStartedAt = Transfer::Clock::now();
+    transfer.bytesAtStart = *transfer.bytesTransferred;
+    const auto folder = transfer.parent.lock();
+    if (!folder)
+        return;
+    // Of many small files the first begins the folder's pace. A checksum pass moves nothing, so the pace begins anew.
+    if (*folder->transferStartedAt && !*transfer.hashStartedAt)
+        return;
+    folder->transferStartedAt = *transfer.transferStartedAt;
+    folder->bytesAtStart = *folder->bytesFromFinishedFiles + *transfer.bytesAtStart;
+}
+
 B2Progress progressOf(const TransferRun& run)
 {
-    const auto row = std::make_shared<ProgressThrottle>(ProgressThrottle::forRow,
-        onMainThread(
-            run, [](Transfer& transfer, std::int64_t done, std::int64_t) { transfer.bytesTransferred = done; }));
-    const auto log = std::make_shared<ProgressThrottle>(
-        ProgressThrottle::forLog, onMainThread(run, [](Transfer& transfer, std::int64_t done, std::int64_t total) {
-            ActivityLog::shared().record({B2LogLevel::info, "transfer", progressLine(transfer, done, total), {}});
-        }));
+    const auto row = throttled(run, ProgressThrottle::forRow, showMoved);
+    const auto log = throttled(run, ProgressThrottle::forLog, logMoved);
     return [row, log](std::int64_t done, std::int64_t total) {
         row->report(done, total);
         log->report(done, total);
+    };
+}
+
+std::function<void(std::int64_t)> hashingReportsOf(const TransferRun& run, std::int64_t total)
+{
+    const auto row = throttled(run, ProgressThrottle::forRow,
+        [](Transfer& transfer, std::int64_t done, std::int64_t) { transfer.hashedBytes = done; });
+    return [row, total](std::int64_t done) { row->report(done, total); };
+}
+
+std::function<void(const B2PartRetryEvent&)> retryReportsOf(const TransferRun& run)
+{
+    return [row = RowOfAttempt(run)](const B2PartRetryEvent& event) {
+        row.show([event](Transfer& transfer) { showRetry(transfer, event); });
     };
 }

@@ -14,21 +14,26 @@
 
 namespace {
 
-struct CheckedFile {
+struct CheckedItem {
     std::filesystem::path path;
+    bool isFolder = false;
     std::expected<std::string, std::string> name;
-    std::expected<UploadSource, std::string> source;
+    std::expected<UploadSource, std::string> source; ///< Of a file.
 };
 
-CheckedFile checked(const std::filesystem::path& path, const std::string& prefix)
+CheckedItem checked(const std::filesystem::path& path, const std::string& prefix)
 {
-    return {path, uploadName(prefix, path), inspectUploadSource(path)};
+    std::error_code error;
+    auto name = uploadName(prefix, path);
+    if (std::filesystem::is_directory(path, error))
+        return {.path = path, .isFolder = true, .name = std::move(name), .source = {}};
+    return {.path = path, .name = std::move(name), .source = inspectUploadSource(path)};
 }
 
-std::vector<CheckedFile> checkedAll(const std::vector<std::filesystem::path>& files, const std::string& prefix)
+std::vector<CheckedItem> checkedAll(const std::vector<std::filesystem::path>& paths, const std::string& prefix)
 {
-    std::vector<CheckedFile> all;
-    for (const auto& path : files)
+    std::vector<CheckedItem> all;
+    for (const auto& path : paths)
         all.push_back(checked(path, prefix));
     return all;
 }
@@ -37,11 +42,20 @@ std::vector<CheckedFile> checkedAll(const std::vector<std::filesystem::path>& fi
 
 void TransferQueue::download(B2FileVersion file, B2Bucket bucket, std::shared_ptr<B2Session> session)
 {
-    if (file.isFolder() || file.isHideMarker()) {
-        const auto what =
-            file.isFolder() ? "is a folder. Folders can't be downloaded yet" : "is a hide marker, which has no content";
+    if (file.isHideMarker()) {
         refuse("Download of " + file.fileName + " refused",
-            fmt::format("\"{}\" {}; nothing was saved.", file.fileName, what));
+            fmt::format("\"{}\" is a hide marker, which has no content; nothing was saved.", file.fileName));
+        return;
+    }
+    if (file.isFolder()) {
+        auto folder = std::make_shared<Transfer>(Transfer::Kind::download, file.fileName);
+        folder->bucket = bucket;
+        folder->isScanning = true;
+        FolderDownloadOrder order{
+            .bucket = std::move(bucket), .session = std::move(session), .folder = destination_.current()};
+        enqueue(std::move(folder), [order = std::move(order), context = context_](TransferRun run) {
+            return runFolderDownload(order, std::move(run), context);
+        });
         return;
     }
     auto transfer = std::make_shared<Transfer>(Transfer::Kind::download, file.fileName, file.contentLength);
@@ -92,21 +106,66 @@ Task<> TransferQueue::queueUploads(QPointer<TransferQueue> queue, std::vector<st
         const auto results =
             co_await runInBackground([batch = std::move(batch), prefix] { return checkedAll(batch, prefix); });
         co_await checkCancelled();
-        for (const auto& file : results) {
+        for (const auto& item : results) {
             if (!queue)
                 co_return;
-            if (!file.name || !file.source) {
-                queue->refuse(fmt::format("Upload of {} refused", file.path.filename().string()),
-                    file.source ? file.name.error() : file.source.error());
-                continue;
-            }
-            auto transfer = std::make_shared<Transfer>(Transfer::Kind::upload, *file.name, file.source->byteCount);
-            transfer->bucket = bucket;
-            transfer->localPath = file.path;
-            transfer->sourceBookmark = SourceBookmark{file.path, file.source->byteCount, file.source->modificationDate};
-            queue->enqueue(std::move(transfer),
-                [order = UploadOrder{file.path, bucket, session}, context = queue->uploadContext_](
-                    TransferRun run) { return runUpload(order, std::move(run), context); });
+            if (!item.name || !item.source)
+                queue->refuse(fmt::format("Upload of {} refused", item.path.filename().string()),
+                    item.source ? item.name.error() : item.source.error());
+            else if (item.isFolder)
+                queue->queueFolder(item.path, *item.name + "/", bucket, session);
+            else
+                queue->queueFile(*item.source, *item.name, bucket, session);
         }
     }
+}
+
+void TransferQueue::queueFile(
+    const UploadSource& source, std::string name, B2Bucket bucket, std::shared_ptr<B2Session> session)
+{
+    auto transfer = std::make_shared<Transfer>(Transfer::Kind::upload, std::move(name), source.byteCount);
+    transfer->bucket = bucket;
+    transfer->localPath = source.path;
+    transfer->sourceBookmark = SourceBookmark{source.path, source.byteCount, source.modificationDate};
+    enqueue(std::move(transfer),
+        [order = UploadOrder{source.path, std::move(bucket), std::move(session)}, context = uploadContext_](
+            TransferRun run) { return runUpload(order, std::move(run), context); });
+}
+
+void TransferQueue::queueFolder(
+    std::filesystem::path folder, std::string name, B2Bucket bucket, std::shared_ptr<B2Session> session)
+{
+    auto transfer = std::make_shared<Transfer>(Transfer::Kind::upload, std::move(name));
+    transfer->bucket = bucket;
+    transfer->localPath = folder;
+    transfer->isScanning = true;
+    FolderUploadOrder order{.folder = std::move(folder), .bucket = std::move(bucket), .session = std::move(session)};
+    enqueue(std::move(transfer), [order = std::move(order), context = uploadContext_](TransferRun run) {
+        return runFolderUpload(order, std::move(run), context);
+    });
+}
+
+Task<std::optional<std::string>> TransferQueue::resume(
+    ResumableUpload upload, B2Bucket bucket, std::shared_ptr<B2Session> session)
+{
+    const QPointer<TransferQueue> self = this;
+    const auto source = co_await runInBackground([path = upload.source.path] { return inspectUploadSource(path); });
+    co_await checkCancelled();
+    if (!self)
+        co_return std::nullopt;
+    if (!source)
+        co_return source.error() + " The parts already sent stay stored.";
+    if (inFlightFileIDs().contains(upload.fileID))
+        co_return fmt::format("\"{}\" is being uploaded already.", upload.remoteName);
+
+    auto transfer = std::make_shared<Transfer>(Transfer::Kind::upload, upload.remoteName, upload.byteCount);
+    transfer->bucket = bucket;
+    transfer->localPath = upload.source.path;
+    transfer->resumableFileID = upload.fileID;
+    transfer->sourceBookmark = upload.source;
+    transfer->startedSHA1 = upload.sha1;
+    enqueue(std::move(transfer),
+        [order = UploadOrder{upload.source.path, std::move(bucket), std::move(session)}, context = uploadContext_](
+            TransferRun run) { return runUpload(order, std::move(run), context); });
+    co_return std::nullopt;
 }

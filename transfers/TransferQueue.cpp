@@ -95,16 +95,24 @@ void TransferQueue::ended(const TransferRun& run)
         if (entry != started->end() && entry->second.attempt == run.attempt)
             started->erase(entry);
     }
-    const auto& state = *run.transfer->state;
-    const bool didFinish = state.is(Transfer::State::Case::finished);
-    if (run.isCurrent() && run.transfer->kind == Transfer::Kind::upload
-        && (didFinish || state.is(Transfer::State::Case::failed)))
-        Q_EMIT uploadEnded(run.transfer, didFinish);
+    tellUploadEnd(run);
     if (running_ == 0) {
         for (const auto& drained : std::exchange(drains_, {}))
             drained.set();
     }
     startNext();
+}
+
+void TransferQueue::tellUploadEnd(const TransferRun& run)
+{
+    const Transfer& transfer = *run.transfer;
+    if (!run.isCurrent() || transfer.kind != Transfer::Kind::upload)
+        return;
+    // Of a folder files may have gone, however it ended.
+    const bool hasWritten = transfer.state->is(Transfer::State::Case::finished) || *transfer.filesCompleted > 0;
+    // A cancel has told its end at once.
+    if (hasWritten || transfer.state->is(Transfer::State::Case::failed))
+        Q_EMIT uploadEnded(run.transfer, hasWritten);
 }
 
 void TransferQueue::cancel(const std::shared_ptr<Transfer>& transfer)
@@ -137,6 +145,22 @@ void TransferQueue::retry(const std::shared_ptr<Transfer>& transfer)
         return;
     transfer->beginAgain();
     submit(transfer);
+}
+
+void TransferQueue::skipChecksum(const std::shared_ptr<Transfer>& transfer)
+{
+    const auto& child = *transfer->activeChild;
+    const auto& target = child ? child : transfer;
+    if (!*target->isHashing || *target->checksumSkipped)
+        return;
+    // The flag of a folder is every child's.
+    transfer->skipChecksum->raise();
+    target->checksumSkipped = true;
+    record(B2LogLevel::warning,
+        child ? fmt::format("Skipped checksums for {} and everything left in it", transfer->displayName)
+              : "Skipped the checksum for " + transfer->displayName,
+        "Uploading without a whole-file checksum. Parts are still checked in transit; the stored file cannot be "
+        "verified later.");
 }
 
 void TransferQueue::clearFinished()

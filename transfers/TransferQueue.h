@@ -124,6 +124,10 @@ private:
     void submit(const std::shared_ptr<Transfer>& transfer);
     void startNext();
     void ended(const TransferRun& run);
+    void tellUploadEnd(const TransferRun& run);
+    void queueFolder(
+        std::filesystem::path folder, std::string name, B2Bucket bucket, std::shared_ptr<B2Session> session);
+    void queueFile(const UploadSource& source, std::string name, B2Bucket bucket, std::shared_ptr<B2Session> session);
     void refuse(const std::string& message, std::string sentence);
 
     Settings& settings_;

@@ -3,6 +3,8 @@
 #include "async/Background.h"
 #include "foundation/ActivityLog.h"
 #include "transfers/FailureTexts.h"
+#include "transfers/LargeUpload.h"
+#include "transfers/ResumeStore.h"
 #include "transfers/TransferRun.h"
 
 #include <fmt/format.h>
@@ -14,82 +16,117 @@ struct InspectedFile {
     std::string contentType;
 };
 
+/// Why a file did not reach the service as it is on the disk.
+using Problem = LargeUploadEnd;
+
+std::optional<Problem> problem(std::string text)
+{
+    return Problem{text, text};
+}
+
+Task<> sendWhole(const UploadOrder* order, const TransferRun* run, const UploadSource* source, std::string contentType)
+{
+    noteTransferStart(*run->transfer);
+    B2UploadFileRequest request{.bucketID = order->bucket.bucketID,
+        .fileName = run->transfer->remoteName,
+        .contentType = std::move(contentType),
+        .body = B2FileRange{source->path, 0, source->byteCount},
+        .modificationDate = source->modificationDate,
+        .onProgress = progressOf(*run)};
+    const auto client = order->session->client;
+    co_await client->uploadFile(std::move(request));
+}
+
+/// What a failure, or a source that changed on the way, means for a file that was sent whole.
+Task<std::optional<Problem>> endOfWhole(const UploadSource* source, std::exception_ptr failure)
+{
+    // Hash and body are read one after the other: what was written meanwhile makes them differ, or is missing.
+    const bool isSame = co_await runInBackground([source = *source] { return isUnchanged(source); });
+    if (isSame && !failure)
+        co_return std::nullopt;
+    if (isSame || (failure && isRetryableConnectionFailure(failure)))
+        co_return problem(uploadFailureText(failure));
+    const auto name = source->path.filename().string();
+    if (failure)
+        co_return problem(
+            fmt::format("\"{}\" changed or went away while it was being uploaded, so nothing was stored of it. "
+                        "Upload it again when nothing writes to it any more.",
+                name));
+    co_return problem(fmt::format("\"{}\" changed while it was being uploaded. B2 holds it as it was before; upload it "
+                                  "again to store what it holds now.",
+        name));
+}
+
 /// Sends the file.
-/// @returns why it did not reach the service as it is on the disk, or nothing when it did.
-Task<std::optional<std::string>> send(const UploadOrder& order, const TransferRun& run)
+/// @returns nothing when it reached the service as it is on the disk.
+Task<std::optional<Problem>> send(const UploadOrder& order, const TransferRun& run, const UploadContext& context)
 {
     Transfer& transfer = *run.transfer;
     run.setState(Transfer::State::running());
     co_await checkCancelled();
-    const auto inspected = co_await runInBackground(
+    auto inspected = co_await runInBackground(
         [path = order.source] { return InspectedFile{inspectUploadSource(path), contentTypeFor(path)}; });
     co_await checkCancelled();
     if (!inspected.source)
-        co_return inspected.source.error();
+        co_return problem(inspected.source.error());
     const UploadSource& source = *inspected.source;
     transfer.byteCount = source.byteCount;
-    transfer.transferStartedAt = Transfer::Clock::now();
-    transfer.bytesAtStart = *transfer.bytesTransferred;
+    // What was begun in parts goes on in parts, whatever the size is now.
+    const bool isLarge = source.byteCount >= largeFileThreshold || *transfer.resumableFileID;
 
-    B2UploadFileRequest request{.bucketID = order.bucket.bucketID,
-        .fileName = transfer.remoteName,
-        .contentType = inspected.contentType,
-        .body = B2FileRange{source.path, 0, source.byteCount},
-        .modificationDate = source.modificationDate,
-        .onProgress = progressOf(run)};
     std::exception_ptr failure;
     try {
-        const auto client = order.session->client;
-        co_await client->uploadFile(std::move(request));
+        if (isLarge)
+            co_await sendInParts(&order, &run, &context, &source, std::move(inspected.contentType));
+        else
+            co_await sendWhole(&order, &run, &source, std::move(inspected.contentType));
     } catch (...) {
         failure = std::current_exception();
     }
     co_await checkCancelled();
     if (failure && isCancellation(failure))
         std::rethrow_exception(failure);
-
-    // Hash and body are read one after the other: what was written meanwhile makes them differ, or is missing.
-    const bool isSame = co_await runInBackground([source] { return isUnchanged(source); });
-    if (isSame && !failure)
-        co_return std::nullopt;
-    if (isSame || (failure && isRetryableConnectionFailure(failure)))
-        co_return uploadFailureText(failure);
-    const auto name = source.path.filename().string();
+    if (!isLarge)
+        co_return co_await endOfWhole(&source, failure);
     if (failure)
-        co_return fmt::format("\"{}\" changed or went away while it was being uploaded, so nothing was stored of it. "
-                              "Upload it again when nothing writes to it any more.",
-            name);
-    co_return fmt::format("\"{}\" changed while it was being uploaded. B2 holds it as it was before; upload it again "
-                          "to store what it holds now.",
-        name);
+        co_return endOfLargeUpload(transfer, failure);
+    co_return std::nullopt;
 }
 
 } // namespace
 
 Task<> runUpload(UploadOrder order, TransferRun run, UploadContext context)
 {
-    static_cast<void>(context);
     Transfer& transfer = *run.transfer;
-    std::optional<std::string> problem;
+    std::optional<Problem> problem;
     std::exception_ptr failure;
     try {
-        problem = co_await send(order, run);
+        problem = co_await send(order, run, context);
     } catch (...) {
         failure = std::current_exception();
     }
     const bool wasStopped = (co_await currentStopToken()).stop_requested();
+    if (run.isCurrent()) {
+        transfer.isHashing = false;
+        transfer.partsInTrouble = {};
+    }
     if (wasStopped || (failure && isCancellation(failure))) {
         run.setState(Transfer::State::cancelled());
         co_return;
     }
-    if (failure)
-        problem = uploadFailureText(failure);
+    if (failure) {
+        const auto text = uploadFailureText(failure);
+        problem = Problem{text, text};
+    }
     if (problem) {
         ActivityLog::shared().record(
-            {B2LogLevel::error, "transfer", fmt::format("Upload of {} failed", transfer.displayName), problem});
-        run.setState(Transfer::State::failed(*problem));
+            {B2LogLevel::error, "transfer", fmt::format("Upload of {} failed", transfer.displayName), problem->detail});
+        run.setState(Transfer::State::failed(problem->text));
         co_return;
     }
+    if (context.resumeStore && *transfer.resumableFileID)
+        context.resumeStore->remove(**transfer.resumableFileID);
+    transfer.resumableFileID = std::nullopt;
     transfer.bytesTransferred = *transfer.byteCount;
     run.setState(Transfer::State::finished());
     ActivityLog::shared().record(

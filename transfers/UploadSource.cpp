@@ -56,16 +56,11 @@ std::expected<UploadSource, std::string> inspectUploadSource(const std::filesyst
     if (stat(path.c_str(), &info) != 0)
         return std::unexpected(whyUnreadable(path, errno));
     if (S_ISDIR(info.st_mode))
-        return std::unexpected(
-            fmt::format("\"{}\" is a folder. Folders can't be uploaded yet; nothing was sent.", name));
+        return std::unexpected(fmt::format("\"{}\" is a folder now and no file. Nothing was sent.", name));
     if (!S_ISREG(info.st_mode))
         return std::unexpected(fmt::format("\"{}\" is not a file with content. Nothing was sent.", name));
     if (access(path.c_str(), R_OK) != 0)
         return std::unexpected(whyUnreadable(path, errno));
-    if (info.st_size >= largeFileThreshold)
-        return std::unexpected(
-            fmt::format("\"{}\" is {}. Files of 100 MB and more can't be uploaded yet; nothing was sent.", name,
-                sizeText(info.st_size)));
     return UploadSource{path, info.st_size, toDate(info.st_mtim), info.st_dev, info.st_ino};
 }
 
@@ -89,11 +84,15 @@ std::string contentTypeFor(const std::filesystem::path& path)
 std::expected<std::string, std::string> uploadName(std::string_view prefix, const std::filesystem::path& path)
 {
     constexpr std::size_t longest = 1024;
-    const auto name = std::string(prefix) + path.filename().string();
+    // A path to a folder may end with a slash.
+    const auto own = path.has_filename() ? path.filename() : path.parent_path().filename();
+    const auto name = std::string(prefix) + own.string();
     const auto refused = [&](std::string_view reason) {
-        return std::unexpected(fmt::format("\"{}\" can't be uploaded: {}. Nothing was sent; rename it and try again.",
-            path.filename().string(), reason));
+        return std::unexpected(fmt::format(
+            "\"{}\" can't be uploaded: {}. Nothing was sent; rename it and try again.", own.string(), reason));
     };
+    if (own.empty() || own == "." || own == "..")
+        return refused("it has no name of its own");
     if (!isUTF8(name))
         return refused("its name is not valid UTF-8");
     if (std::ranges::any_of(name, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }))

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 using namespace std::chrono_literals;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -228,17 +229,32 @@ TEST_F(TransferQueueTest, ClearsWhatIsOverAndKeepsTheRest)
     qtRun(queue.stopAll());
 }
 
-TEST_F(TransferQueueTest, RefusesFoldersAndKeepsTheReasonToShow)
+TEST_F(TransferQueueTest, RefusesWhatCannotGoAndKeepsTheReasonToShow)
 {
-    queue.download({.fileName = "photos/", .action = B2FileAction("folder")}, {}, nullptr);
-    queue.upload({downloads, directory / "gone"}, {}, "", nullptr);
+    queue.download({.fileName = "photos/a.jpg", .action = B2FileAction("hide")}, {}, nullptr);
+    queue.upload({directory / "gone", "/"}, {}, "", nullptr);
 
     EXPECT_TRUE(spinUntil([&] { return queue.refusals->size() == 3; }));
     EXPECT_THAT(*queue.transfers, IsEmpty());
-    EXPECT_EQ(queue.refusals->at(0), "\"photos/\" is a folder. Folders can't be downloaded yet; nothing was saved.");
-    EXPECT_EQ(lines().back(), "Upload of gone refused");
+    EXPECT_EQ(queue.refusals->at(0), "\"photos/a.jpg\" is a hide marker, which has no content; nothing was saved.");
+    EXPECT_THAT(lines(), Contains("Upload of gone refused"));
     queue.dismissRefusals();
     EXPECT_THAT(*queue.refusals, IsEmpty());
+}
+
+TEST_F(TransferQueueTest, SkipsTheChecksumOfTheChildThatIsReadAndOfAllToCome)
+{
+    const auto folder = std::make_shared<Transfer>(Transfer::Kind::upload, "photos/");
+    queue.skipChecksum(folder);
+    EXPECT_FALSE(folder->skipChecksum->isRaised());
+
+    const auto child = std::make_shared<Transfer>(Transfer::Kind::upload, "photos/a.raw");
+    child->isHashing = true;
+    folder->activeChild = child;
+    queue.skipChecksum(folder);
+    EXPECT_TRUE(folder->skipChecksum->isRaised());
+    EXPECT_TRUE(*child->checksumSkipped);
+    EXPECT_EQ(lines().back(), "Skipped checksums for photos/ and everything left in it");
 }
 
 } // namespace

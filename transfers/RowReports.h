@@ -1,0 +1,36 @@
+#pragma once
+
+#include "B2Kit/B2LargeFile.h"
+#include "async/Task.h"
+#include "transfers/Transfer.h"
+
+#include <functional>
+#include <memory>
+
+// Inside transfers: a client's reports, which come on any thread, on their way to the row.
+
+/// The row's attempt, held weakly: a record may not end on a client's thread.
+class RowOfAttempt {
+public:
+    explicit RowOfAttempt(const TransferRun& run)
+        : transfer_(run.transfer)
+        , attempt_(run.attempt)
+    {
+    }
+
+    /// Changes the row on the main thread, unless the attempt is over by then. From any thread; in the order of the
+    /// calls.
+    void show(std::function<void(Transfer&)> change) const;
+
+private:
+    static Task<> apply(std::weak_ptr<Transfer> transfer, int attempt, std::function<void(Transfer&)> change);
+
+    std::weak_ptr<Transfer> transfer_;
+    int attempt_;
+};
+
+/// Shows what is tried again in the row, as its trouble, until it goes through.
+std::function<void(const B2PartRetryEvent&)> retryReportsOf(const TransferRun& run);
+
+/// Shows the whole-file checksum pass in the row.
+std::function<void(std::int64_t)> hashingReportsOf(const TransferRun& run, std::int64_t total);
