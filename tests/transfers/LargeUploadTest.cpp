@@ -41,9 +41,11 @@ protected:
     /// The second of two parts breaks off for good, so the first one stays at the service.
     std::shared_ptr<Transfer> interruptedUpload()
     {
-        plant(R"({"kind": "status", "operation": "b2_upload_part", "after": 1, "status": 400, "code": "bad_request",
-                  "message": "refused by the test"})");
-        // One after the other, so that the second is the one that is refused.
+        // Late, so that the first is stored by then.
+        plant(
+            R"([{"kind": "stall", "operation": "b2_upload_part", "after": 1, "in": "request", "at": 1, "milliseconds": 1500},
+                  {"kind": "status", "operation": "b2_upload_part", "after": 1, "status": 400, "code": "bad_request",
+                   "message": "refused by the test"}])");
         auto transfer = upload(file);
         EXPECT_TRUE(endOf(transfer).is(Case::failed));
         clearFaults();
