@@ -30,6 +30,8 @@ template <class Target>
 class UploadURLPool;
 template <class Reply>
 struct B2Call;
+template <class Item>
+struct B2WalkPage;
 struct B2APIError;
 struct B2CallProgress;
 struct B2FailureStep;
@@ -184,10 +186,7 @@ private:
     /// A page of the keys that one version of the API lists.
     Task<B2KeysPage> listKeysOf(
         std::string_view version, B2ListKeysRequest request, bool (*expectsRefusal)(const B2APIError&));
-    static Task<std::optional<B2ApplicationKey>> nextKey(std::shared_ptr<KeyWalk> walk);
-    /// Fetches the walk's next page.
-    /// @returns false when it was the last.
-    static Task<bool> fetchKeys(std::shared_ptr<KeyWalk> walk);
+    static Task<B2WalkPage<B2ApplicationKey>> fetchKeys(std::shared_ptr<KeyWalk> walk);
     Task<bool> isListedKey(std::string applicationKeyID);
 
     // --- Transfers

@@ -12,6 +12,7 @@ struct B2Client::Download {
     std::optional<B2ByteRange> range;
     bool verifies = true;
     B2Progress onProgress;
+    std::shared_ptr<B2RetryTeller> teller;
 
     explicit Download(B2DownloadByNameRequest request)
         : operation("b2_download_file_by_name")
@@ -22,6 +23,7 @@ struct B2Client::Download {
         , range(request.range)
         , verifies(request.verifies)
         , onProgress(std::move(request.onProgress))
+        , teller(std::make_shared<B2RetryTeller>(std::move(request.onRetry)))
     {
     }
 
@@ -34,6 +36,7 @@ struct B2Client::Download {
         , range(request.range)
         , verifies(request.verifies)
         , onProgress(std::move(request.onProgress))
+        , teller(std::make_shared<B2RetryTeller>(std::move(request.onRetry)))
     {
     }
 
@@ -55,6 +58,7 @@ struct B2Client::Download {
         B2Call<Reply> call;
         call.operation = operation;
         call.accepts = isContent;
+        call.teller = teller.get();
         call.makeRequest = [this](const B2Authorization& authorization) {
             B2HTTPRequest request;
             request.method = B2HTTPMethod::get;
@@ -106,8 +110,15 @@ Task<B2DownloadedFile> B2Client::downloadToMemory(Download download)
 Task<B2FileMetadata> B2Client::downloadToFile(Download download, B2FileDestination destination)
 {
     auto call = download.call<B2DownloadReply>();
-    call.send = [this, &download, &destination](B2HTTPRequest request) {
-        return options_.transport->download(std::move(request), destination.path, download.onProgress);
+    // A long download is over its wait when bytes come again, not when all have come.
+    const B2Progress onProgress = [teller = download.teller, tell = download.onProgress](
+                                      std::int64_t done, std::int64_t total) {
+        teller->goesOn();
+        if (tell)
+            tell(done, total);
+    };
+    call.send = [this, &onProgress, &destination](B2HTTPRequest request) {
+        return options_.transport->download(std::move(request), destination.path, onProgress);
     };
     auto reply = co_await perform(std::move(call));
     auto metadata = metadataFrom(reply.response, reply.byteCount);

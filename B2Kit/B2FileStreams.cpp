@@ -1,20 +1,17 @@
 #include "B2Kit/B2Client.h"
 #include "B2Kit/B2Error.h"
+#include "B2Kit/B2PagedWalk.h"
 #include "B2Kit/B2Text.h"
 #include "B2Kit/B2WalkGuard.h"
-#include "async/Cancelled.h"
 
 namespace {
 
-/// A walk through the pages of a listing, as far as its consumer has asked.
+/// Where in a listing a walk is.
 struct FileWalk {
     std::shared_ptr<B2Client> client;
     std::string_view operation;
     B2ListFileVersionsRequest request; ///< Of the next page.
     bool listsVersions = false;
-    std::vector<B2FileVersion> files;
-    std::size_t next = 0; ///< Index of the next file to hand out.
-    bool isLastPage = false;
     B2WalkGuard guard; ///< Over the ids within one name.
 };
 
@@ -24,10 +21,8 @@ struct FileWalk {
 /// their ids would show, so there the guard notices when the same id comes again.
 void follow(FileWalk& walk, const B2FileListPage& page)
 {
-    if (!page.nextFileName) {
-        walk.isLastPage = true;
+    if (!page.nextFileName)
         return;
-    }
     auto& request = walk.request;
     const auto& name = *page.nextFileName;
     const bool staysInName = request.startFileName && name == *request.startFileName;
@@ -57,32 +52,16 @@ Task<B2FileListPage> fetchPage(const FileWalk& walk)
     co_return co_await walk.client->listFileNames(std::move(request));
 }
 
-Task<std::optional<B2FileVersion>> nextFile(std::shared_ptr<FileWalk> walk)
+Task<B2WalkPage<B2FileVersion>> nextPage(std::shared_ptr<FileWalk> walk)
 {
-    while (walk->next == walk->files.size()) {
-        if (walk->isLastPage)
-            co_return std::nullopt;
-        walk->files.clear();
-        walk->next = 0;
-        try {
-            co_await checkCancelled();
-            auto page = co_await fetchPage(*walk);
-            follow(*walk, page);
-            walk->files = std::move(page.files);
-        } catch (const Cancelled&) {
-            // The consumer's own task was asked to stop: for it the sequence is over, and this is no failure.
-            walk->isLastPage = true;
-        } catch (...) {
-            walk->isLastPage = true;
-            throw;
-        }
-    }
-    co_return std::move(walk->files[walk->next++]);
+    auto page = co_await fetchPage(*walk);
+    follow(*walk, page);
+    co_return B2WalkPage<B2FileVersion>{.items = std::move(page.files), .isLast = !page.nextFileName};
 }
 
 Stream<B2FileVersion> streamOf(std::shared_ptr<FileWalk> walk)
 {
-    return Stream<B2FileVersion>([walk = std::move(walk)] { return nextFile(walk); });
+    return streamOfPages<B2FileVersion>([walk = std::move(walk)] { return nextPage(walk); });
 }
 
 } // namespace

@@ -71,7 +71,7 @@ B2FileWorker::B2FileWorker(std::shared_ptr<SerialExecutor> executor)
 {
 }
 
-Task<B2HashedBody> B2FileWorker::hash(B2FileRange range, std::function<void(std::int64_t)> onRead)
+Task<B2HashedBody> B2FileWorker::hash(B2FileRange range, B2HashWatch watch)
 {
     const auto stamp = stampOf(range.path);
     B2HashedBody hashed{.body = range, .length = range.length};
@@ -81,7 +81,7 @@ Task<B2HashedBody> B2FileWorker::hash(B2FileRange range, std::function<void(std:
             hashed.sha1 = sha1Of(*bytes);
             hashed.body = std::move(bytes);
         } else {
-            hashed.sha1 = co_await sha1OfFile(range, std::move(onRead));
+            hashed.sha1 = co_await sha1OfFile(range, std::move(watch));
             hashed.stamp = stamp;
         }
     } catch (const B2Error&) {
@@ -91,6 +91,16 @@ Task<B2HashedBody> B2FileWorker::hash(B2FileRange range, std::function<void(std:
     if (stamp.size != range.offset + range.length || stampOf(range.path) != stamp)
         throw changedFileError(range.path, false);
     co_return hashed;
+}
+
+Task<B2HashedBody> B2FileWorker::stamp(B2FileRange range)
+{
+    // To find a file that cannot be read before anything is asked of the service.
+    const FileSource source(range);
+    const auto stamp = stampOf(range.path);
+    if (stamp.size != range.offset + range.length)
+        throw changedFileError(range.path, false);
+    co_return B2HashedBody{.body = range, .length = range.length, .stamp = stamp};
 }
 
 Task<std::string> B2FileWorker::sha1(const std::string& bytes)
@@ -104,7 +114,7 @@ Task<std::string> B2FileWorker::sha1(const std::string& bytes)
     co_return digest.finish();
 }
 
-Task<std::string> B2FileWorker::sha1OfFile(B2FileRange range, std::function<void(std::int64_t)> onRead)
+Task<std::string> B2FileWorker::sha1OfFile(B2FileRange range, B2HashWatch watch)
 {
     FileSource source(std::move(range));
     B2SHA1 digest;
@@ -112,11 +122,13 @@ Task<std::string> B2FileWorker::sha1OfFile(B2FileRange range, std::function<void
     std::int64_t done = 0;
     while (const auto count = source.read(buffer.data(), chunkBytes)) {
         co_await checkCancelled();
+        if (watch.isSkipped && watch.isSkipped())
+            co_return std::string();
         source.readAhead(chunkBytes);
         digest.update({buffer.data(), count});
         done += static_cast<std::int64_t>(count);
-        if (onRead)
-            onRead(done);
+        if (watch.onRead)
+            watch.onRead(done);
     }
     co_return digest.finish();
 }

@@ -27,11 +27,17 @@ struct B2FileStamp {
 struct B2HashedBody {
     B2UploadBody body;
     std::int64_t length = 0;
-    std::string sha1; ///< 40 lowercase hexadecimal digits.
+    std::string sha1; ///< 40 lowercase hexadecimal digits; empty when the body was not read for it.
     /// Of the file that is read again when the body is sent; unset for a body in memory.
     std::optional<B2FileStamp> stamp;
 
     const B2FileRange* file() const { return std::get_if<B2FileRange>(&body); }
+};
+
+/// What looks on while a file is read for its digest; called by the reading thread, between the pieces.
+struct B2HashWatch {
+    std::function<void(std::int64_t bytesRead)> onRead;
+    std::function<bool()> isSkipped; ///< True ends the reading, and there is no digest.
 };
 
 /// An actor for one piece of work after another, on threads that may block.
@@ -43,16 +49,20 @@ public:
 
     /// Reads the stretch for its digest; it ends where the file does.
     ///
-    /// @param onRead  told the bytes read so far; not for a small file.
+    /// @param watch  not for a small file.
     /// @throws B2FileError when the file cannot be read or is not of that length, Cancelled within a few milliseconds.
-    Task<B2HashedBody> hash(B2FileRange range, std::function<void(std::int64_t)> onRead = {});
+    Task<B2HashedBody> hash(B2FileRange range, B2HashWatch watch = {});
+
+    /// The same without the reading: a body without a digest, of which a change is noticed.
+    Task<B2HashedBody> stamp(B2FileRange range);
 
     Task<std::string> sha1(const std::string& bytes);
 
     /// Reads the stretch for its digest, each piece while the disk fetches the next.
     ///
+    /// @returns nothing in it when it was skipped.
     /// @throws B2Error when the file ends before the stretch does, else as `hash`.
-    Task<std::string> sha1OfFile(B2FileRange range, std::function<void(std::int64_t)> onRead = {});
+    Task<std::string> sha1OfFile(B2FileRange range, B2HashWatch watch = {});
 
     /// @throws B2Error when there is no such regular file.
     Task<std::int64_t> sizeOf(std::filesystem::path path);

@@ -1,8 +1,8 @@
 #include "B2Kit/B2JSONCall.h"
+#include "B2Kit/B2PagedWalk.h"
 #include "B2Kit/B2Text.h"
 #include "B2Kit/B2WalkGuard.h"
 #include "B2Kit/JSONObject.h"
-#include "async/Cancelled.h"
 
 #include <algorithm>
 #include <utility>
@@ -29,9 +29,6 @@ struct B2Client::KeyWalk {
     std::shared_ptr<B2Client> client;
     std::string_view version = b2APIVersion;
     B2ListKeysRequest request; ///< Of the next page.
-    std::vector<B2ApplicationKey> keys;
-    std::size_t next = 0; ///< Index of the next key to hand out.
-    bool isAtEnd = false;
     std::set<std::string> seenIDs;
     bool versionFourListsEveryKey = false;
     B2WalkGuard guard;
@@ -95,34 +92,10 @@ Stream<B2ApplicationKey> B2Client::allKeys(int pageSize)
     auto walk = std::make_shared<KeyWalk>();
     walk->client = shared_from_this();
     walk->request.maxKeyCount = pageSize;
-    return Stream<B2ApplicationKey>([walk = std::move(walk)] { return nextKey(walk); });
+    return streamOfPages<B2ApplicationKey>([walk = std::move(walk)] { return fetchKeys(walk); });
 }
 
-Task<std::optional<B2ApplicationKey>> B2Client::nextKey(std::shared_ptr<KeyWalk> walk)
-{
-    for (;;) {
-        while (walk->next < walk->keys.size()) {
-            auto& key = walk->keys[walk->next++];
-            if (walk->seenIDs.insert(key.applicationKeyID).second)
-                co_return std::move(key);
-        }
-        if (walk->isAtEnd)
-            co_return std::nullopt;
-        walk->keys.clear();
-        walk->next = 0;
-        // Set back only when there is more: a walk that failed or was stopped does not go on.
-        walk->isAtEnd = true;
-        try {
-            co_await checkCancelled();
-            walk->isAtEnd = !co_await fetchKeys(walk);
-        } catch (const Cancelled&) {
-            // The consumer's own task was asked to stop: for it the sequence is over, and this is no failure.
-            co_return std::nullopt;
-        }
-    }
-}
-
-Task<bool> B2Client::fetchKeys(std::shared_ptr<KeyWalk> walk)
+Task<B2WalkPage<B2ApplicationKey>> B2Client::fetchKeys(std::shared_ptr<KeyWalk> walk)
 {
     const bool isVersionFour = walk->version == b2APIVersion;
     // Version 3 can refuse the whole list because of keys that it cannot tell. That loses nothing if version 4 serves
@@ -135,24 +108,24 @@ Task<bool> B2Client::fetchKeys(std::shared_ptr<KeyWalk> walk)
     } catch (const B2Error& error) {
         if (!refusalLosesNothing || !error.api() || !isVersionRefusal(*error.api()))
             throw;
-        co_return false;
+        co_return B2WalkPage<B2ApplicationKey>();
     }
     const auto isOverSeveral = [](const auto& key) { return key.bucketIDs.size() >= severalBuckets; };
     if (isVersionFour && !std::ranges::all_of(page.keys, isOverSeveral))
         walk->versionFourListsEveryKey = true;
-    walk->keys = std::move(page.keys);
+    std::erase_if(page.keys, [&walk](const auto& key) { return !walk->seenIDs.insert(key.applicationKeyID).second; });
 
     auto& start = walk->request.startApplicationKeyID;
     if (page.nextApplicationKeyID) {
         if (start == page.nextApplicationKeyID || !walk->guard.advancesTo(*page.nextApplicationKeyID))
             throw B2Error(B2Error::InvalidResponse{"b2_list_keys: the next page would begin where this one did"});
         start = std::move(page.nextApplicationKeyID);
-        co_return true;
+        co_return B2WalkPage<B2ApplicationKey>{.items = std::move(page.keys), .isLast = false};
     }
     start.reset();
     walk->guard = {};
     walk->version = b2SingleBucketKeyVersion;
-    co_return isVersionFour;
+    co_return B2WalkPage<B2ApplicationKey>{.items = std::move(page.keys), .isLast = !isVersionFour};
 }
 
 Task<B2ApplicationKey> B2Client::deleteKey(std::string applicationKeyID)

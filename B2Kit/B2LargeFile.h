@@ -1,5 +1,6 @@
 #pragma once
 
+#include "B2Kit/B2PartRetryEvent.h"
 #include "B2Kit/B2Transport.h"
 
 #include <chrono>
@@ -27,26 +28,6 @@ struct B2ListUnfinishedLargeFilesRequest {
     int maxFileCount = 100;                 ///< 1 to 100, which is also what a larger number asks for.
 };
 
-/// A part was refused and will be sent again.
-struct B2PartBackingOff {
-    int partNumber = 0;
-    int attempt = 0; ///< Of the retry to come, from 1.
-    int maxAttempts = 0;
-    double delaySeconds = 0;
-    std::string reason; ///< A few words.
-
-    bool operator==(const B2PartBackingOff&) const = default;
-};
-
-/// A part went through after a retry.
-struct B2PartRecovered {
-    int partNumber = 0;
-
-    bool operator==(const B2PartRecovered&) const = default;
-};
-
-using B2PartRetryEvent = std::variant<B2PartBackingOff, B2PartRecovered>;
-
 /// A file, or bytes in memory, to upload in parts.
 ///
 /// The callbacks come on any thread and return quickly; none comes after the upload's end.
@@ -62,13 +43,16 @@ struct B2UploadLargeFileRequest {
     std::optional<std::chrono::system_clock::time_point> modificationDate; ///< Kept as `src_last_modified_millis`.
     std::optional<std::int64_t> partSize;                                  ///< Unset: as the account recommends.
     bool hashesMemory = false; ///< Compute a digest of the whole for bytes in memory too.
-    /// Read a file once before it is sent, to record its digest. Without, a stored file cannot be verified later.
+    /// Read a file once before it is sent, to record its digest. Without, a stored file cannot be verified later; a
+    /// change on the way is noticed all the same.
     bool recordsWholeFileChecksum = true;
     /// Asked between the pieces of that pass, on any thread: true ends the pass, and the upload goes on without a
-    /// digest.
+    /// digest. Not asked with a `startedSHA1`, which nothing else can be compared with.
     std::function<bool()> isChecksumSkipped;
 
-    std::optional<std::string> resumeFileID; ///< An unfinished large file to go on with.
+    /// An unfinished large file to go on with. Of a source that has not changed since, its digest need not be recorded
+    /// again; of one that may have, `verifiesEveryPart` and the `startedSHA1` are compared before a part is trusted.
+    std::optional<std::string> resumeFileID;
     /// Compare every stored part with the source before it is trusted, and not the lowest alone: for a source whose
     /// modification date is another than the one it was started with.
     bool verifiesEveryPart = false;
@@ -83,6 +67,6 @@ struct B2UploadLargeFileRequest {
     std::function<void(const std::string& fileID, const std::string& sha1)> onStarted;
     std::function<void(int partsDone, int partCount)> onResumeState;
     B2Progress onProgress; ///< Bytes of the file, those on B2 before included; goes back when a part is sent again.
-    std::function<void(const B2PartRetryEvent&)> onPartRetry;
+    B2OnRetry onPartRetry;
     std::function<void(int done, int total)> onPartsDone;
 };

@@ -1,4 +1,5 @@
 #include "B2Kit/B2JSONCall.h"
+#include "B2Kit/B2PagedWalk.h"
 #include "B2Kit/B2Text.h"
 #include "B2Kit/B2WalkGuard.h"
 #include "B2Kit/JSONObject.h"
@@ -15,47 +16,24 @@ std::string fileBody(const std::string& fileID)
     return std::move(body).text();
 }
 
-/// A walk through the unfinished large files, as far as its consumer has asked.
+/// Where in the unfinished large files a walk is.
 struct UnfinishedWalk {
     std::shared_ptr<B2Client> client;
     B2ListUnfinishedLargeFilesRequest request; ///< Of the next page.
-    std::vector<B2FileVersion> files;
-    std::size_t next = 0; ///< Index of the next file to hand out.
-    bool isLastPage = false;
     B2WalkGuard guard;
 };
 
-void follow(UnfinishedWalk& walk, std::optional<std::string> nextFileID)
+Task<B2WalkPage<B2FileVersion>> nextPage(std::shared_ptr<UnfinishedWalk> walk)
 {
-    walk.isLastPage = !nextFileID;
-    if (nextFileID && !walk.guard.advancesTo(*nextFileID)) {
+    auto page = co_await walk->client->listUnfinishedLargeFiles(walk->request);
+    const auto& next = page.nextFileID;
+    if (next && !walk->guard.advancesTo(*next)) {
         constexpr std::size_t longestQuoted = 200;
         throw B2Error(B2Error::InvalidResponse{"b2_list_unfinished_large_files: the pages go round in a circle, at "
-            + clipped(oneLine(*nextFileID), longestQuoted)});
+            + clipped(oneLine(*next), longestQuoted)});
     }
-    walk.request.startFileID = std::move(nextFileID);
-}
-
-Task<std::optional<B2FileVersion>> nextFile(std::shared_ptr<UnfinishedWalk> walk)
-{
-    while (walk->next == walk->files.size()) {
-        if (walk->isLastPage)
-            co_return std::nullopt;
-        walk->files.clear();
-        walk->next = 0;
-        try {
-            co_await checkCancelled();
-            auto page = co_await walk->client->listUnfinishedLargeFiles(walk->request);
-            follow(*walk, std::move(page.nextFileID));
-            walk->files = std::move(page.files);
-        } catch (const Cancelled&) {
-            walk->isLastPage = true;
-        } catch (...) {
-            walk->isLastPage = true;
-            throw;
-        }
-    }
-    co_return std::move(walk->files[walk->next++]);
+    walk->request.startFileID = next;
+    co_return B2WalkPage<B2FileVersion>{.items = std::move(page.files), .isLast = !next};
 }
 
 } // namespace
@@ -169,5 +147,5 @@ Stream<B2FileVersion> B2Client::allUnfinishedLargeFiles(B2ListUnfinishedLargeFil
     auto walk = std::make_shared<UnfinishedWalk>();
     walk->client = shared_from_this();
     walk->request = std::move(request);
-    return Stream<B2FileVersion>([walk = std::move(walk)] { return nextFile(walk); });
+    return streamOfPages<B2FileVersion>([walk = std::move(walk)] { return nextPage(walk); });
 }

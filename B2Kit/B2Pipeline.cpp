@@ -149,6 +149,8 @@ Task<Reply> B2Client::perform(B2Call<Reply> call)
             const int status = reply->response.status;
             if (call.accepts(status)) {
                 log.debug("api", fmt::format("{} → {} in {}", call.operation, status, formatElapsed(started)));
+                if (call.teller)
+                    call.teller->goesOn();
                 co_return std::move(*reply);
             }
             const auto refusal = readAPIError(status, errorBodyOf(*reply));
@@ -173,7 +175,10 @@ Task<Reply> B2Client::perform(B2Call<Reply> call)
             }
             logRetry(call.operation, progress, refusal, step);
             waitSeconds = step.waitSeconds;
+            failure = std::make_exception_ptr(B2Error(refusal));
         }
+        if (call.teller)
+            call.teller->backsOff(progress.failures + 1, policy.maxAttempts, waitSeconds, shortReason(failure));
         co_await options_.sleeper->sleep(waitSeconds);
         ++progress.failures;
     }

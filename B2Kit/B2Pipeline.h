@@ -3,6 +3,7 @@
 #include "B2Kit/B2Authorization.h"
 #include "B2Kit/B2Error.h"
 #include "B2Kit/B2RetryPolicy.h"
+#include "B2Kit/B2RetryTeller.h"
 #include "B2Kit/B2Transport.h"
 
 #include <exception>
@@ -24,6 +25,8 @@ struct B2Call {
     /// If not null: becomes true when a request was sent whose answer was lost, so that it may have been carried out.
     /// Must outlive the call.
     bool* mayHaveBeenDone = nullptr;
+    /// If not null: told of the waits and of the success after them. Must outlive the call.
+    B2RetryTeller* teller = nullptr;
     /// If not null: the refusals that the caller has an answer to, which are no errors in the log.
     bool (*expectsRefusal)(const B2APIError&) = nullptr;
 };

@@ -2,6 +2,7 @@
 
 #include "B2Kit/B2Bucket.h"
 #include "B2Kit/B2Capability.h"
+#include "B2Kit/B2PartRetryEvent.h"
 #include "B2Kit/B2Replication.h"
 #include "B2Kit/B2Retention.h"
 #include "B2Kit/B2Transport.h"
@@ -101,6 +102,7 @@ struct B2UploadFileRequest {
     std::map<std::string, std::string> fileInfo;
     std::optional<std::chrono::system_clock::time_point> modificationDate; ///< Kept as `src_last_modified_millis`.
     B2Progress onProgress;
+    B2OnRetry onRetry; ///< Waits for a busy service, and their end.
 };
 
 /// The first and the last byte wanted.
@@ -115,6 +117,7 @@ struct B2DownloadByNameRequest {
     std::optional<B2ByteRange> range;
     bool verifies = true; ///< Compare the SHA-1 where one is known.
     B2Progress onProgress;
+    B2OnRetry onRetry; ///< Waits for a busy service, and their end.
 };
 
 struct B2DownloadByIDRequest {
@@ -122,6 +125,7 @@ struct B2DownloadByIDRequest {
     std::optional<B2ByteRange> range;
     bool verifies = true;
     B2Progress onProgress;
+    B2OnRetry onRetry; ///< Waits for a busy service, and their end.
 };
 
 struct B2FileDestination {

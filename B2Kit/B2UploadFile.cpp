@@ -2,6 +2,7 @@
 #include "B2Kit/B2JSONCall.h"
 #include "B2Kit/B2PercentEncoding.h"
 #include "B2Kit/B2Pipeline.h"
+#include "B2Kit/B2RetryTeller.h"
 #include "B2Kit/B2Text.h"
 #include "B2Kit/B2URL.h"
 #include "B2Kit/JSONObject.h"
@@ -72,6 +73,18 @@ private:
     std::shared_ptr<std::atomic<bool>> isOut_ = std::make_shared<std::atomic<bool>>(false);
 };
 
+/// Did the service's own answer stay out? What a gateway says in its place tells nothing about the file.
+bool isAnswerLost(const std::exception_ptr& failure)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const B2Error& error) {
+        return error.api() && isFromGateway(*error.api());
+    } catch (...) {
+        return mayHaveReachedService(failure);
+    }
+}
+
 /// Says how the upload ended and throws why.
 [[noreturn]] void endUpload(B2LogSink& log, const std::string& name, int attempts, const std::exception_ptr& failure)
 {
@@ -97,6 +110,7 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
     auto& log = *options_.log;
     const auto name = oneLine(request.fileName);
     BodyWatch watch(body.length, std::move(request.onProgress));
+    B2RetryTeller teller(std::move(request.onRetry));
     bool mayBeStored = false;
 
     for (int attempt = 0;; ++attempt) {
@@ -112,6 +126,7 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
             requireSuccess(reply.response, reply.body);
             auto version = decodeAnswer<B2FileVersion>("b2_upload_file", reply.body);
             co_await pool->release(std::move(*lease));
+            teller.goesOn();
             co_return version;
         } catch (...) {
             failure = std::current_exception();
@@ -119,7 +134,7 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
 
         if (lease)
             co_await pool->discard(lease->target);
-        const bool wasAnswerLost = lease && mayHaveReachedService(failure) && watch.isWholeBodyOut();
+        const bool wasAnswerLost = lease && watch.isWholeBodyOut() && isAnswerLost(failure);
         mayBeStored = mayBeStored || wasAnswerLost;
         // The digest is of the file as it was: to send it again would be refused again.
         if (body.stamp && !isCancellation(failure)) {
@@ -139,6 +154,7 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
             log.notice("transfer",
                 fmt::format(
                     "All of {} was sent but the answer was lost, so the retry may leave a second version", name));
+        teller.backsOff(next, policy.maxDataAttempts, wait, shortReason(failure));
         try {
             co_await options_.sleeper->sleep(wait);
         } catch (...) {

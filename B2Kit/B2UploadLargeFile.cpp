@@ -3,6 +3,7 @@
 #include "B2Kit/B2JSONCall.h"
 #include "B2Kit/B2PartPlan.h"
 #include "B2Kit/B2Pipeline.h"
+#include "B2Kit/B2RetryTeller.h"
 #include "B2Kit/B2Text.h"
 #include "B2Kit/ByteTally.h"
 #include "B2Kit/UploadURLPool.h"
@@ -13,7 +14,7 @@
 /// One upload in parts. Lives in the frame of `uploadLargeFile`, on the client's executor.
 struct B2Client::LargeUpload {
     B2UploadLargeFileRequest request;
-    B2HashedBody whole; ///< `sha1` is empty for bytes in memory, unless it was asked for.
+    B2HashedBody whole;
     std::vector<B2PartStretch> plan;
     std::string fileID;
     std::map<int, std::string> digests; ///< Of the parts that are on B2, by number.
@@ -30,11 +31,6 @@ struct B2Client::LargeUpload {
         if (request.onPartsDone)
             request.onPartsDone(static_cast<int>(digests.size()), partCount());
     }
-    void tellRetry(const B2PartRetryEvent& event) const
-    {
-        if (request.onPartRetry)
-            request.onPartRetry(event);
-    }
 };
 
 namespace {
@@ -50,19 +46,25 @@ void requireLarge(std::int64_t size)
         throw B2Error(B2Error::FileTooSmallForLargeUpload{size});
 }
 
-Task<B2HashedBody> hashedFile(const std::filesystem::path* path, std::function<void(std::int64_t)> onHashing)
+Task<B2HashedBody> hashedFile(const std::filesystem::path* path, const B2UploadLargeFileRequest* request)
 {
     B2FileWorker worker;
     const auto size = co_await worker.sizeOf(*path);
     requireLarge(size);
     B2FileRange range{*path, 0, size};
-    co_return co_await worker.hash(std::move(range), std::move(onHashing));
+    if (!request->recordsWholeFileChecksum)
+        co_return co_await worker.stamp(std::move(range));
+    B2HashWatch watch{.onRead = request->onHashing};
+    // Of a changed source the digest tells whether it is still the file that was started; no part can.
+    if (!request->startedSHA1)
+        watch.isSkipped = request->isChecksumSkipped;
+    co_return co_await worker.hash(std::move(range), std::move(watch));
 }
 
 Task<B2HashedBody> hashedSource(const B2UploadLargeFileRequest* request)
 {
     if (const auto* const path = std::get_if<std::filesystem::path>(&request->source))
-        co_return co_await hashedFile(path, request->onHashing);
+        co_return co_await hashedFile(path, request);
     const auto& memory = std::get<std::shared_ptr<const std::string>>(request->source);
     requireLarge(static_cast<std::int64_t>(memory->size()));
     B2HashedBody whole{.body = memory, .length = static_cast<std::int64_t>(memory->size())};
@@ -105,11 +107,13 @@ Task<> requireUnchanged(const B2HashedBody* whole, const std::vector<B2PartStret
         fmt::format("Short read at offset {} of {}", cut->start, file->path.filename().string())});
 }
 
-/// Is it what this upload would have become?
-bool isOf(const B2HashedBody& whole, const B2FileVersion& version)
+/// Is it what this upload would have become? Without two digests to compare, a source that may have changed is not.
+bool isOf(const B2HashedBody& whole, const B2FileVersion& version, bool mayHaveChanged)
 {
+    if (version.contentLength != whole.length)
+        return false;
     const auto digest = version.largeFileSHA1();
-    return version.contentLength == whole.length && (whole.sha1.empty() || !digest || *digest == whole.sha1);
+    return whole.sha1.empty() || !digest ? !mayHaveChanged : *digest == whole.sha1;
 }
 
 std::vector<B2HTTPHeader> partHeaders(const B2UploadPartTarget& target, int number, const std::string& sha1)
@@ -186,7 +190,7 @@ Task<std::optional<B2FileVersion>> B2Client::trustStoredParts(LargeUpload& uploa
         auto finished = co_await finishedLargeFile(upload.fileID);
         if (!finished || finished->fileName != upload.request.fileName)
             std::rethrow_exception(refusal);
-        if (!isOf(upload.whole, *finished))
+        if (!isOf(upload.whole, *finished, upload.request.verifiesEveryPart))
             throw B2Error(B2Error::SourceChangedSinceUpload{1});
         options_.log->notice("transfer", upload.name() + " had been finished already");
         co_return finished;
@@ -261,6 +265,7 @@ Task<> B2Client::sendPart(LargeUpload& upload, int number)
     co_await requireUnchanged(&upload.whole, &upload.plan, number);
     const auto& policy = options_.retryPolicy;
     auto& log = *options_.log;
+    B2RetryTeller teller(upload.request.onPartRetry, number);
     const B2Progress onProgress = [tally = upload.tally, number](
                                       std::int64_t done, std::int64_t) { tally->report(number, done); };
 
@@ -281,11 +286,10 @@ Task<> B2Client::sendPart(LargeUpload& upload, int number)
         if (!failure) {
             co_await upload.pool->release(std::move(*lease));
             upload.tally->report(number, part.length);
-            if (attempt > 0) {
+            if (attempt > 0)
                 log.notice("transfer",
                     fmt::format("Part {} succeeded after {} {}", number, attempt, attempt == 1 ? "retry" : "retries"));
-                upload.tellRetry(B2PartRecovered{number});
-            }
+            teller.goesOn();
             upload.digests[number] = part.sha1;
             upload.tellPartsDone();
             co_return;
@@ -310,11 +314,7 @@ Task<> B2Client::sendPart(LargeUpload& upload, int number)
                 "Part {} refused, retry {}/{} in {}", number, next, policy.maxDataAttempts - 1, formatWait(wait)),
             describe(failure));
         upload.tally->report(number, 0);
-        upload.tellRetry(B2PartBackingOff{.partNumber = number,
-            .attempt = next,
-            .maxAttempts = policy.maxDataAttempts,
-            .delaySeconds = wait,
-            .reason = shortReason(failure)});
+        teller.backsOff(next, policy.maxDataAttempts, wait, shortReason(failure));
         try {
             co_await options_.sleeper->sleep(wait);
         } catch (...) {

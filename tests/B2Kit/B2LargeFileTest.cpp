@@ -108,6 +108,48 @@ TEST_F(B2LargeFileTest, BytesInMemoryGoTheSameWay)
     EXPECT_THAT(bodiesOf("b2_finish_large_file"), Contains(finishBody(text)).Times(2));
 }
 
+TEST_F(B2LargeFileTest, WithoutAChecksumPassAChangeIsNoticedAllTheSame)
+{
+    const auto text = content(12'000'000);
+    auto request = fileUpload(text);
+    request.concurrency = 1;
+    request.recordsWholeFileChecksum = false;
+    run(client->uploadLargeFile(request));
+
+    EXPECT_THAT(bodiesOf("b2_start_large_file"), ElementsAre(HasSubstr(R"("fileInfo":{}})")));
+    EXPECT_EQ(received(), text);
+    EXPECT_THAT(events(), ElementsAre("started 4_large", "resume 0/3", "done 1/3", "done 2/3", "done 3/3"));
+    EXPECT_THAT(bodiesOf("b2_finish_large_file"), ElementsAre(finishBody(text)));
+
+    transport->onUpload = [this](const B2HTTPRequest& sent, const B2UploadBody&, const B2Progress&) {
+        if (headerOf(sent, "X-Bz-Part-Number") == "2")
+            std::ofstream(source(), std::ios::in | std::ios::out) << "edited";
+    };
+    EXPECT_THAT(
+        failureOf(client->uploadLargeFile(request)), HasSubstr("changed since this upload was started: part 3"));
+    request.source = folder / "absent";
+    EXPECT_EQ(failureOf(client->uploadLargeFile(request)), "Invalid response: Could not determine the size of absent");
+    EXPECT_EQ(transport->count("b2_finish_large_file"), 1U);
+}
+
+TEST_F(B2LargeFileTest, ASkippedPassEndsAndTheUploadGoesOn)
+{
+    const auto text = content(12'000'000);
+    auto request = fileUpload(text);
+    std::int64_t hashed = 0;
+    std::string digest = "none yet";
+    request.onHashing = [&](std::int64_t bytes) { hashed = bytes; };
+    request.isChecksumSkipped = [&] { return hashed > 0; };
+    request.onStarted = [&](const std::string&, const std::string& sha1) { digest = sha1; };
+
+    run(client->uploadLargeFile(request));
+
+    EXPECT_EQ(hashed, 4'000'000);
+    EXPECT_EQ(digest, "");
+    EXPECT_THAT(bodiesOf("b2_start_large_file"), ElementsAre(HasSubstr(R"("fileInfo":{}})")));
+    EXPECT_EQ(received(), text);
+}
+
 TEST_F(B2LargeFileTest, WhatIsNoLargeFileIsToldBeforeAnythingIsSent)
 {
     EXPECT_EQ(failureOf(client->uploadLargeFile(fileUpload(content(5'000'000)))),

@@ -95,6 +95,17 @@ protected:
         return bodies;
     }
 
+    /// "backing off {part}: {attempt}/{limit} {seconds} {reason}" or "recovered {part}".
+    static std::string retryText(const B2PartRetryEvent& event)
+    {
+        if (const auto* const recovered = std::get_if<B2PartRecovered>(&event))
+            return "recovered " + std::to_string(recovered->partNumber);
+        const auto& retry = std::get<B2PartBackingOff>(event);
+        const auto wait = std::to_string(retry.delaySeconds);
+        return "backing off " + std::to_string(retry.partNumber) + ": " + std::to_string(retry.attempt) + "/"
+            + std::to_string(retry.maxAttempts) + " " + wait.substr(0, wait.find('.') + 2) + " " + retry.reason;
+    }
+
     /// What a task throws, as text; "nothing" when it ends well.
     template <class T>
     static std::string failureOf(Task<T> task)

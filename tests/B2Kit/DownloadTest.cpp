@@ -197,8 +197,20 @@ TEST_F(DownloadTest, AFileHasTheGivenDateOrItsOwn)
 TEST_F(DownloadTest, StartsAgainAfterALostConnectionAndReadsRefusals)
 {
     transport->loseConnection(byID).refuse(byID, 503, "service_unavailable").answer(byID, hello());
-    run(client->downloadByIDToFile({.fileID = "1"}, {.path = folder / "file"}));
+    std::vector<std::string> told;
+    B2DownloadByIDRequest request{.fileID = "1"};
+    request.onProgress = [&](std::int64_t, std::int64_t) { told.emplace_back("bytes"); };
+    request.onRetry = [&](const B2PartRetryEvent& event) { told.push_back(retryText(event)); };
+    run(client->downloadByIDToFile(request, {.path = folder / "file"}));
     EXPECT_EQ(textOf("file"), "hello");
+    EXPECT_THAT(told,
+        ElementsAre("backing off 0: 1/5 1.5 The connection was lost.",
+            "backing off 0: 2/5 2.0 B2 503 service_unavailable", "recovered 0", "bytes"));
+
+    told.clear();
+    transport->refuse(byID, 503, "service_unavailable", "", {{"Retry-After", "7"}}).answer(byID, hello());
+    run(client->downloadByID(request));
+    EXPECT_THAT(told, ElementsAre("backing off 0: 1/5 7.0 B2 503 service_unavailable", "recovered 0"));
 
     transport->refuse(byID, 416, "range_not_satisfiable").answer(byID, {204, ""});
     EXPECT_EQ(failureOf(client->downloadByIDToFile({.fileID = "1"}, {.path = folder / "other"})),

@@ -71,7 +71,7 @@ protected:
         request.onPartsDone = [this](int done, int count) {
             note("done " + std::to_string(done) + "/" + std::to_string(count));
         };
-        request.onPartRetry = [this](const B2PartRetryEvent& event) { noteRetry(event); };
+        request.onPartRetry = [this](const B2PartRetryEvent& event) { note(retryText(event)); };
         request.onProgress = [this](std::int64_t done, std::int64_t total) {
             const std::lock_guard lock(mutex_);
             EXPECT_LE(done, total);
@@ -200,18 +200,6 @@ private:
     {
         const std::lock_guard lock(mutex_);
         events_.push_back(std::move(event));
-    }
-
-    void noteRetry(const B2PartRetryEvent& event)
-    {
-        if (const auto* const recovered = std::get_if<B2PartRecovered>(&event)) {
-            note("recovered " + std::to_string(recovered->partNumber));
-            return;
-        }
-        const auto& retry = std::get<B2PartBackingOff>(event);
-        const auto wait = std::to_string(retry.delaySeconds);
-        note("backing off " + std::to_string(retry.partNumber) + ": " + std::to_string(retry.attempt) + "/"
-            + std::to_string(retry.maxAttempts) + " " + wait.substr(0, wait.find('.') + 2) + " " + retry.reason);
     }
 
     mutable std::mutex mutex_;

@@ -117,6 +117,43 @@ TEST_F(LargeFileResumeTest, AnEditBehindTheFirstPartIsFoundWhenEveryPartIsCompar
     EXPECT_THAT(sentNumbers(), ElementsAre(2, 5));
 }
 
+TEST_F(LargeFileResumeTest, AnUnchangedSourceIsNotReadForItsDigestAgain)
+{
+    transport->answer(listParts, partsPage(text, {2, 4, 5}));
+    auto request = resumed(text);
+    request.recordsWholeFileChecksum = false;
+    request.startedSHA1 = sha1Of(text);
+
+    run(client->uploadLargeFile(request));
+
+    EXPECT_THAT(sentNumbers(), ElementsAre(1, 3));
+    EXPECT_THAT(events(), Not(Contains(HasSubstr("hashed"))));
+    EXPECT_THAT(bodiesOf("b2_finish_large_file"), ElementsAre(finishBody(text)));
+}
+
+TEST_F(LargeFileResumeTest, AChangedSourceIsComparedThoughChecksumsAreSkipped)
+{
+    auto other = text;
+    other.at(6'000'000) ^= 1;
+    transport->answer(listParts, partsPage(text, {1, 3}));
+    auto request = resumed(other);
+    request.verifiesEveryPart = true;
+    request.startedSHA1 = sha1Of(text);
+    request.isChecksumSkipped = [] { return true; };
+
+    // Every stored part still fits, but the rest would go under a digest that is not the file's.
+    EXPECT_THAT(failureOf(client->uploadLargeFile(request)), HasSubstr("part 2 no longer matches"));
+
+    // What was finished can be compared by its digest alone, which here there is none of.
+    request.startedSHA1.reset();
+    transport->refuse(listParts, 400, "bad_request", "No active upload for: 4_large");
+    transport->answer("b2_get_file_info",
+        R"({"fileId": "4_large", "fileName": "movie.mp4", "contentLength": 22000000, "action": "upload"})");
+    EXPECT_THAT(failureOf(client->uploadLargeFile(request)), HasSubstr("The file has changed"));
+    EXPECT_THAT(sentNumbers(), IsEmpty());
+    EXPECT_EQ(transport->count("b2_finish_large_file"), 0U);
+}
+
 TEST_F(LargeFileResumeTest, AnUploadThatWasFinishedAfterAllIsTheResult)
 {
     const auto finished = [this](const std::string& digest) {

@@ -99,8 +99,14 @@ TEST_F(UploadTest, EveryRetryLeasesANewTarget)
     transport->refuse(upload, 401, "expired_auth_token");
     transport->answer(upload, stored);
 
-    run(client->uploadFile(textUpload()));
+    std::vector<std::string> retries;
+    auto request = textUpload();
+    request.onRetry = [&](const B2PartRetryEvent& event) { retries.push_back(retryText(event)); };
+    run(client->uploadFile(std::move(request)));
 
+    EXPECT_THAT(retries,
+        ElementsAre("backing off 0: 1/20 1.5 B2 storage busy", "backing off 0: 2/20 2.0 B2 401 expired_auth_token",
+            "recovered 0"));
     const auto sent = transport->requests(upload);
     ASSERT_THAT(sent, SizeIs(3));
     EXPECT_EQ(tokenOf(sent[1]), "pod-2");
@@ -140,12 +146,19 @@ TEST_F(UploadTest, ARefusalThatNoOtherTargetHealsEndsIt)
 
 TEST_F(UploadTest, TellsWhenALostAnswerMayLeaveASecondVersion)
 {
+    const std::string notice =
+        "Notice transfer: All of a.txt was sent but the answer was lost, so the retry may leave a second version";
     transport->loseConnection(upload).answer(upload, stored);
-
     run(client->uploadFile(textUpload()));
+    EXPECT_EQ(log->lines().back(), notice);
 
-    EXPECT_EQ(log->lines().back(),
-        "Notice transfer: All of a.txt was sent but the answer was lost, so the retry may leave a second version");
+    transport->answer(upload, {504, "<html>Gateway Timeout</html>"}).answer(upload, stored);
+    run(client->uploadFile(textUpload()));
+    EXPECT_EQ(log->lines().back(), notice);
+
+    transport->refuse(upload, 503, "service_unavailable").answer(upload, stored);
+    run(client->uploadFile(textUpload()));
+    EXPECT_NE(log->lines().back(), notice) << "the service's own refusal is an answer";
 }
 
 TEST_F(UploadTest, AStoppedUploadIsNoFailure)
