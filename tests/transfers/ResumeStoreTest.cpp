@@ -164,7 +164,7 @@ TEST_F(ResumeStoreTest, SetsADamagedFileAsideAndBeginsAnew)
     // Half of it, as after a copy that was cut short.
     {
         ResumeDatabase database(file);
-        for (int i = 0; i < 200; ++i)
+        for (int i = 0; i < 60; ++i)
             database.add(upload("large-" + std::to_string(i)));
     }
     std::filesystem::resize_file(file, std::filesystem::file_size(file) / 2);
