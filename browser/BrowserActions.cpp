@@ -30,16 +30,18 @@ std::optional<std::string> downloadRefusal(const B2Authorization& key, const std
     if (auto refusal = lacks(key, B2Capabilities::readFiles, "download files"))
         return refusal;
     if (rows.empty())
-        return "Select the files to download.";
+        return "Select files or folders to download";
     const auto holds = [&](RowKind kind) {
         return std::ranges::any_of(rows, [&](const BrowserRow* row) { return row->kind == kind; });
     };
-    if (holds(RowKind::folder))
-        return "Folders can't be downloaded yet. Select files only.";
+    if (holds(RowKind::folder)) {
+        if (auto refusal = lacks(key, B2Capabilities::listFiles, "download folders"))
+            return refusal;
+    }
     if (holds(RowKind::hidden))
-        return "A hide marker has no content to download. Select files only.";
+        return "A hide marker has no content to download. Select files and folders only.";
     if (holds(RowKind::unfinished))
-        return "An unfinished upload can't be downloaded. Select files only.";
+        return "An unfinished upload can't be downloaded. Select files and folders only.";
     return std::nullopt;
 }
 

@@ -6,53 +6,38 @@
 #include <system_error>
 #include <utility>
 
-namespace {
-
-/// 'the folder "a"' or "3 folders".
-std::string named(const std::vector<std::string>& names, const std::string& singular, const std::string& plural)
-{
-    if (names.size() == 1)
-        return "the " + singular + " \"" + shownText(names.front()) + "\"";
-    return countText(static_cast<std::int64_t>(names.size()), singular, plural);
-}
-
-} // namespace
-
 DroppedItems sortDropped(const std::vector<std::filesystem::path>& paths, std::vector<std::string> elsewhere)
 {
     DroppedItems items{.others = std::move(elsewhere)};
     for (const auto& path : paths) {
         std::error_code failure;
         const auto status = std::filesystem::status(path, failure);
+        // A folder may come with a "/" at its end.
         const auto trimmed = path.has_filename() ? path : path.parent_path();
-        if (std::filesystem::is_directory(status))
-            items.folders.push_back(trimmed.filename().string());
-        else if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        const bool isNeither = std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)
+            && !std::filesystem::is_directory(status);
+        if (isNeither)
             items.others.push_back(trimmed.filename().string());
         else
-            items.files.push_back(path); // What cannot be read is told by its transfer.
+            items.toUpload.push_back(trimmed); // What cannot be read is told by its transfer.
     }
     return items;
 }
 
 std::optional<std::string> leftOutText(const DroppedItems& items)
 {
-    if (items.folders.empty() && items.others.empty())
+    if (items.others.empty())
         return std::nullopt;
     std::string text = "Couldn't upload ";
-    if (!items.folders.empty())
-        text += named(items.folders, "folder", "folders");
-    if (!items.folders.empty() && !items.others.empty())
-        text += " and ";
-    if (!items.others.empty())
-        text += named(items.others, "item", "items");
-    text += items.others.empty() ? ": folders can't be uploaded yet."
-        : items.folders.empty()  ? ": only files on this computer can be uploaded."
-                                 : ": only files on this computer can be uploaded, and no folders yet.";
-    if (!items.files.empty()) {
-        text += items.files.size() == 1
-            ? " The file dropped with it is uploaded."
-            : " The " + countText(static_cast<std::int64_t>(items.files.size()), "file", "files")
+    if (items.others.size() == 1)
+        text += "\"" + shownText(items.others.front()) + "\"";
+    else
+        text += countText(static_cast<std::int64_t>(items.others.size()), "item", "items");
+    text += ": only files and folders on this computer can be uploaded.";
+    if (!items.toUpload.empty()) {
+        text += items.toUpload.size() == 1
+            ? " What was dropped with it is uploaded."
+            : " The " + countText(static_cast<std::int64_t>(items.toUpload.size()), "item", "items")
                 + " dropped with it are uploaded.";
     }
     return text;

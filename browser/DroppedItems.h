@@ -7,9 +7,8 @@
 
 /// What a drop or a dialog offered for upload, sorted by what can be done with it.
 struct DroppedItems {
-    std::vector<std::filesystem::path> files;
-    std::vector<std::string> folders; ///< Names.
-    std::vector<std::string> others;  ///< Names or addresses of what is no file of this computer.
+    std::vector<std::filesystem::path> toUpload; ///< Files and folders.
+    std::vector<std::string> others;             ///< Names or addresses of what is neither, or not on this computer.
 };
 
 /// Looks at each path on the disk, which may block: not for the main thread.

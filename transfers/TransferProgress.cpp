@@ -16,22 +16,19 @@ double secondsBetween(Transfer::Clock::time_point from, Transfer::Clock::time_po
     return std::chrono::duration<double>(to - from).count();
 }
 
-bool hasHashingChild(const Transfer& transfer)
-{
-    return *transfer.activeChild && *(*transfer.activeChild)->isHashing;
-}
-
 } // namespace
+
+const Transfer* hashingFile(const Transfer& transfer)
+{
+    if (*transfer.activeChild && *(*transfer.activeChild)->isHashing)
+        return transfer.activeChild->get();
+    return *transfer.isHashing ? &transfer : nullptr;
+}
 
 std::optional<double> fractionDone(const Transfer& transfer)
 {
-    if (hasHashingChild(transfer)) {
-        const Transfer& child = **transfer.activeChild;
-        if (const auto hashed = fraction(*child.hashedBytes, *child.byteCount))
-            return hashed;
-    }
-    if (*transfer.isHashing) {
-        if (const auto hashed = fraction(*transfer.hashedBytes, *transfer.byteCount))
+    if (const auto* const file = hashingFile(transfer)) {
+        if (const auto hashed = fraction(*file->hashedBytes, *file->byteCount))
             return hashed;
     }
     if (const auto moved = fraction(*transfer.bytesTransferred, *transfer.byteCount))
@@ -52,8 +49,9 @@ std::optional<double> bytesPerSecond(const Transfer& transfer, Transfer::Clock::
 
 std::optional<double> secondsLeft(const Transfer& transfer, Transfer::Clock::time_point now)
 {
-    if (!transfer.state->is(Transfer::State::Case::running) || hasHashingChild(transfer) || *transfer.byteCount < 1
-        || !*transfer.transferStartedAt)
+    const auto* const hashing = hashingFile(transfer);
+    if (!transfer.state->is(Transfer::State::Case::running) || (hashing && hashing != &transfer)
+        || *transfer.byteCount < 1 || !*transfer.transferStartedAt)
         return {};
     const auto moved = *transfer.bytesTransferred - *transfer.bytesAtStart;
     const auto remaining = *transfer.byteCount - *transfer.bytesTransferred;

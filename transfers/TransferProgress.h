@@ -15,5 +15,8 @@ std::optional<double> bytesPerSecond(const Transfer& transfer, Transfer::Clock::
 /// Held back for the first 10 seconds, the first 10 MB and the last minute, where it would only jump about.
 std::optional<double> secondsLeft(const Transfer& transfer, Transfer::Clock::time_point now);
 
+/// The record whose whole-file checksum pass runs: the transfer itself or the folder's present file; null without one.
+const Transfer* hashingFile(const Transfer& transfer);
+
 /// Of the whole-file checksum pass; held back for 8 seconds and the first fiftieth.
 std::optional<double> checksumSecondsLeft(const Transfer& transfer, Transfer::Clock::time_point now);

@@ -8,18 +8,48 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <ranges>
 
 namespace {
 
 using Case = Transfer::State::Case;
 using Tone = TransferStatus::Tone;
 
+constexpr std::size_t mostProblemsInHelp = 5;
+
+/// The record that meets troubles and goes on from stored parts: of a folder its present file.
+const Transfer& sender(const Transfer& transfer)
+{
+    return *transfer.activeChild ? **transfer.activeChild : transfer;
+}
+
+std::string troubleHelp(const Transfer& transfer)
+{
+    if (transfer.kind == Transfer::Kind::download)
+        return "Backblaze did not send the file. Trying again after a pause";
+    const bool isWhole = sender(transfer).partsInTrouble->contains(0);
+    return fmt::format(
+        "Backblaze refused {}. Retrying with a fresh upload URL after a pause", isWhole ? "the file" : "a part");
+}
+
 TransferStatus runningStatus(const Transfer& transfer)
 {
+    constexpr auto hashingHelp = "Reading the file once to record its checksum before the upload starts";
+    constexpr auto partsHelp = "Sent in parts. Cancel now and the finished parts stay stored until removed";
     if (const auto trouble = troubleText(transfer))
-        return {*trouble, "Backblaze refused a part. Retrying with a fresh upload URL after a pause", Tone::warning};
+        return {*trouble, troubleHelp(transfer), Tone::retrying};
+    const auto* const hashing = hashingFile(transfer);
+    if (const auto child = childText(transfer)) {
+        const auto files = folderText(transfer);
+        const char* const help = hashing ? hashingHelp : *sender(transfer).partCount ? partsHelp : "";
+        return {files ? *files + " · " + singleLine(*child) : singleLine(*child), help};
+    }
+    if (const auto files = folderText(transfer))
+        return {*files, {}};
+    if (hashing)
+        return {"Reading it to record a checksum", hashingHelp};
     if (const auto parts = partsText(transfer))
-        return {*parts, "Sent in parts. Cancel now and the finished parts stay stored until removed"};
+        return {*parts, transfer.kind == Transfer::Kind::upload ? partsHelp : ""};
     return {transfer.kind == Transfer::Kind::upload ? "Uploading" : "Downloading", {}};
 }
 
@@ -38,11 +68,6 @@ TransferStatus finishedStatus(const Transfer& transfer)
     return {"Done", {}};
 }
 
-bool hasHashingChild(const Transfer& transfer)
-{
-    return *transfer.activeChild && *(*transfer.activeChild)->isHashing;
-}
-
 std::optional<std::string> partCounter(const Transfer& transfer)
 {
     if (!*transfer.partsCompleted || !*transfer.partCount)
@@ -50,7 +75,27 @@ std::optional<std::string> partCounter(const Transfer& transfer)
     return fmt::format("{} of {} parts", **transfer.partsCompleted, **transfer.partCount);
 }
 
+/// Help for a failed row: of a file the whole reason, of a folder the first files and their reasons.
+std::string failureHelp(const Transfer& transfer)
+{
+    const auto& text = transfer.state->text;
+    if (!isFolder(transfer))
+        return text + "\n\nRetried 5 times before giving up.";
+    const auto& problems = *transfer.fileProblems;
+    return problems.empty() ? text : text + "\n\n" + problemLines(problems, mostProblemsInHelp);
+}
+
+std::int64_t countIn(const std::vector<std::shared_ptr<Transfer>>& transfers, Case which)
+{
+    return std::ranges::count_if(transfers, [which](const auto& transfer) { return transfer->state->is(which); });
+}
+
 } // namespace
+
+bool isFolder(const Transfer& transfer)
+{
+    return transfer.displayName.ends_with('/') || *transfer.fileCount || *transfer.isScanning;
+}
 
 TransferStatus statusOf(const Transfer& transfer)
 {
@@ -66,8 +111,7 @@ TransferStatus statusOf(const Transfer& transfer)
     case Case::cancelled:
         return {"Cancelled", {}};
     case Case::failed:
-        return {singleLine(transfer.state->text), transfer.state->text + "\n\nRetried 5 times before giving up.",
-            Tone::failure};
+        return {singleLine(transfer.state->text), failureHelp(transfer), Tone::failure};
     }
     return {};
 }
@@ -79,11 +123,14 @@ std::string partTroubleText(const std::string& message, double delaySeconds, int
 
 std::optional<std::string> troubleText(const Transfer& transfer)
 {
-    const auto& troubles = *transfer.partsInTrouble;
+    const auto& troubles = *sender(transfer).partsInTrouble;
     if (troubles.empty())
         return {};
-    if (troubles.size() == 1)
-        return fmt::format("Part {}: {}", troubles.begin()->first, troubles.begin()->second);
+    if (troubles.size() == 1) {
+        // A file that is not sent in parts is its own part, with the number 0.
+        const auto& [number, text] = *troubles.begin();
+        return number == 0 ? text : fmt::format("Part {}: {}", number, text);
+    }
     return fmt::format("{} parts retrying", troubles.size());
 }
 
@@ -98,7 +145,8 @@ std::optional<std::string> folderText(const Transfer& transfer)
 {
     if (*transfer.isScanning)
         return transfer.kind == Transfer::Kind::upload ? "Scanning the folder" : "Listing the folder";
-    if (!*transfer.fileCount || hasHashingChild(transfer))
+    const auto* const hashing = hashingFile(transfer);
+    if (!*transfer.fileCount || (hashing && hashing != &transfer))
         return {};
     const int count = **transfer.fileCount;
     return fmt::format("{} of {} files", std::min(count, *transfer.filesCompleted + *transfer.filesFailed + 1), count);
@@ -119,6 +167,22 @@ std::string alreadyUploadedText(int partCount)
     return countText(partCount, "part", "parts") + " already uploaded";
 }
 
+std::string secondLine(const Transfer& transfer)
+{
+    auto line = statusOf(transfer).text;
+    const auto add = [&](const std::string& text) { line += " · " + text; };
+    const bool isRunning = transfer.state->is(Case::running);
+    if (isRunning && sender(transfer).partsAtStart->value_or(0) > 0)
+        add(alreadyUploadedText(**sender(transfer).partsAtStart));
+    if (isRunning && *transfer.filesFailed > 0)
+        add(fmt::format("{} failed", *transfer.filesFailed));
+    if (*transfer.filesSkipped > 0)
+        add(fmt::format("{} skipped, already there", *transfer.filesSkipped));
+    if (const auto place = placeText(transfer))
+        add(singleLine(*place));
+    return line;
+}
+
 std::string estimateText(double seconds)
 {
     return durationText(seconds) + " left";
@@ -126,9 +190,12 @@ std::string estimateText(double seconds)
 
 std::string amountText(const Transfer& transfer)
 {
-    if (transfer.state->is(Case::running) && *transfer.byteCount > 0)
+    if (transfer.state->is(Case::running) && *transfer.isHashing)
+        return sizeText(*transfer.hashedBytes) + " of " + sizeText(*transfer.byteCount);
+    if (transfer.state->is(Case::running) && *transfer.byteCount > 0 && !*transfer.isScanning)
         return sizeText(*transfer.bytesTransferred) + " of " + sizeText(*transfer.byteCount);
-    if (*transfer.isScanning && *transfer.byteCount == 0)
+    const bool isUncounted = isFolder(transfer) && !*transfer.fileCount;
+    if (isUncounted && *transfer.byteCount == 0)
         return {};
     return sizeText(*transfer.byteCount);
 }
@@ -137,6 +204,18 @@ std::optional<std::string> rateText(const Transfer& transfer, Transfer::Clock::t
 {
     const auto rate = bytesPerSecond(transfer, now);
     return rate ? std::optional(sizeText(std::llround(*rate)) + "/s") : std::nullopt;
+}
+
+std::string paceText(const Transfer& transfer, Transfer::Clock::time_point now)
+{
+    if (const auto* const file = hashingFile(transfer)) {
+        const auto seconds = checksumSecondsLeft(*file, now);
+        return seconds ? estimateText(*seconds) : std::string();
+    }
+    auto text = rateText(transfer, now).value_or("");
+    if (const auto seconds = secondsLeft(transfer, now))
+        text += (text.empty() ? "" : " · ") + estimateText(*seconds);
+    return text;
 }
 
 std::optional<std::string> placeText(const Transfer& transfer)
@@ -156,16 +235,32 @@ std::optional<std::string> placeText(const Transfer& transfer)
 std::string summaryText(const std::vector<std::shared_ptr<Transfer>>& transfers)
 {
     const std::array kinds{std::pair(Case::running, "running"), std::pair(Case::waiting, "waiting"),
-        std::pair(Case::finished, "done"), std::pair(Case::skipped, "skipped"), std::pair(Case::cancelled, "cancelled"),
-        std::pair(Case::failed, "failed")};
+        std::pair(Case::finished, "done"), std::pair(Case::skipped, "skipped"),
+        std::pair(Case::cancelled, "cancelled")};
     std::string text;
     for (const auto& [which, word] : kinds) {
-        const auto count =
-            std::ranges::count_if(transfers, [&](const auto& transfer) { return transfer->state->is(which); });
-        if (count > 0)
+        if (const auto count = countIn(transfers, which); count > 0)
             text += (text.empty() ? "" : ", ") + countText(count, word, word);
     }
     return text;
+}
+
+std::string failedText(const std::vector<std::shared_ptr<Transfer>>& transfers)
+{
+    const auto count = countIn(transfers, Case::failed);
+    return count > 0 ? countText(count, "failed", "failed") : std::string();
+}
+
+std::string problemLines(const std::vector<FileProblem>& problems, std::size_t mostFiles)
+{
+    std::string lines;
+    for (const auto& problem : problems | std::views::take(mostFiles))
+        lines += fmt::format("{}: {}\n", singleLine(problem.relativePath), singleLine(problem.reason));
+    if (problems.size() > mostFiles)
+        lines += fmt::format("and {} more\n", problems.size() - mostFiles);
+    if (!lines.empty())
+        lines.pop_back();
+    return lines;
 }
 
 std::string refusalSummary(const std::vector<std::string>& refusals)
@@ -188,6 +283,17 @@ std::string accessibleText(const Transfer& transfer)
 std::string retryLabel(const Transfer& transfer)
 {
     return transfer.kind == Transfer::Kind::upload && transfer.state->is(Case::cancelled) ? "Resume" : "Retry";
+}
+
+std::string skipLabel(const Transfer& transfer)
+{
+    return isFolder(transfer) ? "Skip all" : "Skip";
+}
+
+std::string skipHelp(const Transfer& transfer)
+{
+    return isFolder(transfer) ? "Skip the checksums and start now. Downloads of these cannot be verified later"
+                              : "Skip the checksum and start now. Downloads of this cannot be verified later";
 }
 
 std::string cancelHelp(const Transfer& transfer)

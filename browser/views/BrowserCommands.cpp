@@ -36,6 +36,28 @@ void allow(QAction& action, const std::optional<std::string>& refusal)
     action.setToolTip(refusal ? toQString(*refusal) : action.property("tip").toString());
 }
 
+/// The same for an action whose help depends on what it would be done to.
+void allow(QAction& action, const std::optional<std::string>& refusal, const QString& help)
+{
+    action.setProperty("tip", help);
+    allow(action, refusal);
+}
+
+/// The folder shown, as a sentence names it.
+QString placeOf(const BrowserModel& model)
+{
+    const auto& prefix = *model.prefix;
+    return prefix.empty() ? BrowserCommands::tr("the bucket root") : toQString(shownText(prefix));
+}
+
+QString downloadHelp(const std::vector<const BrowserRow*>& selected)
+{
+    if (selected.size() == 1 && selected.front()->kind == RowKind::folder)
+        return BrowserCommands::tr("Download the folder %1 and everything in it")
+            .arg(toQString(shownName(*selected.front())));
+    return BrowserCommands::tr("Download what is selected");
+}
+
 } // namespace
 
 BrowserCommands::BrowserCommands(QObject* parent)
@@ -46,10 +68,9 @@ BrowserCommands::BrowserCommands(QObject* parent)
     , refresh(
           make(this, Symbol::refresh, tr("Refresh"), tr("Read the folder again"), {Qt::Key_F5, Qt::CTRL | Qt::Key_R}))
     , open(make(this, tr("Open"), tr("Open the folder")))
-    , upload(make(this, Symbol::upload, tr("Upload…"), tr("Upload files to this folder"), {Qt::CTRL | Qt::Key_U},
-          QAction::NormalPriority))
-    , download(make(this, Symbol::download, tr("Download"), tr("Download the selected files"), {Qt::CTRL | Qt::Key_D},
-          QAction::NormalPriority))
+    , upload(make(this, Symbol::upload, tr("Upload Files…"), {}, {Qt::CTRL | Qt::Key_U}, QAction::NormalPriority))
+    , uploadFolder(make(this, Symbol::folderUpload, tr("Upload Folder…"), {}, {Qt::CTRL | Qt::SHIFT | Qt::Key_U}))
+    , download(make(this, Symbol::download, tr("Download"), {}, {Qt::CTRL | Qt::Key_D}, QAction::NormalPriority))
     , copyName(make(this, tr("Copy Name"), tr("Copy the names of the selected rows")))
     , copyPath(make(this, tr("Copy Path"), tr("Copy the whole paths of the selected rows")))
     , editPath(make(this, tr("Enter a Path"), tr("Type the folder to go to"), {Qt::CTRL | Qt::Key_L}))
@@ -62,7 +83,8 @@ BrowserCommands::BrowserCommands(QObject* parent)
 
 QList<QAction*> BrowserCommands::all() const
 {
-    return {back, forward, up, refresh, open, upload, download, copyName, copyPath, editPath, filter, allVersions};
+    return {back, forward, up, refresh, open, upload, uploadFolder, download, copyName, copyPath, editPath, filter,
+        allVersions};
 }
 
 void BrowserCommands::update(const BrowserModel& model, const std::vector<const BrowserRow*>& selected)
@@ -81,12 +103,14 @@ void BrowserCommands::update(const BrowserModel& model, const std::vector<const 
             : root.empty() ? std::optional(fromQString(tr("This is the top of the bucket")))
                            : std::optional("This key reaches only names that begin with \"" + shownText(root) + "\""));
     if (!hasBucket) {
-        upload->setEnabled(false);
-        download->setEnabled(false);
+        for (auto* action : {upload, uploadFolder, download})
+            allow(*action, fromQString(tr("Open a bucket first")));
     } else {
         const auto& key = (*model.session)->authorization;
-        allow(*upload, uploadRefusal(key));
-        allow(*download, downloadRefusal(key, selected));
+        allow(*upload, uploadRefusal(key), tr("Upload files into %1").arg(placeOf(model)));
+        allow(
+            *uploadFolder, uploadRefusal(key), tr("Upload a folder with everything in it into %1").arg(placeOf(model)));
+        allow(*download, downloadRefusal(key, selected), downloadHelp(selected));
     }
     open->setEnabled(selected.size() == 1 && selected.front()->kind == RowKind::folder);
     copyName->setEnabled(!selected.empty());

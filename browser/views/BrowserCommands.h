@@ -24,6 +24,7 @@ public:
     QAction* const refresh;
     QAction* const open;
     QAction* const upload;
+    QAction* const uploadFolder;
     QAction* const download;
     QAction* const copyName;
     QAction* const copyPath;

@@ -149,7 +149,7 @@ void ObjectBrowserView::renderContent()
             model_.prefix->empty() ? tr("Empty bucket") : tr("Empty folder"),
             QString::fromUtf8(isCurrent ? BrowserHelp::emptyCurrent : BrowserHelp::emptyAllVersions),
             isCurrent ? tr("Show All Versions") : QString(),
-            commands_->upload->isEnabled() ? tr("Upload…") : QString());
+            commands_->upload->isEnabled() ? tr("Upload Files…") : QString());
     } else if (rows_.rowCount() == 0 && !model_.filter->empty()) {
         showMessage(static_cast<int>(Symbol::filter), tr("No name matches"),
             tr("No name holds “%1”. %2.")

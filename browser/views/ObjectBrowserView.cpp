@@ -93,7 +93,7 @@ void ObjectBrowserView::buildToolBar()
 {
     toolBar_->setAccessibleName(tr("Commands for files"));
     toolBar_->addGroup({commands_->back, commands_->forward, commands_->up, commands_->refresh});
-    toolBar_->addGroup({commands_->upload, commands_->download});
+    toolBar_->addGroup({commands_->upload, commands_->uploadFolder, commands_->download});
     toolBar_->addSpacer();
     toolBar_->addWidget(mode_);
     auto* const gap = new QWidget;
@@ -169,6 +169,7 @@ void ObjectBrowserView::connectCommands()
     connect(commands_->refresh, &QAction::triggered, this, [this] { model_.refresh(); });
     connect(commands_->open, &QAction::triggered, this, [this] { openRow(table_->currentIndex()); });
     connect(commands_->upload, &QAction::triggered, this, &ObjectBrowserView::uploadFilesDialogRequested);
+    connect(commands_->uploadFolder, &QAction::triggered, this, &ObjectBrowserView::uploadFolderDialogRequested);
     connect(commands_->download, &QAction::triggered, this, &ObjectBrowserView::download);
     connect(commands_->copyName, &QAction::triggered, this, [this] { copySelected(false); });
     connect(commands_->copyPath, &QAction::triggered, this, [this] { copySelected(true); });
@@ -313,7 +314,7 @@ void ObjectBrowserView::showMenu(const QPoint& position)
         menu->addActions({commands_->copyName, commands_->copyPath});
         menu->addSeparator();
     }
-    menu->addActions({commands_->upload, commands_->refresh, commands_->up});
+    menu->addActions({commands_->upload, commands_->uploadFolder, commands_->refresh, commands_->up});
     menu->addSeparator();
     menu->addAction(commands_->allVersions);
     menu->popup(position);

@@ -43,14 +43,17 @@ public:
     BrowserCommands& commands() { return *commands_; }
     DenseTableView& table() { return *table_; }
 
-    /// Takes files in as if they had been dropped on the pane.
+    /// Takes files and folders in as if they had been dropped on the pane.
     void takeFiles(const QList<QUrl>& urls);
 
 Q_SIGNALS:
-    /// Existing files of this computer, for a folder of the bucket shown.
+    /// Existing files and folders of this computer, for a folder of the bucket shown.
     void uploadRequested(const QList<QUrl>& files, const std::string& prefix);
     /// The user wants to choose files; they go to `takeFiles`.
     void uploadFilesDialogRequested();
+    /// The same for a folder.
+    void uploadFolderDialogRequested();
+    /// Files and folder rows.
     void downloadRequested(const std::vector<B2FileVersion>& files);
 
 protected:

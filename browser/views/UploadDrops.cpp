@@ -19,7 +19,7 @@
 
 namespace {
 
-/// Looks at files, one drop after another, so that they go up in the order they came.
+/// Looks at what was dropped, one drop after another, so that they go up in the order they came.
 class FileLooker final : public Actor {
 public:
     FileLooker()
@@ -57,7 +57,7 @@ Task<> sortOut(QPointer<UploadDrops> drops, QList<QUrl> urls, std::string bucket
     if (!drops)
         co_return;
     QList<QUrl> files;
-    for (const auto& path : items.files)
+    for (const auto& path : items.toUpload)
         files.append(urlOfLocalPath(path));
     if (!files.isEmpty())
         Q_EMIT drops->filesDropped(files, bucketID, prefix);

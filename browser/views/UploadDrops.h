@@ -13,7 +13,7 @@ class DenseTableView;
 class QDropEvent;
 class QWidget;
 
-/// Files dragged in from a file manager: into a folder's row, or anywhere else into the present folder.
+/// Files and folders dragged in from a file manager: into a folder's row, or anywhere else into the present folder.
 ///
 /// What a drop holds is looked at away from the main thread; `filesDropped` and `leftOut` follow.
 class UploadDrops final : public QObject {

@@ -27,9 +27,9 @@ constexpr std::array<const char*, symbolCount> fileNames{"account", "add", "arro
     "bucket-private", "bucket-public", "bug", "calendar", "cancel", "check", "check-circle", "chevron-down",
     "chevron-left", "chevron-right", "clock", "close", "cloud", "copy", "download", "error", "export", "eye", "eye-off",
     "file", "file-archive", "file-audio", "file-code", "file-image", "file-pdf", "file-text", "file-video", "filter",
-    "folder", "folder-open", "hidden", "info", "key", "link", "lock", "log", "more", "plug", "refresh", "resume",
-    "retry", "search", "settings", "show-in-folder", "skip", "storage", "transfers", "trash", "unfinished", "upload",
-    "versions", "warning"};
+    "folder", "folder-open", "folder-upload", "hidden", "info", "key", "link", "lock", "log", "more", "plug", "refresh",
+    "resume", "retry", "search", "settings", "show-in-folder", "skip", "storage", "transfers", "trash", "unfinished",
+    "upload", "versions", "warning"};
 
 QByteArray drawingOf(Symbol symbol)
 {

@@ -43,6 +43,7 @@ enum class Symbol {
     filter,
     folder,
     folderOpen,
+    folderUpload,
     hidden,
     info,
     key,

@@ -26,9 +26,12 @@ constexpr std::array shortcuts{
     Shortcut{"Ctrl+F", QT_TRANSLATE_NOOP("HelpWindow", "Find among the rows that are loaded")},
     Shortcut{"F5, Ctrl+R", QT_TRANSLATE_NOOP("HelpWindow", "Read the folder from Backblaze again")},
     Shortcut{"Ctrl+U", QT_TRANSLATE_NOOP("HelpWindow", "Upload files")},
-    Shortcut{"Ctrl+D", QT_TRANSLATE_NOOP("HelpWindow", "Download the selected files")},
+    Shortcut{"Ctrl+Shift+U", QT_TRANSLATE_NOOP("HelpWindow", "Upload a folder")},
+    Shortcut{"Ctrl+D", QT_TRANSLATE_NOOP("HelpWindow", "Download the selected files and folders")},
     Shortcut{"Ctrl+Shift+V", QT_TRANSLATE_NOOP("HelpWindow", "All versions, or current files only")},
     Shortcut{"Ctrl+Shift+T", QT_TRANSLATE_NOOP("HelpWindow", "Show or hide the transfers")},
+    Shortcut{"F8", QT_TRANSLATE_NOOP("HelpWindow", "Go to the next failed transfer")},
+    Shortcut{"Ctrl+K", QT_TRANSLATE_NOOP("HelpWindow", "In the transfers: skip the checksum that is being made")},
     Shortcut{"Ctrl+Shift+L", QT_TRANSLATE_NOOP("HelpWindow", "Activity log")},
     Shortcut{"F6", QT_TRANSLATE_NOOP("HelpWindow", "Next pane")},
     Shortcut{"Ctrl+Q", QT_TRANSLATE_NOOP("HelpWindow", "Quit")},
@@ -63,10 +66,12 @@ HelpWindow::HelpWindow(QWidget* parent)
         tr("Choose a bucket at the left. “Current” shows one row per file; “All Versions” shows every version and "
            "hide marker that Backblaze stores and bills."));
     section(tr("Upload"),
-        tr("Drop files on the table, on a folder or on a step of the path, or press Ctrl+U. A name that exists gets a "
-           "new version; the older one stays stored and billed until it is deleted."));
+        tr("Drop files and folders on the table, on a folder or on a step of the path, or press Ctrl+U for files and "
+           "Ctrl+Shift+U for a folder. A name that exists gets a new version; the older one stays stored and billed "
+           "until it is deleted. Large files go up in parts; parts that arrived are not sent again."));
     section(tr("Download"),
-        tr("Select files and press Enter or Ctrl+D. Where Backblaze holds a checksum of a file, its bytes are compared "
+        tr("Select files or folders and press Ctrl+D. Where Backblaze holds a checksum of a file, its bytes are "
+           "compared "
            "with it before anything is replaced; the list of transfers says so."));
     section(tr("What happened"),
         tr("The activity log keeps every connection, transfer and failure, with its reason, over restarts."));

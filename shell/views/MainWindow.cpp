@@ -94,6 +94,7 @@ void MainWindow::buildLayout()
 
     auto& browser = detail_->browser();
     connect(&browser, &ObjectBrowserView::uploadFilesDialogRequested, this, &MainWindow::chooseFilesToUpload);
+    connect(&browser, &ObjectBrowserView::uploadFolderDialogRequested, this, &MainWindow::chooseFolderToUpload);
     connect(&browser, &ObjectBrowserView::uploadRequested, this, &MainWindow::upload);
     connect(&browser, &ObjectBrowserView::downloadRequested, this, &MainWindow::download);
     connect(transfers_, &TransfersView::filesDropped, this, [this](const QList<QUrl>& urls) {
@@ -124,6 +125,7 @@ void MainWindow::buildFileMenu()
     const auto& commands = detail_->browser().commands();
     auto* const file = menuBar()->addMenu(tr("&File"));
     file->addAction(commands.upload);
+    file->addAction(commands.uploadFolder);
     file->addAction(commands.download);
     file->addAction(tr("Save Downloads To…"), this, &MainWindow::chooseDownloadFolder);
     file->addSeparator();
@@ -228,6 +230,17 @@ void MainWindow::chooseFilesToUpload()
     dialog->setFileMode(QFileDialog::ExistingFiles);
     dialog->setLabelText(QFileDialog::Accept, tr("Upload"));
     // Qt's own dialog, used where the desktop has none, never emits urlsSelected.
+    connect(
+        dialog, &QFileDialog::accepted, this, [this, dialog] { detail_->browser().takeFiles(dialog->selectedUrls()); });
+    dialog->open();
+}
+
+void MainWindow::chooseFolderToUpload()
+{
+    auto* const dialog = new QFileDialog(this, tr("Upload Folder"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::Directory);
+    dialog->setLabelText(QFileDialog::Accept, tr("Upload"));
     connect(
         dialog, &QFileDialog::accepted, this, [this, dialog] { detail_->browser().takeFiles(dialog->selectedUrls()); });
     dialog->open();

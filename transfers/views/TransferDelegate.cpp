@@ -21,8 +21,6 @@ using Case = Transfer::State::Case;
 using Tone = TransferStatus::Tone;
 
 constexpr int iconExtent = 24;
-constexpr int smallIconExtent = 16;
-constexpr int actionExtent = 28;
 constexpr int barHeight = 4;
 
 Symbol stateSymbol(const Transfer& transfer, Tone tone)
@@ -31,8 +29,8 @@ Symbol stateSymbol(const Transfer& transfer, Tone tone)
     case Case::waiting:
         return Symbol::clock;
     case Case::running:
-        if (tone == Tone::warning)
-            return Symbol::warning;
+        if (tone == Tone::retrying)
+            return Symbol::clock;
         return transfer.kind == Transfer::Kind::upload ? Symbol::upload : Symbol::download;
     case Case::finished:
         return tone == Tone::warning ? Symbol::warning : Symbol::checkCircle;
@@ -46,29 +44,9 @@ Symbol stateSymbol(const Transfer& transfer, Tone tone)
     return Symbol::info;
 }
 
-Symbol actionSymbol(TransferAction action)
+Symbol kindSymbol(const Transfer& transfer, const QString& name)
 {
-    switch (action) {
-    case TransferAction::cancel:
-        return Symbol::cancel;
-    case TransferAction::retry:
-        return Symbol::retry;
-    case TransferAction::show:
-        return Symbol::showInFolder;
-    }
-    return Symbol::more;
-}
-
-/// Rate and time left.
-QString paceText(const Transfer& transfer)
-{
-    const auto now = Transfer::Clock::now();
-    QStringList parts;
-    if (const auto rate = rateText(transfer, now))
-        parts.append(toQString(*rate));
-    if (const auto seconds = secondsLeft(transfer, now))
-        parts.append(toQString(estimateText(*seconds)));
-    return parts.join(QStringLiteral(" · "));
+    return isFolder(transfer) ? Symbol::folder : fileSymbol(name);
 }
 
 } // namespace
@@ -80,13 +58,15 @@ struct TransferDelegate::Look {
     QRect text; ///< Name and second line.
     QRect side; ///< Amount, rate and time left.
     QRect bar;  ///< Null while there is none.
+    std::vector<TransferButton> buttons;
     QColor plain;
     QColor secondary;
     bool isSelected = false;
 
-    Look(const QStyleOptionViewItem& row, bool hasBar)
+    Look(const QStyleOptionViewItem& row, bool hasBar, std::vector<TransferButton> itsButtons)
         : option(row)
         , content(row.rect.adjusted(Spacing::normal, 0, -Spacing::normal, 0))
+        , buttons(std::move(itsButtons))
         , isSelected(row.state.testFlag(QStyle::State_Selected))
     {
         const auto& palette = option.palette;
@@ -94,13 +74,16 @@ struct TransferDelegate::Look {
         plain = palette.color(group, isSelected ? QPalette::HighlightedText : QPalette::Text);
         secondary = isSelected ? plain : secondaryText(palette);
 
-        const QRect button = actionRect(option.rect, Qt::LeftToRight);
+        // The place of one button stays free in every row, so that amounts stand under each other.
+        int end = option.rect.right() + 1 - Spacing::small - TransferButtons::extent;
+        for (const auto& button : buttons)
+            end = std::min(end, placed(button.place).left());
         const int lines = option.fontMetrics.height() + 2 + QFontMetrics(smallFont()).height();
         const int height = lines + (hasBar ? Spacing::tight + barHeight : 0);
         const int top = content.top() + (content.height() - height) / 2;
         const int sideWidth = std::clamp(content.width() / 3, 90, 230);
         const int left = content.left() + iconExtent + Spacing::normal;
-        side = QRect(button.left() - Spacing::small - sideWidth, top, sideWidth, lines);
+        side = QRect(end - Spacing::small - sideWidth, top, sideWidth, lines);
         text = QRect(left, top, side.left() - Spacing::normal - left, lines);
         if (hasBar)
             bar = QRect(left, top + lines + Spacing::tight, side.right() - left + 1, barHeight);
@@ -120,7 +103,7 @@ struct TransferDelegate::Look {
     {
         if (!isSelected && tone == Tone::failure)
             return messageColor(MessageKind::danger, option.palette);
-        if (!isSelected && tone == Tone::warning)
+        if (!isSelected && (tone == Tone::warning || tone == Tone::retrying))
             return messageColor(MessageKind::warning, option.palette);
         return secondary;
     }
@@ -137,10 +120,10 @@ struct TransferDelegate::Look {
     }
 };
 
-TransferDelegate::TransferDelegate(TransferOf transferOf, ActionOf actionOf, QObject* parent)
+TransferDelegate::TransferDelegate(TransferOf transferOf, ActionsOf actionsOf, QObject* parent)
     : QStyledItemDelegate(parent)
     , transferOf_(std::move(transferOf))
-    , actionOf_(std::move(actionOf))
+    , actionsOf_(std::move(actionsOf))
 {
 }
 
@@ -148,26 +131,6 @@ QSize TransferDelegate::sizeHint(const QStyleOptionViewItem& option, const QMode
 {
     const int lines = option.fontMetrics.height() + 2 + QFontMetrics(Look::smallFont()).height();
     return {360, lines + Spacing::tight + barHeight + 2 * Spacing::small};
-}
-
-QRect TransferDelegate::actionRect(const QRect& row, Qt::LayoutDirection direction)
-{
-    const QRect place(row.right() + 1 - Spacing::small - actionExtent, row.top() + (row.height() - actionExtent) / 2,
-        actionExtent, actionExtent);
-    return QStyle::visualRect(direction, row, place);
-}
-
-QString TransferDelegate::actionHelp(TransferAction action, const Transfer& transfer)
-{
-    switch (action) {
-    case TransferAction::cancel:
-        return toQString(cancelHelp(transfer));
-    case TransferAction::retry:
-        return toQString(retryLabel(transfer));
-    case TransferAction::show:
-        return tr("Show");
-    }
-    return {};
 }
 
 void TransferDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
@@ -182,48 +145,43 @@ void TransferDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
     const auto* style = row.widget ? row.widget->style() : QApplication::style();
     style->drawPrimitive(QStyle::PE_PanelItemViewItem, &row, painter, row.widget);
 
-    const auto fraction = fractionDone(*transfer);
-    const bool isRunning = transfer->state->is(Case::running);
-    const Look look(row, isRunning && *transfer->byteCount > 0);
+    const bool hasBar = transfer->state->is(Case::running) && *transfer->byteCount > 0 && !*transfer->isScanning;
+    const Look look(row, hasBar, TransferButtons::placed(row.rect, row.direction, *transfer, actionsOf_(*transfer)));
     painter->save();
     paintName(*painter, look, *transfer);
     paintStatus(*painter, look, *transfer);
-    if (!look.bar.isNull()) {
-        QStyleOptionProgressBar bar;
-        bar.rect = look.placed(look.bar);
-        bar.direction = row.direction;
-        bar.palette = row.palette;
-        bar.state = QStyle::State_Enabled;
-        bar.maximum = 1000;
-        bar.progress = static_cast<int>(std::lround(fraction.value_or(0) * 1000));
-        if (look.isSelected)
-            bar.palette.setColor(QPalette::Highlight, look.plain);
-        paintProgress(*painter, bar);
-    }
-
-    const bool isHovered = row.state.testFlag(QStyle::State_MouseOver);
-    if (const auto action = actionOf_(*transfer); action && (isHovered || look.isSelected || hasFocus))
-        paintAction(*painter, look, *action);
+    if (hasBar)
+        paintBar(*painter, look, *transfer);
+    paintButtons(*painter, look, *transfer, row.state.testFlag(QStyle::State_MouseOver) || look.isSelected || hasFocus);
     if (hasFocus)
         paintFocusRing(*painter, row.rect, row.palette);
     painter->restore();
 }
 
-void TransferDelegate::paintAction(QPainter& painter, const Look& look, TransferAction action) const
+void TransferDelegate::paintBar(QPainter& painter, const Look& look, const Transfer& transfer) const
 {
-    const auto& palette = look.option.palette;
-    const QRect place = actionRect(look.option.rect, look.option.direction);
+    QStyleOptionProgressBar bar;
+    bar.rect = look.placed(look.bar);
+    bar.direction = look.option.direction;
+    bar.palette = look.option.palette;
+    bar.state = QStyle::State_Enabled;
+    bar.maximum = 1000;
+    bar.progress = static_cast<int>(std::lround(fractionDone(transfer).value_or(0) * bar.maximum));
+    if (look.isSelected)
+        bar.palette.setColor(QPalette::Highlight, look.plain);
+    paintProgress(painter, bar);
+}
+
+void TransferDelegate::paintButtons(
+    QPainter& painter, const Look& look, const Transfer& transfer, bool hasAttention) const
+{
     const auto* const widget = look.option.widget;
-    if (widget && place.contains(widget->mapFromGlobal(QCursor::pos()))) {
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(
-            look.isSelected ? mixed(look.plain, palette.color(QPalette::Highlight), 0.25) : pressedVeil(palette));
-        painter.drawRoundedRect(place, 5, 5);
+    const QPoint pointer = widget ? widget->mapFromGlobal(QCursor::pos()) : QPoint(-1, -1);
+    for (const auto& button : look.buttons) {
+        if (button.hasText || hasAttention)
+            TransferButtons::paint(painter, button, transfer,
+                {look.option.palette, look.plain, look.isSelected, button.place.contains(pointer)});
     }
-    const int inset = (actionExtent - smallIconExtent) / 2;
-    paintSymbol(painter, actionSymbol(action), place.adjusted(inset, inset, -inset, -inset),
-        look.isSelected ? look.plain : symbolColor(palette));
 }
 
 void TransferDelegate::paintName(QPainter& painter, const Look& look, const Transfer& transfer) const
@@ -231,8 +189,8 @@ void TransferDelegate::paintName(QPainter& painter, const Look& look, const Tran
     const QString name = showableName(toQString(transfer.displayName));
     const QRect icon(
         look.content.left(), look.content.top() + (look.content.height() - iconExtent) / 2, iconExtent, iconExtent);
-    paintSymbol(
-        painter, fileSymbol(name), look.placed(icon), look.isSelected ? look.plain : symbolColor(look.option.palette));
+    paintSymbol(painter, kindSymbol(transfer, name), look.placed(icon),
+        look.isSelected ? look.plain : symbolColor(look.option.palette));
 
     const QRect line = look.firstLine(look.text);
     painter.setFont(look.option.font);
@@ -244,7 +202,7 @@ void TransferDelegate::paintName(QPainter& painter, const Look& look, const Tran
 void TransferDelegate::paintStatus(QPainter& painter, const Look& look, const Transfer& transfer) const
 {
     constexpr int symbolExtent = 14;
-    const QString pace = paceText(transfer);
+    const QString pace = toQString(paceText(transfer, Transfer::Clock::now()));
     // Without a pace its place is free for the status.
     QRect line = look.secondLine(pace.isEmpty() ? look.text.united(look.side) : look.text);
     const auto status = statusOf(transfer);
@@ -255,9 +213,7 @@ void TransferDelegate::paintStatus(QPainter& painter, const Look& look, const Tr
         isVerified ? messageColor(MessageKind::notice, look.option.palette) : color);
 
     line.setLeft(symbol.right() + 1 + Spacing::tight);
-    auto text = toQString(status.text);
-    if (const auto place = placeText(transfer))
-        text += QStringLiteral(" · ") + showableName(toQString(*place));
+    const QString text = showableName(toQString(secondLine(transfer)));
     painter.setFont(Look::smallFont());
     painter.setPen(color);
     painter.drawText(look.placed(line), static_cast<int>(look.leading()) | Qt::TextSingleLine,

@@ -1,42 +1,35 @@
 #pragma once
 
-#include "transfers/Transfer.h"
+#include "transfers/views/TransferButtons.h"
 
 #include <QStyledItemDelegate>
 
 #include <functional>
-#include <optional>
-
-/// What a row's button does.
-enum class TransferAction { cancel, retry, show };
+#include <vector>
 
 /// Paints a transfer: icon, name, what it is doing, a slim bar while it moves, amount, rate and time left, and the
-/// row's one button while the pointer, the selection or the keyboard is on it. No widget per row.
+/// row's buttons: those with a symbol while the pointer, the selection or the keyboard is on the row. No widget per
+/// row.
 class TransferDelegate final : public QStyledItemDelegate {
     Q_OBJECT
 
 public:
     using TransferOf = std::function<std::shared_ptr<Transfer>(const QModelIndex&)>;
-    using ActionOf = std::function<std::optional<TransferAction>(const Transfer&)>;
+    using ActionsOf = std::function<std::vector<TransferAction>(const Transfer&)>;
 
-    TransferDelegate(TransferOf transferOf, ActionOf actionOf, QObject* parent);
+    TransferDelegate(TransferOf transferOf, ActionsOf actionsOf, QObject* parent);
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
-
-    /// Where the row's button stands.
-    static QRect actionRect(const QRect& row, Qt::LayoutDirection direction);
-
-    /// Help for the row's button.
-    static QString actionHelp(TransferAction action, const Transfer& transfer);
 
 private:
     struct Look;
 
     void paintName(QPainter& painter, const Look& look, const Transfer& transfer) const;
     void paintStatus(QPainter& painter, const Look& look, const Transfer& transfer) const;
-    void paintAction(QPainter& painter, const Look& look, TransferAction action) const;
+    void paintBar(QPainter& painter, const Look& look, const Transfer& transfer) const;
+    void paintButtons(QPainter& painter, const Look& look, const Transfer& transfer, bool hasAttention) const;
 
     TransferOf transferOf_;
-    ActionOf actionOf_;
+    ActionsOf actionsOf_;
 };

@@ -4,12 +4,36 @@
 #include "foundation/views/NameText.h"
 #include "transfers/TransferTexts.h"
 
+#include <QTimer>
+
 #include <algorithm>
+#include <chrono>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// As markup, which wraps long names; the texts in it are shown as they are.
+QString toolTipOf(const Transfer& transfer)
+{
+    const auto status = statusOf(transfer);
+    const auto& help = status.help.empty() ? status.text : status.help;
+    QStringList lines{showableName(toQString(transfer.remoteName)).toHtmlEscaped()};
+    for (const auto& line : toQString(help).split(u'\n'))
+        lines.append(showableName(line).toHtmlEscaped());
+    return QStringLiteral("<p>%1</p>").arg(lines.join(QStringLiteral("<br>")));
+}
+
+} // namespace
 
 TransferListModel::TransferListModel(TransferQueue& queue, QObject* parent)
     : QAbstractListModel(parent)
     , queue_(queue)
+    , gathering_(new QTimer(this))
 {
+    gathering_->setSingleShot(true);
+    gathering_->setInterval(50ms);
+    connect(gathering_, &QTimer::timeout, this, &TransferListModel::tellChanges);
     connect(&queue_, &Observable::changed, this, &TransferListModel::follow);
     follow();
 }
@@ -27,10 +51,10 @@ QVariant TransferListModel::data(const QModelIndex& index, int role) const
     switch (role) {
     case Qt::DisplayRole:
         return showableName(toQString(transfer->displayName));
-    case Qt::ToolTipRole: {
-        const auto status = statusOf(*transfer);
-        return toQString(transfer->remoteName + "\n" + (status.help.empty() ? status.text : status.help));
-    }
+    case Qt::ToolTipRole:
+        return toolTipOf(*transfer);
+    case Qt::AccessibleDescriptionRole:
+        return toQString(statusOf(*transfer).help);
     case Qt::AccessibleTextRole:
         return toQString(accessibleText(*transfer));
     default:
@@ -90,9 +114,36 @@ void TransferListModel::removeAllBut(const std::vector<std::shared_ptr<Transfer>
 
 void TransferListModel::watch(const std::shared_ptr<Transfer>& transfer)
 {
-    connect(transfer.get(), &Observable::changed, this, [this, key = transfer.get()] {
-        const auto row = rowOf_.constFind(key);
+    connect(transfer.get(), &Observable::changed, this, [this, key = transfer.get()] { noteChange(key); });
+}
+
+void TransferListModel::noteChange(const Transfer* transfer)
+{
+    changed_.insert(transfer);
+    // The first of a burst shows at once.
+    if (!gathering_->isActive())
+        tellChanges();
+}
+
+void TransferListModel::tellChanges()
+{
+    if (changed_.isEmpty())
+        return;
+    for (const auto* transfer : std::exchange(changed_, {})) {
+        const auto row = rowOf_.constFind(transfer);
         if (row != rowOf_.constEnd())
             Q_EMIT dataChanged(index(*row), index(*row));
-    });
+    }
+    gathering_->start();
+}
+
+int TransferListModel::nextFailed(int row) const
+{
+    const int count = rowCount();
+    for (int step = 1; step <= count; ++step) {
+        const int candidate = (row + step) % count;
+        if (rows_[static_cast<std::size_t>(candidate)]->state->is(Transfer::State::Case::failed))
+            return candidate;
+    }
+    return -1;
 }

@@ -4,12 +4,15 @@
 
 #include <QAbstractListModel>
 #include <QHash>
+#include <QSet>
 
 #include <memory>
 #include <vector>
 
+class QTimer;
+
 /// The queue's rows as a list. A row that moves on repaints alone; rows come and go without a reset, so that selection
-/// and scroll stay.
+/// and scroll stay. Many that move at once are told of together, some twenty times a second.
 class TransferListModel final : public QAbstractListModel {
     Q_OBJECT
 
@@ -17,17 +20,24 @@ public:
     explicit TransferListModel(TransferQueue& queue, QObject* parent = nullptr);
 
     int rowCount(const QModelIndex& parent = {}) const override;
-    /// The name, its help as tooltip and the whole row in words for a screen reader.
+    /// The name, its help as tooltip, and for a screen reader the whole row in words with its help as description.
     QVariant data(const QModelIndex& index, int role) const override;
 
     std::shared_ptr<Transfer> transferAt(const QModelIndex& index) const;
+
+    /// The next failed row after one, from the top again after the last; -1 when none has failed.
+    int nextFailed(int row) const;
 
 private:
     void follow();
     void removeAllBut(const std::vector<std::shared_ptr<Transfer>>& wanted);
     void watch(const std::shared_ptr<Transfer>& transfer);
+    void noteChange(const Transfer* transfer);
+    void tellChanges();
 
     TransferQueue& queue_;
     std::vector<std::shared_ptr<Transfer>> rows_;
     QHash<const Transfer*, int> rowOf_;
+    QSet<const Transfer*> changed_; ///< Not told yet.
+    QTimer* gathering_;
 };

@@ -2,7 +2,9 @@
 
 #include "foundation/QtText.h"
 #include "foundation/views/FileReveal.h"
+#include "transfers/TransferProgress.h"
 #include "transfers/TransferTexts.h"
+#include "transfers/views/TransferProblemsSheet.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -18,6 +20,12 @@
 
 using namespace std::chrono_literals;
 
+namespace {
+
+const QKeySequence skipKeys(Qt::CTRL | Qt::Key_K);
+
+} // namespace
+
 TransferListView::TransferListView(TransferQueue& queue, QWidget* parent)
     : QListView(parent)
     , queue_(queue)
@@ -26,7 +34,7 @@ TransferListView::TransferListView(TransferQueue& queue, QWidget* parent)
 {
     setModel(&rows_);
     setItemDelegate(new TransferDelegate([this](const QModelIndex& index) { return rows_.transferAt(index); },
-        [this](const Transfer& transfer) { return actionOf(transfer); }, this));
+        [this](const Transfer& transfer) { return actionsOf(transfer); }, this));
     setUniformItemSizes(true);
     setSelectionMode(ExtendedSelection);
     setVerticalScrollMode(ScrollPerPixel);
@@ -64,17 +72,27 @@ TransferListView::TransferListView(TransferQueue& queue, QWidget* parent)
     });
 }
 
-std::optional<TransferAction> TransferListView::actionOf(const Transfer& transfer) const
+std::vector<TransferAction> TransferListView::actionsOf(const Transfer& transfer) const
 {
-    if (transfer.state->isLive())
-        return TransferAction::cancel;
-    if (queue_.canRetry(transfer))
-        return TransferAction::retry;
-    const bool isThere =
-        transfer.state->is(Transfer::State::Case::finished) || transfer.state->is(Transfer::State::Case::skipped);
-    if (isThere && transfer.kind == Transfer::Kind::download && *transfer.localPath)
-        return TransferAction::show;
-    return {};
+    const auto& state = *transfer.state;
+    std::vector<TransferAction> actions;
+    if (const auto* const hashing = hashingFile(transfer); hashing && !*hashing->checksumSkipped)
+        actions.push_back(TransferAction::skipChecksum);
+    else if (!transfer.fileProblems->empty())
+        actions.push_back(TransferAction::details);
+    const bool isThere = state.is(Transfer::State::Case::finished) || state.is(Transfer::State::Case::skipped);
+    if (state.isLive())
+        actions.push_back(TransferAction::cancel);
+    else if (queue_.canRetry(transfer))
+        actions.push_back(TransferAction::retry);
+    else if (isThere && transfer.kind == Transfer::Kind::download && *transfer.localPath)
+        actions.push_back(TransferAction::show);
+    return actions;
+}
+
+bool TransferListView::offers(const Transfer& transfer, TransferAction action) const
+{
+    return std::ranges::count(actionsOf(transfer), action) > 0;
 }
 
 TransferListView::Rows TransferListView::selectedTransfers() const
@@ -91,7 +109,7 @@ TransferListView::Rows TransferListView::offering(TransferAction action, const R
 {
     Rows found;
     std::ranges::copy_if(
-        rows, std::back_inserter(found), [&](const auto& transfer) { return actionOf(*transfer) == action; });
+        rows, std::back_inserter(found), [&](const auto& transfer) { return offers(*transfer, action); });
     return found;
 }
 
@@ -105,77 +123,129 @@ void TransferListView::trigger(TransferAction action, const Rows& rows)
         return;
     }
     for (const auto& transfer : rows) {
-        if (action == TransferAction::cancel)
+        switch (action) {
+        case TransferAction::cancel:
             queue_.cancel(transfer);
-        else
+            break;
+        case TransferAction::skipChecksum:
+            queue_.skipChecksum(transfer);
+            break;
+        case TransferAction::retry:
             queue_.retry(transfer);
+            break;
+        case TransferAction::details:
+            showProblems(*transfer);
+            return;
+        case TransferAction::show:
+            break;
+        }
     }
+}
+
+void TransferListView::showProblems(const Transfer& transfer)
+{
+    auto* const sheet = new TransferProblemsSheet(transfer, window());
+    sheet->setAttribute(Qt::WA_DeleteOnClose);
+    sheet->open();
+}
+
+void TransferListView::openRows(const Rows& rows)
+{
+    // What failed comes first: who opens such a row wants to know what it was.
+    for (const auto action : {TransferAction::details, TransferAction::show}) {
+        if (const auto found = offering(action, rows); !found.empty()) {
+            trigger(action, found);
+            return;
+        }
+    }
+}
+
+void TransferListView::goToNextFailed()
+{
+    const int row = rows_.nextFailed(currentIndex().row());
+    if (row < 0)
+        return;
+    setCurrentIndex(rows_.index(row));
+    scrollTo(currentIndex());
+    setFocus(Qt::ShortcutFocusReason);
 }
 
 void TransferListView::keyPressEvent(QKeyEvent* event)
 {
     const auto run = [&](TransferAction action) { trigger(action, offering(action, selectedTransfers())); };
-    switch (event->key()) {
-    case Qt::Key_Delete:
+    if (QKeySequence(event->keyCombination()) == skipKeys)
+        run(TransferAction::skipChecksum);
+    else if (event->key() == Qt::Key_Delete)
         run(TransferAction::cancel);
-        return;
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-        if (const auto shown = offering(TransferAction::show, selectedTransfers()); !shown.empty())
-            trigger(TransferAction::show, shown);
-        return;
-    default:
+    else if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+        openRows(selectedTransfers());
+    else
         QListView::keyPressEvent(event);
-    }
 }
 
-QModelIndex TransferListView::buttonAt(const QPoint& position) const
+std::optional<TransferListView::Press> TransferListView::buttonAt(const QPoint& position) const
 {
     const auto index = indexAt(position);
     const auto transfer = rows_.transferAt(index);
-    const bool isOnButton = transfer && actionOf(*transfer)
-        && TransferDelegate::actionRect(visualRect(index), layoutDirection()).contains(position);
-    return isOnButton ? index : QModelIndex();
+    if (!transfer)
+        return {};
+    for (const auto& button :
+        TransferButtons::placed(visualRect(index), layoutDirection(), *transfer, actionsOf(*transfer))) {
+        if (button.place.contains(position))
+            return Press{index, button.action};
+    }
+    return {};
 }
 
 void TransferListView::mousePressEvent(QMouseEvent* event)
 {
     // A press on a button leaves the selection alone.
-    pressed_ = event->button() == Qt::LeftButton ? buttonAt(event->position().toPoint()) : QModelIndex();
-    if (!pressed_.isValid())
+    pressed_ = event->button() == Qt::LeftButton ? buttonAt(event->position().toPoint()) : std::nullopt;
+    if (!pressed_)
         QListView::mousePressEvent(event);
 }
 
 void TransferListView::mouseReleaseEvent(QMouseEvent* event)
 {
-    if (!pressed_.isValid()) {
+    if (!pressed_) {
         QListView::mouseReleaseEvent(event);
         return;
     }
-    const QModelIndex pressed = pressed_;
-    pressed_ = QPersistentModelIndex();
-    if (buttonAt(event->position().toPoint()) != pressed)
+    const auto pressed = std::exchange(pressed_, std::nullopt);
+    const auto released = buttonAt(event->position().toPoint());
+    // The state may have changed under the pointer: then the button is another one.
+    if (!released || released->row != pressed->row || released->action != pressed->action)
         return;
-    const auto transfer = rows_.transferAt(pressed);
-    trigger(*actionOf(*transfer), {transfer});
+    trigger(pressed->action, {rows_.transferAt(pressed->row)});
+}
+
+void TransferListView::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton || buttonAt(event->position().toPoint())) {
+        mousePressEvent(event);
+        return;
+    }
+    QListView::mouseDoubleClickEvent(event);
+    if (const auto transfer = rows_.transferAt(indexAt(event->position().toPoint())))
+        openRows({transfer});
 }
 
 void TransferListView::mouseMoveEvent(QMouseEvent* event)
 {
-    if (!pressed_.isValid())
+    if (!pressed_)
         QListView::mouseMoveEvent(event);
     // The button under the pointer lights up.
     if (const auto index = indexAt(event->position().toPoint()); index.isValid())
-        viewport()->update(TransferDelegate::actionRect(visualRect(index), layoutDirection()));
+        update(index);
 }
 
 bool TransferListView::viewportEvent(QEvent* event)
 {
     if (event->type() == QEvent::ToolTip) {
         const auto* help = static_cast<QHelpEvent*>(event);
-        if (const auto index = buttonAt(help->pos()); index.isValid()) {
-            const auto transfer = rows_.transferAt(index);
-            QToolTip::showText(help->globalPos(), TransferDelegate::actionHelp(*actionOf(*transfer), *transfer), this);
+        if (const auto button = buttonAt(help->pos())) {
+            const auto transfer = rows_.transferAt(button->row);
+            QToolTip::showText(help->globalPos(), TransferButtons::help(button->action, *transfer), this);
             return true;
         }
     }
@@ -187,13 +257,21 @@ void TransferListView::contextMenuEvent(QContextMenuEvent* event)
     const auto selected = selectedTransfers();
     auto* const menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->setToolTipsVisible(true);
     const auto offer = [&](TransferAction action, const QString& text, const QKeySequence& keys) {
         const auto found = offering(action, selected);
         auto* const item = menu->addAction(text, this, [this, action, found] { trigger(action, found); });
         item->setShortcut(keys);
+        if (!found.empty())
+            item->setToolTip(TransferButtons::help(action, *found.front()));
         item->setEnabled(!found.empty());
     };
-    offer(TransferAction::show, tr("Show"), QKeySequence(Qt::Key_Return));
+    const auto detailed = offering(TransferAction::details, selected);
+    offer(TransferAction::show, tr("Show"), detailed.empty() ? QKeySequence(Qt::Key_Return) : QKeySequence());
+    if (!detailed.empty())
+        offer(TransferAction::details, tr("Details…"), QKeySequence(Qt::Key_Return));
+    if (const auto hashing = offering(TransferAction::skipChecksum, selected); !hashing.empty())
+        offer(TransferAction::skipChecksum, toQString(skipLabel(*hashing.front())), skipKeys);
     const auto retried = offering(TransferAction::retry, selected);
     offer(TransferAction::retry, retried.empty() ? tr("Retry") : toQString(retryLabel(*retried.front())), {});
     offer(TransferAction::cancel, tr("Cancel"), QKeySequence::Delete);

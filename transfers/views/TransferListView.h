@@ -5,18 +5,24 @@
 
 #include <QListView>
 
+#include <optional>
+
 class QTimer;
 
-/// The list of transfers with its mouse and keys: a click on a row's button, Del to cancel, Enter to show a finished
-/// download, and a context menu with the same commands.
+/// The list of transfers with its mouse and keys: a click on a row's button, Del to cancel, Ctrl+K to skip a checksum,
+/// Enter or a double click to show a finished download or what failed of a folder, and a context menu with the same
+/// commands.
 class TransferListView final : public QListView {
     Q_OBJECT
 
 public:
     explicit TransferListView(TransferQueue& queue, QWidget* parent = nullptr);
 
-    /// The button of a row, as its state offers it.
-    std::optional<TransferAction> actionOf(const Transfer& transfer) const;
+    /// The buttons of a row, as its state offers them.
+    std::vector<TransferAction> actionsOf(const Transfer& transfer) const;
+
+    /// Makes the next failed row the current one and gives it the keyboard; does nothing when none has failed.
+    void goToNextFailed();
 
     /// The selected rows, in their order.
     std::vector<std::shared_ptr<Transfer>> selectedTransfers() const;
@@ -26,19 +32,29 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     bool viewportEvent(QEvent* event) override;
 
 private:
     using Rows = std::vector<std::shared_ptr<Transfer>>;
 
-    QModelIndex buttonAt(const QPoint& position) const;
+    /// A row and which of its buttons.
+    struct Press {
+        QPersistentModelIndex row;
+        TransferAction action = TransferAction::cancel;
+    };
+
+    std::optional<Press> buttonAt(const QPoint& position) const;
+    bool offers(const Transfer& transfer, TransferAction action) const;
+    void openRows(const Rows& rows);
+    void showProblems(const Transfer& transfer);
     void trigger(TransferAction action, const Rows& rows);
     Rows offering(TransferAction action, const Rows& rows) const;
 
     TransferQueue& queue_;
     TransferListModel rows_;
-    QPersistentModelIndex pressed_;
+    std::optional<Press> pressed_;
     bool followsEnd_ = true;
     QTimer* ticking_; ///< Rates and times left go on between reports.
 };

@@ -11,6 +11,7 @@
 #include "foundation/views/StylePainting.h"
 #include "transfers/TransferTexts.h"
 
+#include <QAction>
 #include <QDragEnterEvent>
 #include <QMimeData>
 #include <QPainter>
@@ -62,6 +63,8 @@ TransfersView::TransfersView(TransferQueue& queue, QWidget* parent)
     , empty_(new EmptyState(this))
     , refusals_(new Banner(this))
     , summary_(new ElidedLabel({}, this))
+    , failed_(new QPushButton(this))
+    , nextFailed_(new QAction(tr("Next Failed Transfer"), this))
     , clear_(new QPushButton(tr("Clear Finished"), this))
     , close_(new QToolButton(this))
     , content_(new QStackedLayout)
@@ -91,6 +94,10 @@ TransfersView::TransfersView(TransferQueue& queue, QWidget* parent)
             gathering->start();
     });
     connect(&queue_, &Observable::changed, this, &TransfersView::render);
+    nextFailed_->setShortcut(Qt::Key_F8);
+    addAction(nextFailed_);
+    connect(nextFailed_, &QAction::triggered, list_, &TransferListView::goToNextFailed);
+    connect(failed_, &QPushButton::clicked, nextFailed_, &QAction::trigger);
     connect(clear_, &QPushButton::clicked, this, [this] { queue_.clearFinished(); });
     connect(close_, &QToolButton::clicked, this, &TransfersView::closeRequested);
     connect(refusals_, &Banner::closed, this, [this] { queue_.dismissRefusals(); });
@@ -102,6 +109,10 @@ QWidget* TransfersView::makeHeader()
     auto* const header = new QWidget(this);
     clear_->setObjectName(QStringLiteral("clearFinished"));
     clear_->setToolTip(tr("Take finished, cancelled and failed transfers off the list"));
+    failed_->setObjectName(QStringLiteral("nextFailed"));
+    failed_->setFlat(true);
+    failed_->setIcon(symbolIcon(Symbol::error, SymbolTint::danger));
+    failed_->setToolTip(tr("Go to the next failed transfer (%1)").arg(nextFailed_->shortcut().toString()));
     close_->setIcon(symbolIcon(Symbol::close));
     close_->setAutoRaise(true);
     close_->setToolTip(tr("Hide Transfers"));
@@ -112,6 +123,7 @@ QWidget* TransfersView::makeHeader()
     row->setSpacing(Spacing::small);
     row->addWidget(makeLabel(tr("Transfers"), TextSize::normal, QFont::DemiBold, header));
     row->addWidget(summary_, 1);
+    row->addWidget(failed_);
     row->addWidget(clear_);
     row->addWidget(close_);
     return header;
@@ -130,6 +142,10 @@ void TransfersView::render()
     const auto& transfers = *queue_.transfers;
     content_->setCurrentIndex(transfers.empty() ? 0 : 1);
     summary_->setText(toQString(summaryText(transfers)));
+    const auto failed = toQString(failedText(transfers));
+    failed_->setText(failed);
+    failed_->setVisible(!failed.isEmpty());
+    nextFailed_->setEnabled(!failed.isEmpty());
     clear_->setEnabled(std::ranges::any_of(transfers, [](const auto& transfer) { return !transfer->state->isLive(); }));
     const auto refused = toQString(refusalSummary(*queue_.refusals));
     if (refused.isEmpty())

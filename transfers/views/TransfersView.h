@@ -10,11 +10,14 @@
 class Banner;
 class ElidedLabel;
 class EmptyState;
+class QAction;
 class QPushButton;
 class QStackedLayout;
 class QToolButton;
 
 /// The panel of transfers: title, what is going on in numbers, and the rows. Never takes the focus by itself.
+///
+/// How many have failed stands in the title as a button, which goes from one to the next; so does F8.
 class TransfersView final : public QWidget {
     Q_OBJECT
 
@@ -49,6 +52,8 @@ private:
     EmptyState* empty_;
     Banner* refusals_;
     ElidedLabel* summary_;
+    QPushButton* failed_;
+    QAction* nextFailed_;
     QPushButton* clear_;
     QToolButton* close_;
     QStackedLayout* content_;
