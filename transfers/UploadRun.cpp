@@ -5,6 +5,7 @@
 #include "transfers/FailureTexts.h"
 #include "transfers/LargeUpload.h"
 #include "transfers/ResumeStore.h"
+#include "transfers/RowReports.h"
 #include "transfers/TransferRun.h"
 
 #include <fmt/format.h>
@@ -32,7 +33,8 @@ Task<> sendWhole(const UploadOrder* order, const TransferRun* run, const UploadS
         .contentType = std::move(contentType),
         .body = B2FileRange{source->path, 0, source->byteCount},
         .modificationDate = source->modificationDate,
-        .onProgress = progressOf(*run)};
+        .onProgress = progressOf(*run),
+        .onRetry = retryReportsOf(*run)};
     const auto client = order->session->client;
     co_await client->uploadFile(std::move(request));
 }

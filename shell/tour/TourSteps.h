@@ -1,0 +1,51 @@
+#pragma once
+
+#include "foundation/TaskScope.h"
+#include "shell/Application.h"
+#include "shell/tour/TourReport.h"
+#include "shell/views/MainWindow.h"
+
+#include <QObject>
+
+#include <filesystem>
+#include <functional>
+#include <string>
+
+/// What the walks through the program share: they wait for what a step should bring, report it, and find their way in
+/// the window.
+class TourSteps : public QObject {
+    Q_OBJECT
+
+public:
+    /// Walks, then tells the end.
+    void start();
+
+Q_SIGNALS:
+    void finished(int failures);
+
+protected:
+    using Condition = std::function<bool()>;
+
+    TourSteps(Application& application, MainWindow& window, std::filesystem::path pictures);
+
+    virtual Task<> run() = 0;
+
+    /// Waits for what a step should bring, and reports it.
+    Task<bool> check(std::string step, Condition condition);
+    void report(const std::string& step, bool didPass, const std::string& reason);
+    Task<> picture(QWidget& window, std::string name);
+
+    Task<> showBucket(std::string name);
+    void openFolder(const std::string& name);
+    QModelIndex row(const std::string& name) const;
+    std::shared_ptr<Transfer> transfer(const std::string& remoteName) const;
+    bool hasEnded(const std::string& remoteName, Transfer::State::Case how) const;
+    bool isListed() const;
+
+    Application& application_;
+    MainWindow& window_;
+    TourReport report_;
+
+private:
+    TaskScope tasks_;
+};
