@@ -173,7 +173,7 @@ TEST_F(FolderDownloadTest, StopsInTheMiddleWithoutALeftover)
 {
     store("photos/a", "a");
     store("photos/sub/big", std::string(3'000'000, 'x'));
-    plant(R"({"kind": "trickle", "operation": "download", "bytesPerSecond": 300000, "after": 1})");
+    plant(R"({"kind": "trickle", "operation": "download", "bytesPerSecond": 1500000, "after": 1})");
     const auto transfer = downloadFolder();
     EXPECT_TRUE(spinUntil([&] { return *transfer->bytesTransferred > 1'000'000; }));
     EXPECT_THAT(filesIn(local), SizeIs(2));

@@ -100,7 +100,7 @@ TEST_F(FolderUploadTest, StopsInTheMiddleAndGoesOnFromThere)
     for (int i = 0; i < 5; ++i)
         writeFile(folder / ("file " + std::to_string(i)), std::string(50'000, 'x'));
     plant(R"({"kind": "trickle", "operation": "b2_upload_file", "in": "request", "bytesPerSecond": 5000,
-        "nameContains": "3", "count": 1})");
+        "nameContains": "file%203", "count": 1})");
     const auto transfer = upload(folder);
     EXPECT_TRUE(spinUntil([&] { return *transfer->filesCompleted == 3; }));
 
