@@ -35,8 +35,7 @@ Task<B2DataReply> B2CurlTransport::data(B2HTTPRequest request)
     co_return B2DataReply{std::move(sink->body), std::move(transfer->response)};
 }
 
-Task<B2DownloadReply> B2CurlTransport::download(
-    B2HTTPRequest request, std::filesystem::path destination, B2Progress onProgress)
+Task<B2DownloadReply> B2CurlTransport::download(B2HTTPRequest request, B2Place destination, B2Progress onProgress)
 {
     auto checked = checkedRequest(std::move(request));
     checkDestination(destination);

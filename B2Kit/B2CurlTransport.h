@@ -30,8 +30,7 @@ public:
     ~B2CurlTransport() override;
 
     Task<B2DataReply> data(B2HTTPRequest request) override;
-    Task<B2DownloadReply> download(
-        B2HTTPRequest request, std::filesystem::path destination, B2Progress onProgress) override;
+    Task<B2DownloadReply> download(B2HTTPRequest request, B2Place destination, B2Progress onProgress) override;
     Task<B2DataReply> upload(B2HTTPRequest request, B2UploadBody body, B2Progress onProgress) override;
 
 private:

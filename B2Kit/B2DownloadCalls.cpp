@@ -118,7 +118,8 @@ Task<B2FileMetadata> B2Client::downloadToFile(Download download, B2FileDestinati
             tell(done, total);
     };
     call.send = [this, &onProgress, &destination](B2HTTPRequest request) {
-        return options_.transport->download(std::move(request), destination.path, onProgress);
+        const B2Place place(destination.path, destination.folder);
+        return options_.transport->download(std::move(request), place, onProgress);
     };
     auto reply = co_await perform(std::move(call));
     auto metadata = metadataFrom(reply.response, reply.byteCount);
@@ -128,9 +129,10 @@ Task<B2FileMetadata> B2Client::downloadToFile(Download download, B2FileDestinati
         metadata.checksum = checkedAgainst(metadata, reply.sha1);
 
     co_await checkCancelled();
-    const auto date = destination.modificationDate ? destination.modificationDate : metadata.lastModified();
+    if (!destination.modificationDate)
+        destination.modificationDate = metadata.lastModified();
     B2FileWorker worker;
-    co_await worker.place(std::move(reply.file), destination.path, date);
+    co_await worker.place(std::move(reply.file), std::move(destination));
     co_return metadata;
 }
 

@@ -154,10 +154,9 @@ Task<bool> B2FileWorker::hasChanged(const B2HashedBody& body)
     }
 }
 
-Task<> B2FileWorker::place(B2TemporaryFile file, std::filesystem::path destination,
-    std::optional<std::chrono::system_clock::time_point> modificationDate)
+Task<> B2FileWorker::place(B2TemporaryFile file, B2FileDestination destination)
 {
-    file.placeAt(destination, modificationDate);
+    file.placeAt({destination.path, destination.folder}, destination.modificationDate, destination.otherPath);
     co_return;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "B2Kit/B2Error.h"
+#include "B2Kit/B2Requests.h"
 #include "B2Kit/B2Transport.h"
 #include "async/Executor.h"
 
@@ -71,8 +72,7 @@ public:
     Task<bool> hasChanged(const B2HashedBody& body);
 
     /// See `B2TemporaryFile::placeAt`.
-    Task<> place(B2TemporaryFile file, std::filesystem::path destination,
-        std::optional<std::chrono::system_clock::time_point> modificationDate);
+    Task<> place(B2TemporaryFile file, B2FileDestination destination);
 
 private:
     explicit B2FileWorker(std::shared_ptr<SerialExecutor> executor);

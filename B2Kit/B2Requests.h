@@ -132,4 +132,8 @@ struct B2FileDestination {
     std::filesystem::path path;
     /// Set on the file; unset takes `src_last_modified_millis` if the file has it.
     std::optional<std::chrono::system_clock::time_point> modificationDate;
+    /// The path's parent, held open: the file lands in it whatever the path leads to by then.
+    std::shared_ptr<const B2Folder> folder;
+    /// Set: nothing at the path is replaced. Called on a thread that may block.
+    B2TemporaryFile::OtherPath otherPath;
 };

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
-#include <ctime>
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/random.h>
@@ -19,10 +19,9 @@ constexpr std::size_t digitCount = 16;
 
 bool isAbandoned(int descriptor)
 {
-    constexpr time_t patienceSeconds = 600;
     struct stat info = {};
     return fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode) && info.st_uid == geteuid()
-        && time(nullptr) - info.st_mtim.tv_sec > patienceSeconds && flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+        && flock(descriptor, LOCK_EX | LOCK_NB) == 0;
 }
 
 } // namespace
@@ -44,27 +43,43 @@ bool isTemporaryName(std::string_view fileName)
     return std::ranges::all_of(fileName.substr(temporaryNamePrefix.size(), digitCount), isDigit);
 }
 
-void holdTemporaryFile(int descriptor)
+bool holdTemporaryFile(int descriptor)
 {
     // Where there are no locks, none can be taken by those who look for abandoned files either.
-    static_cast<void>(flock(descriptor, LOCK_EX | LOCK_NB));
+    if (flock(descriptor, LOCK_EX | LOCK_NB) != 0)
+        return errno != EWOULDBLOCK;
+    struct stat info = {};
+    return fstat(descriptor, &info) == 0 && info.st_nlink > 0;
+}
+
+int removeAbandonedFiles(const B2Folder& folder)
+{
+    const int copy = fcntl(folder.descriptor(), F_DUPFD_CLOEXEC, 0);
+    DIR* const entries = copy < 0 ? nullptr : fdopendir(copy);
+    if (!entries) {
+        if (copy >= 0)
+            close(copy);
+        return 0;
+    }
+    int removed = 0;
+    rewinddir(entries);
+    while (const dirent* const entry = readdir(entries)) {
+        if (!isTemporaryName(entry->d_name))
+            continue;
+        const int descriptor =
+            openat(folder.descriptor(), entry->d_name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+        if (descriptor < 0)
+            continue;
+        if (isAbandoned(descriptor) && unlinkat(folder.descriptor(), entry->d_name, 0) == 0)
+            ++removed;
+        close(descriptor);
+    }
+    closedir(entries);
+    return removed;
 }
 
 int removeAbandonedFiles(const std::filesystem::path& folder)
 {
-    int removed = 0;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
-        entry.increment(error)) {
-        const auto& path = entry->path();
-        if (!isTemporaryName(path.filename().native()))
-            continue;
-        const int descriptor = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-        if (descriptor < 0)
-            continue;
-        if (isAbandoned(descriptor) && unlink(path.c_str()) == 0)
-            ++removed;
-        close(descriptor);
-    }
-    return removed;
+    const auto opened = B2Folder::open(folder);
+    return opened ? removeAbandonedFiles(**opened) : 0;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "B2Kit/B2Folder.h"
+
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -17,10 +19,13 @@ std::string makeTemporaryName();
 bool isTemporaryName(std::string_view fileName);
 
 /// Marks an open temporary file as one that is being written, until it is closed or its program has ended.
-void holdTemporaryFile(int descriptor);
+///
+/// @returns false when it was taken for abandoned before: then it is gone.
+bool holdTemporaryFile(int descriptor);
 
-/// Removes what killed programs of this user have left in the folder itself: files of such a name that nobody holds and
-/// nobody has written to for ten minutes, which leaves a finished one time to be renamed. Blocks; never fails.
+/// Removes what killed programs of this user have left in the folder itself: files of such a name that nobody holds.
+/// Blocks; never fails.
 ///
 /// @returns how many files have gone.
+int removeAbandonedFiles(const B2Folder& folder);
 int removeAbandonedFiles(const std::filesystem::path& folder);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "B2Kit/B2Place.h"
 #include "async/Task.h"
 
 #include <chrono>
@@ -49,22 +50,31 @@ struct B2DataReply {
 class B2TemporaryFile {
 public:
     B2TemporaryFile() = default;
-    explicit B2TemporaryFile(std::filesystem::path path);
+    /// @param descriptor  of the file, open and held until the file is placed or gone; -1 without one.
+    explicit B2TemporaryFile(B2Place place, int descriptor = -1);
     B2TemporaryFile(B2TemporaryFile&& other) noexcept;
     B2TemporaryFile& operator=(B2TemporaryFile&& other) noexcept;
     ~B2TemporaryFile();
 
-    const std::filesystem::path& path() const { return path_; }
+    /// Asked for another path in the same folder when something stands at the destination; nothing: it is replaced.
+    using OtherPath = std::function<std::optional<std::filesystem::path>()>;
+
+    const std::filesystem::path& path() const { return place_.path; }
 
     /// Writes the content through to the disk, sets the modification date when one is given, and renames the file
     /// onto the destination in one step, so that an existing file there is replaced whole or not at all. Who may read
     /// and write it is as it was for that file; a new one follows the umask. Blocks.
+    ///
+    /// @param otherPath  unset: what stands at the destination is replaced.
     /// @throws B2FileError; the destination is then as it was.
-    void placeAt(const std::filesystem::path& destination,
-        std::optional<std::chrono::system_clock::time_point> modificationDate);
+    void placeAt(const B2Place& destination, std::optional<std::chrono::system_clock::time_point> modificationDate,
+        const OtherPath& otherPath = {});
 
 private:
-    std::filesystem::path path_;
+    void close();
+
+    B2Place place_;
+    int descriptor_ = -1;
 };
 
 struct B2DownloadReply {
@@ -98,8 +108,7 @@ public:
     virtual Task<B2DataReply> data(B2HTTPRequest request) = 0;
 
     /// @param destination  where the file will go: the temporary file is made in the same directory.
-    virtual Task<B2DownloadReply> download(
-        B2HTTPRequest request, std::filesystem::path destination, B2Progress onProgress) = 0;
+    virtual Task<B2DownloadReply> download(B2HTTPRequest request, B2Place destination, B2Progress onProgress) = 0;
 
     /// Sends exactly the body's length; a source that is shorter ends the request with a B2Error.
     virtual Task<B2DataReply> upload(B2HTTPRequest request, B2UploadBody body, B2Progress onProgress) = 0;

@@ -18,15 +18,9 @@ constexpr std::size_t errorBodyCap = 1'000'000;
 
 } // namespace
 
-DownloadSink::DownloadSink(std::filesystem::path destination)
+DownloadSink::DownloadSink(B2Place destination)
     : destination_(std::move(destination))
 {
-}
-
-DownloadSink::~DownloadSink()
-{
-    if (descriptor_ >= 0)
-        close(descriptor_);
 }
 
 void DownloadSink::begin(int status, std::optional<std::int64_t> length)
@@ -43,18 +37,22 @@ void DownloadSink::create()
 {
     // The name is random; one that exists (or was planted) is never opened, another is tried.
     for (int attempt = 0; attempt < 10; ++attempt) {
-        auto path = destination_.parent_path() / makeTemporaryName();
-        descriptor_ = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-        if (descriptor_ >= 0) {
-            holdTemporaryFile(descriptor_);
-            file = B2TemporaryFile(std::move(path));
-            buffer_.reserve(writeSize);
-            return;
-        }
-        if (errno != EEXIST)
+        const auto place = destination_.beside(makeTemporaryName());
+        constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+        const int descriptor = openat(place.base(), place.relative().c_str(), flags, 0600);
+        if (descriptor < 0 && errno != EEXIST)
             break;
+        if (descriptor < 0)
+            continue;
+        B2TemporaryFile created(place, descriptor);
+        if (!holdTemporaryFile(descriptor))
+            continue;
+        file = std::move(created);
+        descriptor_ = descriptor;
+        buffer_.reserve(writeSize);
+        return;
     }
-    throw writeFault(destination_, errno, length_);
+    throw writeFault(destination_.path, errno, length_);
 }
 
 void DownloadSink::reserve(std::int64_t length)
@@ -63,7 +61,7 @@ void DownloadSink::reserve(std::int64_t length)
     if (fallocate(descriptor_, FALLOC_FL_KEEP_SIZE, 0, length) == 0)
         return;
     if (errno == ENOSPC || errno == EDQUOT || errno == EFBIG)
-        throw writeFault(destination_, errno, length_);
+        throw writeFault(destination_.path, errno, length_);
 }
 
 bool DownloadSink::take(std::string_view bytes)
@@ -88,7 +86,7 @@ void DownloadSink::flush()
         if (written >= 0)
             rest.remove_prefix(static_cast<std::size_t>(written));
         else if (errno != EINTR)
-            throw writeFault(destination_, errno, length_);
+            throw writeFault(destination_.path, errno, length_);
     }
     buffer_.clear();
 }
@@ -98,8 +96,5 @@ void DownloadSink::finish()
     if (descriptor_ < 0)
         return;
     flush();
-    // Some file systems tell only now that the bytes found no room.
-    if (close(std::exchange(descriptor_, -1)) != 0 && errno != EINTR)
-        throw writeFault(destination_, errno, length_);
     sha1 = hash_.finish();
 }

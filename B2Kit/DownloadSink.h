@@ -10,8 +10,7 @@
 /// start of any other body in memory.
 class DownloadSink final : public BodySink {
 public:
-    explicit DownloadSink(std::filesystem::path destination);
-    ~DownloadSink() override;
+    explicit DownloadSink(B2Place destination);
 
     void begin(int status, std::optional<std::int64_t> length) override;
     bool take(std::string_view bytes) override;
@@ -27,9 +26,9 @@ private:
     void reserve(std::int64_t length);
     void flush();
 
-    std::filesystem::path destination_;
+    B2Place destination_;
     std::int64_t length_ = -1;
-    int descriptor_ = -1;
+    int descriptor_ = -1; ///< Owned by the file.
     B2SHA1 hash_;
     std::vector<char> buffer_;
 };

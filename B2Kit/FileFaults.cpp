@@ -3,6 +3,7 @@
 #include "B2Kit/B2ByteCount.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -68,20 +69,20 @@ B2FileError writeFault(const std::filesystem::path& destination, int systemError
     return {B2FileError::Operation::write, destination, systemError, std::move(sentence)};
 }
 
-void checkDestination(const std::filesystem::path& destination)
+void checkDestination(const B2Place& destination)
 {
-    const auto folder = folderOf(destination);
-    const auto refuse = [&](int systemError) { throw writeFault(destination, systemError, -1); };
+    const auto folder = destination.relativeFolder();
+    const auto refuse = [&](int systemError) { throw writeFault(destination.path, systemError, -1); };
     struct stat info = {};
-    if (stat(folder.c_str(), &info) != 0)
+    if (fstatat(destination.base(), folder.c_str(), &info, 0) != 0)
         refuse(errno);
     if (!S_ISDIR(info.st_mode))
         refuse(ENOTDIR);
-    if (access(folder.c_str(), W_OK | X_OK) != 0)
+    if (faccessat(destination.base(), folder.c_str(), W_OK | X_OK, 0) != 0)
         refuse(errno);
-    if (!destination.has_filename())
+    if (!destination.path.has_filename())
         refuse(EISDIR);
-    if (lstat(destination.c_str(), &info) == 0) {
+    if (fstatat(destination.base(), destination.relative().c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0) {
         if (S_ISDIR(info.st_mode))
             refuse(EISDIR);
     } else if (errno != ENOENT) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "B2Kit/B2Error.h"
+#include "B2Kit/B2Place.h"
 
 /// A download could not be written.
 ///
@@ -11,4 +12,4 @@ B2FileError writeFault(const std::filesystem::path& destination, int systemError
 /// Checks, before anything is asked of the service, that a file can be written at the destination: the folder
 /// exists and is writable, the name fits, and no folder has that name.
 /// @throws B2FileError
-void checkDestination(const std::filesystem::path& destination);
+void checkDestination(const B2Place& destination);

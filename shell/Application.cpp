@@ -6,6 +6,7 @@
 #include "foundation/MainExecutor.h"
 #include "foundation/Paths.h"
 #include "foundation/SettingsKeys.h"
+#include "transfers/DownloadMark.h"
 
 #include <QTimer>
 
@@ -38,8 +39,11 @@ Application::Application(const CommandLine& commandLine, std::optional<std::stri
         destination->choose(demo->downloads());
         settings->set(SettingsKeys::lastKeyID, demo->firstKeyID());
     }
-    spawn(MainExecutor::shared(),
-        runInBackground([folder = destination->current().path] { removeAbandonedFiles(folder); }));
+    spawn(MainExecutor::shared(), runInBackground([folder = destination->current().path, isDemo = demo != nullptr] {
+        removeAbandonedFiles(folder);
+        if (!isDemo)
+            removeFilesOfKilledDownloads();
+    }));
     queue = std::make_unique<TransferQueue>(*settings, *destination);
     root = std::make_unique<RootModel>(RootParts{*settings, *log, *context, keychain, *clients, *queue});
 }

@@ -1,17 +1,51 @@
 #include "transfers/Destination.h"
 
+#include "B2Kit/B2TemporaryName.h"
 #include "transfers/LocalNames.h"
 
 #include <fmt/format.h>
 
 #include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
 
 namespace {
 
-/// Why nothing can be saved in the folder, as a clause.
+constexpr std::size_t usualNameLimit = 255;
+
+std::size_t nameLimit(long limit)
+{
+    return limit > 0 ? static_cast<std::size_t>(limit) : usualNameLimit;
+}
+
+PreparedDestination settle(const B2Place& wanted, std::size_t limit, ExistingFilePolicy policy, ReservedPaths& reserved,
+    const LandedFiles* landed)
+{
+    PreparedDestination prepared{.choice = {wanted.path, {}}, .folder = wanted.folder};
+    const auto standing = identityAt(wanted);
+    // A file with the form of our temporary names would be cleared away one day.
+    prepared.isTwin =
+        (standing && landed && landed->contains(*standing)) || isTemporaryName(wanted.path.filename().native());
+    if (standing && !prepared.isTwin && policy == ExistingFilePolicy::skip) {
+        prepared.choice.skippedFor = wanted.path;
+        return prepared;
+    }
+    prepared.numbers = std::make_shared<NumberedPlaces>(wanted, limit, reserved.shared_from_this());
+    const bool mayBePlain = !prepared.isTwin && (!standing || policy == ExistingFilePolicy::replace);
+    if (mayBePlain && prepared.numbers->takePlain())
+        prepared.replaces = policy == ExistingFilePolicy::replace;
+    else if (const auto numbered = prepared.numbers->takeNext())
+        prepared.choice.target = *numbered;
+    else
+        prepared.replaces = true;
+    return prepared;
+}
+
+} // namespace
+
 std::optional<std::string> folderProblem(const DownloadFolder& folder)
 {
     std::error_code error;
@@ -28,22 +62,6 @@ std::optional<std::string> folderProblem(const DownloadFolder& folder)
         return {};
     return errno == EROFS ? "is on a read-only disk" : "can't be written to: you have no permission";
 }
-
-std::size_t nameLimit(const std::filesystem::path& folder)
-{
-    constexpr std::size_t usual = 255;
-    const long limit = pathconf(folder.c_str(), _PC_NAME_MAX);
-    return limit > 0 ? static_cast<std::size_t>(limit) : usual;
-}
-
-/// A link that leads nowhere is something too.
-bool isSomethingAt(const std::filesystem::path& path)
-{
-    std::error_code error;
-    return std::filesystem::exists(std::filesystem::symlink_status(path, error));
-}
-
-} // namespace
 
 ReservedPaths::Reservation::Reservation(std::shared_ptr<ReservedPaths> owner, std::filesystem::path path)
     : owner_(std::move(owner))
@@ -67,6 +85,52 @@ std::optional<ReservedPaths::Reservation> ReservedPaths::reserve(const std::file
     return Reservation(shared_from_this(), path);
 }
 
+NumberedPlaces::NumberedPlaces(B2Place plain, std::size_t nameLimit, std::shared_ptr<ReservedPaths> reserved)
+    : plain_(std::move(plain))
+    , nameLimit_(nameLimit)
+    , reserved_(std::move(reserved))
+    , place_(plain_)
+{
+}
+
+bool NumberedPlaces::takePlain()
+{
+    reservation_ = reserved_->reserve(plain_.path);
+    return reservation_.has_value();
+}
+
+std::optional<std::filesystem::path> NumberedPlaces::takeNext()
+{
+    std::optional<ReservedPaths::Reservation> taken;
+    const auto isTaken = [&](const std::string& candidate) {
+        if (!tried_.insert(candidate).second || identityAt(plain_.beside(candidate)))
+            return true;
+        taken = reserved_->reserve(plain_.beside(candidate).path);
+        return !taken;
+    };
+    const auto name = numberedName(plain_.path.filename().string(), nameLimit_, isTaken);
+    if (!taken) {
+        place_ = plain_;
+        return std::nullopt;
+    }
+    reservation_ = std::move(taken);
+    place_ = plain_.beside(name);
+    return place_.path;
+}
+
+std::optional<FileIdentity> identityAt(const B2Place& place)
+{
+    struct stat info = {};
+    if (fstatat(place.base(), place.relative().c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
+        return {};
+    return FileIdentity(info.st_dev, info.st_ino);
+}
+
+std::size_t longestNameIn(const B2Folder& folder)
+{
+    return nameLimit(fpathconf(folder.descriptor(), _PC_NAME_MAX));
+}
+
 std::expected<PreparedDestination, std::string> prepareDestination(
     const DownloadFolder& folder, const std::string& name, ExistingFilePolicy policy, ReservedPaths& reserved)
 {
@@ -75,24 +139,23 @@ std::expected<PreparedDestination, std::string> prepareDestination(
                                            "for downloads and try again.",
             folder.path.string(), *problem, name));
 
-    const auto limit = nameLimit(folder.path);
+    if (auto opened = B2Folder::open(folder.path))
+        return settleDestination(std::move(*opened), name, policy, reserved, nullptr);
+    // A folder that may be written to but not looked into.
+    const auto limit = nameLimit(pathconf(folder.path.c_str(), _PC_NAME_MAX));
     const auto wanted = shortenedName(name, limit);
-    PreparedDestination prepared{.choice = {folder.path / wanted, {}}, .isShortened = wanted != name};
-    const bool isThere = isSomethingAt(prepared.choice.target);
-    if (isThere && policy == ExistingFilePolicy::skip) {
-        prepared.choice.skippedFor = prepared.choice.target;
-        return prepared;
-    }
-    if (!isThere || policy == ExistingFilePolicy::replace)
-        prepared.reservation = reserved.reserve(prepared.choice.target);
-    if (!prepared.reservation) {
-        const auto isTaken = [&](const std::string& candidate) {
-            if (isSomethingAt(folder.path / candidate))
-                return true;
-            prepared.reservation = reserved.reserve(folder.path / candidate);
-            return !prepared.reservation;
-        };
-        prepared.choice.target = folder.path / numberedName(wanted, limit, isTaken);
-    }
+    auto prepared = settle(folder.path / wanted, limit, policy, reserved, nullptr);
+    prepared.isShortened = wanted != name;
+    return prepared;
+}
+
+PreparedDestination settleDestination(std::shared_ptr<const B2Folder> folder, const std::string& name,
+    ExistingFilePolicy policy, ReservedPaths& reserved, const LandedFiles* landed)
+{
+    const auto limit = longestNameIn(*folder);
+    const auto wanted = shortenedName(name, limit);
+    const auto path = folder->path() / wanted;
+    auto prepared = settle({path, std::move(folder)}, limit, policy, reserved, landed);
+    prepared.isShortened = wanted != name;
     return prepared;
 }

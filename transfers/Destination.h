@@ -1,7 +1,9 @@
 #pragma once
 
+#include "B2Kit/B2Place.h"
 #include "transfers/ExistingFilePolicy.h"
 
+#include <cstdint>
 #include <expected>
 #include <filesystem>
 #include <memory>
@@ -57,10 +59,46 @@ struct DownloadFolder {
     bool operator==(const DownloadFolder&) const = default;
 };
 
+/// Which file it is, whatever its name: device and inode.
+using FileIdentity = std::pair<std::uint64_t, std::uint64_t>;
+
+/// The files that a run has saved.
+using LandedFiles = std::set<FileIdentity>;
+
+/// What stands at the place, links not followed. Blocks.
+std::optional<FileIdentity> identityAt(const B2Place& place);
+
+/// Numbers a name until it is free, and reserves it. Blocks; used by one thread at a time.
+class NumberedPlaces {
+public:
+    NumberedPlaces(B2Place plain, std::size_t nameLimit, std::shared_ptr<ReservedPaths> reserved);
+
+    /// Reserves the plain path. @returns false when a running download will take it.
+    bool takePlain();
+
+    /// The next free path; nothing when all numbers are taken.
+    std::optional<std::filesystem::path> takeNext();
+
+    /// The path taken last.
+    const B2Place& place() const { return place_; }
+
+private:
+    const B2Place plain_;
+    const std::size_t nameLimit_;
+    const std::shared_ptr<ReservedPaths> reserved_;
+    B2Place place_;
+    std::set<std::string> tried_;
+    std::optional<ReservedPaths::Reservation> reservation_;
+};
+
+/// A settled destination.
 struct PreparedDestination {
     DestinationChoice choice;
-    std::optional<ReservedPaths::Reservation> reservation; ///< Held while the download runs.
-    bool isShortened = false;                              ///< The disk does not take a name that long.
+    std::shared_ptr<const B2Folder> folder;  ///< The target's parent, held open where that is allowed.
+    std::shared_ptr<NumberedPlaces> numbers; ///< Held while the download runs: it keeps the reservation.
+    bool isShortened = false;                ///< The disk does not take a name that long.
+    bool isTwin = false;                     ///< The disk takes the name for that of another file of the same run.
+    bool replaces = false; ///< What stands at the target gives way; otherwise the next number is taken.
 };
 
 /// Looks at the folder and settles where a file is saved. Blocks.
@@ -70,3 +108,15 @@ struct PreparedDestination {
 /// @returns a sentence when nothing can be saved there.
 std::expected<PreparedDestination, std::string> prepareDestination(
     const DownloadFolder& folder, const std::string& name, ExistingFilePolicy policy, ReservedPaths& reserved);
+
+/// The same in a folder that is open already.
+///
+/// @param landed  files that are never replaced or skipped for: those of this run. May be null.
+PreparedDestination settleDestination(std::shared_ptr<const B2Folder> folder, const std::string& name,
+    ExistingFilePolicy policy, ReservedPaths& reserved, const LandedFiles* landed);
+
+/// Why nothing can be saved in the folder, as a clause: "is not a folder any more". Blocks.
+std::optional<std::string> folderProblem(const DownloadFolder& folder);
+
+/// How many bytes a name may have there. Blocks.
+std::size_t longestNameIn(const B2Folder& folder);

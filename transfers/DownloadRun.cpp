@@ -3,6 +3,7 @@
 #include "async/Background.h"
 #include "foundation/ActivityLog.h"
 #include "transfers/FailureTexts.h"
+#include "transfers/FolderLanding.h"
 #include "transfers/LocalNames.h"
 #include "transfers/TransferRun.h"
 
@@ -34,6 +35,60 @@ void record(B2LogLevel level, std::string message, std::optional<std::string> de
     ActivityLog::shared().record({level, "transfer", std::move(message), std::move(detail)});
 }
 
+using Prepared = std::expected<PreparedDestination, std::string>;
+
+/// Settles the destination, off the main thread.
+Task<Prepared> prepare(const DownloadOrder& order, const DownloadContext& context, std::string name)
+{
+    const auto policy = currentExistingFilePolicy(*context.settings);
+    if (order.landing)
+        co_return co_await runInBackground(
+            [landing = order.landing, path = order.relativePath, policy, reserved = context.reserved] {
+                return landing->prepare(path, policy, *reserved);
+            });
+    co_return co_await runInBackground(
+        [folder = order.folder, name = std::move(name), policy, reserved = context.reserved] {
+            return prepareDestination(folder, name, policy, *reserved);
+        });
+}
+
+B2FileDestination destinationOf(const PreparedDestination& prepared)
+{
+    B2FileDestination destination{.path = prepared.choice.target, .folder = prepared.folder};
+    if (!prepared.replaces)
+        destination.otherPath = [numbers = prepared.numbers] { return numbers->takeNext(); };
+    return destination;
+}
+
+/// Tells of a file that is not saved under its own name.
+void tellOtherName(const Transfer& transfer, const PreparedDestination& prepared, const std::string& name)
+{
+    const auto saved = prepared.choice.target.filename().string();
+    if (prepared.isShortened)
+        record(B2LogLevel::notice, "Shortened the name of " + transfer.displayName,
+            fmt::format(
+                "It has {} bytes, more than this disk takes. The file is saved as \"{}\".", name.size(), saved));
+    if (prepared.isTwin)
+        record(B2LogLevel::notice, fmt::format("Saved {} under another name", transfer.displayName),
+            fmt::format("To this disk its name is that of another file here, which is kept. The file is saved as "
+                        "\"{}\".",
+                saved));
+}
+
+/// Where the file has landed: what took its name on the way has given it a number.
+Task<std::filesystem::path> landedPath(
+    const DownloadOrder& order, const PreparedDestination& prepared, const Transfer& transfer)
+{
+    const auto place = prepared.numbers->place();
+    if (place.path != prepared.choice.target)
+        record(B2LogLevel::notice, fmt::format("Saved {} under another name", transfer.displayName),
+            fmt::format("Something else has taken its name meanwhile. The file is saved as \"{}\".",
+                place.path.filename().string()));
+    if (order.landing)
+        co_await runInBackground([landing = order.landing, place] { landing->noteLanded(place); });
+    co_return place.path;
+}
+
 Task<Outcome> fetch(const DownloadOrder& order, const TransferRun& run, const DownloadContext& context)
 {
     const Transfer& transfer = *run.transfer;
@@ -43,34 +98,29 @@ Task<Outcome> fetch(const DownloadOrder& order, const TransferRun& run, const Do
             fmt::format("\"{}\" was not downloaded. Its name would write outside the destination folder.",
                 order.file.fileName)};
 
-    const auto policy = currentExistingFilePolicy(*context.settings);
-    auto prepared =
-        co_await runInBackground([folder = order.folder, name = *name, policy, reserved = context.reserved] {
-            return prepareDestination(folder, name, policy, *reserved);
-        });
+    const auto prepared = co_await prepare(order, context, *name);
     co_await checkCancelled();
     if (!prepared)
         co_return Refused{fmt::format("Download of {} failed", transfer.displayName), prepared.error()};
     if (prepared->choice.skippedFor)
         co_return Skipped{*prepared->choice.skippedFor};
-    const auto target = prepared->choice.target;
-    if (prepared->isShortened)
-        record(B2LogLevel::notice, "Shortened the name of " + transfer.displayName,
-            fmt::format("It has {} bytes, more than this disk takes. The file is saved as \"{}\".", name->size(),
-                target.filename().string()));
+    tellOtherName(transfer, *prepared, *name);
 
     run.setState(Transfer::State::running());
-    run.transfer->transferStartedAt = Transfer::Clock::now();
-    run.transfer->bytesAtStart = *transfer.bytesTransferred;
+    noteTransferStart(*run.transfer);
     const auto client = order.session->client;
-    B2FileDestination destination{.path = target};
+    auto destination = destinationOf(*prepared);
+    Landed landed;
     if (order.file.fileID) {
         B2DownloadByIDRequest request{.fileID = *order.file.fileID, .onProgress = progressOf(run)};
-        co_return Landed{target, co_await client->downloadByIDToFile(std::move(request), std::move(destination))};
+        landed.metadata = co_await client->downloadByIDToFile(std::move(request), std::move(destination));
+    } else {
+        B2DownloadByNameRequest request{
+            .bucketName = order.bucket.bucketName, .fileName = order.file.fileName, .onProgress = progressOf(run)};
+        landed.metadata = co_await client->downloadByNameToFile(std::move(request), std::move(destination));
     }
-    B2DownloadByNameRequest request{
-        .bucketName = order.bucket.bucketName, .fileName = order.file.fileName, .onProgress = progressOf(run)};
-    co_return Landed{target, co_await client->downloadByNameToFile(std::move(request), std::move(destination))};
+    landed.path = co_await landedPath(order, *prepared, transfer);
+    co_return landed;
 }
 
 void fail(const TransferRun& run, std::string message, std::string text)

@@ -46,6 +46,20 @@ std::optional<std::string> localName(std::string_view remoteName)
     return std::string(name);
 }
 
+std::optional<std::string> guardedName(std::string_view relativeName)
+{
+    auto rest = relativeName;
+    while (true) {
+        const auto slash = rest.find('/');
+        // An empty one is at the start, at the end or between two "/".
+        if (!localName(rest.substr(0, slash)))
+            return {};
+        if (slash == std::string_view::npos)
+            return std::string(relativeName);
+        rest.remove_prefix(slash + 1);
+    }
+}
+
 std::string shortenedName(std::string_view name, std::size_t limit)
 {
     return name.size() <= limit ? std::string(name) : joined(name, {}, limit);

@@ -13,6 +13,11 @@
 /// @returns nothing for a name that is no file's, or that would lead out of the folder.
 std::optional<std::string> localName(std::string_view remoteName);
 
+/// The path below a folder under which a file of it is saved: itself, when every component is a name.
+///
+/// @returns nothing for a path that would lead out of the folder, or that no file can have.
+std::optional<std::string> guardedName(std::string_view relativeName);
+
 /// The name with at most `limit` bytes: cut before its extension, between characters.
 std::string shortenedName(std::string_view name, std::size_t limit);
 

@@ -6,12 +6,14 @@
 #include "accounts/B2Session.h"
 #include "async/Task.h"
 #include "transfers/Destination.h"
+#include "transfers/DownloadMark.h"
 #include "transfers/Transfer.h"
 #include "transfers/UploadSource.h"
 
 #include <memory>
 #include <string>
 
+class FolderLanding;
 class ResumeStore;
 class Settings;
 
@@ -21,6 +23,9 @@ struct DownloadOrder {
     B2Bucket bucket;
     std::shared_ptr<B2Session> session;
     DownloadFolder folder;
+    /// Of a folder's child: where the files of the folder land, in place of `folder`, and its path below.
+    std::shared_ptr<FolderLanding> landing = {};
+    std::string relativePath = {};
 };
 
 /// What one upload needs, kept for a retry. Source and name are those of its record.
@@ -34,12 +39,17 @@ struct UploadOrder {
 struct FolderProgress {
     struct Done {
         std::int64_t byteCount = 0;
-        std::chrono::system_clock::time_point modificationDate; ///< Of the source of an upload.
+        /// Of the source of an upload; of a download when it was uploaded.
+        std::chrono::system_clock::time_point modificationDate;
+        std::filesystem::path landed; ///< Of a download.
     };
 
     std::map<std::string, Done> done; ///< By relative path.
     /// Children that were interrupted and have parts at the service, by relative path.
     std::map<std::string, std::shared_ptr<Transfer>> interrupted;
+    /// Of a download: the name of the local folder, and the files that have landed in it.
+    std::optional<std::string> localFolder;
+    std::shared_ptr<LandedFiles> landed = std::make_shared<LandedFiles>();
 };
 
 /// What the upload of a folder needs, kept for a retry. The prefix is the name of its record.
@@ -69,6 +79,8 @@ struct UploadContext {
 struct DownloadContext {
     Settings* settings = nullptr; ///< Lives as long as the application.
     std::shared_ptr<ReservedPaths> reserved = std::make_shared<ReservedPaths>();
+    /// Where downloads of folders note what a kill would leave.
+    std::filesystem::path markDirectory = downloadMarkDirectory();
 };
 
 /// Downloads one file: resolves its destination, fetches it there, and sets the record's state and log lines.

@@ -120,13 +120,8 @@ TEST_F(B2CurlDownloadTest, AFileThatIsNotPlacedLeavesNothing)
 
 TEST_F(B2CurlDownloadTest, WhatAKilledDownloadLeftIsClearedButNotOneThatRuns)
 {
-    const auto age = [](const std::filesystem::path& path, std::chrono::minutes minutes) {
-        std::filesystem::last_write_time(path, std::filesystem::file_time_type::clock::now() - minutes);
-        return path;
-    };
-    const auto abandoned = age(write(makeTemporaryName(), "half"), 11min);
-    const auto fresh = age(write(makeTemporaryName(), "whole"), 9min);
-    const auto foreign = age(write(".kestrovan-notes.part", "mine"), 11min);
+    const auto abandoned = write(makeTemporaryName(), "half");
+    const auto foreign = write(".kestrovan-notes.part", "mine");
     std::filesystem::create_symlink(foreign, folder / makeTemporaryName());
     std::promise<void> isLookedAt;
     ScriptedServer server([&](Connection& connection) {
@@ -136,21 +131,65 @@ TEST_F(B2CurlDownloadTest, WhatAKilledDownloadLeftIsClearedButNotOneThatRuns)
         connection.send("cd");
     });
     StartedTask download(transport.download(get(server.url("/")), folder / "a", {}));
-    while (fileCount() < 5)
+    while (fileCount() < 4)
         std::this_thread::sleep_for(1ms);
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        if (isTemporaryName(entry.path().filename().native()) && entry.path() != fresh && !entry.is_symlink())
-            age(entry.path(), 11min);
-    }
 
     EXPECT_EQ(removeAbandonedFiles(folder), 1);
     isLookedAt.set_value();
 
     EXPECT_FALSE(std::filesystem::exists(abandoned));
-    EXPECT_TRUE(std::filesystem::exists(fresh));
     EXPECT_TRUE(std::filesystem::exists(foreign));
-    EXPECT_EQ(contentOf(download.result().file.path()), "abcd");
+    auto reply = download.result();
+    EXPECT_EQ(removeAbandonedFiles(folder), 0) << "it is whole, but has no name yet";
+    reply.file.placeAt(folder / "a", {});
+    EXPECT_EQ(contentOf(folder / "a"), "abcd");
     EXPECT_EQ(removeAbandonedFiles(folder / "gone"), 0);
+}
+
+TEST_F(B2CurlDownloadTest, NeverReplacesWhatCameMeanwhileWhenAskedNotTo)
+{
+    ScriptedServer server([](Connection& connection) {
+        for (int i = 0; i < 2; ++i) {
+            connection.readRequest();
+            connection.send("HTTP/1.1 200 OK\r\nContent-Length: 3\r\n\r\nnew");
+        }
+    });
+    auto reply = run(transport.download(get(server.url("/")), folder / "a", {}));
+    write("a", "mine");
+    write("a 2", "mine too");
+    int number = 1;
+    const auto next = [&] { return std::optional(folder / ("a " + std::to_string(++number))); };
+
+    reply.file.placeAt(folder / "a", {}, next);
+
+    EXPECT_EQ(contentOf(folder / "a"), "mine");
+    EXPECT_EQ(contentOf(folder / "a 2"), "mine too");
+    EXPECT_EQ(contentOf(folder / "a 3"), "new");
+    auto last = run(transport.download(get(server.url("/")), folder / "a", {}));
+    last.file.placeAt(folder / "a", {}, [] { return std::nullopt; });
+    EXPECT_EQ(contentOf(folder / "a"), "new") << "no path is left";
+    EXPECT_EQ(fileCount(), 3U);
+}
+
+TEST_F(B2CurlDownloadTest, StaysInTheFolderThatWasOpenedThoughALinkTakesItsPlace)
+{
+    ScriptedServer server(ScriptedServer::answering(httpAnswer(200, "new")));
+    std::filesystem::create_directory(folder / "inside");
+    std::filesystem::create_directory(folder / "elsewhere");
+    const auto opened = B2Folder::open(folder).value()->subfolder("inside", B2Folder::Missing::refuse).value();
+    std::filesystem::rename(folder / "inside", folder / "moved");
+    std::filesystem::create_directory_symlink(folder / "elsewhere", folder / "inside");
+
+    const B2Place place(folder / "inside" / "a", opened);
+    run(transport.download(get(server.url("/")), place, {})).file.placeAt(place, {});
+
+    EXPECT_EQ(contentOf(folder / "moved" / "a"), "new");
+    EXPECT_TRUE(std::filesystem::is_empty(folder / "elsewhere"));
+    const auto top = B2Folder::open(folder).value();
+    EXPECT_EQ(top->subfolder("inside/deep", B2Folder::Missing::make).error(), ENOTDIR);
+    EXPECT_EQ(top->subfolder("moved/../elsewhere", B2Folder::Missing::make).error(), EINVAL);
+    EXPECT_TRUE(top->subfolder("moved/x/y", B2Folder::Missing::make));
+    EXPECT_TRUE(std::filesystem::is_directory(folder / "moved" / "x" / "y"));
 }
 
 TEST_F(B2CurlDownloadTest, KeepsAnEmptyFileAndTheBodyOfARefusal)

@@ -89,8 +89,7 @@ public:
         co_return B2DataReply{std::move(reply.body), {reply.status, std::move(reply.headers)}};
     }
 
-    Task<B2DownloadReply> download(
-        B2HTTPRequest request, std::filesystem::path destination, B2Progress onProgress) override
+    Task<B2DownloadReply> download(B2HTTPRequest request, B2Place destination, B2Progress onProgress) override
     {
         auto reply = co_await meet(std::move(request));
         B2DownloadReply download;
@@ -99,9 +98,9 @@ public:
             download.errorBody = std::move(reply.body);
             co_return download;
         }
-        const auto path = destination.parent_path() / ".stub.part";
+        const auto path = destination.beside(".stub.part").path;
         std::ofstream(path, std::ios::binary) << reply.body;
-        download.file = B2TemporaryFile(path);
+        download.file = B2TemporaryFile(destination.beside(".stub.part"));
         download.byteCount = static_cast<std::int64_t>(reply.body.size());
         download.sha1 = std::move(reply.sha1);
         if (onProgress)

@@ -149,7 +149,7 @@ B2DataReply ListingService::list(const std::string& operation, const std::string
     return {toBody({{text("files"), files}, {text("nextFileName"), QJsonValue()}}), {200, {}}};
 }
 
-Task<B2DownloadReply> ListingService::download(B2HTTPRequest, std::filesystem::path, B2Progress)
+Task<B2DownloadReply> ListingService::download(B2HTTPRequest, B2Place, B2Progress)
 {
     throw std::logic_error("nothing is downloaded here");
     co_return B2DownloadReply();

@@ -41,7 +41,7 @@ public:
     std::vector<Call> calls() const;
 
     Task<B2DataReply> data(B2HTTPRequest request) override;
-    Task<B2DownloadReply> download(B2HTTPRequest, std::filesystem::path, B2Progress) override;
+    Task<B2DownloadReply> download(B2HTTPRequest, B2Place, B2Progress) override;
     Task<B2DataReply> upload(B2HTTPRequest, B2UploadBody, B2Progress) override;
 
 private:

@@ -1,0 +1,127 @@
+#include "transfers/FolderTally.h"
+
+#include "foundation/ActivityLog.h"
+#include "foundation/Texts.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace {
+
+void record(B2LogLevel level, std::string message, std::optional<std::string> detail = {})
+{
+    ActivityLog::shared().record({level, "transfer", std::move(message), std::move(detail)});
+}
+
+/// "3 of 12 files".
+std::string ofFiles(int part, int whole)
+{
+    return fmt::format("{} of {}", part, countText(whole, "file", "files"));
+}
+
+} // namespace
+
+FolderTally::FolderTally(TransferRun run)
+    : run_(std::move(run))
+    , verb_(run_.transfer->kind == Transfer::Kind::upload ? "Uploaded" : "Downloaded")
+    , folderName_(folderNameOf(*run_.transfer))
+{
+}
+
+void FolderTally::setTotal(int fileCount, std::int64_t byteCount)
+{
+    fileCount_ = fileCount;
+    if (!run_.isCurrent())
+        return;
+    run_.transfer->byteCount = byteCount;
+    run_.transfer->fileCount = fileCount;
+}
+
+void FolderTally::begin(const std::shared_ptr<Transfer>& child)
+{
+    if (!run_.isCurrent())
+        return;
+    QObject::connect(child.get(), &Observable::changed, run_.transfer.get(), &Observable::markChanged);
+    run_.transfer->activeChild = child;
+}
+
+void FolderTally::complete(std::int64_t size)
+{
+    ++completed_;
+    count(size);
+}
+
+void FolderTally::skip(std::string relativePath, std::string reason, std::int64_t size)
+{
+    ++skipped_;
+    problems_.push_back({std::move(relativePath), std::move(reason)});
+    complete(size);
+}
+
+void FolderTally::fail(std::string relativePath, std::string reason, std::int64_t size)
+{
+    ++failed_;
+    problems_.push_back({std::move(relativePath), std::move(reason)});
+    count(size);
+}
+
+void FolderTally::count(std::int64_t size)
+{
+    bytes_ += size;
+    if (!run_.isCurrent())
+        return;
+    Transfer& folder = *run_.transfer;
+    folder.filesCompleted = completed_;
+    folder.filesFailed = failed_;
+    folder.filesSkipped = skipped_;
+    folder.bytesFromFinishedFiles = bytes_;
+    folder.bytesTransferred = bytes_;
+}
+
+Task<> FolderTally::breathe()
+{
+    constexpr int batchSize = 100;
+    if ((completed_ + failed_) % batchSize == 0)
+        co_await yieldToOthers();
+}
+
+void FolderTally::publish()
+{
+    if (!run_.isCurrent())
+        return;
+    run_.transfer->activeChild = nullptr;
+    run_.transfer->fileProblems = problems_;
+}
+
+void FolderTally::finish(std::string place)
+{
+    publish();
+    if (skipped_ > 0)
+        record(B2LogLevel::notice, fmt::format("Skipped {} from {}", countText(skipped_, "file", "files"), folderName_),
+            "They were there already and are untouched. The entries above name each.");
+    if (failed_ == 0) {
+        record(B2LogLevel::notice,
+            fmt::format("{} {} from {}", verb_, countText(completed_, "file", "files"), folderName_), std::move(place));
+        run_.setState(Transfer::State::finished());
+        return;
+    }
+    record(B2LogLevel::error, fmt::format("{} {} from {}", verb_, ofFiles(completed_, fileCount_), folderName_),
+        fmt::format("{} failed - see the entries above for each", failed_));
+    run_.setState(Transfer::State::failed(ofFiles(failed_, fileCount_) + " failed"));
+}
+
+void FolderTally::stop()
+{
+    publish();
+    record(B2LogLevel::notice, "Stopped after " + ofFiles(completed_, fileCount_));
+    run_.setState(Transfer::State::cancelled());
+}
+
+std::string folderNameOf(const Transfer& folder)
+{
+    auto name = folder.displayName;
+    if (name.ends_with('/'))
+        name.pop_back();
+    return name;
+}
