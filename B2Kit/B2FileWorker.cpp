@@ -3,6 +3,7 @@
 #include "B2Kit/B2SHA1.h"
 #include "B2Kit/B2Text.h"
 #include "B2Kit/FileSource.h"
+#include "async/Group.h"
 
 #include <cerrno>
 #include <fmt/format.h>
@@ -47,6 +48,43 @@ private:
     std::unique_ptr<char, Free> bytes_{static_cast<char*>(::operator new(chunkBytes, alignment))};
 };
 
+/// The digests of a file's parts, as its bytes pass by.
+class PartDigests {
+public:
+    explicit PartDigests(std::vector<B2PartStretch> parts)
+        : parts_(std::move(parts))
+    {
+    }
+
+    void update(std::string_view bytes)
+    {
+        while (!bytes.empty()) {
+            const auto end = parts_.at(finished_.size()).end;
+            const auto piece = bytes.substr(0, static_cast<std::size_t>(end - position_));
+            digest_.update(piece);
+            position_ += static_cast<std::int64_t>(piece.size());
+            bytes.remove_prefix(piece.size());
+            if (position_ == end)
+                finished_.push_back(std::exchange(digest_, B2SHA1()).finish());
+        }
+    }
+
+    std::vector<std::string> take() { return std::move(finished_); }
+
+private:
+    std::vector<B2PartStretch> parts_;
+    std::vector<std::string> finished_;
+    B2SHA1 digest_;
+    std::int64_t position_ = 0;
+};
+
+// A free coroutine: it runs where it is spawned.
+Task<> updateAside(PartDigests* digests, std::string_view piece)
+{
+    digests->update(piece);
+    co_return;
+}
+
 /// The stretch's bytes.
 std::string readAll(const B2FileRange& range)
 {
@@ -71,7 +109,7 @@ B2FileWorker::B2FileWorker(std::shared_ptr<SerialExecutor> executor)
 {
 }
 
-Task<B2HashedBody> B2FileWorker::hash(B2FileRange range, B2HashWatch watch)
+Task<B2HashedBody> B2FileWorker::hash(B2FileRange range)
 {
     const auto stamp = stampOf(range.path);
     B2HashedBody hashed{.body = range, .length = range.length};
@@ -81,7 +119,7 @@ Task<B2HashedBody> B2FileWorker::hash(B2FileRange range, B2HashWatch watch)
             hashed.sha1 = sha1Of(*bytes);
             hashed.body = std::move(bytes);
         } else {
-            hashed.sha1 = co_await sha1OfFile(range, std::move(watch));
+            hashed.sha1 = co_await sha1OfFile(range);
             hashed.stamp = stamp;
         }
     } catch (const B2Error&) {
@@ -91,6 +129,45 @@ Task<B2HashedBody> B2FileWorker::hash(B2FileRange range, B2HashWatch watch)
     if (stamp.size != range.offset + range.length || stampOf(range.path) != stamp)
         throw changedFileError(range.path, false);
     co_return hashed;
+}
+
+Task<B2HashedBody> B2FileWorker::hashInParts(B2FileRange range, std::vector<B2PartStretch> parts, B2HashWatch watch)
+{
+    auto hashed = co_await stamp(range);
+    try {
+        co_await readInParts(hashed, std::move(parts), std::move(watch));
+    } catch (const B2Error&) {
+        // The file ended before the stretch did.
+        throw changedFileError(range.path, false);
+    }
+    if (stampOf(range.path) != hashed.stamp)
+        throw changedFileError(range.path, false);
+    co_return hashed;
+}
+
+Task<> B2FileWorker::readInParts(B2HashedBody& body, std::vector<B2PartStretch> parts, B2HashWatch watch)
+{
+    FileSource source(*body.file());
+    B2SHA1 digest;
+    PartDigests partDigests(std::move(parts));
+    SerialExecutor aside(filePool());
+    const ChunkBuffer buffer;
+    std::int64_t done = 0;
+    while (const auto count = source.read(buffer.data(), chunkBytes)) {
+        co_await checkCancelled();
+        if (watch.isSkipped && watch.isSkipped())
+            co_return;
+        source.readAhead(chunkBytes);
+        const std::string_view piece(buffer.data(), count);
+        const auto other = spawn(aside, updateAside(&partDigests, piece));
+        digest.update(piece);
+        co_await other.done.wait([] {});
+        done += static_cast<std::int64_t>(count);
+        if (watch.onRead)
+            watch.onRead(done);
+    }
+    body.sha1 = digest.finish();
+    body.partSHA1s = partDigests.take();
 }
 
 Task<B2HashedBody> B2FileWorker::stamp(B2FileRange range)
@@ -114,21 +191,15 @@ Task<std::string> B2FileWorker::sha1(const std::string& bytes)
     co_return digest.finish();
 }
 
-Task<std::string> B2FileWorker::sha1OfFile(B2FileRange range, B2HashWatch watch)
+Task<std::string> B2FileWorker::sha1OfFile(B2FileRange range)
 {
     FileSource source(std::move(range));
     B2SHA1 digest;
     const ChunkBuffer buffer;
-    std::int64_t done = 0;
     while (const auto count = source.read(buffer.data(), chunkBytes)) {
         co_await checkCancelled();
-        if (watch.isSkipped && watch.isSkipped())
-            co_return std::string();
         source.readAhead(chunkBytes);
         digest.update({buffer.data(), count});
-        done += static_cast<std::int64_t>(count);
-        if (watch.onRead)
-            watch.onRead(done);
     }
     co_return digest.finish();
 }

@@ -2,6 +2,7 @@
 
 #include "B2Kit/B2Error.h"
 #include "B2Kit/B2Requests.h"
+#include "B2Kit/B2PartPlan.h"
 #include "B2Kit/B2Transport.h"
 #include "async/Executor.h"
 
@@ -12,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 // Inside B2Kit: work that waits for a disk or reckons for long.
 
@@ -32,6 +34,9 @@ struct B2HashedBody {
     /// Of the file that is read again when the body is sent; unset for a body in memory.
     std::optional<B2FileStamp> stamp;
 
+    /// Of the parts the body was to be read for, in their order; empty when it was not.
+    std::vector<std::string> partSHA1s;
+
     const B2FileRange* file() const { return std::get_if<B2FileRange>(&body); }
 };
 
@@ -50,9 +55,14 @@ public:
 
     /// Reads the stretch for its digest; it ends where the file does.
     ///
-    /// @param watch  not for a small file.
     /// @throws B2FileError when the file cannot be read or is not of that length, Cancelled within a few milliseconds.
-    Task<B2HashedBody> hash(B2FileRange range, B2HashWatch watch = {});
+    Task<B2HashedBody> hash(B2FileRange range);
+
+    /// The same, with the digests of the file's parts: one reading for both, on two threads.
+    ///
+    /// @param parts  of the whole stretch, one after the other.
+    /// @returns a body without digests when the reading was skipped.
+    Task<B2HashedBody> hashInParts(B2FileRange range, std::vector<B2PartStretch> parts, B2HashWatch watch);
 
     /// The same without the reading: a body without a digest, of which a change is noticed.
     Task<B2HashedBody> stamp(B2FileRange range);
@@ -61,9 +71,8 @@ public:
 
     /// Reads the stretch for its digest, each piece while the disk fetches the next.
     ///
-    /// @returns nothing in it when it was skipped.
     /// @throws B2Error when the file ends before the stretch does, else as `hash`.
-    Task<std::string> sha1OfFile(B2FileRange range, B2HashWatch watch = {});
+    Task<std::string> sha1OfFile(B2FileRange range);
 
     /// @throws B2Error when there is no such regular file.
     Task<std::int64_t> sizeOf(std::filesystem::path path);
@@ -76,6 +85,8 @@ public:
 
 private:
     explicit B2FileWorker(std::shared_ptr<SerialExecutor> executor);
+
+    Task<> readInParts(B2HashedBody& body, std::vector<B2PartStretch> parts, B2HashWatch watch);
 
     std::shared_ptr<SerialExecutor> executor_;
 };

@@ -46,40 +46,53 @@ void requireLarge(std::int64_t size)
         throw B2Error(B2Error::FileTooSmallForLargeUpload{size});
 }
 
-Task<B2HashedBody> hashedFile(const std::filesystem::path* path, const B2UploadLargeFileRequest* request)
+Task<std::int64_t> sizeOfSource(const B2UploadLargeFileRequest* request)
+{
+    if (const auto* const memory = std::get_if<std::shared_ptr<const std::string>>(&request->source))
+        co_return static_cast<std::int64_t>((*memory)->size());
+    B2FileWorker worker;
+    co_return co_await worker.sizeOf(std::get<std::filesystem::path>(request->source));
+}
+
+Task<B2HashedBody> hashedFile(
+    B2FileRange range, const std::vector<B2PartStretch>* plan, const B2UploadLargeFileRequest* request)
 {
     B2FileWorker worker;
-    const auto size = co_await worker.sizeOf(*path);
-    requireLarge(size);
-    B2FileRange range{*path, 0, size};
     if (!request->recordsWholeFileChecksum)
         co_return co_await worker.stamp(std::move(range));
     B2HashWatch watch{.onRead = request->onHashing};
     // Of a changed source the digest tells whether it is still the file that was started; no part can.
     if (!request->startedSHA1)
         watch.isSkipped = request->isChecksumSkipped;
-    co_return co_await worker.hash(std::move(range), std::move(watch));
+    co_return co_await worker.hashInParts(std::move(range), *plan, std::move(watch));
 }
 
-Task<B2HashedBody> hashedSource(const B2UploadLargeFileRequest* request)
+Task<B2HashedBody> hashedSource(
+    std::int64_t size, const std::vector<B2PartStretch>* plan, const B2UploadLargeFileRequest* request)
 {
-    if (const auto* const path = std::get_if<std::filesystem::path>(&request->source))
-        co_return co_await hashedFile(path, request);
-    const auto& memory = std::get<std::shared_ptr<const std::string>>(request->source);
-    requireLarge(static_cast<std::int64_t>(memory->size()));
-    B2HashedBody whole{.body = memory, .length = static_cast<std::int64_t>(memory->size())};
+    if (const auto* const path = std::get_if<std::filesystem::path>(&request->source)) {
+        B2FileRange range{*path, 0, size};
+        co_return co_await hashedFile(std::move(range), plan, request);
+    }
+    B2HashedBody whole{.body = std::get<std::shared_ptr<const std::string>>(request->source), .length = size};
     if (request->hashesMemory)
-        whole.sha1 = co_await sha1Aside(*memory);
+        whole.sha1 = co_await sha1Aside(*std::get<std::shared_ptr<const std::string>>(request->source));
     co_return whole;
 }
 
 /// A part for all its attempts: of a file, which is read again for each, or of bytes in memory.
-Task<B2HashedBody> hashedPart(const B2HashedBody* whole, B2PartStretch stretch)
+///
+/// @param index  of its digest, if there is one from before.
+Task<B2HashedBody> hashedPart(const B2HashedBody* whole, B2PartStretch stretch, std::size_t index)
 {
     B2HashedBody part{.length = stretch.length()};
     if (const auto* const file = whole->file()) {
         B2FileRange range{file->path, stretch.start, stretch.length()};
         part.body = range;
+        if (index < whole->partSHA1s.size()) {
+            part.sha1 = whole->partSHA1s[index];
+            co_return part;
+        }
         B2FileWorker worker;
         part.sha1 = co_await worker.sha1OfFile(std::move(range));
     } else {
@@ -137,13 +150,15 @@ std::vector<B2HTTPHeader> partHeaders(const B2UploadPartTarget& target, int numb
 Task<B2FileVersion> B2Client::uploadLargeFile(B2UploadLargeFileRequest request)
 {
     LargeUpload upload{.request = std::move(request)};
-    upload.whole = co_await hashedSource(&upload.request);
+    const auto size = co_await sizeOfSource(&upload.request);
+    requireLarge(size);
     {
         const auto record = co_await currentAuthorization();
         const auto& storage = record->storage;
-        upload.plan = planParts(
-            upload.whole.length, upload.request.partSize, storage.recommendedPartSize, storage.absoluteMinimumPartSize);
+        upload.plan =
+            planParts(size, upload.request.partSize, storage.recommendedPartSize, storage.absoluteMinimumPartSize);
     }
+    upload.whole = co_await hashedSource(size, &upload.plan, &upload.request);
     auto& fileInfo = upload.request.fileInfo;
     if (!upload.whole.sha1.empty())
         fileInfo["large_file_sha1"] = upload.whole.sha1;
@@ -199,7 +214,8 @@ Task<std::optional<B2FileVersion>> B2Client::trustStoredParts(LargeUpload& uploa
     const auto& started = upload.request.startedSHA1;
     const bool hasOtherDigest = started && !upload.whole.sha1.empty() && *started != upload.whole.sha1;
     for (const auto& [number, digest] : upload.digests) {
-        const auto part = co_await hashedPart(&upload.whole, upload.stretch(number));
+        const auto part =
+            co_await hashedPart(&upload.whole, upload.stretch(number), static_cast<std::size_t>(number) - 1);
         if (part.sha1 != digest)
             throw B2Error(B2Error::SourceChangedSinceUpload{number});
         if (!upload.request.verifiesEveryPart && !hasOtherDigest)
@@ -261,7 +277,7 @@ Task<> B2Client::sendParts(LargeUpload& upload)
 Task<> B2Client::sendPart(LargeUpload& upload, int number)
 {
     co_await checkCancelled();
-    const auto part = co_await hashedPart(&upload.whole, upload.stretch(number));
+    const auto part = co_await hashedPart(&upload.whole, upload.stretch(number), static_cast<std::size_t>(number) - 1);
     co_await requireUnchanged(&upload.whole, &upload.plan, number);
     const auto& policy = options_.retryPolicy;
     auto& log = *options_.log;

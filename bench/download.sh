@@ -42,9 +42,7 @@ download_figures download
 stop_service
 rm -rf "$scratch/download"
 
-openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=localhost -addext "subjectAltName=IP:127.0.0.1,DNS:localhost" \
-    -keyout "$scratch/tls.key" -out "$scratch/tls.crt" 2>/dev/null
-export BENCH_CA=$scratch/tls.crt
+make_certificate
 start_service download-tls --tls "$scratch/tls.crt" "$scratch/tls.key"
 download_figures download-tls --ca-cert "$scratch/tls.crt"
 stop_service

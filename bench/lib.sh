@@ -27,6 +27,14 @@ stop_service() {
     fi
 }
 
+# make_certificate: tls.crt and tls.key for a service with TLS, which our clients trust from now on.
+make_certificate() {
+    openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=localhost \
+        -addext "subjectAltName=IP:127.0.0.1,DNS:localhost" \
+        -keyout "$scratch/tls.key" -out "$scratch/tls.crt" 2>/dev/null
+    export BENCH_CA=$scratch/tls.crt
+}
+
 # control METHOD PATH: asks the service's control.
 control() {
     curl -sS ${BENCH_CA:+--cacert "$BENCH_CA"} -X "$1" "$BENCH_URL/_local/$2"
