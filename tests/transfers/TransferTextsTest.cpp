@@ -134,7 +134,7 @@ TEST(TransferTextsTest, TellsHowAFolderFares)
     child->partsCompleted = 1;
     child->partCount = 9;
     folder->activeChild = child;
-    EXPECT_EQ(secondLine(*folder), "8 of 12 files · a.jpg, 1 of 9 parts · 1 failed · 2 skipped, already there");
+    EXPECT_EQ(secondLine(*folder), "8 of 12 files · 1 failed · 2 skipped, already there · a.jpg, 1 of 9 parts");
     child->partsInTrouble = {{4, "busy"}};
     EXPECT_EQ(statusOf(*folder),
         (TransferStatus{"Part 4: busy", "Backblaze refused a part. Retrying with a fresh upload URL after a pause",

@@ -132,9 +132,10 @@ QWidget* TransfersView::makeHeader()
 void TransfersView::focusList()
 {
     QWidget* const target = content_->currentWidget() == list_ ? static_cast<QWidget*>(list_) : close_;
-    target->setFocus(Qt::OtherFocusReason);
+    // Before the focus comes: a list that gets it makes its first row the current one without selecting it.
     if (target == list_ && !list_->currentIndex().isValid())
         list_->setCurrentIndex(list_->model()->index(0, 0));
+    target->setFocus(Qt::OtherFocusReason);
 }
 
 void TransfersView::render()
