@@ -60,6 +60,7 @@ struct TransferDelegate::Look {
     std::vector<TransferButton> buttons;
     QColor plain;
     QColor secondary;
+    QColor selection; ///< Ground of a selected row.
     bool isSelected = false;
 
     Look(const QStyleOptionViewItem& row, bool hasBar, std::vector<TransferButton> itsButtons)
@@ -71,6 +72,7 @@ struct TransferDelegate::Look {
         const auto& palette = option.palette;
         const auto group = option.state.testFlag(QStyle::State_Active) ? QPalette::Active : QPalette::Inactive;
         plain = palette.color(group, isSelected ? QPalette::HighlightedText : QPalette::Text);
+        selection = palette.color(group, QPalette::Highlight);
         secondary = isSelected ? plain : secondaryText(palette);
 
         // The place of one button stays free in every row, so that amounts stand under each other.
@@ -181,10 +183,9 @@ void TransferDelegate::paintBar(QPainter& painter, const Look& look, const Trans
     bar.progress = static_cast<int>(std::lround(fractionDone(transfer).value_or(0) * bar.maximum));
     if (look.isSelected) {
         // Drawn on the selection's ground, in its text's colour.
-        const QColor ground = look.option.palette.color(QPalette::Highlight);
         bar.palette.setColor(QPalette::Highlight, look.plain);
         for (const auto role : {QPalette::Base, QPalette::Window})
-            bar.palette.setColor(role, ground);
+            bar.palette.setColor(role, look.selection);
         for (const auto role : {QPalette::Text, QPalette::WindowText})
             bar.palette.setColor(role, look.plain);
     }
@@ -199,7 +200,7 @@ void TransferDelegate::paintButtons(
     for (const auto& button : look.buttons) {
         if (button.hasText || hasAttention)
             TransferButtons::paint(painter, button, transfer,
-                {look.option.palette, look.plain, look.isSelected, button.place.contains(pointer)});
+                {look.option.palette, look.plain, look.selection, look.isSelected, button.place.contains(pointer)});
     }
 }
 

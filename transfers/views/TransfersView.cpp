@@ -118,6 +118,7 @@ QWidget* TransfersView::makeHeader()
     close_->setToolTip(tr("Hide Transfers"));
     close_->setAccessibleName(tr("Hide Transfers"));
     summary_->setSecondary(true);
+    summary_->setElision(Qt::ElideRight);
     auto* const row = new QHBoxLayout(header);
     row->setContentsMargins(Spacing::normal, Spacing::small, Spacing::small, Spacing::small);
     row->setSpacing(Spacing::small);
