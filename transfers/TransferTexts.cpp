@@ -17,7 +17,7 @@ using Tone = TransferStatus::Tone;
 
 constexpr std::size_t mostProblemsInHelp = 5;
 
-/// The record that meets troubles and goes on from stored parts: of a folder its present file.
+/// The record that meets troubles and that goes on from stored parts: of a folder its present file.
 const Transfer& sender(const Transfer& transfer)
 {
     return *transfer.activeChild ? **transfer.activeChild : transfer;
@@ -39,13 +39,10 @@ TransferStatus runningStatus(const Transfer& transfer)
     if (const auto trouble = troubleText(transfer))
         return {*trouble, troubleHelp(transfer), Tone::retrying};
     const auto* const hashing = hashingFile(transfer);
-    if (const auto child = childText(transfer)) {
-        const auto files = folderText(transfer);
-        const char* const help = hashing ? hashingHelp : *sender(transfer).partCount ? partsHelp : "";
-        return {files ? *files + " · " + singleLine(*child) : singleLine(*child), help};
-    }
+    if (hashing && hashing != &transfer)
+        return {singleLine(childText(transfer).value_or("")), hashingHelp};
     if (const auto files = folderText(transfer))
-        return {*files, {}};
+        return {*files, *transfer.activeChild && *sender(transfer).partCount ? partsHelp : ""};
     if (hashing)
         return {"Reading it to record a checksum", hashingHelp};
     if (const auto parts = partsText(transfer))
@@ -169,15 +166,18 @@ std::string alreadyUploadedText(int partCount)
 
 std::string secondLine(const Transfer& transfer)
 {
-    auto line = statusOf(transfer).text;
-    const auto add = [&](const std::string& text) { line += " · " + text; };
+    const auto status = statusOf(transfer).text;
     const bool isRunning = transfer.state->is(Case::running);
-    if (isRunning && sender(transfer).partsAtStart->value_or(0) > 0)
-        add(alreadyUploadedText(**sender(transfer).partsAtStart));
+    auto line = status;
+    const auto add = [&](const std::string& text) { line += " · " + text; };
     if (isRunning && *transfer.filesFailed > 0)
         add(fmt::format("{} failed", *transfer.filesFailed));
     if (*transfer.filesSkipped > 0)
         add(fmt::format("{} skipped, already there", *transfer.filesSkipped));
+    if (const auto child = childText(transfer); child && isRunning && singleLine(*child) != status)
+        add(singleLine(*child));
+    if (isRunning && sender(transfer).partsAtStart->value_or(0) > 0)
+        add(alreadyUploadedText(**sender(transfer).partsAtStart));
     if (const auto place = placeText(transfer))
         add(singleLine(*place));
     return line;
@@ -227,8 +227,12 @@ std::optional<std::string> placeText(const Transfer& transfer)
         place.pop_back();
         return place;
     }
-    if (transfer.kind == Transfer::Kind::download && *transfer.localPath && !isFailed)
-        return "in " + (*transfer.localPath)->parent_path().filename().string();
+    if (transfer.kind == Transfer::Kind::download && *transfer.localPath && !isFailed) {
+        const auto& path = **transfer.localPath;
+        // A folder's may end with a "/".
+        const auto itself = path.has_filename() ? path : path.parent_path();
+        return "in " + itself.parent_path().filename().string();
+    }
     return {};
 }
 

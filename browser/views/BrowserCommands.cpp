@@ -43,6 +43,12 @@ void allow(QAction& action, const std::optional<std::string>& refusal, const QSt
     allow(action, refusal);
 }
 
+/// The same for one that is off for a plain reason.
+void allow(QAction& action, bool isAllowed, const QString& reason)
+{
+    allow(action, isAllowed ? std::nullopt : std::optional(fromQString(reason)));
+}
+
 /// The folder shown, as a sentence names it.
 QString placeOf(const BrowserModel& model)
 {
@@ -90,11 +96,11 @@ QList<QAction*> BrowserCommands::all() const
 void BrowserCommands::update(const BrowserModel& model, const std::vector<const BrowserRow*>& selected)
 {
     const bool hasBucket = model.bucket->has_value() && *model.session;
-    back->setEnabled(model.canGoBack());
-    forward->setEnabled(model.canGoForward());
-    refresh->setEnabled(hasBucket);
-    for (auto* action : {editPath, filter, allVersions})
-        action->setEnabled(hasBucket);
+    const QString noBucket = tr("Open a bucket first");
+    allow(*back, model.canGoBack(), tr("There is no folder before this one"));
+    allow(*forward, model.canGoForward(), tr("There is no folder after this one"));
+    for (auto* action : {refresh, editPath, filter, allVersions})
+        allow(*action, hasBucket, noBucket);
     allVersions->setChecked(*model.mode == BrowserMode::allVersions);
 
     const auto root = model.rootPrefix();
@@ -104,7 +110,7 @@ void BrowserCommands::update(const BrowserModel& model, const std::vector<const 
                            : std::optional("This key reaches only names that begin with \"" + shownText(root) + "\""));
     if (!hasBucket) {
         for (auto* action : {upload, uploadFolder, download})
-            allow(*action, fromQString(tr("Open a bucket first")));
+            allow(*action, false, noBucket);
     } else {
         const auto& key = (*model.session)->authorization;
         allow(*upload, uploadRefusal(key), tr("Upload files into %1").arg(placeOf(model)));
@@ -112,7 +118,7 @@ void BrowserCommands::update(const BrowserModel& model, const std::vector<const 
             *uploadFolder, uploadRefusal(key), tr("Upload a folder with everything in it into %1").arg(placeOf(model)));
         allow(*download, downloadRefusal(key, selected), downloadHelp(selected));
     }
-    open->setEnabled(selected.size() == 1 && selected.front()->kind == RowKind::folder);
-    copyName->setEnabled(!selected.empty());
-    copyPath->setEnabled(!selected.empty());
+    allow(*open, selected.size() == 1 && selected.front()->kind == RowKind::folder, tr("Select one folder to open"));
+    for (auto* action : {copyName, copyPath})
+        allow(*action, !selected.empty(), tr("Select the rows to copy"));
 }

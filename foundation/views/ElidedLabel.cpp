@@ -29,7 +29,9 @@ void ElidedLabel::setText(const QString& text)
 
 QString ElidedLabel::shownText() const
 {
-    return elidedName(shown_, fontMetrics(), contentsRect().width());
+    const int width = contentsRect().width();
+    return elision_ == Qt::ElideMiddle ? elidedName(shown_, fontMetrics(), width)
+                                       : fontMetrics().elidedText(shown_, elision_, width);
 }
 
 void ElidedLabel::setSecondary(bool secondary)
@@ -40,6 +42,12 @@ void ElidedLabel::setSecondary(bool secondary)
 void ElidedLabel::setAlignment(Qt::Alignment alignment)
 {
     alignment_ = alignment;
+    update();
+}
+
+void ElidedLabel::setElision(Qt::TextElideMode elision)
+{
+    elision_ = elision;
     update();
 }
 

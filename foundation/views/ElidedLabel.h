@@ -4,7 +4,7 @@
 
 #include <QWidget>
 
-/// One line that shortens in the middle when narrow and keeps a file's extension.
+/// One line that shortens when narrow: in the middle, where it keeps a file's extension.
 ///
 /// The tooltip has the whole text while it is shortened; a screen reader always has it.
 class ElidedLabel final : public QWidget {
@@ -22,6 +22,8 @@ public:
     /// Draws in the secondary colour.
     void setSecondary(bool secondary);
     void setAlignment(Qt::Alignment alignment);
+    /// Where a text that is no name is shortened.
+    void setElision(Qt::TextElideMode elision);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -34,5 +36,6 @@ protected:
 private:
     QString text_;
     QString shown_;
+    Qt::TextElideMode elision_ = Qt::ElideMiddle;
     Qt::Alignment alignment_ = Qt::AlignLeading | Qt::AlignVCenter;
 };

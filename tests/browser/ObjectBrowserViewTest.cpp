@@ -245,19 +245,22 @@ TEST_F(ObjectBrowserViewTest, SortsByAClickAndKeepsTheOrderOfTheBucket)
     EXPECT_EQ(header->sortIndicatorSection(), static_cast<int>(BrowserColumn::name));
 }
 
-TEST_F(ObjectBrowserViewTest, TakesDroppedFilesIntoTheFolderUnderThem)
+TEST_F(ObjectBrowserViewTest, TakesDroppedFilesAndFoldersIntoTheFolderUnderThem)
 {
     open();
     QTemporaryDir folder(directory.filePath(QStringLiteral("album")));
+    const auto albumName = std::filesystem::path(fromQString(folder.path())).filename().string();
     auto* const viewport = view.table().viewport();
     const auto rowAt = [&](int row) { return QPoint(30, view.table().rowViewportPosition(row) + 5); };
 
-    EXPECT_TRUE(drop(*viewport, rowAt(1), {makeFile("one.txt"), QUrl::fromLocalFile(folder.path())}));
+    EXPECT_TRUE(drop(*viewport, rowAt(1),
+        {makeFile("one.txt"), QUrl::fromLocalFile(folder.path() + u'/'),
+            QUrl(QStringLiteral("https://example.com/two"))}));
     EXPECT_TRUE(drop(*viewport, rowAt(2), {makeFile("t\xFFwo.txt")}));
-    ASSERT_TRUE(spinUntil([&] { return uploads.size() == 2; }));
+    ASSERT_TRUE(spinUntil([&] { return uploads.size() == 3; }));
 
-    EXPECT_THAT(uploads, ElementsAre("videos/ < one.txt", " < t\xFFwo.txt"));
-    EXPECT_THAT(fromQString(child<Banner>().text()), HasSubstr("folders can't be uploaded yet"));
+    EXPECT_THAT(uploads, ElementsAre("videos/ < one.txt", "videos/ < " + albumName, " < t\xFFwo.txt"));
+    EXPECT_THAT(fromQString(child<Banner>().text()), HasSubstr("Couldn't upload \"https://example.com/two\""));
     // Qt would not find it when it removes the directory.
     std::filesystem::remove(std::filesystem::path(fromQString(directory.path())) / "t\xFFwo.txt");
 }

@@ -115,8 +115,11 @@ TEST(BrowserActionsTest, SaysWhyRowsCannotBeDownloaded)
     const auto hidden = row("c", "hide");
 
     EXPECT_EQ(downloadRefusal(key, {&file}), std::nullopt);
-    EXPECT_EQ(downloadRefusal(key, {}), "Select the files to download.");
-    EXPECT_THAT(downloadRefusal(key, {&file, &folder}), Optional(HasSubstr("Folders can't be downloaded yet")));
+    EXPECT_EQ(downloadRefusal(key, {}), "Select files or folders to download");
+    EXPECT_THAT(
+        downloadRefusal(key, {&file, &folder}), Optional(HasSubstr("cannot download folders: it lacks listFiles")));
+    key.storage.allowed.capabilities.insert(B2Capabilities::listFiles);
+    EXPECT_EQ(downloadRefusal(key, {&file, &folder}), std::nullopt);
     EXPECT_THAT(downloadRefusal(key, {&hidden}), Optional(HasSubstr("hide marker")));
     EXPECT_EQ(downloadRefusal({}, {&file}), "This key cannot download files: it lacks readFiles.");
     EXPECT_EQ(uploadRefusal(key), "This key cannot upload files: it lacks writeFiles.");

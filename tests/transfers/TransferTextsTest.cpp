@@ -72,11 +72,89 @@ TEST(TransferTextsTest, CountsPartsAndTellsTheirTroubles)
 
     upload->partsInTrouble = {{7, partTroubleText("B2 storage busy", 2.6, 1, 20)}};
     EXPECT_EQ(statusOf(*upload).text, "Part 7: B2 storage busy, retrying in 3 s (1 of 19)");
-    EXPECT_EQ(statusOf(*upload).tone, TransferStatus::Tone::warning);
+    EXPECT_EQ(statusOf(*upload).tone, TransferStatus::Tone::retrying);
     upload->partsInTrouble = {{7, "busy"}, {9, "busy"}};
     EXPECT_EQ(statusOf(*upload).text, "2 parts retrying");
-    EXPECT_EQ(alreadyUploadedText(1), "1 part already uploaded");
-    EXPECT_EQ(alreadyUploadedText(2), "2 parts already uploaded");
+    upload->partsInTrouble = {{0, "busy"}};
+    EXPECT_EQ(statusOf(*upload).text, "busy") << "a file that is not in parts has none to name";
+    EXPECT_THAT(statusOf(*upload).help, StartsWith("Backblaze refused the file. "));
+
+    upload->partsInTrouble = {};
+    upload->partsAtStart = 1;
+    EXPECT_EQ(secondLine(*upload), "3 of 12 parts · 1 part already uploaded");
+    upload->partsAtStart = 2;
+    EXPECT_EQ(secondLine(*upload), "3 of 12 parts · 2 parts already uploaded");
+    upload->state = State::finished();
+    EXPECT_EQ(secondLine(*upload), "Done") << "no longer of interest";
+}
+
+TEST(TransferTextsTest, TellsOfTheChecksumPass)
+{
+    const auto upload = transferIn(State::running());
+    upload->transferStartedAt = std::nullopt;
+    upload->isHashing = true;
+    upload->hashStartedAt = start;
+    upload->hashedBytes = 10'000'000;
+    const std::string help = "Reading the file once to record its checksum before the upload starts";
+
+    EXPECT_EQ(statusOf(*upload).help, help);
+    EXPECT_EQ(amountText(*upload), "10 MB of 100 MB");
+    EXPECT_EQ(paceText(*upload, start + 60s), "9m left");
+    EXPECT_EQ(skipLabel(*upload), "Skip");
+    EXPECT_EQ(skipHelp(*upload), "Skip the checksum and start now. Downloads of this cannot be verified later");
+
+    const auto folder = std::make_shared<Transfer>(Kind::upload, "photos/", 200'000'000);
+    folder->state = State::running();
+    folder->transferStartedAt = start;
+    folder->bytesTransferred = 50'000'000;
+    folder->fileCount = 3;
+    folder->activeChild = upload;
+    EXPECT_EQ(statusOf(*folder).text, "a.jpg, reading it to record a checksum");
+    EXPECT_EQ(statusOf(*folder).help, help);
+    EXPECT_EQ(paceText(*folder, start + 60s), "9m left") << "of the pass; the folder's own rate would only sink";
+    EXPECT_EQ(skipLabel(*folder), "Skip all");
+    EXPECT_EQ(skipHelp(*folder), "Skip the checksums and start now. Downloads of these cannot be verified later");
+}
+
+TEST(TransferTextsTest, TellsHowAFolderFares)
+{
+    const auto folder = std::make_shared<Transfer>(Kind::upload, "photos/");
+    folder->state = State::running();
+    folder->isScanning = true;
+    EXPECT_EQ(secondLine(*folder), "Scanning the folder");
+    EXPECT_EQ(amountText(*folder), "");
+
+    folder->isScanning = false;
+    folder->byteCount = 300'000'000;
+    folder->fileCount = 12;
+    folder->filesCompleted = 6;
+    folder->filesFailed = 1;
+    folder->filesSkipped = 2;
+    const auto child = transferIn(State::running());
+    child->partsCompleted = 1;
+    child->partCount = 9;
+    folder->activeChild = child;
+    EXPECT_EQ(secondLine(*folder), "8 of 12 files · 1 failed · 2 skipped, already there · a.jpg, 1 of 9 parts");
+    child->partsInTrouble = {{4, "busy"}};
+    EXPECT_EQ(statusOf(*folder),
+        (TransferStatus{"Part 4: busy", "Backblaze refused a part. Retrying with a fresh upload URL after a pause",
+            TransferStatus::Tone::retrying}));
+
+    folder->activeChild = nullptr;
+    folder->fileProblems = std::vector<FileProblem>(7, {"a\nb.jpg", "It is gone."});
+    folder->state = State::failed("7 of 12 files failed");
+    EXPECT_EQ(statusOf(*folder).text, "7 of 12 files failed");
+    EXPECT_THAT(statusOf(*folder).help, StartsWith("7 of 12 files failed\n\na\u2424b.jpg: It is gone.\n"));
+    EXPECT_THAT(statusOf(*folder).help, testing::EndsWith("\nand 2 more"));
+}
+
+TEST(TransferTextsTest, CountsTheFailedApart)
+{
+    const std::vector rows{transferIn(State::running()), transferIn(State::failed("No.")), transferIn(State::waiting()),
+        transferIn(State::failed("No."))};
+    EXPECT_EQ(summaryText(rows), "1 running, 1 waiting");
+    EXPECT_EQ(failedText(rows), "2 failed");
+    EXPECT_EQ(failedText({rows.front()}), "");
 }
 
 TEST(TransferTextsTest, CountsTheFilesOfAFolder)

@@ -2,14 +2,17 @@
 #include "TransfersFixture.h"
 #include "foundation/views/Banner.h"
 #include "tests/support/QtRun.h"
+#include "transfers/views/TransferProblemsSheet.h"
 
 #include <QAbstractItemModelTester>
+#include <QClipboard>
 #include <QDesktopServices>
 #include <QDropEvent>
 #include <QMimeData>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTextBrowser>
 
 #include <algorithm>
 
@@ -56,10 +59,15 @@ protected:
 
     TransferListView& list() { return view.list(); }
     QRect rowRect(int row) { return list().visualRect(list().model()->index(row, 0)); }
+    std::vector<TransferButton> buttons(int row)
+    {
+        const auto& transfer = *queue.transfers->at(static_cast<std::size_t>(row));
+        return TransferButtons::placed(rowRect(row), list().layoutDirection(), transfer, list().actionsOf(transfer));
+    }
+    /// The last one.
     void clickButton(int row)
     {
-        const auto place = TransferDelegate::actionRect(rowRect(row), Qt::LeftToRight).center();
-        QTest::mouseClick(list().viewport(), Qt::LeftButton, {}, place);
+        QTest::mouseClick(list().viewport(), Qt::LeftButton, {}, buttons(row).back().place.center());
     }
 
     TransfersView view{queue};
@@ -87,7 +95,7 @@ TEST_F(TransfersViewTest, RepaintsTheOneRowThatMoves)
 
     for (int i = 1; i <= 100; ++i)
         moved->bytesTransferred = i;
-    QCoreApplication::processEvents();
+    EXPECT_TRUE(spinUntil([&] { return !changes.isEmpty(); }));
 
     ASSERT_EQ(changes.count(), 1);
     EXPECT_EQ(changes[0][0].toModelIndex().row(), 7);
@@ -114,7 +122,7 @@ TEST_F(TransfersViewTest, OffersTheButtonOfTheRowThePointerIsOn)
     for (int i = 0; i < 2; ++i)
         add(std::to_string(i), State::running());
     const auto hasButton = [&](int row) {
-        const auto place = TransferDelegate::actionRect(rowRect(row), Qt::LeftToRight);
+        const auto place = buttons(row).back().place;
         const auto image = list().viewport()->grab(place.adjusted(6, 6, -6, -6)).toImage();
         const auto ground = image.pixel(0, 0);
         for (int x = 0; x < image.width(); ++x) {
@@ -130,6 +138,65 @@ TEST_F(TransfersViewTest, OffersTheButtonOfTheRowThePointerIsOn)
 
     EXPECT_TRUE(hasButton(0));
     EXPECT_FALSE(hasButton(1));
+}
+
+TEST_F(TransfersViewTest, OffersToSkipAChecksumBesideCancel)
+{
+    const auto byButton = add("a", State::running(), Kind::upload);
+    const auto byKey = add("b", State::running(), Kind::upload);
+    for (const auto& transfer : {byButton, byKey})
+        transfer->isHashing = true;
+
+    const auto offered = buttons(0);
+    ASSERT_EQ(offered.size(), 2U);
+    EXPECT_FALSE(offered[0].place.intersects(offered[1].place));
+    QTest::mouseClick(list().viewport(), Qt::LeftButton, {}, offered[0].place.center());
+    EXPECT_TRUE(byButton->skipChecksum->isRaised());
+    EXPECT_EQ(*byButton->state, State::running());
+    EXPECT_EQ(buttons(0).size(), 1U) << "what was given up is not offered again";
+
+    list().setCurrentIndex(list().model()->index(1, 0));
+    QTest::keyClick(&list(), Qt::Key_K, Qt::ControlModifier);
+    EXPECT_TRUE(byKey->skipChecksum->isRaised());
+}
+
+TEST_F(TransfersViewTest, ShowsWhatFailedOfAFolderAndCopiesIt)
+{
+    const auto folder = add("photos/", State::failed("2 of 9 files failed"), Kind::upload);
+    folder->filesFailed = 2;
+    folder->fileProblems = {{"a/<b>.jpg", "It is gone."}, {"c.jpg", "Its name is too long."}};
+    view.focusList();
+
+    QTest::keyClick(&list(), Qt::Key_Return);
+
+    const auto* const sheet = view.findChild<TransferProblemsSheet*>();
+    ASSERT_NE(sheet, nullptr);
+    EXPECT_EQ(sheet->windowTitle(), QStringLiteral("Files That Failed"));
+    EXPECT_EQ(fromQString(sheet->findChild<QTextBrowser*>()->toPlainText()),
+        "a/<b>.jpg\nIt is gone.\nc.jpg\nIts name is too long.");
+    for (auto* const button : sheet->findChildren<QPushButton*>()) {
+        if (button->isDefault())
+            button->click();
+    }
+    EXPECT_EQ(
+        fromQString(QGuiApplication::clipboard()->text()), "a/<b>.jpg: It is gone.\nc.jpg: Its name is too long.");
+}
+
+TEST_F(TransfersViewTest, GoesFromOneFailedRowToTheNext)
+{
+    for (int i = 0; i < 60; ++i)
+        add(std::to_string(i), i == 3 || i == 40 ? State::failed("No.") : State::finished());
+    auto* const failed = view.findChild<QPushButton*>(QStringLiteral("nextFailed"));
+    ASSERT_TRUE(spinUntil([&] { return failed->isVisible() && failed->text() == QStringLiteral("2 failed"); }));
+
+    for (const int expected : {3, 40, 3}) {
+        QTest::mouseClick(failed, Qt::LeftButton);
+        EXPECT_EQ(list().currentIndex().row(), expected);
+        EXPECT_TRUE(list().viewport()->rect().contains(rowRect(expected)));
+    }
+    QTest::keyClick(&list(), Qt::Key_F8);
+    EXPECT_EQ(list().currentIndex().row(), 40);
+    EXPECT_TRUE(list().hasFocus());
 }
 
 TEST_F(TransfersViewTest, CancelsTheSelectionByKey)
@@ -182,12 +249,11 @@ TEST_F(TransfersViewTest, KeepsSelectionAndScrollWhileRowsComeAndGo)
 
 TEST_F(TransfersViewTest, ShowsWhatWasRefusedUntilItIsClosed)
 {
-    queue.upload({downloads, directory / "gone"}, {}, "", nullptr);
+    queue.upload({directory / "gone", directory / "gone too"}, {}, "", nullptr);
     auto* const banner = view.findChild<Banner*>();
     EXPECT_TRUE(spinUntil([&] { return banner->isVisible(); }));
-    EXPECT_EQ(fromQString(banner->text()),
-        "\"downloads\" is a folder. Folders can't be uploaded yet; nothing was sent. 1 more file was refused; the "
-        "activity log says why.");
+    EXPECT_THAT(fromQString(banner->text()), testing::HasSubstr("\"gone\""));
+    EXPECT_THAT(fromQString(banner->text()), testing::EndsWith(" 1 more file was refused; the activity log says why."));
 
     Q_EMIT banner->closed();
 

@@ -98,8 +98,7 @@ QString TransferButtons::help(TransferAction action, const Transfer& transfer)
 
 void TransferButtons::paint(QPainter& painter, const TransferButton& button, const Transfer& transfer, const Look& look)
 {
-    const QColor pressed =
-        look.isSelected ? mixed(look.text, look.palette.color(QPalette::Highlight), 0.25) : pressedVeil(look.palette);
+    const QColor pressed = look.isSelected ? mixed(look.text, look.selection, 0.25) : pressedVeil(look.palette);
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setBrush(look.isHovered ? QBrush(pressed) : QBrush(Qt::NoBrush));

@@ -30,6 +30,7 @@ public:
     struct Look {
         QPalette palette;
         QColor text;
+        QColor selection;        ///< Ground of a selected row.
         bool isSelected = false; ///< Its row is.
         bool isHovered = false;
     };

@@ -55,12 +55,12 @@ Symbol kindSymbol(const Transfer& transfer, const QString& name)
 struct TransferDelegate::Look {
     QStyleOptionViewItem option;
     QRect content;
-    QRect text; ///< Name and second line.
-    QRect side; ///< Amount, rate and time left.
+    QRect text; ///< Both lines, with the figures at their ends.
     QRect bar;  ///< Null while there is none.
     std::vector<TransferButton> buttons;
     QColor plain;
     QColor secondary;
+    QColor selection; ///< Ground of a selected row.
     bool isSelected = false;
 
     Look(const QStyleOptionViewItem& row, bool hasBar, std::vector<TransferButton> itsButtons)
@@ -72,6 +72,7 @@ struct TransferDelegate::Look {
         const auto& palette = option.palette;
         const auto group = option.state.testFlag(QStyle::State_Active) ? QPalette::Active : QPalette::Inactive;
         plain = palette.color(group, isSelected ? QPalette::HighlightedText : QPalette::Text);
+        selection = palette.color(group, QPalette::Highlight);
         secondary = isSelected ? plain : secondaryText(palette);
 
         // The place of one button stays free in every row, so that amounts stand under each other.
@@ -81,12 +82,25 @@ struct TransferDelegate::Look {
         const int lines = option.fontMetrics.height() + 2 + QFontMetrics(smallFont()).height();
         const int height = lines + (hasBar ? Spacing::tight + barHeight : 0);
         const int top = content.top() + (content.height() - height) / 2;
-        const int sideWidth = std::clamp(content.width() / 3, 90, 230);
         const int left = content.left() + iconExtent + Spacing::normal;
-        side = QRect(end - Spacing::small - sideWidth, top, sideWidth, lines);
-        text = QRect(left, top, side.left() - Spacing::normal - left, lines);
+        text = QRect(left, top, end - Spacing::small - left, lines);
         if (hasBar)
-            bar = QRect(left, top + lines + Spacing::tight, side.right() - left + 1, barHeight);
+            bar = QRect(left, top + lines + Spacing::tight, text.width(), barHeight);
+    }
+
+    /// Draws figures at the end of a line.
+    /// @returns what they leave of it.
+    QRect drawFigures(QPainter& painter, const QRect& line, const QString& figures) const
+    {
+        if (figures.isEmpty())
+            return line;
+        painter.setFont(tabularFont(smallFont()));
+        painter.setPen(secondary);
+        const int width = std::min(painter.fontMetrics().horizontalAdvance(figures) + 1, line.width() / 2);
+        painter.drawText(placed(QRect(line.right() + 1 - width, line.top(), width, line.height())),
+            static_cast<int>(trailing()) | Qt::TextSingleLine,
+            painter.fontMetrics().elidedText(figures, Qt::ElideRight, width));
+        return line.adjusted(0, 0, -(width + Spacing::normal), 0);
     }
 
     QRect firstLine(QRect lines) const
@@ -167,8 +181,14 @@ void TransferDelegate::paintBar(QPainter& painter, const Look& look, const Trans
     bar.state = QStyle::State_Enabled;
     bar.maximum = 1000;
     bar.progress = static_cast<int>(std::lround(fractionDone(transfer).value_or(0) * bar.maximum));
-    if (look.isSelected)
+    if (look.isSelected) {
+        // Drawn on the selection's ground, in its text's colour.
         bar.palette.setColor(QPalette::Highlight, look.plain);
+        for (const auto role : {QPalette::Base, QPalette::Window})
+            bar.palette.setColor(role, look.selection);
+        for (const auto role : {QPalette::Text, QPalette::WindowText})
+            bar.palette.setColor(role, look.plain);
+    }
     paintProgress(painter, bar);
 }
 
@@ -180,7 +200,7 @@ void TransferDelegate::paintButtons(
     for (const auto& button : look.buttons) {
         if (button.hasText || hasAttention)
             TransferButtons::paint(painter, button, transfer,
-                {look.option.palette, look.plain, look.isSelected, button.place.contains(pointer)});
+                {look.option.palette, look.plain, look.selection, look.isSelected, button.place.contains(pointer)});
     }
 }
 
@@ -192,7 +212,7 @@ void TransferDelegate::paintName(QPainter& painter, const Look& look, const Tran
     paintSymbol(painter, kindSymbol(transfer, name), look.placed(icon),
         look.isSelected ? look.plain : symbolColor(look.option.palette));
 
-    const QRect line = look.firstLine(look.text);
+    const QRect line = look.drawFigures(painter, look.firstLine(look.text), toQString(amountText(transfer)));
     painter.setFont(look.option.font);
     painter.setPen(look.plain);
     painter.drawText(look.placed(line), static_cast<int>(look.leading()) | Qt::TextSingleLine,
@@ -202,9 +222,8 @@ void TransferDelegate::paintName(QPainter& painter, const Look& look, const Tran
 void TransferDelegate::paintStatus(QPainter& painter, const Look& look, const Transfer& transfer) const
 {
     constexpr int symbolExtent = 14;
-    const QString pace = toQString(paceText(transfer, Transfer::Clock::now()));
-    // Without a pace its place is free for the status.
-    QRect line = look.secondLine(pace.isEmpty() ? look.text.united(look.side) : look.text);
+    QRect line =
+        look.drawFigures(painter, look.secondLine(look.text), toQString(paceText(transfer, Transfer::Clock::now())));
     const auto status = statusOf(transfer);
     const QColor color = look.colorOf(status.tone);
     const QRect symbol(line.left(), line.top() + (line.height() - symbolExtent) / 2, symbolExtent, symbolExtent);
@@ -218,13 +237,4 @@ void TransferDelegate::paintStatus(QPainter& painter, const Look& look, const Tr
     painter.setPen(color);
     painter.drawText(look.placed(line), static_cast<int>(look.leading()) | Qt::TextSingleLine,
         painter.fontMetrics().elidedText(text, Qt::ElideRight, line.width()));
-
-    painter.setFont(tabularFont(Look::smallFont()));
-    painter.setPen(look.secondary);
-    const auto drawFigures = [&](const QRect& rect, const QString& figures) {
-        painter.drawText(look.placed(rect), static_cast<int>(look.trailing()) | Qt::TextSingleLine,
-            painter.fontMetrics().elidedText(figures, Qt::ElideRight, rect.width()));
-    };
-    drawFigures(look.firstLine(look.side), toQString(amountText(transfer)));
-    drawFigures(look.secondLine(look.side), pace);
 }

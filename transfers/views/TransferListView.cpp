@@ -76,7 +76,8 @@ std::vector<TransferAction> TransferListView::actionsOf(const Transfer& transfer
 {
     const auto& state = *transfer.state;
     std::vector<TransferAction> actions;
-    if (const auto* const hashing = hashingFile(transfer); hashing && !*hashing->checksumSkipped)
+    const auto* const hashing = hashingFile(transfer);
+    if (hashing && !*hashing->checksumSkipped && state.is(Transfer::State::Case::running))
         actions.push_back(TransferAction::skipChecksum);
     else if (!transfer.fileProblems->empty())
         actions.push_back(TransferAction::details);

@@ -5,6 +5,8 @@
 
 #include <vector>
 
+class QTextDocument;
+
 /// The files of a folder that did not go, each with its reason, to read and to copy. Shows them as they were when it
 /// was opened.
 class TransferProblemsSheet final : public Sheet {

@@ -118,6 +118,7 @@ QWidget* TransfersView::makeHeader()
     close_->setToolTip(tr("Hide Transfers"));
     close_->setAccessibleName(tr("Hide Transfers"));
     summary_->setSecondary(true);
+    summary_->setElision(Qt::ElideRight);
     auto* const row = new QHBoxLayout(header);
     row->setContentsMargins(Spacing::normal, Spacing::small, Spacing::small, Spacing::small);
     row->setSpacing(Spacing::small);
@@ -132,9 +133,10 @@ QWidget* TransfersView::makeHeader()
 void TransfersView::focusList()
 {
     QWidget* const target = content_->currentWidget() == list_ ? static_cast<QWidget*>(list_) : close_;
-    target->setFocus(Qt::OtherFocusReason);
+    // Before the focus comes: a list that gets it makes its first row the current one without selecting it.
     if (target == list_ && !list_->currentIndex().isValid())
         list_->setCurrentIndex(list_->model()->index(0, 0));
+    target->setFocus(Qt::OtherFocusReason);
 }
 
 void TransfersView::render()
