@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QLocale>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -70,6 +71,27 @@ std::string dateText(std::chrono::system_clock::time_point date)
 {
     const auto sinceEpoch = std::chrono::floor<std::chrono::milliseconds>(date.time_since_epoch());
     return fromQString(QLocale().toString(QDateTime::fromMSecsSinceEpoch(sinceEpoch.count()), QLocale::ShortFormat));
+}
+
+std::string agoText(std::chrono::system_clock::time_point date, std::chrono::system_clock::time_point now)
+{
+    using namespace std::chrono_literals;
+    const auto age = now - date;
+    const auto count = [&](auto unit, std::string_view singular, std::string_view plural) {
+        // From 45 seconds it is a minute.
+        return countText(std::max<std::int64_t>(age / unit, 1), singular, plural) + " ago";
+    };
+    if (age < 45s)
+        return "just now";
+    if (age < 1h)
+        return count(1min, "minute", "minutes");
+    if (age < 24h)
+        return count(1h, "hour", "hours");
+    if (age < std::chrono::months(1))
+        return count(24h, "day", "days");
+    if (age < std::chrono::years(1))
+        return count(std::chrono::months(1), "month", "months");
+    return count(std::chrono::years(1), "year", "years");
 }
 
 std::string singleLine(std::string_view text)

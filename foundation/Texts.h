@@ -19,6 +19,9 @@ std::string durationText(double seconds);
 /// Date and time of the day in the local time zone, in the locale's short form.
 std::string dateText(std::chrono::system_clock::time_point date);
 
+/// How long ago, in the largest unit that fits: "just now" below 45 seconds, "1 minute ago", "3 days ago".
+std::string agoText(std::chrono::system_clock::time_point date, std::chrono::system_clock::time_point now);
+
 /// A text on one line that can only be itself: line breaks and other control characters become visible marks.
 std::string singleLine(std::string_view text);
 

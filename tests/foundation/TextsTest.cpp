@@ -75,6 +75,22 @@ TEST(NaturalOrderTest, IgnoresCaseAndComparesDigitsByValue)
     EXPECT_LT(naturalSortKey("v2"), naturalSortKey("v123456789012345678901234567890"));
 }
 
+TEST(TextsTest, SaysHowLongAgoInTheLargestUnit)
+{
+    using namespace std::chrono_literals;
+    const auto now = std::chrono::system_clock::now();
+    const auto ago = [&](std::chrono::seconds age) { return agoText(now - age, now); };
+
+    EXPECT_EQ(ago(-5min), "just now") << "a clock that is wrong";
+    EXPECT_EQ(ago(44s), "just now");
+    EXPECT_EQ(ago(45s), "1 minute ago");
+    EXPECT_EQ(ago(59min), "59 minutes ago");
+    EXPECT_EQ(ago(25h), "1 day ago");
+    EXPECT_EQ(ago(24h * 29), "29 days ago");
+    EXPECT_EQ(ago(24h * 62), "2 months ago");
+    EXPECT_EQ(ago(24h * 800), "2 years ago");
+}
+
 TEST(NaturalOrderTest, SortsAHundredThousandKeys)
 {
     std::vector<std::pair<NaturalSortKey, int>> rows;
