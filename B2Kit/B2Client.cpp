@@ -5,7 +5,6 @@
 #include "B2Kit/B2URL.h"
 #include "B2Kit/UploadURLPool.h"
 
-#include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <random>
 
@@ -20,11 +19,12 @@ double uniformRandom()
 /// The value of a Basic `Authorization` header.
 std::string basicAuthorization(const B2Credentials& credentials)
 {
-    auto pair = credentials.keyID + ":" + credentials.applicationKey;
+    std::string pair = credentials.keyID + ":";
+    pair += credentials.applicationKey.reveal();
     std::string encoded(4 * ((pair.size() + 2) / 3) + 1, '\0');
     const int length = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(encoded.data()),
         reinterpret_cast<const unsigned char*>(pair.data()), static_cast<int>(pair.size()));
-    OPENSSL_cleanse(pair.data(), pair.size());
+    wipe(pair);
     encoded.resize(static_cast<std::size_t>(length));
     return "Basic " + encoded;
 }

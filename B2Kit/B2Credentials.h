@@ -1,11 +1,13 @@
 #pragma once
 
+#include "B2Kit/Secret.h"
+
 #include <string>
 
 /// An application key: its id and its secret half.
 struct B2Credentials {
     std::string keyID;
-    std::string applicationKey;
+    Secret applicationKey;
 
     bool operator==(const B2Credentials&) const = default;
 

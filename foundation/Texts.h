@@ -21,3 +21,6 @@ std::string dateText(std::chrono::system_clock::time_point date);
 
 /// A text on one line that can only be itself: line breaks and other control characters become visible marks.
 std::string singleLine(std::string_view text);
+
+/// A text without the blanks and line ends around it.
+std::string trimmed(std::string_view text);
