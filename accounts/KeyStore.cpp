@@ -21,9 +21,10 @@ std::string capabilityList(const B2Authorization& authorization)
 
 } // namespace
 
-KeyStore::KeyStore(Keychain& keychain, const ClientFactory& clients, ActivityLog& log)
+KeyStore::KeyStore(Keychain& keychain, const ClientFactory& clients, Settings& settings, ActivityLog& log)
     : keychain_(keychain)
     , clients_(clients)
+    , settings_(settings)
     , log_(log)
 {
 }

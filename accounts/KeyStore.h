@@ -13,8 +13,24 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <vector>
+
+/// What became of the keys that looked revoked.
+struct RevokedKeysOutcome {
+    struct Kept {
+        StoredKey key;
+        std::string reason; ///< A sentence.
+
+        bool operator==(const Kept&) const = default;
+    };
+
+    std::vector<StoredKey> removed;
+    std::vector<Kept> kept;
+
+    bool operator==(const RevokedKeysOutcome&) const = default;
+};
 
 /// The stored keys and the session of the one in use.
 ///
@@ -22,7 +38,28 @@
 /// no failure of a connection is thrown, all are left in the fields.
 class KeyStore final : public Observable {
 public:
-    KeyStore(Keychain& keychain, const ClientFactory& clients, ActivityLog& log);
+    /// The key to add is in the store already.
+    struct AddFailure : std::runtime_error {
+        explicit AddFailure(const std::string& existingLabel);
+    };
+
+    /// There is no session for another account.
+    struct SecondSessionFailure : std::runtime_error {
+        enum class Kind { noStoredSecret, noCapableKey, noKeys };
+
+        static SecondSessionFailure noStoredSecret(const std::string& label);
+        static SecondSessionFailure noCapableKey(std::vector<std::string> needed, std::vector<std::string> tried);
+        static SecondSessionFailure noKeys();
+
+        Kind kind;
+        std::vector<std::string> needed; ///< Capabilities, sorted.
+        std::vector<std::string> tried;  ///< Each key with what it lacks.
+
+    private:
+        SecondSessionFailure(Kind which, const std::string& sentence);
+    };
+
+    KeyStore(Keychain& keychain, const ClientFactory& clients, Settings& settings, ActivityLog& log);
 
     Observed<std::vector<StoredKey>> keys{this};
     Observed<std::shared_ptr<B2Session>> session{this};
@@ -49,12 +86,61 @@ public:
     /// Lists the account's keys with the current session; nothing is known after any failure.
     Task<> loadLiveKeyNames();
 
-    /// Keys the service no longer has, as far as the current session can tell.
+    // --- Changing what is stored
+
+    /// Stores a key after the service has accepted it, and makes it the session.
+    ///
+    /// @param label  may be empty: the key then takes the name it has at the service, if it may read that.
+    /// @throws AddFailure before any call, Keychain::Failure, and what the service or the network said;
+    ///         `addKeyMessage` has words for each. Nothing is stored then.
+    Task<> add(std::string label, std::string keyID, Secret applicationKey);
+    /// The same without a change of session.
+    Task<> addWithoutSwitching(std::string label, std::string keyID, Secret applicationKey);
+
+    /// Forgets a key, its secret, and the sort choices of an account without keys. The account's name stays, so that
+    /// it is there again with a new key.
+    /// @throws Keychain::Failure when the store would not remove it; everything is as before then.
+    Task<> remove(StoredKey key);
+
+    /// Removes every key that looks revoked, each only after the service has refused that very key. One that still
+    /// works, or that could not be asked about, stays.
+    Task<RevokedKeysOutcome> removeRevoked();
+
+    // A failure goes to the log; an empty name does nothing. Neither changes anything at the service.
+    Task<> rename(StoredKey key, std::string name);
+    Task<> renameAccount(std::string accountID, std::string name);
+
+    // --- Other accounts
+
+    /// A session of its own for an account, with the first stored key that has what is needed. The current session
+    /// stays as it is.
+    ///
+    /// @param bucketID  a bucket that the key must not be kept from.
+    /// @throws SecondSessionFailure, or what the last key met.
+    Task<std::shared_ptr<B2Session>> secondSession(
+        std::string accountID, std::set<B2Capability> needing, std::optional<std::string> bucketID = {});
+
+    // --- What is known of the keys
+
+    /// Is it the account's master application key?
+    bool isMaster(const StoredKey& key) const;
+    /// Has the service no such key any more? Only known of the account that the current session could list completely.
+    bool isRevoked(const StoredKey& key) const;
+    std::vector<StoredKey> revokedKeys() const;
     std::set<std::string> revokedKeyIDs() const;
     std::vector<StoredAccount> accountGroups() const;
     std::string accountDisplayName(const std::optional<std::string>& accountID) const;
 
 private:
+    struct Accepted;
+
+    Task<> migrateLabels();
+    void noteRemovals(const std::vector<StoredKey>& before);
+    Task<Accepted> validate(std::string label, std::string keyID, Secret applicationKey, bool isLogged);
+    Task<> storeAccepted(Accepted& accepted, std::string label);
+    Task<std::optional<std::string>> serviceName(std::string keyID, std::shared_ptr<B2Client> client);
+    Task<std::optional<std::string>> reasonToKeep(StoredKey key);
+    Task<std::shared_ptr<B2Session>> sessionWith(StoredKey key);
     Task<> openSession(StoredKey key);
     Task<> nameAccount(B2Authorization authorization);
     Task<> nameKey(std::string keyID, B2Authorization authorization, std::shared_ptr<B2Client> client);
@@ -63,5 +149,11 @@ private:
 
     Keychain& keychain_;
     const ClientFactory& clients_;
+    Settings& settings_;
     ActivityLog& log_;
 };
+
+/// Words for what `KeyStore::add` threw.
+///
+/// @param isKnown  the key's id was given, so that only its secret can be wrong.
+std::string addKeyMessage(const std::exception_ptr& error, bool isKnown);

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "B2Kit/Secret.h"
 #include "async/Task.h"
+#include "foundation/Observable.h"
 
-#include <exception>
+#include <cstdint>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -18,23 +21,83 @@ struct KeychainEntry {
 
 /// Where secrets live. An entry is the whole truth about a key: its secret, its name and its account.
 ///
-/// Called on the main thread, which it never makes wait.
-/// @throws std::exception whose text says why the store could not be read or written.
-class Keychain {
+/// Lives on the main thread, which it never makes wait: a call to the store ends after 5 seconds at most. Waiting for
+/// the user to unlock the store is not counted; it shows in `isWaitingForUnlock` and ends with `stopWaiting`.
+/// A task that is asked to stop ends at once with `Cancelled`; what it had begun to write may be written or not.
+class Keychain : public Observable {
 public:
-    virtual ~Keychain() = default;
+    /// Why the store could not do what it was asked, as a sentence to show.
+    struct Failure : std::runtime_error {
+        Failure(std::int32_t code, const std::string& sentence)
+            : std::runtime_error(sentence)
+            , status(code)
+        {
+        }
+
+        std::int32_t status; ///< One of the constants below.
+    };
+
+    // The states of a store that fails. The first is no failure of an update or of a removal.
+    static constexpr std::int32_t itemNotFound = -25300;
+    static constexpr std::int32_t noSecretService = -34018; ///< The desktop has none: then the legacy store serves.
+    static constexpr std::int32_t isLocked = -25308;        ///< And the user cannot be asked to unlock it.
+    static constexpr std::int32_t dismissed = -128;         ///< The user did not unlock it.
+    static constexpr std::int32_t tooSlow = -25291;         ///< No answer within 5 seconds.
+    static constexpr std::int32_t hasDied = -25295;         ///< The service ended while it was asked.
+    static constexpr std::int32_t wrongPassphrase = -25293; ///< Of the legacy store; or none was given yet.
+    static constexpr std::int32_t isDamaged = -67049;       ///< The legacy store's file, which has been set aside.
+    static constexpr std::int32_t cannotWrite = -61;        ///< The legacy store's file or folder.
+    static constexpr std::int32_t refused = -50;            ///< Anything else the store said.
+
+    /// A legacy store serves instead of the desktop's for the rest of the process.
+    Observed<bool> useLegacyStore{this, false};
+    /// The desktop is asking the user to unlock the store.
+    Observed<bool> isWaitingForUnlock{this, false};
+    /// The legacy store cannot be read before `unlockLegacyStore` gives it the passphrase.
+    Observed<bool> needsPassphrase{this, false};
+    /// The user has set a passphrase for the legacy store.
+    Observed<bool> hasPassphrase{this, false};
+
+    /// Decides where the secrets of this process live; before the first read. Fails never.
+    virtual Task<> probeOnce();
 
     /// Every stored key, sorted by key id.
     virtual Task<std::vector<KeychainEntry>> entries() = 0;
 
     /// The secret half of a key, or nothing when the store holds none.
-    virtual Task<std::optional<std::string>> secret(std::string keyID) = 0;
+    virtual Task<std::optional<Secret>> secret(std::string keyID) = 0;
 
-    // Writing to a key that is not stored does nothing.
+    /// Stores a key, or its secret anew. An absent label or account keeps the stored one. A failure leaves the item
+    /// that was there.
+    virtual Task<> save(
+        std::string keyID, Secret secret, std::optional<std::string> label, std::optional<std::string> accountID) = 0;
+
+    // Writing to a key that is not stored, or removing it, does nothing.
     virtual Task<> setLabel(std::string keyID, std::string label) = 0;
     virtual Task<> setAccountID(std::string keyID, std::string accountID) = 0;
+    virtual Task<> remove(std::string keyID) = 0;
 
     /// The user's name for an account, or nothing when none is stored.
     virtual Task<std::optional<std::string>> accountName(std::string accountID) = 0;
+    /// Blanks around the name do not count; an empty one does nothing.
     virtual Task<> setAccountName(std::string accountID, std::string name) = 0;
+
+    /// Is the key shared with the user's other computers? Never in a legacy store.
+    virtual Task<bool> isShared(std::string keyID);
+
+    // What a key's entry says, or nothing after any failure.
+    Task<std::optional<std::string>> label(std::string keyID);
+    Task<std::optional<std::string>> accountID(std::string keyID);
+
+    /// Takes back what waits for the user: it fails as `dismissed`.
+    virtual void stopWaiting();
+
+    /// Opens a legacy store that has a passphrase.
+    /// @throws Failure (`wrongPassphrase`); the store stays closed.
+    virtual Task<> unlockLegacyStore(Secret passphrase);
+    /// Encrypts the open legacy store by a passphrase from now on, or by a key file when it is empty.
+    virtual Task<> setLegacyPassphrase(Secret passphrase);
 };
+
+/// What the legacy store means for the user, to be read before a key is given to it.
+std::string legacyStoreNote(bool hasPassphrase);

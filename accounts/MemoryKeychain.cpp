@@ -1,15 +1,10 @@
 #include "accounts/MemoryKeychain.h"
 
-#include <cstring>
+#include "foundation/Texts.h"
+
 #include <utility>
 
-MemoryKeychain::~MemoryKeychain()
-{
-    for (auto& [keyID, item] : items_)
-        explicit_bzero(item.secret.data(), item.secret.size());
-}
-
-void MemoryKeychain::add(KeychainEntry entry, std::string secret)
+void MemoryKeychain::add(KeychainEntry entry, Secret secret)
 {
     const std::string keyID = entry.keyID;
     items_.insert_or_assign(keyID, Item{std::move(entry), std::move(secret)});
@@ -23,10 +18,23 @@ Task<std::vector<KeychainEntry>> MemoryKeychain::entries()
     co_return entries;
 }
 
-Task<std::optional<std::string>> MemoryKeychain::secret(std::string keyID)
+Task<std::optional<Secret>> MemoryKeychain::secret(std::string keyID)
 {
     const auto found = items_.find(keyID);
-    co_return found == items_.end() ? std::nullopt : std::optional(found->second.secret);
+    co_return found == items_.end() ? std::nullopt : std::optional(found->second.secret.copy());
+}
+
+Task<> MemoryKeychain::save(
+    std::string keyID, Secret secret, std::optional<std::string> label, std::optional<std::string> accountID)
+{
+    auto& item = items_[keyID];
+    item.entry.keyID = std::move(keyID);
+    item.secret = std::move(secret);
+    if (label)
+        item.entry.name = std::move(label);
+    if (accountID)
+        item.entry.accountID = std::move(accountID);
+    co_return;
 }
 
 Task<> MemoryKeychain::setLabel(std::string keyID, std::string label)
@@ -43,6 +51,12 @@ Task<> MemoryKeychain::setAccountID(std::string keyID, std::string accountID)
     co_return;
 }
 
+Task<> MemoryKeychain::remove(std::string keyID)
+{
+    items_.erase(keyID);
+    co_return;
+}
+
 Task<std::optional<std::string>> MemoryKeychain::accountName(std::string accountID)
 {
     const auto found = accountNames_.find(accountID);
@@ -51,6 +65,7 @@ Task<std::optional<std::string>> MemoryKeychain::accountName(std::string account
 
 Task<> MemoryKeychain::setAccountName(std::string accountID, std::string name)
 {
-    accountNames_.insert_or_assign(std::move(accountID), std::move(name));
+    if (auto trimmedName = trimmed(name); !trimmedName.empty())
+        accountNames_.insert_or_assign(std::move(accountID), std::move(trimmedName));
     co_return;
 }

@@ -18,7 +18,7 @@ constexpr std::chrono::seconds gatheringTime(1);
 } // namespace
 
 RootModel::RootModel(const RootParts& parts)
-    : keyStore(parts.keychain, parts.clients, parts.log)
+    : keyStore(parts.keychain, parts.clients, parts.settings, parts.log)
     , browser(parts.settings)
     , settings_(parts.settings)
     , log_(parts.log)

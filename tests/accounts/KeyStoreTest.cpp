@@ -30,10 +30,21 @@ public:
         check();
         return inner_.entries();
     }
-    Task<std::optional<std::string>> secret(std::string keyID) override
+    Task<std::optional<Secret>> secret(std::string keyID) override
     {
         check();
         return inner_.secret(std::move(keyID));
+    }
+    Task<> save(std::string keyID, Secret secret, std::optional<std::string> label,
+        std::optional<std::string> accountID) override
+    {
+        check();
+        return inner_.save(std::move(keyID), std::move(secret), std::move(label), std::move(accountID));
+    }
+    Task<> remove(std::string keyID) override
+    {
+        check();
+        return inner_.remove(std::move(keyID));
     }
     Task<> setLabel(std::string keyID, std::string label) override { return inner_.setLabel(keyID, label); }
     Task<> setAccountID(std::string keyID, std::string accountID) override
@@ -53,7 +64,7 @@ private:
     void check() const
     {
         if (isBroken)
-            throw std::runtime_error("The keyring is locked");
+            throw Failure(isLocked, "The keyring is locked");
     }
 
     Keychain& inner_;
@@ -93,7 +104,7 @@ protected:
     FailingKeychain keychain{memory};
     ClientFactory clients{
         std::make_shared<B2CurlTransport>(B2CurlTransportOptions{}), std::make_shared<B2NullLogSink>(), service.url()};
-    KeyStore store{keychain, clients, log};
+    KeyStore store{keychain, clients, settings, log};
 };
 
 } // namespace

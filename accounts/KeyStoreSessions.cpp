@@ -1,0 +1,1 @@
+#include "accounts/KeyStore.h"
