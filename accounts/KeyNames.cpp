@@ -46,6 +46,14 @@ std::string unnamedAccountName(const std::string& accountID)
     return "Account " + lastFour(accountID);
 }
 
+std::string capabilityList(const std::set<B2Capability>& capabilities)
+{
+    std::string list;
+    for (const auto& capability : capabilities)
+        list += (list.empty() ? "" : ", ") + capability.rawValue;
+    return list;
+}
+
 bool isMasterKey(const StoredKey& key)
 {
     return key.accountID && !key.accountID->empty() && *key.accountID == key.keyID;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "B2Kit/B2Capability.h"
 #include "accounts/StoredKey.h"
 
 #include <map>
@@ -24,6 +25,9 @@ std::string unnamedAccountName(const std::string& accountID);
 
 /// The region in an S3 endpoint ("us-west-004"), or nothing.
 std::optional<std::string> regionOf(const std::optional<std::string>& s3URL);
+
+/// The names of capabilities, sorted: "listBuckets, listFiles".
+std::string capabilityList(const std::set<B2Capability>& capabilities);
 
 /// Is it the account's master application key? Its id is the account's.
 bool isMasterKey(const StoredKey& key);

@@ -2,21 +2,24 @@
 
 #include "B2Kit/B2RetryPolicy.h"
 #include "accounts/KeyNames.h"
+#include "foundation/QtText.h"
+#include "foundation/SettingsKeys.h"
+#include "foundation/Texts.h"
+
+#include <QLocale>
+#include <QStringList>
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <algorithm>
 
 namespace {
 
-std::string capabilityList(const B2Authorization& authorization)
+std::string sentence(std::string text)
 {
-    std::vector<std::string> names;
-    for (const auto& capability : authorization.storage.allowed.capabilities)
-        names.push_back(capability.rawValue);
-    std::ranges::sort(names);
-    return fmt::format("{}", fmt::join(names, ", "));
+    if (!text.empty() && text.back() != '.')
+        text += '.';
+    return text;
 }
 
 } // namespace
@@ -29,11 +32,19 @@ KeyStore::KeyStore(Keychain& keychain, const ClientFactory& clients, Settings& s
 {
 }
 
+void KeyStore::record(B2LogLevel level, std::string_view category, std::string message, std::string detail)
+{
+    log_.record({level, std::string(category), std::move(message),
+        detail.empty() ? std::nullopt : std::optional(std::move(detail))});
+}
+
 Task<> KeyStore::reload()
 {
+    const int number = ++startedReloads_;
     std::vector<StoredKey> read;
     std::map<std::string, std::string> names;
     try {
+        co_await migrateLabels();
         for (auto& entry : co_await keychain_.entries()) {
             if (entry.accountID && !names.contains(*entry.accountID)) {
                 if (auto name = co_await keychain_.accountName(*entry.accountID))
@@ -41,17 +52,84 @@ Task<> KeyStore::reload()
             }
             read.push_back({entry.keyID, entry.name.value_or(std::string(unnamedKeyLabel)), entry.accountID});
         }
+    } catch (const Cancelled&) {
+        throw;
     } catch (const std::exception& error) {
-        log_.record({B2LogLevel::error, "keys", "Could not read the stored keys",
-            fmt::format("{}. Showing the last known list; nothing has been removed.", error.what())});
+        record(B2LogLevel::error, "keys", "Could not read the stored keys",
+            fmt::format("{} Showing the last known list; nothing has been removed.", sentence(error.what())));
+        storeFailure = sentence(error.what());
         co_return;
     }
+    if (number < appliedReload_)
+        co_return;
+    appliedReload_ = number;
+    const auto before = *keys;
+    storeFailure = std::nullopt;
     keys = std::move(read);
     accountNames = std::move(names);
     if (*session)
         (*session)->key = stored(*(*session)->key);
     if (*lastAttempted)
         lastAttempted = stored(**lastAttempted);
+    noteRemovals(before);
+}
+
+void KeyStore::noteRemovals(const std::vector<StoredKey>& before)
+{
+    QStringList gone;
+    for (const auto& key : before) {
+        if (std::ranges::find(*keys, key.keyID, &StoredKey::keyID) == keys->end())
+            gone.push_back(toQString(key.label));
+    }
+    if (gone.isEmpty() || !settings_.boolean(SettingsKeys::syncKeys).value_or(false))
+        return;
+    record(B2LogLevel::notice, "keys", countText(gone.size(), "key", "keys") + " removed on another Mac",
+        fromQString(QLocale().createSeparatedList(gone)) + ". Removed from this Mac too, because the keys are shared.");
+}
+
+Task<> KeyStore::migrateLabels()
+{
+    const auto settingsKeys = settings_.keys();
+    const auto has = [&](std::string_view name) { return std::ranges::find(settingsKeys, name) != settingsKeys.end(); };
+    if (!has(SettingsKeys::keyLabels) && !has(SettingsKeys::accountLabels))
+        co_return;
+    const auto forget = [this] {
+        settings_.remove(SettingsKeys::keyLabels);
+        settings_.remove(SettingsKeys::accountLabels);
+    };
+    auto labels = settings_.texts(SettingsKeys::keyLabels);
+    if (!labels || labels->empty())
+        labels = settings_.texts(SettingsKeys::accountLabels);
+    if (!labels || labels->empty()) {
+        forget();
+        record(B2LogLevel::info, "keys", "No key names left to move into the Keychain");
+        co_return;
+    }
+    std::vector<KeychainEntry> entries;
+    try {
+        entries = co_await keychain_.entries();
+    } catch (const Keychain::Failure&) {
+        co_return; // The next reload tries again.
+    }
+    int moved = 0;
+    for (const auto& entry : entries) {
+        const auto label = labels->find(entry.keyID);
+        if (entry.name || label == labels->end() || label->second == unnamedKeyLabel)
+            continue;
+        try {
+            co_await keychain_.setLabel(entry.keyID, label->second);
+        } catch (const Keychain::Failure& error) {
+            record(B2LogLevel::warning, "keys", "Could not move a key name into the Keychain", error.what());
+            co_return;
+        }
+        ++moved;
+    }
+    forget();
+    record(B2LogLevel::info, "keys",
+        moved > 0 ? fmt::format("Moved {} into the Keychain", countText(moved, "key name", "key names"))
+                  : "Key names were already on their Keychain items",
+        fmt::format("{} held locally, {} stored. Names now travel with the key itself rather than separately.",
+            labels->size(), countText(static_cast<std::int64_t>(entries.size()), "key", "keys")));
 }
 
 Task<> KeyStore::connect(StoredKey key)
@@ -107,7 +185,9 @@ Task<> KeyStore::openSession(StoredKey key)
     connectionFailure = std::nullopt;
     co_await loadLiveKeyNames();
     log_.record({B2LogLevel::info, "auth",
-        fmt::format("Connected with key {} - permits: {}", current.label, capabilityList(authorization)), {}});
+        fmt::format("Connected with key {} - permits: {}", current.label,
+            capabilityList(authorization.storage.allowed.capabilities)),
+        {}});
 }
 
 Task<> KeyStore::nameAccount(B2Authorization authorization)
@@ -130,34 +210,20 @@ Task<> KeyStore::nameAccount(B2Authorization authorization)
 
 Task<> KeyStore::nameKey(std::string keyID, B2Authorization authorization, std::shared_ptr<B2Client> client)
 {
-    // The service lists every key but the master key, whose id is the account's.
-    if (keyID == authorization.accountID
-        || !authorization.storage.allowed.capabilities.contains(B2Capabilities::listKeys))
-        co_return;
     const auto row = std::ranges::find(*keys, keyID, &StoredKey::keyID);
     if (row == keys->end() || row->label != unnamedKeyLabel)
         co_return;
-    std::string name;
+    const auto name = co_await nameAtService(keyID, authorization, std::move(client));
+    if (!name)
+        co_return;
     try {
-        auto listed = client->allKeys();
-        while (auto listedKey = co_await listed.next()) {
-            if (listedKey->applicationKeyID == keyID) {
-                name = listedKey->keyName;
-                break;
-            }
-        }
-        if (name.empty())
-            co_return;
-        co_await keychain_.setLabel(keyID, name);
-    } catch (const Cancelled&) {
-        throw;
-    } catch (const std::exception& error) {
-        log_.record({B2LogLevel::info, "auth", "Could not read the key's name from Backblaze", error.what()});
+        co_await keychain_.setLabel(keyID, *name);
+    } catch (const Keychain::Failure&) {
         co_return;
     }
     co_await reload();
-    log_.record({B2LogLevel::info, "keys", fmt::format("Named this key {} from Backblaze", name),
-        "It had no name stored. Names come from the key's keyName in B2."});
+    record(B2LogLevel::info, "keys", fmt::format("Named this key {} from Backblaze", *name),
+        "It had no name stored. Names come from the key's keyName in B2.");
 }
 
 Task<> KeyStore::retry()
@@ -190,14 +256,29 @@ Task<> KeyStore::loadLiveKeyNames()
     liveNamesAccountID = isComplete ? std::optional(current->authorization.accountID) : std::nullopt;
 }
 
+bool KeyStore::isMaster(const StoredKey& key) const
+{
+    return isMasterKey(key);
+}
+
+bool KeyStore::isRevoked(const StoredKey& key) const
+{
+    return key.accountID && !key.accountID->empty() && !isMasterKey(key) && *liveNamesAccountID == key.accountID
+        && !liveKeys->contains(key.keyID);
+}
+
+std::vector<StoredKey> KeyStore::revokedKeys() const
+{
+    std::vector<StoredKey> revoked;
+    std::ranges::copy_if(*keys, std::back_inserter(revoked), [this](const StoredKey& key) { return isRevoked(key); });
+    return revoked;
+}
+
 std::set<std::string> KeyStore::revokedKeyIDs() const
 {
     std::set<std::string> revoked;
-    for (const auto& key : *keys) {
-        if (key.accountID && !key.accountID->empty() && !isMasterKey(key) && *liveNamesAccountID == key.accountID
-            && !liveKeys->contains(key.keyID))
-            revoked.insert(key.keyID);
-    }
+    for (const auto& key : revokedKeys())
+        revoked.insert(key.keyID);
     return revoked;
 }
 

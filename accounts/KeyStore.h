@@ -8,6 +8,7 @@
 #include "accounts/StoredKey.h"
 #include "foundation/ActivityLog.h"
 #include "foundation/Observable.h"
+#include "foundation/Settings.h"
 
 #include <map>
 #include <memory>
@@ -68,6 +69,8 @@ public:
     Observed<std::optional<ConnectionFailure>> connectionFailure{this};
     Observed<std::optional<StoredKey>> lastAttempted{this};
     Observed<std::map<std::string, std::string>> accountNames{this}; ///< By account id, as stored.
+    /// Why the stored keys could not be read the last time, as a sentence to show.
+    Observed<std::optional<std::string>> storeFailure{this};
 
     /// What the current session could list at the service, by key id; complete or empty.
     Observed<std::map<std::string, B2ApplicationKey>> liveKeys{this};
@@ -85,6 +88,8 @@ public:
 
     /// Lists the account's keys with the current session; nothing is known after any failure.
     Task<> loadLiveKeyNames();
+
+    Keychain& keychain() const { return keychain_; }
 
     // --- Changing what is stored
 
@@ -134,16 +139,21 @@ public:
 private:
     struct Accepted;
 
+    enum class Announcement { quiet, logged };
+
     Task<> migrateLabels();
     void noteRemovals(const std::vector<StoredKey>& before);
-    Task<Accepted> validate(std::string label, std::string keyID, Secret applicationKey, bool isLogged);
-    Task<> storeAccepted(Accepted& accepted, std::string label);
-    Task<std::optional<std::string>> serviceName(std::string keyID, std::shared_ptr<B2Client> client);
+    Task<std::shared_ptr<const Accepted>> acceptAndStore(
+        std::string label, std::string keyID, Secret applicationKey, Announcement announcement);
+    /// The key's own name at the service, if it may read that.
+    Task<std::optional<std::string>> nameAtService(
+        std::string keyID, B2Authorization authorization, std::shared_ptr<B2Client> client);
     Task<std::optional<std::string>> reasonToKeep(StoredKey key);
     Task<std::shared_ptr<B2Session>> sessionWith(StoredKey key);
     Task<> openSession(StoredKey key);
     Task<> nameAccount(B2Authorization authorization);
     Task<> nameKey(std::string keyID, B2Authorization authorization, std::shared_ptr<B2Client> client);
+    void record(B2LogLevel level, std::string_view category, std::string message, std::string detail = {});
     void fail(const StoredKey& key, const std::exception_ptr& error);
     StoredKey stored(const StoredKey& key) const;
 
@@ -151,6 +161,8 @@ private:
     const ClientFactory& clients_;
     Settings& settings_;
     ActivityLog& log_;
+    int startedReloads_ = 0;
+    int appliedReload_ = 0; ///< An older reading never replaces a newer one.
 };
 
 /// Words for what `KeyStore::add` threw.

@@ -1,1 +1,213 @@
 #include "accounts/KeyStore.h"
+
+#include "B2Kit/B2Error.h"
+#include "B2Kit/B2RetryPolicy.h"
+#include "accounts/KeyNames.h"
+#include "foundation/SettingsKeys.h"
+#include "foundation/Texts.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+/// A key that the service has accepted and the secret store has taken.
+struct KeyStore::Accepted {
+    std::string keyID;
+    std::shared_ptr<B2Client> client;
+    B2Authorization authorization;
+};
+
+KeyStore::AddFailure::AddFailure(const std::string& existingLabel)
+    : std::runtime_error(fmt::format(
+          "This key is already in Kestrovan, as “{}”. Remove it first if you want to replace it.", existingLabel))
+{
+}
+
+Task<std::shared_ptr<const KeyStore::Accepted>> KeyStore::acceptAndStore(
+    std::string label, std::string keyID, Secret applicationKey, Announcement announcement)
+{
+    const bool isLogged = announcement == Announcement::logged;
+    keyID = trimmed(keyID);
+    Secret secret = applicationKey.trimmed();
+    for (const auto& entry : co_await keychain_.entries()) {
+        if (entry.keyID == keyID)
+            throw AddFailure(entry.name.value_or(std::string(unnamedKeyLabel)));
+    }
+    const auto accepted = std::make_shared<Accepted>();
+    accepted->keyID = keyID;
+    accepted->client = clients_.makeClient({keyID, secret.copy()});
+    if (isLogged)
+        record(B2LogLevel::info, "auth", "Validating key " + keyID);
+    accepted->authorization = co_await accepted->client->authorized();
+    if (isLogged)
+        record(B2LogLevel::notice, "auth", fmt::format("Key {} accepted", keyID),
+            "Permits: " + capabilityList(accepted->authorization.storage.allowed.capabilities));
+
+    std::optional<std::string> name = trimmed(label);
+    if (name->empty())
+        name = co_await nameAtService(keyID, accepted->authorization, accepted->client);
+    co_await keychain_.save(keyID, std::move(secret), std::move(name), accepted->authorization.accountID);
+    co_await reload();
+    co_return accepted;
+}
+
+Task<> KeyStore::add(std::string label, std::string keyID, Secret applicationKey)
+{
+    const auto accepted =
+        co_await acceptAndStore(std::move(label), std::move(keyID), std::move(applicationKey), Announcement::logged);
+    const auto& accountID = accepted->authorization.accountID;
+    session = std::make_shared<B2Session>(
+        stored({accepted->keyID, std::string(unnamedKeyLabel), accountID}), accepted->client, accepted->authorization);
+    connectionFailure = std::nullopt;
+    co_await nameAccount(accepted->authorization);
+    co_await loadLiveKeyNames();
+}
+
+Task<> KeyStore::addWithoutSwitching(std::string label, std::string keyID, Secret applicationKey)
+{
+    const auto accepted =
+        co_await acceptAndStore(std::move(label), std::move(keyID), std::move(applicationKey), Announcement::quiet);
+    const auto key = stored({accepted->keyID, std::string(unnamedKeyLabel), accepted->authorization.accountID});
+    record(B2LogLevel::notice, "auth", fmt::format("Added key {} to Kestrovan", key.label),
+        fmt::format("{} - permits: {}. Stored in the Keychain; not switched to.", key.keyID,
+            capabilityList(accepted->authorization.storage.allowed.capabilities)));
+}
+
+Task<std::optional<std::string>> KeyStore::nameAtService(
+    std::string keyID, B2Authorization authorization, std::shared_ptr<B2Client> client)
+{
+    // The service lists every key but the master key, whose id is the account's.
+    if (keyID == authorization.accountID)
+        co_return std::nullopt;
+    constexpr int pageSize = 100;
+    try {
+        auto listed = client->allKeys(pageSize);
+        while (auto key = co_await listed.next()) {
+            if (key->applicationKeyID == keyID)
+                co_return key->keyName.empty() ? std::nullopt : std::optional(key->keyName);
+        }
+    } catch (const Cancelled&) {
+        throw;
+    } catch (...) {
+        record(B2LogLevel::info, "auth", "Could not read the key's name from Backblaze",
+            describe(std::current_exception()));
+    }
+    co_return std::nullopt;
+}
+
+Task<> KeyStore::remove(StoredKey key)
+{
+    co_await keychain_.remove(key.keyID);
+    if (*lastAttempted && (*lastAttempted)->keyID == key.keyID) {
+        lastAttempted = std::nullopt;
+        connectionFailure = std::nullopt;
+    }
+    if (*session && (*session)->key->keyID == key.keyID)
+        session = nullptr;
+    co_await reload();
+    const bool isLastOfAccount = key.accountID && !key.accountID->empty()
+        && std::ranges::find(*keys, key.accountID, &StoredKey::accountID) == keys->end();
+    if (isLastOfAccount)
+        settings_.removePrefix(SettingsKeys::browserSortsOfAccount(*key.accountID));
+}
+
+Task<RevokedKeysOutcome> KeyStore::removeRevoked()
+{
+    RevokedKeysOutcome outcome;
+    for (const auto& key : revokedKeys()) {
+        auto reason = co_await reasonToKeep(key);
+        if (!reason) {
+            try {
+                co_await remove(key);
+            } catch (const Keychain::Failure& error) {
+                reason = error.what();
+            }
+        }
+        if (!reason) {
+            outcome.removed.push_back(key);
+            continue;
+        }
+        record(B2LogLevel::notice, "keys", fmt::format("Kept key {}", key.label), *reason);
+        outcome.kept.push_back({key, std::move(*reason)});
+    }
+    co_return outcome;
+}
+
+/// Why a key that looks revoked must not be forgotten: only a refusal of that very key proves it.
+Task<std::optional<std::string>> KeyStore::reasonToKeep(StoredKey key)
+{
+    std::exception_ptr error;
+    try {
+        auto secret = co_await keychain_.secret(key.keyID);
+        if (!secret)
+            co_return std::nullopt; // There is nothing to lose.
+        const auto client = clients_.makeClient({key.keyID, std::move(*secret)});
+        co_await client->authorized();
+    } catch (const Cancelled&) {
+        throw;
+    } catch (...) {
+        error = std::current_exception();
+    }
+    if (!error)
+        co_return fmt::format("“{}” is not listed, but Backblaze still accepts it, so it was kept.", key.label);
+    const auto failure = connectionFailureFrom(error);
+    if (failure.kind == ConnectionFailure::Kind::keyRejected)
+        co_return std::nullopt;
+    co_return fmt::format(
+        "Whether “{}” still works could not be found out, so it was kept. {}", key.label, failure.message);
+}
+
+Task<> KeyStore::rename(StoredKey key, std::string name)
+{
+    name = trimmed(name);
+    if (name.empty())
+        co_return;
+    try {
+        co_await keychain_.setLabel(key.keyID, name);
+    } catch (const Keychain::Failure& error) {
+        record(B2LogLevel::error, "keys", "Could not rename the key", error.what());
+        co_return;
+    }
+    co_await reload();
+    record(B2LogLevel::notice, "keys", "Renamed a key to " + name,
+        "Stored on the key itself, so it reaches your other Macs when key sync is on.");
+}
+
+Task<> KeyStore::renameAccount(std::string accountID, std::string name)
+{
+    name = trimmed(name);
+    if (name.empty())
+        co_return;
+    try {
+        if (co_await keychain_.accountName(accountID) == name)
+            co_return;
+        co_await keychain_.setAccountName(accountID, name);
+    } catch (const Keychain::Failure& error) {
+        record(B2LogLevel::warning, "keys", "Could not rename the account", error.what());
+        co_return;
+    }
+    co_await reload();
+    record(B2LogLevel::notice, "keys", "Renamed this account to " + name);
+}
+
+std::string addKeyMessage(const std::exception_ptr& error, bool isKnown)
+{
+    try {
+        std::rethrow_exception(error);
+    } catch (const B2Error& failure) {
+        if (const auto* api = failure.api()) {
+            if (api->status == 401)
+                return isKnown ? "Backblaze did not accept this key. Check the applicationKey and try again."
+                               : "Backblaze did not accept this key. Check the keyID and the applicationKey, and try "
+                                 "again.";
+            if (api->isRetryable())
+                return fmt::format(
+                    "Backblaze returned {}. This is usually temporary, so try again in a moment.", api->status);
+        }
+        return failure.what();
+    } catch (const B2TransportError& failure) {
+        return fmt::format("Kestrovan could not reach Backblaze. {}", failure.what());
+    } catch (...) {
+        return describe(error);
+    }
+}

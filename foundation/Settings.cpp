@@ -248,6 +248,20 @@ std::optional<std::string> Settings::bytes(std::string_view key) const
     return decoded ? std::optional(decoded.decoded.toStdString()) : std::nullopt;
 }
 
+std::optional<std::map<std::string, std::string>> Settings::texts(std::string_view key) const
+{
+    const auto stored = value(key);
+    if (!stored.isObject())
+        return std::nullopt;
+    std::map<std::string, std::string> all;
+    const auto entries = stored.toObject();
+    for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
+        if (entry->isString())
+            all.emplace(fromQString(entry.key()), fromQString(entry->toString()));
+    }
+    return all;
+}
+
 void Settings::set(std::string_view key, std::string_view value)
 {
     store(key, QJsonValue(toQString(value)));
@@ -257,6 +271,14 @@ void Settings::setBytes(std::string_view key, std::string_view value)
 {
     const auto raw = QByteArray::fromRawData(value.data(), static_cast<qsizetype>(value.size()));
     store(key, QJsonValue(QString::fromLatin1(raw.toBase64())));
+}
+
+void Settings::setTexts(std::string_view key, const std::map<std::string, std::string>& value)
+{
+    QJsonObject entries;
+    for (const auto& [name, text] : value)
+        entries.insert(toQString(name), toQString(text));
+    store(key, entries);
 }
 
 void Settings::remove(std::string_view key)

@@ -8,6 +8,7 @@
 #include <concepts>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -39,6 +40,8 @@ public:
     std::optional<double> number(std::string_view key) const;
     std::optional<std::string> text(std::string_view key) const;
     std::optional<std::string> bytes(std::string_view key) const;
+    /// A map of texts; entries of another type are left out.
+    std::optional<std::map<std::string, std::string>> texts(std::string_view key) const;
 
     // Stores a value; storing an equal one does nothing.
     void set(std::string_view key, std::same_as<bool> auto value) { store(key, QJsonValue(value)); }
@@ -54,6 +57,7 @@ public:
     }
     void set(std::string_view key, std::string_view value);
     void setBytes(std::string_view key, std::string_view value);
+    void setTexts(std::string_view key, const std::map<std::string, std::string>& value);
 
     void remove(std::string_view key);
     void removePrefix(std::string_view prefix);
