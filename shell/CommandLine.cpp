@@ -53,7 +53,7 @@ std::expected<CommandLine, std::string> parseCommandLine(const std::vector<std::
             name.resize(equals);
         }
         const bool takesValue =
-            name == "--tour" || name == "--key-id" || name == "--endpoint" || name == "--certificate-authority";
+            name == "--tour" || name == "--tour-chapter" || name == "--tour-file" || name == "--key-id" || name == "--endpoint" || name == "--certificate-authority";
         if (takesValue && !given && i + 1 < arguments.size())
             given = arguments[++i];
         if (takesValue && (!given || given->empty()))
@@ -64,6 +64,10 @@ std::expected<CommandLine, std::string> parseCommandLine(const std::vector<std::
             line.isDemo = true;
         else if (name == "--tour")
             line.tour = *given;
+        else if (name == "--tour-chapter")
+            line.tourChapter = *given;
+        else if (name == "--tour-file")
+            line.tourFile = *given;
         else if (name == "--key-id")
             line.keyID = *given;
         else if (name == "--endpoint") {
@@ -78,7 +82,7 @@ std::expected<CommandLine, std::string> parseCommandLine(const std::vector<std::
         else
             return std::unexpected("“" + arguments[i] + "” is not an option of Kestrovan. See --help.");
     }
-    if (line.tour && !line.isDemo)
+    if (line.tour && !line.isDemo && line.tourChapter.empty())
         return std::unexpected("--tour walks through the demonstration only: give --demo with it.");
     if (line.isDemo && (line.keyID || hasEndpoint))
         return std::unexpected("--demo brings its own service and keys: leave out --key-id and --endpoint.");

@@ -10,6 +10,9 @@
 struct CommandLine {
     bool isDemo = false;                       ///< A local service with an account of its own; nothing of the user's.
     std::optional<std::filesystem::path> tour; ///< Walk through the program by itself and keep pictures here.
+    /// Of a tour: the walk of a process that the tour itself has started, "begin-upload" or "resume-upload", and
+    std::string tourChapter;
+    std::filesystem::path tourFile;            ///< the file it is about.
     std::optional<std::string> keyID;          ///< Connect with this key; its secret comes from elsewhere.
     std::string endpoint;                      ///< Where keys are authorized.
     std::string certificateAuthorityFile;      ///< PEM to trust instead of the system's; empty for the system's.

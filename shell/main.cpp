@@ -5,6 +5,7 @@
 #include "shell/CommandLine.h"
 #include "shell/SignalWatch.h"
 #include "shell/tour/Tour.h"
+#include "shell/tour/TourChapter.h"
 #include "shell/views/MainWindow.h"
 
 #include <QApplication>
@@ -35,11 +36,14 @@ int runProgram(const CommandLine& commandLine, std::optional<std::string> secret
     QObject::connect(&signals, &SignalWatch::received, window.get(), leave);
     window->show();
 
-    std::unique_ptr<Tour> tour;
+    std::unique_ptr<TourSteps> tour;
     int tourResult = 0;
     if (commandLine.tour) {
-        tour = std::make_unique<Tour>(application, theme, *window, *commandLine.tour);
-        QObject::connect(tour.get(), &Tour::finished, window.get(), [&](int failures) {
+        if (commandLine.tourChapter.empty())
+            tour = std::make_unique<Tour>(application, theme, *window, *commandLine.tour);
+        else
+            tour = std::make_unique<TourChapter>(application, *window, commandLine);
+        QObject::connect(tour.get(), &TourSteps::finished, window.get(), [&](int failures) {
             tourResult = failures == 0 ? 0 : 1;
             leave();
         });

@@ -22,6 +22,13 @@ Task<std::string> ServiceControl::digest(std::string bucketName, std::string fil
     co_return record[QLatin1String("sha1")].toString().toStdString();
 }
 
+Task<std::int64_t> ServiceControl::bytesReceived()
+{
+    const auto answer = co_await ask(B2HTTPMethod::get, "/_local/counts", {});
+    const auto record = QJsonDocument::fromJson(QByteArray::fromStdString(answer)).object();
+    co_return record[QLatin1String("bytesIn")].toInteger();
+}
+
 Task<> ServiceControl::addFaults(std::string faults)
 {
     co_await ask(B2HTTPMethod::post, "/_local/faults", std::move(faults));

@@ -12,6 +12,9 @@ public:
     /// SHA-1 of the newest version of a file, computed by the service from what it stored.
     Task<std::string> digest(std::string bucketName, std::string fileName);
 
+    /// How many bytes of requests the service has received since its start.
+    Task<std::int64_t> bytesReceived();
+
     /// @param faults  a JSON object or list, as `docs/local-service.md` describes.
     Task<> addFaults(std::string faults);
     Task<> clearFaults();

@@ -13,6 +13,8 @@ Task<> Tour::run()
     co_await readManyNames();
     co_await uploadByDrop();
     co_await downloadChecked();
+    co_await transferFolders();
+    co_await surviveAKill();
     co_await surviveTrouble();
     co_await askBeforeQuitting();
     co_await switchKeys();

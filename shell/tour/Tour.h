@@ -19,6 +19,8 @@ private:
     Task<> readManyNames();
     Task<> uploadByDrop();
     Task<> downloadChecked();
+    Task<> transferFolders();
+    Task<> surviveAKill();
     Task<> surviveTrouble();
     Task<> askBeforeQuitting();
     Task<> switchKeys();

@@ -17,6 +17,7 @@ public:
     /// Saves what the window shows, as "{number}-{name}.png".
     void picture(QWidget& window, const std::string& name);
 
+    const std::filesystem::path& directory() const { return directory_; }
     int failureCount() const { return failures_; }
     void printSummary() const;
 

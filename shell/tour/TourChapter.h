@@ -1,0 +1,24 @@
+#pragma once
+
+#include "shell/CommandLine.h"
+#include "shell/tour/TourSteps.h"
+
+/// The part of the tour that runs in a process of its own, because that process is killed, or starts after a kill: it
+/// begins the upload of a large file and says when a part of it is stored, or goes on with it.
+class TourChapter final : public TourSteps {
+    Q_OBJECT
+
+public:
+    /// What the process prints when it is time to kill it.
+    static constexpr std::string_view partIsStored = "a part is stored";
+
+    TourChapter(Application& application, MainWindow& window, const CommandLine& commandLine);
+
+private:
+    Task<> run() override;
+    Task<> beginUpload();
+    Task<> resumeUpload();
+
+    std::string chapter_;
+    std::filesystem::path file_;
+};

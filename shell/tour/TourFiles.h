@@ -1,0 +1,14 @@
+#pragma once
+
+#include "async/Task.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+
+/// Makes a file, with the folders above it, of bytes that differ from size to size.
+std::filesystem::path makeTourFile(const std::filesystem::path& path, std::size_t size);
+
+/// SHA-1 of a file, reckoned away from the main thread.
+/// @throws std::runtime_error when it cannot be read.
+Task<std::string> digestOfFile(std::filesystem::path path);
