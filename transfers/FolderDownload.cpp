@@ -108,7 +108,11 @@ Task<bool> openLanding(Run& self)
 Task<std::set<std::string>> doneBefore(const Run& self)
 {
     std::vector<std::pair<std::string, FolderProgress::Done>> candidates;
+    constexpr std::size_t batchSize = 1000;
+    std::size_t looked = 0;
     for (const auto& file : self.files) {
+        if (++looked % batchSize == 0)
+            co_await yieldToOthers();
         const auto known = self.order.progress->done.find(file.relativePath);
         if (known != self.order.progress->done.end() && known->second.byteCount == file.size
             && known->second.modificationDate == file.uploadDate())
