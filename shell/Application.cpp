@@ -45,13 +45,21 @@ Application::Application(const CommandLine& commandLine, std::optional<std::stri
             removeFilesOfKilledDownloads();
     }));
     queue = std::make_unique<TransferQueue>(*settings, *destination);
-    root = std::make_unique<RootModel>(RootParts{*settings, *log, *context, keychain, *clients, *queue});
+    root = std::make_unique<RootModel>(
+        RootParts{*settings, *log, *context, keychain, *clients, *queue, [this] { return openResumeStore(); }});
 }
 
 Application::~Application()
 {
     ActivityLog::setShared(nullptr);
     Settings::setShared(nullptr);
+}
+
+Task<ResumeStore*> Application::openResumeStore()
+{
+    resumeStore = co_await ResumeStore::open(demo ? demo->resumeFile() : dataDirectory() / "uploads.sqlite");
+    queue->setResumeStore(resumeStore.get());
+    co_return resumeStore.get();
 }
 
 void Application::shutDown(std::function<void()> onEnd)
@@ -65,6 +73,8 @@ void Application::shutDown(std::function<void()> onEnd)
     QTimer::singleShot(patienceMilliseconds, root.get(), once);
     auto stopAll = [](Application* self, std::function<void()> ended) -> Task<> {
         co_await self->queue->stopAll();
+        if (self->resumeStore)
+            co_await self->resumeStore->flush();
         co_await self->root->shutDown();
         ended();
     };

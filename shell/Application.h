@@ -10,6 +10,7 @@
 #include "shell/Demo.h"
 #include "shell/RootModel.h"
 #include "transfers/DownloadDestination.h"
+#include "transfers/ResumeStore.h"
 #include "transfers/TransferQueue.h"
 
 #include <memory>
@@ -34,6 +35,10 @@ public:
     MemoryKeychain keychain;
     std::unique_ptr<ClientFactory> clients;
     std::unique_ptr<DownloadDestination> destination;
+    std::unique_ptr<ResumeStore> resumeStore; ///< Null until the start has opened it, and where it cannot be opened.
     std::unique_ptr<TransferQueue> queue;
     std::unique_ptr<RootModel> root;
+
+private:
+    Task<ResumeStore*> openResumeStore();
 };

@@ -64,6 +64,11 @@ std::filesystem::path Demo::logDirectory() const
     return root() / "Logs";
 }
 
+std::filesystem::path Demo::resumeFile() const
+{
+    return root() / "uploads.sqlite";
+}
+
 std::filesystem::path Demo::downloads() const
 {
     return root() / "Downloads";

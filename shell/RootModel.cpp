@@ -20,10 +20,12 @@ constexpr std::chrono::seconds gatheringTime(1);
 RootModel::RootModel(const RootParts& parts)
     : keyStore(parts.keychain, parts.clients, parts.settings, parts.log)
     , browser(parts.settings)
+    , unfinishedUploads(parts.log)
     , settings_(parts.settings)
     , log_(parts.log)
     , context_(parts.context)
     , queue_(parts.queue)
+    , openResumeStore_(parts.openResumeStore)
 {
     for (Observable* model : std::initializer_list<Observable*>{&keyStore, &buckets})
         connect(model, &Observable::changed, this, [this] { markChanged(); });
@@ -41,6 +43,8 @@ void RootModel::start()
 
 Task<> RootModel::launch()
 {
+    if (openResumeStore_)
+        resumeStore_ = co_await openResumeStore_();
     co_await keyStore.reload();
     keyStore.isStarted = true;
     tasks_.start(log_.loadPersisted());
@@ -66,6 +70,9 @@ void RootModel::wire()
 {
     browser.cache = std::make_shared<ListingCache>();
     browser.onBucketGone = [this](std::string bucketID) { return dropBucket(std::move(bucketID)); };
+    unfinishedUploads.inFlightFileIDs = [this] { return queue_.inFlightFileIDs(); };
+    unfinishedUploads.onBucketGone = [this](std::string bucketID) { return dropBucket(std::move(bucketID)); };
+    unfinishedUploads.didCancel = [this](const std::string& fileID) { noteCancelledUpload(fileID); };
     connect(&queue_, &TransferQueue::uploadEnded, this, [this](const std::shared_ptr<Transfer>& transfer, bool) {
         // A failed or cancelled upload may have left something all the same.
         if (const auto& bucket = *transfer->bucket)
@@ -87,6 +94,37 @@ void RootModel::noteWrite(const std::string& bucketID)
     writtenBuckets_.insert(bucketID);
     if (!gathering_.isActive())
         tellWrites();
+}
+
+void RootModel::noteCancelledUpload(const std::string& fileID)
+{
+    if (resumeStore_)
+        resumeStore_->remove(fileID);
+    if (const auto& bucket = *unfinishedUploads.bucket)
+        noteWrite(bucket->bucketID);
+}
+
+bool RootModel::openUnfinishedUploads()
+{
+    if (!*browser.session || !*browser.bucket)
+        return false;
+    unfinishedUploads.open(*browser.session, **browser.bucket);
+    return true;
+}
+
+bool RootModel::canResume(const std::string& fileID) const
+{
+    return resumeStore_ && resumeStore_->upload(fileID);
+}
+
+Task<std::optional<std::string>> RootModel::resumeUpload(std::string fileID)
+{
+    const auto session = *unfinishedUploads.session;
+    const auto bucket = *unfinishedUploads.bucket;
+    auto known = resumeStore_ ? resumeStore_->upload(fileID) : std::nullopt;
+    if (!known || !session || !bucket)
+        co_return "Kestrovan no longer knows which file this upload comes from. The parts already sent stay stored.";
+    co_return co_await queue_.resume(std::move(*known), *bucket, session);
 }
 
 void RootModel::tellWrites()

@@ -10,10 +10,12 @@
 #include "foundation/Settings.h"
 #include "foundation/TaskScope.h"
 #include "shell/DetailState.h"
+#include "storage/UnfinishedUploadsModel.h"
 #include "transfers/TransferQueue.h"
 
 #include <QTimer>
 
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
@@ -26,6 +28,9 @@ struct RootParts {
     Keychain& keychain;
     const ClientFactory& clients;
     TransferQueue& queue;
+    /// Opens what is known of started uploads and gives it to the queue; awaited before anything can be uploaded.
+    /// Null where there is none, and without a function.
+    std::function<Task<ResumeStore*>()> openResumeStore = nullptr;
 };
 
 /// The main window's root: owns the models of all panes, wires them, and decides what the detail area shows.
@@ -38,6 +43,7 @@ public:
     KeyStore keyStore;
     BucketsModel buckets;
     BrowserModel browser;
+    UnfinishedUploadsModel unfinishedUploads;
 
     Observed<std::optional<SidebarItem>> selection{this};
     Observed<std::vector<StoredAccount>> accountGroups{this};
@@ -58,6 +64,15 @@ public:
     /// Shows a bucket, and remembers it for the next start with this key.
     void select(const SidebarItem& item);
 
+    /// Turns `unfinishedUploads` to the bucket that is shown.
+    /// @returns false when none is.
+    bool openUnfinishedUploads();
+    /// Is it known here which file the unfinished upload comes from?
+    bool canResume(const std::string& fileID) const;
+    /// Goes on with an unfinished upload of the bucket in `unfinishedUploads`.
+    /// @returns a sentence when it cannot: then nothing is queued.
+    Task<std::optional<std::string>> resumeUpload(std::string fileID);
+
     DetailState detailState() const;
     /// Why the last switch of key failed while the old session goes on; nothing otherwise.
     std::optional<std::string> switchFailure() const;
@@ -72,6 +87,7 @@ private:
     void wire();
     void followBrowser();
     void noteWrite(const std::string& bucketID);
+    void noteCancelledUpload(const std::string& fileID);
     void tellWrites();
     void noteSettings(std::string message, std::string sentence);
     Task<> launch();
@@ -86,6 +102,8 @@ private:
     ActivityLog& log_;
     AppContext& context_;
     TransferQueue& queue_;
+    std::function<Task<ResumeStore*>()> openResumeStore_;
+    ResumeStore* resumeStore_ = nullptr;
     std::set<std::string> writtenBuckets_; ///< Written to since the browser was told last.
     QTimer gathering_;
     TaskScope tasks_;

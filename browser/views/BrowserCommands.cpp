@@ -77,6 +77,7 @@ BrowserCommands::BrowserCommands(QObject* parent)
     , upload(make(this, Symbol::upload, tr("Upload Files…"), {}, {Qt::CTRL | Qt::Key_U}, QAction::NormalPriority))
     , uploadFolder(make(this, Symbol::folderUpload, tr("Upload Folder…"), {}, {Qt::CTRL | Qt::SHIFT | Qt::Key_U}))
     , download(make(this, Symbol::download, tr("Download"), {}, {Qt::CTRL | Qt::Key_D}, QAction::NormalPriority))
+    , unfinishedUploads(make(this, Symbol::unfinished, tr("Unfinished Uploads…"), {}))
     , copyName(make(this, tr("Copy Name"), tr("Copy the names of the selected rows")))
     , copyPath(make(this, tr("Copy Path"), tr("Copy the whole paths of the selected rows")))
     , editPath(make(this, tr("Enter a Path"), tr("Type the folder to go to"), {Qt::CTRL | Qt::Key_L}))
@@ -89,8 +90,8 @@ BrowserCommands::BrowserCommands(QObject* parent)
 
 QList<QAction*> BrowserCommands::all() const
 {
-    return {back, forward, up, refresh, open, upload, uploadFolder, download, copyName, copyPath, editPath, filter,
-        allVersions};
+    return {back, forward, up, refresh, open, upload, uploadFolder, download, unfinishedUploads, copyName, copyPath,
+        editPath, filter, allVersions};
 }
 
 void BrowserCommands::update(const BrowserModel& model, const std::vector<const BrowserRow*>& selected)
@@ -109,7 +110,7 @@ void BrowserCommands::update(const BrowserModel& model, const std::vector<const 
             : root.empty() ? std::optional(fromQString(tr("This is the top of the bucket")))
                            : std::optional("This key reaches only names that begin with \"" + shownText(root) + "\""));
     if (!hasBucket) {
-        for (auto* action : {upload, uploadFolder, download})
+        for (auto* action : {upload, uploadFolder, download, unfinishedUploads})
             allow(*action, false, noBucket);
     } else {
         const auto& key = (*model.session)->authorization;
@@ -117,6 +118,8 @@ void BrowserCommands::update(const BrowserModel& model, const std::vector<const 
         allow(
             *uploadFolder, uploadRefusal(key), tr("Upload a folder with everything in it into %1").arg(placeOf(model)));
         allow(*download, downloadRefusal(key, selected), downloadHelp(selected));
+        allow(*unfinishedUploads, listRefusal(key),
+            tr("Resume or cancel uploads to this bucket that stopped before they finished"));
     }
     allow(*open, selected.size() == 1 && selected.front()->kind == RowKind::folder, tr("Select one folder to open"));
     for (auto* action : {copyName, copyPath})

@@ -26,6 +26,7 @@ public:
     QAction* const upload;
     QAction* const uploadFolder;
     QAction* const download;
+    QAction* const unfinishedUploads;
     QAction* const copyName;
     QAction* const copyPath;
     QAction* const editPath;

@@ -94,6 +94,7 @@ void ObjectBrowserView::buildToolBar()
     toolBar_->setAccessibleName(tr("Commands for files"));
     toolBar_->addGroup({commands_->back, commands_->forward, commands_->up, commands_->refresh});
     toolBar_->addGroup({commands_->upload, commands_->uploadFolder, commands_->download});
+    toolBar_->addGroup({commands_->unfinishedUploads});
     toolBar_->addSpacer();
     toolBar_->addWidget(mode_);
     auto* const gap = new QWidget;
@@ -171,6 +172,7 @@ void ObjectBrowserView::connectCommands()
     connect(commands_->upload, &QAction::triggered, this, &ObjectBrowserView::uploadFilesDialogRequested);
     connect(commands_->uploadFolder, &QAction::triggered, this, &ObjectBrowserView::uploadFolderDialogRequested);
     connect(commands_->download, &QAction::triggered, this, &ObjectBrowserView::download);
+    connect(commands_->unfinishedUploads, &QAction::triggered, this, &ObjectBrowserView::unfinishedUploadsRequested);
     connect(commands_->copyName, &QAction::triggered, this, [this] { copySelected(false); });
     connect(commands_->copyPath, &QAction::triggered, this, [this] { copySelected(true); });
     connect(commands_->editPath, &QAction::triggered, path_, &PathBar::beginEditing);
@@ -316,7 +318,7 @@ void ObjectBrowserView::showMenu(const QPoint& position)
     }
     menu->addActions({commands_->upload, commands_->uploadFolder, commands_->refresh, commands_->up});
     menu->addSeparator();
-    menu->addAction(commands_->allVersions);
+    menu->addActions({commands_->unfinishedUploads, commands_->allVersions});
     menu->popup(position);
 }
 

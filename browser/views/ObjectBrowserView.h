@@ -53,6 +53,8 @@ Q_SIGNALS:
     void uploadFilesDialogRequested();
     /// The same for a folder.
     void uploadFolderDialogRequested();
+    /// The user wants to see what was begun in the bucket and not finished.
+    void unfinishedUploadsRequested();
     /// Files and folder rows.
     void downloadRequested(const std::vector<B2FileVersion>& files);
 

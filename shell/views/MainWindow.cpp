@@ -15,6 +15,7 @@
 #include "shell/views/HelpWindow.h"
 #include "shell/views/Sidebar.h"
 #include "shell/views/StagedWindow.h"
+#include "storage/views/UnfinishedUploadsView.h"
 #include "transfers/QuitQuestion.h"
 #include "transfers/views/TransfersView.h"
 
@@ -96,6 +97,7 @@ void MainWindow::buildLayout()
     connect(&browser, &ObjectBrowserView::uploadFilesDialogRequested, this, &MainWindow::chooseFilesToUpload);
     connect(&browser, &ObjectBrowserView::uploadFolderDialogRequested, this, &MainWindow::chooseFolderToUpload);
     connect(&browser, &ObjectBrowserView::uploadRequested, this, &MainWindow::upload);
+    connect(&browser, &ObjectBrowserView::unfinishedUploadsRequested, this, &MainWindow::showUnfinishedUploads);
     connect(&browser, &ObjectBrowserView::downloadRequested, this, &MainWindow::download);
     connect(transfers_, &TransfersView::filesDropped, this, [this](const QList<QUrl>& urls) {
         if (application_.root->detailState().kind == DetailState::Kind::browser)
@@ -129,6 +131,7 @@ void MainWindow::buildFileMenu()
     file->addAction(commands.download);
     file->addAction(tr("Save Downloads To…"), this, &MainWindow::chooseDownloadFolder);
     file->addSeparator();
+    file->addAction(commands.unfinishedUploads);
     file->addAction(commands.refresh);
     file->addSeparator();
     auto* const quit = file->addAction(tr("&Quit"), this, &MainWindow::askToQuit);
@@ -244,6 +247,22 @@ void MainWindow::chooseFolderToUpload()
     connect(
         dialog, &QFileDialog::accepted, this, [this, dialog] { detail_->browser().takeFiles(dialog->selectedUrls()); });
     dialog->open();
+}
+
+void MainWindow::showUnfinishedUploads()
+{
+    auto& root = *application_.root;
+    if (!root.openUnfinishedUploads())
+        return;
+    UnfinishedUploadsView::Actions actions;
+    if (application_.resumeStore) {
+        actions.resumeAction = [&root](std::string fileID) { return root.resumeUpload(std::move(fileID)); };
+        actions.canResume = [&root](const std::string& fileID) { return root.canResume(fileID); };
+    }
+    auto* const sheet = new UnfinishedUploadsView(root.unfinishedUploads, std::move(actions), this);
+    sheet->setAttribute(Qt::WA_DeleteOnClose);
+    connect(sheet, &UnfinishedUploadsView::resumed, this, [this] { setTransfersVisible(true); });
+    sheet->open();
 }
 
 void MainWindow::chooseDownloadFolder()

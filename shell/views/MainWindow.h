@@ -57,6 +57,7 @@ private:
     void upload(const QList<QUrl>& urls, const std::string& prefix);
     void chooseFilesToUpload();
     void chooseFolderToUpload();
+    void showUnfinishedUploads();
     void chooseDownloadFolder();
     void download(const std::vector<B2FileVersion>& files);
     void showMessage(const QString& title, const QString& text);
