@@ -144,7 +144,7 @@ TEST(TransferTextsTest, TellsHowAFolderFares)
     folder->fileProblems = std::vector<FileProblem>(7, {"a\nb.jpg", "It is gone."});
     folder->state = State::failed("7 of 12 files failed");
     EXPECT_EQ(statusOf(*folder).text, "7 of 12 files failed");
-    EXPECT_THAT(statusOf(*folder).help, StartsWith("7 of 12 files failed\n\na\u2424b.jpg: It is gone.\n"));
+    EXPECT_THAT(statusOf(*folder).help, StartsWith("7 of 12 files failed\n\na\u240Ab.jpg: It is gone.\n"));
     EXPECT_THAT(statusOf(*folder).help, testing::EndsWith("\nand 2 more"));
 }
 
