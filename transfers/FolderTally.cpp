@@ -55,7 +55,7 @@ void FolderTally::complete(std::int64_t size)
 void FolderTally::skip(std::string relativePath, std::string reason, std::int64_t size)
 {
     ++skipped_;
-    problems_.push_back({std::move(relativePath), std::move(reason)});
+    problems_.push_back({std::move(relativePath), std::move(reason), false});
     complete(size);
 }
 

@@ -20,7 +20,8 @@
 /// A file of a folder that did not go, or was left out, and why.
 struct FileProblem {
     std::string relativePath;
-    std::string reason; ///< A sentence.
+    std::string reason;    ///< A sentence.
+    bool isFailure = true; ///< Else it was left out, as the settings ask for.
 
     bool operator==(const FileProblem&) const = default;
 };

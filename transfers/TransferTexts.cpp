@@ -79,7 +79,7 @@ std::string failureHelp(const Transfer& transfer)
     if (!isFolder(transfer))
         return text + "\n\nRetried 5 times before giving up.";
     const auto& problems = *transfer.fileProblems;
-    return problems.empty() ? text : text + "\n\n" + problemLines(problems, mostProblemsInHelp);
+    return problems.empty() ? text : text + "\n\n" + problemLines(failuresFirst(problems), mostProblemsInHelp);
 }
 
 std::int64_t countIn(const std::vector<std::shared_ptr<Transfer>>& transfers, Case which)
@@ -253,6 +253,25 @@ std::string failedText(const std::vector<std::shared_ptr<Transfer>>& transfers)
 {
     const auto count = countIn(transfers, Case::failed);
     return count > 0 ? countText(count, "failed", "failed") : std::string();
+}
+
+std::vector<FileProblem> failuresFirst(const std::vector<FileProblem>& problems)
+{
+    auto sorted = problems;
+    std::ranges::stable_partition(sorted, &FileProblem::isFailure);
+    return sorted;
+}
+
+std::string problemSummary(const std::vector<FileProblem>& problems)
+{
+    const auto failed = std::ranges::count_if(problems, &FileProblem::isFailure);
+    const auto skipped = std::ssize(problems) - failed;
+    std::string text;
+    if (failed > 0)
+        text = countText(failed, "file", "files") + " failed";
+    if (skipped > 0)
+        text += (text.empty() ? "" : ", ") + countText(skipped, "file was", "files were") + " skipped";
+    return text + ".";
 }
 
 std::string problemLines(const std::vector<FileProblem>& problems, std::size_t mostFiles)

@@ -69,7 +69,13 @@ std::string summaryText(const std::vector<std::shared_ptr<Transfer>>& transfers)
 /// "3 failed"; empty when none has.
 std::string failedText(const std::vector<std::shared_ptr<Transfer>>& transfers);
 
-/// The files of a folder that did not go, one a line with its reason.
+/// The files of a folder that failed, then those that were left out.
+std::vector<FileProblem> failuresFirst(const std::vector<FileProblem>& problems);
+
+/// "2 files failed, 3 files were skipped."
+std::string problemSummary(const std::vector<FileProblem>& problems);
+
+/// Files that did not go, one a line with its reason.
 ///
 /// @param mostFiles  what is beyond these is counted.
 std::string problemLines(const std::vector<FileProblem>& problems, std::size_t mostFiles);

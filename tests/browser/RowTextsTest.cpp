@@ -120,6 +120,7 @@ TEST(BrowserActionsTest, SaysWhyRowsCannotBeDownloaded)
         downloadRefusal(key, {&file, &folder}), Optional(HasSubstr("cannot download folders: it lacks listFiles")));
     key.storage.allowed.capabilities.insert(B2Capabilities::listFiles);
     EXPECT_EQ(downloadRefusal(key, {&file, &folder}), std::nullopt);
+    key.storage.allowed.capabilities.erase(B2Capabilities::listFiles);
     EXPECT_THAT(downloadRefusal(key, {&hidden}), Optional(HasSubstr("hide marker")));
     EXPECT_EQ(downloadRefusal({}, {&file}), "This key cannot download files: it lacks readFiles.");
     EXPECT_EQ(uploadRefusal(key), "This key cannot upload files: it lacks writeFiles.");

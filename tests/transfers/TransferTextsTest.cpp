@@ -144,8 +144,12 @@ TEST(TransferTextsTest, TellsHowAFolderFares)
     folder->fileProblems = std::vector<FileProblem>(7, {"a\nb.jpg", "It is gone."});
     folder->state = State::failed("7 of 12 files failed");
     EXPECT_EQ(statusOf(*folder).text, "7 of 12 files failed");
-    EXPECT_THAT(statusOf(*folder).help, StartsWith("7 of 12 files failed\n\na\u2424b.jpg: It is gone.\n"));
+    EXPECT_THAT(statusOf(*folder).help, StartsWith("7 of 12 files failed\n\na\u240Ab.jpg: It is gone.\n"));
     EXPECT_THAT(statusOf(*folder).help, testing::EndsWith("\nand 2 more"));
+
+    const std::vector<FileProblem> mixed{{"a", "Skipped.", false}, {"b", "Gone."}, {"c", "Skipped.", false}};
+    EXPECT_EQ(problemLines(failuresFirst(mixed), 2), "b: Gone.\na: Skipped.\nand 1 more");
+    EXPECT_EQ(problemSummary(mixed), "1 file failed, 2 files were skipped.");
 }
 
 TEST(TransferTextsTest, CountsTheFailedApart)

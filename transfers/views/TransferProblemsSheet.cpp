@@ -1,7 +1,6 @@
 #include "transfers/views/TransferProblemsSheet.h"
 
 #include "foundation/QtText.h"
-#include "foundation/Texts.h"
 #include "foundation/views/ColorRoles.h"
 #include "foundation/views/Measures.h"
 #include "foundation/views/NameText.h"
@@ -14,29 +13,29 @@
 #include <QTextBrowser>
 #include <QTextCursor>
 
+#include <algorithm>
 #include <ranges>
 
 namespace {
 
 QString titleOf(const Transfer& transfer)
 {
-    return *transfer.filesFailed > 0 ? TransferProblemsSheet::tr("Files That Failed")
-                                     : TransferProblemsSheet::tr("Files Left Out");
+    return std::ranges::any_of(*transfer.fileProblems, &FileProblem::isFailure)
+        ? TransferProblemsSheet::tr("Files That Failed")
+        : TransferProblemsSheet::tr("Files That Were Skipped");
 }
 
 QString purposeOf(const Transfer& transfer)
 {
-    const auto count = static_cast<std::int64_t>(transfer.fileProblems->size());
-    return toQString(countText(count, "file", "files") + " of \"" + singleLine(transfer.displayName) + "\" "
-        + (count == 1 ? "was" : "were")
-        + (transfer.kind == Transfer::Kind::upload ? " not uploaded." : " not downloaded."));
+    return TransferProblemsSheet::tr("In \u201c%1\u201d: %2")
+        .arg(showableName(toQString(transfer.displayName)), toQString(problemSummary(*transfer.fileProblems)));
 }
 
 } // namespace
 
 TransferProblemsSheet::TransferProblemsSheet(const Transfer& transfer, QWidget* parent)
     : Sheet(titleOf(transfer), purposeOf(transfer), parent)
-    , problems_(*transfer.fileProblems)
+    , problems_(failuresFirst(*transfer.fileProblems))
 {
     auto* const list = new QTextBrowser;
     list->setObjectName(QStringLiteral("problems"));

@@ -7,8 +7,8 @@
 
 class QTextDocument;
 
-/// The files of a folder that did not go, each with its reason, to read and to copy. Shows them as they were when it
-/// was opened.
+/// The files of a folder that failed or were skipped, each with its reason, to read and to copy. Shows them as they
+/// were when it was opened.
 class TransferProblemsSheet final : public Sheet {
     Q_OBJECT
 
