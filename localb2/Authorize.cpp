@@ -10,7 +10,6 @@ namespace {
 
 constexpr Milliseconds day = 86'400'000;
 constexpr std::int64_t minimumPartSize = 5'000'000;
-constexpr std::int64_t recommendedPartSize = 100'000'000;
 
 Key keyOfCredentials(Core& core, const Request& request)
 {
@@ -71,7 +70,7 @@ void putAllowed(Core& core, const Key& key, JSONObject& allowed, int apiVersion)
 void putStorage(const Core& core, JSONObject& storage)
 {
     storage.number("absoluteMinimumPartSize", minimumPartSize);
-    storage.number("recommendedPartSize", recommendedPartSize);
+    storage.number("recommendedPartSize", core.recommendedPartSize);
     storage.text("apiUrl", core.baseURL);
     storage.text("downloadUrl", core.baseURL);
     storage.text("s3ApiUrl", core.baseURL);
@@ -116,7 +115,7 @@ Answer authorizeAccount(Core& core, const Request& request, int apiVersion)
             }
         } else {
             putStorage(core, result);
-            result.number("minimumPartSize", apiVersion == 1 ? recommendedPartSize : minimumPartSize);
+            result.number("minimumPartSize", apiVersion == 1 ? core.recommendedPartSize : minimumPartSize);
             JSONObject allowed(result.value("allowed"));
             putAllowed(core, key, allowed, apiVersion);
         }

@@ -22,6 +22,7 @@ constexpr std::size_t smallBody = 65536;
 BodyWriter::BodyWriter(Bodies& bodies)
     : bodies_(bodies)
     , id_(++bodies.lastID_)
+    , digests_(bodies.reckonsMD5_)
 {
 }
 
@@ -70,9 +71,10 @@ const Digests::Hex& BodyWriter::finish()
     return hashes_;
 }
 
-Bodies::Bodies(Database& database, std::filesystem::path directory)
+Bodies::Bodies(Database& database, std::filesystem::path directory, bool reckonsMD5)
     : database_(database)
     , directory_(std::move(directory))
+    , reckonsMD5_(reckonsMD5)
 {
     std::filesystem::create_directories(directory_);
     Query newest(database_, "SELECT max(id) FROM bodies");

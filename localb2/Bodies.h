@@ -55,7 +55,7 @@ private:
 class Bodies {
 public:
     /// Removes files of uploads that were cut off by a crash.
-    Bodies(Database& database, std::filesystem::path directory);
+    Bodies(Database& database, std::filesystem::path directory, bool reckonsMD5);
 
     /// Records a finished body; part of the caller's transaction. The body has one user.
     std::int64_t store(BodyWriter& writer);
@@ -76,6 +76,7 @@ private:
 
     Database& database_;
     std::filesystem::path directory_;
+    bool reckonsMD5_;
     std::atomic<std::int64_t> lastID_ = 0;
     std::vector<std::int64_t> unused_;
 };

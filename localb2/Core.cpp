@@ -35,8 +35,9 @@ Database& withTables(Database& database)
 } // namespace
 
 Core::Core(const ServiceOptions& options)
-    : database(prepared(options.directory))
-    , bodies(withTables(database), options.directory / "bodies")
+    : recommendedPartSize(options.recommendedPartSize)
+    , database(prepared(options.directory))
+    , bodies(withTables(database), options.directory / "bodies", options.reckonsMD5)
     , buckets(database)
     , versions(database)
     , keys(database)

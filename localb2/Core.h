@@ -41,6 +41,7 @@ struct Core {
 
     std::string baseURL; ///< Set once the port is known.
     Settings settings;
+    const std::int64_t recommendedPartSize;
     std::mutex mutex;
     Database database;
     Bodies bodies;

@@ -33,12 +33,13 @@ const EVP_MD* md5Algorithm()
 
 } // namespace
 
-Digests::Digests()
+Digests::Digests(bool withMD5)
     : sha1_(EVP_MD_CTX_new())
-    , md5_(EVP_MD_CTX_new())
+    , md5_(withMD5 ? EVP_MD_CTX_new() : nullptr)
 {
     EVP_DigestInit_ex2(sha1_, sha1Algorithm(), nullptr);
-    EVP_DigestInit_ex2(md5_, md5Algorithm(), nullptr);
+    if (md5_)
+        EVP_DigestInit_ex2(md5_, md5Algorithm(), nullptr);
 }
 
 Digests::~Digests()
@@ -50,12 +51,13 @@ Digests::~Digests()
 void Digests::add(std::span<const char> bytes)
 {
     EVP_DigestUpdate(sha1_, bytes.data(), bytes.size());
-    EVP_DigestUpdate(md5_, bytes.data(), bytes.size());
+    if (md5_)
+        EVP_DigestUpdate(md5_, bytes.data(), bytes.size());
 }
 
 Digests::Hex Digests::finish()
 {
-    return {finishHex(sha1_), finishHex(md5_)};
+    return {finishHex(sha1_), md5_ ? finishHex(md5_) : std::string()};
 }
 
 Digests::Hex Digests::of(std::string_view bytes)

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <csignal>
 #include <iostream>
+#include <limits>
 #include <optional>
 #include <span>
 #include <stdexcept>
@@ -12,6 +13,7 @@ namespace {
 
 constexpr std::string_view usage =
     "Usage: localb2 --data DIR [--port N] [--seed demo|big:N|FILE] [--latency MS] [--tls CERT KEY]\n"
+    "               [--part-size BYTES] [--without-md5]\n"
     "Serves the B2 native API on a loopback port, and prints its URL with a master key.\n";
 
 /// The words of the command line, taken one by one.
@@ -63,6 +65,10 @@ std::optional<localb2::ServiceOptions> optionsOf(Words words)
             options.seed = words.next(option);
         else if (option == "--latency")
             options.latency = std::chrono::milliseconds(words.number(option, 600'000));
+        else if (option == "--part-size")
+            options.recommendedPartSize = words.number(option, std::numeric_limits<int>::max());
+        else if (option == "--without-md5")
+            options.reckonsMD5 = false;
         else if (option == "--tls")
             options.tls = {words.next(option), words.next(option)};
         else

@@ -181,7 +181,7 @@ void appendPartRecord(
 {
     JSONObject record(out);
     record.number("contentLength", part.length);
-    record.text("contentMd5", part.md5);
+    record.textOrNull("contentMd5", part.md5);
     record.text("contentSha1", part.sha1);
     record.text("fileId", fileID);
     record.number("partNumber", part.number);

@@ -41,8 +41,10 @@ struct ServiceOptions {
     /// What a fresh directory is filled with: empty, "demo", "big:N" (N versions) or the path of a seed file.
     /// A directory that already holds an account is left as it is.
     std::string seed;
-    std::chrono::milliseconds latency{0}; ///< Wait before each answer.
-    std::optional<TLSFiles> tls;          ///< HTTPS in place of HTTP.
+    std::chrono::milliseconds latency{0};           ///< Wait before each answer.
+    std::int64_t recommendedPartSize = 100'000'000; ///< What accounts are told, in bytes.
+    bool reckonsMD5 = true;      ///< Without, `contentMd5` is null, and taking a body in costs a third of the time.
+    std::optional<TLSFiles> tls; ///< HTTPS in place of HTTP.
 };
 
 /// A Backblaze B2 service of one's own, on a loopback address, with its accounts in one directory.

@@ -241,32 +241,6 @@ TEST_F(B2LargeFileTest, AStopEndsItAndCancelsNothingOnB2)
     EXPECT_EQ(transport->count("b2_cancel_large_file"), 0U);
 }
 
-TEST_F(B2LargeFileTest, AStormOfFaultsSendsNoFinishedPartAgain)
-{
-    constexpr int partCount = 20;
-    auto request = fileUpload("");
-    std::filesystem::resize_file(source(), partCount * minimum);
-    transport->onUpload = {};
-    for (unsigned seed = 0; seed < 10; ++seed) {
-        const auto before = sleeper->waits().size();
-        const auto sentBefore = transport->count(part);
-        storm(seed, 0.3);
-
-        run(client->uploadLargeFile(request));
-
-        // Each refusal is one more send and one wait, whose length follows from the part's refusals before.
-        std::vector<double> expected;
-        for (const auto& [number, count] : refusals()) {
-            for (int i = 0; i < count; ++i)
-                expected.push_back(backoffSeconds({}, i, 0.5));
-        }
-        auto waits = sleeper->waits();
-        waits.erase(waits.begin(), waits.begin() + static_cast<std::ptrdiff_t>(before));
-        EXPECT_THAT(waits, testing::UnorderedElementsAreArray(expected)) << seed;
-        EXPECT_EQ(transport->count(part) - sentBefore, partCount + expected.size()) << seed;
-    }
-}
-
 TEST_F(B2LargeFileTest, ALostAnswerOfTheFinishIsLookedUp)
 {
     const auto finish = "b2_finish_large_file";

@@ -6,7 +6,6 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <random>
 
 /// A client whose stand-in service takes large files; each part's bytes are kept by its number.
 class LargeFileFixture : public ClientFixture {
@@ -138,35 +137,6 @@ protected:
         return progress_;
     }
 
-    /// From now on requests for parts fail by chance: refused, lost or with an expired address.
-    void storm(unsigned seed, double probability)
-    {
-        refusals_.clear();
-        random_.seed(seed);
-        transport->always(part, [this, probability](const B2HTTPRequest& request) {
-            const std::lock_guard lock(mutex_);
-            if (std::uniform_real_distribution<double>(0, 1)(random_) >= probability)
-                return StubTransport::Reply{};
-            ++refusals_[headerOf(request, "X-Bz-Part-Number").value_or("")];
-            switch (random_() % 3) {
-            case 0:
-                throw B2TransportError(B2TransportError::Code::connectionLost, "The connection was lost.");
-            case 1:
-                return StubTransport::Reply{401, R"({"status": 401, "code": "expired_auth_token", "message": ""})"};
-            default:
-                return StubTransport::Reply{503,
-                    R"({"status": 503, "code": "service_unavailable", "message": "no tomes available"})",
-                    {{"Retry-After", "7"}}};
-            }
-        });
-    }
-    /// How often the storm has struck each part.
-    std::map<std::string, int> refusals() const
-    {
-        const std::lock_guard lock(mutex_);
-        return refusals_;
-    }
-
     static std::filesystem::path makeFolder()
     {
         auto pattern = (std::filesystem::temp_directory_path() / "large-file-test-XXXXXX").string();
@@ -207,6 +177,4 @@ private:
     std::map<int, std::string> received_;
     std::vector<std::string> events_;
     std::vector<std::int64_t> progress_;
-    std::map<std::string, int> refusals_;
-    std::mt19937 random_;
 };

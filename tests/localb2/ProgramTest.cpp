@@ -113,6 +113,21 @@ void makeCertificate(const std::string& certificateFile, const std::string& keyF
 
 } // namespace
 
+TEST(ProgramTest, TellsAnotherSizeOfPartsAndLeavesMD5Out)
+{
+    const TemporaryDirectory directory;
+    const Process process({"--data", (directory.path() / "data").string(), "--part-size", "7000000", "--without-md5"});
+    const Client client(process.url, process.key);
+    client.put(client.createBucket("test-bucket"), "a");
+
+    EXPECT_THAT(client.authorization().body, testing::HasSubstr(R"("recommendedPartSize":7000000)"));
+    EXPECT_THAT(client.download("/file/test-bucket/a").headers, testing::Contains(testing::Key("x-bz-content-sha1")));
+    const auto buckets = client.ask("b2_list_buckets", {{"accountId", client.accountID()}});
+    const auto files =
+        client.ask("b2_list_file_names", {{"bucketId", textAt(buckets.at("buckets").at(0), "bucketId")}});
+    EXPECT_TRUE(files.at("files").at(0).at("contentMd5").is_null());
+}
+
 TEST(ProgramTest, KeepsWhatItAnsweredThroughAKill)
 {
     const TemporaryDirectory directory;
