@@ -124,7 +124,7 @@ TEST(ProgramTest, TellsAnotherSizeOfPartsAndLeavesMD5Out)
     EXPECT_THAT(client.download("/file/test-bucket/a").headers, testing::Contains(testing::Key("x-bz-content-sha1")));
     const auto buckets = client.ask("b2_list_buckets", {{"accountId", client.accountID()}});
     const auto files =
-        client.ask("b2_list_file_names", {{"bucketId", textAt(buckets.at("buckets").at(0), "bucketId")}});
+        client.ask("b2_list_file_names", {{"bucketId", textAt(buckets.at("buckets").at(0).as_object(), "bucketId")}});
     EXPECT_TRUE(files.at("files").at(0).at("contentMd5").is_null());
 }
 
