@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <functional>
+#include <iterator>
 #include <ranges>
 
 namespace {
@@ -257,8 +259,10 @@ std::string failedText(const std::vector<std::shared_ptr<Transfer>>& transfers)
 
 std::vector<FileProblem> failuresFirst(const std::vector<FileProblem>& problems)
 {
-    auto sorted = problems;
-    std::ranges::stable_partition(sorted, &FileProblem::isFailure);
+    std::vector<FileProblem> sorted;
+    sorted.reserve(problems.size());
+    std::ranges::copy_if(problems, std::back_inserter(sorted), &FileProblem::isFailure);
+    std::ranges::copy_if(problems, std::back_inserter(sorted), std::not_fn(&FileProblem::isFailure));
     return sorted;
 }
 
