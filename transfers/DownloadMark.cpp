@@ -76,8 +76,8 @@ void DownloadMark::set(const std::filesystem::path& top, std::string_view relati
         return;
     const auto text = noteText(top, relativePath);
     // A kill between the two finds no note and no temporary file: the next one is made after this.
-    if (ftruncate(descriptor_, 0) == 0)
-        static_cast<void>(!pwrite(descriptor_, text.data(), text.size(), 0));
+    if (ftruncate(descriptor_, 0) == 0) [[maybe_unused]]
+        const auto written = pwrite(descriptor_, text.data(), text.size(), 0);
 }
 
 std::filesystem::path downloadMarkDirectory()

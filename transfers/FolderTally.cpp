@@ -42,7 +42,9 @@ void FolderTally::begin(const std::shared_ptr<Transfer>& child)
 {
     if (!run_.isCurrent())
         return;
-    QObject::connect(child.get(), &Observable::changed, run_.transfer.get(), &Observable::markChanged);
+    // A child that goes on from an earlier attempt is connected already.
+    QObject::connect(
+        child.get(), &Observable::changed, run_.transfer.get(), &Observable::markChanged, Qt::UniqueConnection);
     run_.transfer->activeChild = child;
 }
 
