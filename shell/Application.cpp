@@ -45,6 +45,7 @@ Application::Application(const CommandLine& commandLine, std::optional<std::stri
             removeFilesOfKilledDownloads();
     }));
     queue = std::make_unique<TransferQueue>(*settings, *destination);
+    sleepInhibitor = std::make_unique<SleepInhibitor>(*queue);
     root = std::make_unique<RootModel>(
         RootParts{*settings, *log, *context, keychain, *clients, *queue, [this] { return openResumeStore(); }});
 }

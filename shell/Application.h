@@ -11,6 +11,7 @@
 #include "shell/RootModel.h"
 #include "transfers/DownloadDestination.h"
 #include "transfers/ResumeStore.h"
+#include "transfers/SleepInhibitor.h"
 #include "transfers/TransferQueue.h"
 
 #include <memory>
@@ -37,6 +38,7 @@ public:
     std::unique_ptr<DownloadDestination> destination;
     std::unique_ptr<ResumeStore> resumeStore; ///< Null until the start has opened it, and where it cannot be opened.
     std::unique_ptr<TransferQueue> queue;
+    std::unique_ptr<SleepInhibitor> sleepInhibitor;
     std::unique_ptr<RootModel> root;
 
 private:

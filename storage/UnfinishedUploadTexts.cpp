@@ -33,11 +33,13 @@ std::string storedText(const UnfinishedUploadsModel::Item& item)
     return countText(*item.partCount, "part", "parts") + ", " + sizeText(*item.storedBytes);
 }
 
-CancelQuestion cancelQuestion(const UnfinishedUploadsModel::Item& item)
+CancelQuestion cancelQuestion(const UnfinishedUploadsModel::Item& item, const std::string& name)
 {
-    const auto parts = item.partCount && item.storedBytes
-        ? "What Backblaze holds of it (" + storedText(item) + ") is deleted for good"
-        : std::string("Every part uploaded so far is deleted for good");
-    return {"Cancel the upload of “" + singleLine(item.file.fileName) + "”?",
-        parts + ", and the upload can no longer be resumed. The file it comes from stays as it is."};
+    std::string lost = "Every part uploaded so far is deleted for good, and the upload";
+    if (item.partCount == 0)
+        lost = "Nothing is stored of it yet. The upload";
+    else if (item.partCount && item.storedBytes)
+        lost = "What Backblaze holds of it (" + storedText(item) + ") is deleted for good, and the upload";
+    return {"Cancel the upload of “" + name + "”?",
+        lost + " can no longer be resumed. The file it comes from stays as it is."};
 }

@@ -28,4 +28,5 @@ struct CancelQuestion {
     bool operator==(const CancelQuestion&) const = default;
 };
 
-CancelQuestion cancelQuestion(const UnfinishedUploadsModel::Item& item);
+/// @param name  of the file, as it is shown.
+CancelQuestion cancelQuestion(const UnfinishedUploadsModel::Item& item, const std::string& name);

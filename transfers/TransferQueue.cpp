@@ -62,7 +62,8 @@ void TransferQueue::startNext()
         const auto& transfer = next.run.transfer;
         if (!next.run.isCurrent() || !transfer->state->is(Transfer::State::Case::waiting))
             continue;
-        ++running_;
+        if (++running_ == 1)
+            Q_EMIT runningChanged();
         std::optional<OneShot<void>> previousEnd;
         if (const auto previous = ending_.find(transfer->id); previous != ending_.end())
             previousEnd = previous->second.task.done;
@@ -101,6 +102,8 @@ void TransferQueue::ended(const TransferRun& run)
             drained.set();
     }
     startNext();
+    if (running_ == 0)
+        Q_EMIT runningChanged();
 }
 
 void TransferQueue::tellUploadEnd(const TransferRun& run)

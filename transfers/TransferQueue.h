@@ -90,6 +90,9 @@ public:
 
     void dismissRefusals() { refusals = {}; }
 
+    /// Does the work of any record run, to its very end?
+    bool isRunning() const { return running_ > 0; }
+
     /// The records that wait or run.
     std::vector<std::shared_ptr<Transfer>> activeTransfers() const;
 
@@ -101,6 +104,9 @@ public:
     Task<> stopAll();
 
 Q_SIGNALS:
+    /// `isRunning` has changed.
+    void runningChanged();
+
     /// An upload came to its end: the listing of its bucket may be another one.
     void uploadEnded(const std::shared_ptr<Transfer>& transfer, bool didFinish);
 

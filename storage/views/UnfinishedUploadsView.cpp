@@ -4,6 +4,7 @@
 #include "foundation/views/EmptyState.h"
 #include "foundation/views/Labels.h"
 #include "foundation/views/LoadingLine.h"
+#include "foundation/views/NameText.h"
 #include "storage/UnfinishedUploadTexts.h"
 #include "storage/views/UnfinishedUploadRow.h"
 
@@ -19,6 +20,7 @@ namespace {
 
 constexpr int listHeight = 280;
 constexpr int sheetWidth = 600;
+constexpr int longestName = 360; ///< In the question before a cancel.
 
 } // namespace
 
@@ -183,7 +185,9 @@ Task<> UnfinishedUploadsView::runResume(QPointer<UnfinishedUploadsView> view, st
 
 void UnfinishedUploadsView::askToCancel(const UnfinishedUploadsModel::Item& item)
 {
-    const auto question = cancelQuestion(item);
+    const QFontMetrics metrics(textFont(TextSize::title, QFont::DemiBold));
+    const QString name = elidedName(showableName(toQString(item.file.fileName)), metrics, longestName);
+    const auto question = cancelQuestion(item, fromQString(name));
     auto* const sheet = new Sheet(toQString(question.title), toQString(question.text), this);
     sheet->setAttribute(Qt::WA_DeleteOnClose);
     sheet->setObjectName(QStringLiteral("cancelQuestion"));

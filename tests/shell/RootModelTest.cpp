@@ -41,6 +41,12 @@ protected:
         });
     }
 
+    Task<ResumeStore*> openStore()
+    {
+        store = co_await ResumeStore::open(directory.path().toStdString() + "/uploads.sqlite");
+        co_return store.get();
+    }
+
     QTemporaryDir directory;
     localb2::Service service{{.directory = directory.path().toStdString() + "/service",
         .seed = "demo",
@@ -53,7 +59,8 @@ protected:
         std::make_shared<B2CurlTransport>(B2CurlTransportOptions{}), std::make_shared<B2NullLogSink>(), service.url()};
     DownloadDestination destination{settings};
     TransferQueue queue{settings, destination};
-    RootModel root{RootParts{settings, log, context, keychain, clients, queue}};
+    std::unique_ptr<ResumeStore> store;
+    RootModel root{RootParts{settings, log, context, keychain, clients, queue, [this] { return openStore(); }}};
     std::string first;
     std::string second;
 };
@@ -200,4 +207,37 @@ TEST_F(RootModelTest, ABucketDeletedElsewhereLeavesTheListAndTheSelection)
 
     EXPECT_FALSE(*root.selection);
     EXPECT_EQ(root.detailState().notice.title, "Select a Bucket");
+}
+
+TEST_F(RootModelTest, OffersToResumeOnlyWhatItKnowsAndForgetsWhatIsCancelled)
+{
+    settings.set(SettingsKeys::lastKeyID, first);
+    EXPECT_FALSE(root.openUnfinishedUploads());
+    root.start();
+    ASSERT_TRUE(isBrowsing(first));
+    ASSERT_TRUE(store) << "opened before anything can be uploaded";
+    const auto films = std::ranges::find(*root.buckets.buckets, "media-archive", &B2Bucket::bucketName);
+    root.select({SidebarItem::Kind::bucket, films->bucketID});
+    ASSERT_TRUE(root.openUnfinishedUploads());
+    auto& unfinished = root.unfinishedUploads;
+    unfinished.load();
+    ASSERT_TRUE(spinUntil([&] { return *unfinished.hasLoaded; }));
+    ASSERT_EQ(unfinished.items->size(), 1U);
+    const auto item = unfinished.items->front();
+    const auto fileID = *item.file.fileID;
+    EXPECT_FALSE(root.canResume(fileID));
+
+    ResumableUpload known{.fileID = fileID, .bucketID = films->bucketID, .remoteName = item.file.fileName};
+    known.source.path = directory.path().toStdString() + "/gone.mov";
+    store->record(known);
+    EXPECT_TRUE(root.canResume(fileID));
+    const auto refusal = qtRun(root.resumeUpload(fileID));
+    ASSERT_TRUE(refusal) << "its source is gone";
+    EXPECT_TRUE(queue.transfers->empty());
+    EXPECT_TRUE(store->upload(fileID));
+
+    unfinished.cancel(item);
+    ASSERT_TRUE(spinUntil([&] { return unfinished.items->empty(); }));
+    EXPECT_FALSE(store->upload(fileID));
+    EXPECT_TRUE(qtRun(root.resumeUpload(fileID)));
 }

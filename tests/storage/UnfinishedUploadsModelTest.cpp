@@ -43,6 +43,9 @@ TEST_F(UnfinishedUploadsModelTest, ListsWhatIsStoredOfEachUpload)
         rowText(model.items->at(1), std::chrono::system_clock::now()), "no completed parts yet · started just now");
     EXPECT_EQ(rowHelp(model.items->at(1)), "No part has finished yet, so nothing is stored or billed for this upload");
     EXPECT_EQ(footerText(*model.items), "10 MB stored across 2 unfinished uploads");
+    EXPECT_EQ(cancelQuestion(old, "Grandpa").text,
+        "What Backblaze holds of it (2 parts, 10 MB) is deleted for good, and the upload can no longer be resumed. The "
+        "file it comes from stays as it is.");
     EXPECT_TRUE(*model.hasLoaded);
     EXPECT_EQ(lastEntry().message, "2 abandoned uploads in media-archive, 10 MB billed");
     EXPECT_EQ(lastEntry().level, B2LogLevel::info);
