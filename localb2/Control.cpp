@@ -117,7 +117,7 @@ std::string digest(Core& core, const Request& request)
     SliceReader reader(slicesOf(core, *version, 0, version->length));
     const auto fileID = fileIDOf(bucket->id, *version);
     lock.unlock();
-    Digests digests;
+    Digests digests(false);
     std::vector<char> buffer(262'144);
     while (const auto count = reader.read(buffer))
         digests.add(std::span(buffer).first(count));
