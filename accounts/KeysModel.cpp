@@ -1,6 +1,7 @@
 #include "accounts/KeysModel.h"
 
 #include "B2Kit/B2RetryPolicy.h"
+#include "B2Kit/Secret.h"
 #include "accounts/KeyPermissions.h"
 #include "accounts/NewKeyRules.h"
 #include "foundation/Texts.h"
@@ -8,7 +9,6 @@
 #include <QPointer>
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
 namespace {
@@ -189,7 +189,7 @@ void KeysModel::forgetCreated()
     if (!*created)
         return;
     created.update([](auto& made) {
-        explicit_bzero(made->applicationKey.data(), made->applicationKey.size());
+        wipe(made->applicationKey);
         made.reset();
     });
 }

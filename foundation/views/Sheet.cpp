@@ -160,9 +160,19 @@ QPushButton* Sheet::setDestructiveVerb(const QString& verb)
     return verb_;
 }
 
+void Sheet::setVerbText(const QString& verb)
+{
+    verb_->setText(verb);
+}
+
 void Sheet::setCancelText(const QString& text)
 {
     cancel_->setText(text);
+}
+
+void Sheet::hideCancel()
+{
+    cancel_->hide();
 }
 
 void Sheet::setVerbButton(QPushButton* button)

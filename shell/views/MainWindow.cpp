@@ -1,5 +1,7 @@
 #include "shell/views/MainWindow.h"
 
+#include "accounts/views/KeysCommands.h"
+#include "accounts/views/KeysView.h"
 #include "browser/views/BrowserCommands.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/LocalPath.h"
@@ -99,6 +101,11 @@ void MainWindow::buildLayout()
     connect(&browser, &ObjectBrowserView::uploadRequested, this, &MainWindow::upload);
     connect(&browser, &ObjectBrowserView::unfinishedUploadsRequested, this, &MainWindow::showUnfinishedUploads);
     connect(&browser, &ObjectBrowserView::downloadRequested, this, &MainWindow::download);
+    connect(&detail_->keys(), &KeysView::switchRequested, this,
+        [this](const QString& keyID) { application_.root->switchTo(fromQString(keyID)); });
+    connect(&detail_->keys(), &KeysView::renameRequested, this, [this](const StoredKey& key, const QString& name) {
+        application_.root->renameKey(key, fromQString(name));
+    });
     connect(transfers_, &TransfersView::filesDropped, this, [this](const QList<QUrl>& urls) {
         if (application_.root->detailState().kind == DetailState::Kind::browser)
             detail_->browser().takeFiles(urls);
@@ -133,6 +140,7 @@ void MainWindow::buildFileMenu()
     file->addSeparator();
     file->addAction(commands.unfinishedUploads);
     file->addAction(commands.refresh);
+    file->addAction(detail_->keys().commands().refresh);
     file->addSeparator();
     auto* const quit = file->addAction(tr("&Quit"), this, &MainWindow::askToQuit);
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
@@ -163,6 +171,10 @@ void MainWindow::buildViewMenu()
     go->addAction(commands.up);
     go->addSeparator();
     go->addAction(commands.editPath);
+    go->addSeparator();
+    auto* const keys = go->addAction(symbolIcon(Symbol::key), tr("Application Keys"), this,
+        [this] { application_.context->request(AccountSurface::keys); });
+    keys->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_3));
 }
 
 void MainWindow::buildAccountMenu()
@@ -175,6 +187,11 @@ void MainWindow::buildAccountMenu()
     });
     account->addAction(symbolIcon(Symbol::refresh), tr("Read Bucket List Again"), this,
         [this] { application_.root->reloadBuckets(); });
+    const auto& commands = detail_->keys().commands();
+    account->addSeparator();
+    account->addActions({commands.newKey, commands.remove});
+    account->addSeparator();
+    account->addActions({commands.switchTo, commands.add, commands.takeName, commands.details, commands.copyID});
 }
 
 void MainWindow::buildHelpMenu()
@@ -205,8 +222,16 @@ void MainWindow::render()
     }
 
     const auto& bucket = *application_.root->browser.bucket;
-    const bool isBrowsing = application_.root->detailState().kind == DetailState::Kind::browser;
-    setWindowTitle(isBrowsing && bucket ? toQString(bucket->bucketName) : QString());
+    const auto shown = application_.root->detailState().kind;
+    const bool isManagingKeys = shown == DetailState::Kind::keys;
+    if (isManagingKeys)
+        setWindowTitle(tr("Application Keys"));
+    else
+        setWindowTitle(shown == DetailState::Kind::browser && bucket ? toQString(bucket->bucketName) : QString());
+    // Both panes have a Refresh on F5: only the commands of the one that is shown are there.
+    for (auto* const action : detail_->browser().commands().all())
+        action->setVisible(!isManagingKeys);
+    detail_->keys().commands().setVisible(isManagingKeys);
 }
 
 void MainWindow::setTransfersVisible(bool visible)
@@ -372,7 +397,7 @@ void MainWindow::focusNextPane(bool forward)
     }
     QWidget* const next = panes[(current + (forward ? 1 : panes.size() - 1)) % panes.size()];
     if (next == sidebar_)
-        sidebar_->focusBuckets();
+        sidebar_->takeFocus();
     else if (next == transfers_)
         transfers_->focusList();
     else
