@@ -291,7 +291,9 @@ void KeysView::showDetails()
     const auto* const row = targetRow();
     if (!row)
         return;
-    KeyDetailsInputs inputs{.key = row->key, .buckets = buckets_};
+    KeyDetailsInputs inputs;
+    inputs.key = row->key;
+    inputs.buckets = buckets_;
     inputs.isCurrent = row->relation == KeyRelation::current;
     inputs.isStored = row->stored.has_value();
     inputs.storedLabel = row->stored ? row->stored->label : std::string();

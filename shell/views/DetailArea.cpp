@@ -42,8 +42,8 @@ DetailArea::DetailArea(RootModel& root, Settings& settings, QWidget* parent)
     addWidget(notice_);
     addWidget(browser_);
     addWidget(keys_);
-    keys_->setAddKey([store = &root.keyStore](
-                         B2CreatedApplicationKey created) { return storeCreated(store, std::move(created)); });
+    keys_->setAddKey(
+        [store = &root.keyStore](B2CreatedApplicationKey created) { return storeCreated(store, std::move(created)); });
     patience_->setSingleShot(true);
     patience_->setInterval(200);
     connect(patience_, &QTimer::timeout, this, [this] {

@@ -103,9 +103,8 @@ void MainWindow::buildLayout()
     connect(&browser, &ObjectBrowserView::downloadRequested, this, &MainWindow::download);
     connect(&detail_->keys(), &KeysView::switchRequested, this,
         [this](const QString& keyID) { application_.root->switchTo(fromQString(keyID)); });
-    connect(&detail_->keys(), &KeysView::renameRequested, this, [this](const StoredKey& key, const QString& name) {
-        application_.root->renameKey(key, fromQString(name));
-    });
+    connect(&detail_->keys(), &KeysView::renameRequested, this,
+        [this](const StoredKey& key, const QString& name) { application_.root->renameKey(key, fromQString(name)); });
     connect(transfers_, &TransfersView::filesDropped, this, [this](const QList<QUrl>& urls) {
         if (application_.root->detailState().kind == DetailState::Kind::browser)
             detail_->browser().takeFiles(urls);
