@@ -125,6 +125,7 @@ void MainWindow::buildMenus()
     buildFileMenu();
     buildViewMenu();
     buildAccountMenu();
+    buildKeysMenu();
     buildHelpMenu();
 }
 
@@ -139,7 +140,6 @@ void MainWindow::buildFileMenu()
     file->addSeparator();
     file->addAction(commands.unfinishedUploads);
     file->addAction(commands.refresh);
-    file->addAction(detail_->keys().commands().refresh);
     file->addSeparator();
     auto* const quit = file->addAction(tr("&Quit"), this, &MainWindow::askToQuit);
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
@@ -186,11 +186,19 @@ void MainWindow::buildAccountMenu()
     });
     account->addAction(symbolIcon(Symbol::refresh), tr("Read Bucket List Again"), this,
         [this] { application_.root->reloadBuckets(); });
+}
+
+// There while the account's keys are shown.
+void MainWindow::buildKeysMenu()
+{
+    keysMenu_ = menuBar()->addMenu(tr("&Keys"));
+    keysMenu_->setToolTipsVisible(true);
     const auto& commands = detail_->keys().commands();
-    account->addSeparator();
-    account->addActions({commands.newKey, commands.remove});
-    account->addSeparator();
-    account->addActions({commands.switchTo, commands.add, commands.takeName, commands.details, commands.copyID});
+    keysMenu_->addActions({commands.newKey, commands.remove});
+    keysMenu_->addSeparator();
+    keysMenu_->addActions({commands.details, commands.switchTo, commands.add, commands.takeName, commands.copyID});
+    keysMenu_->addSeparator();
+    keysMenu_->addAction(commands.refresh);
 }
 
 void MainWindow::buildHelpMenu()
@@ -231,6 +239,7 @@ void MainWindow::render()
     for (auto* const action : detail_->browser().commands().all())
         action->setVisible(!isManagingKeys);
     detail_->keys().commands().setVisible(isManagingKeys);
+    keysMenu_->menuAction()->setVisible(isManagingKeys);
 }
 
 void MainWindow::setTransfersVisible(bool visible)
