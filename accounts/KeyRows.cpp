@@ -2,7 +2,11 @@
 
 #include "accounts/KeyNames.h"
 #include "accounts/KeyPermissions.h"
+#include "foundation/QtText.h"
 #include "foundation/Texts.h"
+
+#include <QDateTime>
+#include <QLocale>
 
 #include <algorithm>
 #include <array>
@@ -58,6 +62,15 @@ std::string nameMarkOf(const B2ApplicationKey& key, const StoredKey& stored)
     return stored.label == key.keyName ? std::string() : "in Kestrovan as “" + singleLine(stored.label) + "”";
 }
 
+std::string dayOf(const B2ApplicationKey& key, std::chrono::system_clock::time_point now)
+{
+    if (!key.expirationTimestamp
+        || *key.expirationTimestamp <= std::chrono::floor<std::chrono::milliseconds>(now.time_since_epoch()).count())
+        return expiryText(key, now);
+    const auto date = QDateTime::fromMSecsSinceEpoch(*key.expirationTimestamp).date();
+    return fromQString(QLocale().toString(date, QLocale::ShortFormat));
+}
+
 KeyRow makeRow(const B2ApplicationKey& key, const KeyRowsContext& context, const BucketNames& names)
 {
     KeyRow row{.key = key};
@@ -71,8 +84,7 @@ KeyRow makeRow(const B2ApplicationKey& key, const KeyRowsContext& context, const
     if (row.stored)
         row.nameMark = nameMarkOf(key, *row.stored);
     row.relationText = relationWord(row.relation);
-    if (!row.nameMark.empty())
-        row.relationText += " · " + row.nameMark;
+    row.name = singleLine(key.keyName);
     row.permissions = presetSummary(key.capabilities);
     const auto reached = namesOf(key, names);
     if (reached.empty()) {
@@ -84,7 +96,8 @@ KeyRow makeRow(const B2ApplicationKey& key, const KeyRowsContext& context, const
             row.reachHelp += (row.reachHelp.empty() ? "" : "\n") + name;
     }
     row.reach += prefixMark(key);
-    row.expires = expiryText(key, context.now);
+    row.expiresHelp = expiryText(key, context.now);
+    row.expires = dayOf(key, context.now);
     row.nameKey = naturalSortKey(key.keyName);
     row.reachKey = naturalSortKey(row.reach);
     return row;
@@ -101,7 +114,7 @@ std::strong_ordering compared(const KeyRow& left, const KeyRow& right, KeyColumn
     case KeyColumn::name:
         return left.nameKey <=> right.nameKey;
     case KeyColumn::relation:
-        return std::tie(left.relation, left.relationText) <=> std::tie(right.relation, right.relationText);
+        return left.relation <=> right.relation;
     case KeyColumn::permissions:
         return left.permissions <=> right.permissions;
     case KeyColumn::reach:

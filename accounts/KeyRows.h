@@ -39,13 +39,15 @@ struct KeyRow {
     B2ApplicationKey key;
     KeyRelation relation = KeyRelation::notHeld;
     std::optional<StoredKey> stored;
+    std::string name;
     /// "in Kestrovan as “…”" or "not named in Kestrovan"; empty when both names agree.
     std::string nameMark;
     std::string relationText;
     std::string permissions;
     std::string reach;
     std::string reachHelp; ///< Every bucket by name, a line each.
-    std::string expires;
+    std::string expires;   ///< A day, "Never" or "Expired".
+    std::string expiresHelp;
     NaturalSortKey nameKey;
     NaturalSortKey reachKey;
 

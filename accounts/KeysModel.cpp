@@ -40,7 +40,7 @@ void KeysModel::reset(std::shared_ptr<B2Session> newSession)
     hasLoaded = false;
     inFlight = std::set<std::string>();
     goneIDs_.clear();
-    error = std::nullopt;
+    dismissError();
     session = std::move(newSession);
 }
 
@@ -66,13 +66,14 @@ Task<> KeysModel::load()
         std::rethrow_exception(failure);
     if (failure) {
         error = "Couldn't list the account's keys. " + describe(failure);
+        hasLoadFailed = true;
         co_return;
     }
     // A listing that began before a key was deleted may still hold it.
     std::erase_if(listed, [&](const B2ApplicationKey& key) { return goneIDs_.contains(key.applicationKeyID); });
     keys = std::move(listed);
     hasLoaded = true;
-    error = std::nullopt;
+    dismissError();
 }
 
 Task<bool> KeysModel::create(B2CreateKeyRequest request)
@@ -85,7 +86,7 @@ Task<bool> KeysModel::create(B2CreateKeyRequest request)
     const std::string summary =
         presetSummary({request.capabilities.begin(), request.capabilities.end()}) + " - " + reachForLog(request);
     isWorking = true;
-    error = std::nullopt;
+    dismissError();
     std::optional<B2CreatedApplicationKey> made;
     std::exception_ptr failure;
     try {
@@ -127,7 +128,7 @@ Task<> KeysModel::remove(std::vector<B2ApplicationKey> doomed)
         for (const auto& key : doomed)
             ids.insert(key.applicationKeyID);
     });
-    error = std::nullopt;
+    dismissError();
     std::string firstRefusal;
     std::size_t refused = 0;
     for (const auto& key : doomed) {
@@ -182,6 +183,12 @@ Task<std::optional<std::string>> KeysModel::removeOne(std::shared_ptr<B2Session>
             [&](auto& all) { std::erase_if(all, [&](const auto& each) { return each.applicationKeyID == id; }); });
     }
     co_return std::nullopt;
+}
+
+void KeysModel::dismissError()
+{
+    error = std::nullopt;
+    hasLoadFailed = false;
 }
 
 void KeysModel::forgetCreated()

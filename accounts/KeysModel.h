@@ -25,6 +25,7 @@ public:
     Observed<std::vector<B2ApplicationKey>> keys{this};
     Observed<bool> isLoading{this, false};
     Observed<bool> hasLoaded{this, false};          ///< The list was read whole, once, for this session.
+    Observed<bool> hasLoadFailed{this, false};      ///< `error` is about reading the list.
     Observed<bool> isWorking{this, false};          ///< A key is being created.
     Observed<std::set<std::string>> inFlight{this}; ///< Ids of the keys being deleted.
     /// Why the last call failed, as a sentence to show.
@@ -50,6 +51,9 @@ public:
 
     /// Deletes the keys one after the other; those the service refuses stay. The key of the session is never deleted.
     Task<> remove(std::vector<B2ApplicationKey> doomed);
+
+    /// Takes the last failure as seen.
+    void dismissError();
 
     /// Drops and wipes the secret of the key just made.
     void forgetCreated();

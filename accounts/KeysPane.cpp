@@ -54,7 +54,7 @@ KeysPane::KeysPane(const KeysModel& model, const std::shared_ptr<B2Session>& ses
         banner = *model.error;
         return;
     }
-    if (*model.error && !*model.isLoading) {
+    if (*model.hasLoadFailed && *model.error && !*model.isLoading) {
         kind = Kind::notice;
         isFailure = true;
         title = "Couldn't List the Keys";

@@ -44,6 +44,7 @@ BucketChooser::BucketChooser(const std::vector<B2Bucket>& buckets, const std::se
     list_->setTextElideMode(Qt::ElideMiddle);
     list_->setUniformItemSizes(true);
     list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    list_->setIconSize({16, 16});
     list_->setFixedHeight(listHeight);
     if (shown_.rowCount() > 0)
         list_->setCurrentIndex(shown_.index(0, 0));

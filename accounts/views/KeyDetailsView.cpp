@@ -86,7 +86,7 @@ void KeyDetailsView::addPermissions(const KeyDetails& details)
     }
     auto* const content = new QWidget;
     auto* const column = new QVBoxLayout(content);
-    column->setContentsMargins(0, 0, Spacing::small, 0);
+    column->setContentsMargins(Spacing::small, Spacing::small, Spacing::small, Spacing::small);
     column->setSpacing(Spacing::tight);
     for (const auto& [group, titles] : details.granted) {
         if (column->count() > 0)
@@ -100,11 +100,10 @@ void KeyDetailsView::addPermissions(const KeyDetails& details)
     auto* const area = new QScrollArea(this);
     area->setWidget(content);
     area->setWidgetResizable(true);
-    area->setFrameShape(QFrame::NoFrame);
     area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    area->viewport()->setAutoFillBackground(false);
-    content->setAutoFillBackground(false);
-    constexpr int valueWidth = 380;
-    area->setFixedHeight(std::min(mostPermissionsHeight, column->totalHeightForWidth(valueWidth)));
+    content->setBackgroundRole(QPalette::Base);
+    constexpr int valueWidth = 370;
+    area->setFixedHeight(
+        std::min(mostPermissionsHeight, column->totalHeightForWidth(valueWidth) + 2 * area->frameWidth()));
     addRow(tr("Permissions"), area);
 }

@@ -53,19 +53,26 @@ Symbol symbolOf(const KeyRow& row, KeyColumn column)
 std::string helpOf(const KeyRow& row, KeyColumn column)
 {
     switch (column) {
-    case KeyColumn::name:
-        return row.isSelectable() ? std::string() : std::string(currentKeyRefusal);
-    case KeyColumn::relation: {
-        std::string help(relationHelp(row.relation));
+    case KeyColumn::name: {
+        std::string help = row.name;
         if (!row.nameMark.empty())
-            help += "\n" + row.nameMark + ". " + std::string(storedNameHelp);
+            help += " · " + row.nameMark + "\n" + std::string(storedNameHelp);
+        if (!row.isSelectable())
+            help += "\n" + std::string(currentKeyRefusal);
         return help;
     }
+    case KeyColumn::relation:
+        return std::string(relationHelp(row.relation));
+    case KeyColumn::permissions:
+        return row.permissions;
     case KeyColumn::reach:
-        return row.reachHelp;
-    default:
-        return {};
+        return row.reachHelp.empty() ? row.reach : row.reachHelp;
+    case KeyColumn::expires:
+        return row.expiresHelp;
+    case KeyColumn::keyID:
+        break;
     }
+    return {};
 }
 
 } // namespace
@@ -160,7 +167,7 @@ QString KeysTableModel::cellText(const KeyRow& row, KeyColumn column) const
 {
     switch (column) {
     case KeyColumn::name:
-        return toQString(singleLine(row.key.keyName));
+        return toQString(row.nameMark.empty() ? row.name : row.name + " · " + row.nameMark);
     case KeyColumn::relation:
         return inFlight_.contains(idOf(row)) ? tr("Deleting…") : toQString(row.relationText);
     case KeyColumn::permissions:
@@ -189,8 +196,7 @@ QVariant KeysTableModel::data(const QModelIndex& index, int role) const
         return help.empty() ? QVariant() : QVariant(toQString(help));
     }
     case Qt::AccessibleDescriptionRole:
-        return toQString(column == KeyColumn::name && shown.isSelectable() ? std::string(relationHelp(shown.relation))
-                                                                           : helpOf(shown, column));
+        return toQString(column == KeyColumn::name ? std::string(relationHelp(shown.relation)) : helpOf(shown, column));
     case TableRole::symbol:
         if (column == KeyColumn::name || column == KeyColumn::relation)
             return static_cast<int>(symbolOf(shown, column));

@@ -38,7 +38,7 @@ QString firstColumns(const QFontMetrics& metrics)
         .arg(width(QStringLiteral("Not stored")) + symbol)
         .arg(width(QStringLiteral("read, write, delete")))
         .arg(width(QStringLiteral("Every bucket")))
-        .arg(width(QStringLiteral("12/28/26, 12:00 AM")))
+        .arg(width(QStringLiteral("28 Nov 2026")))
         .arg(width(QStringLiteral("0044a1b2c3d4e5f0000000001")));
 }
 
@@ -158,6 +158,7 @@ void KeysView::connectCommands()
         if (const auto* const row = targetRow())
             QGuiApplication::clipboard()->setText(toQString(row->key.applicationKeyID));
     });
+    connect(banner_, &Banner::actionTriggered, this, &KeysView::refresh);
     connect(banner_, &Banner::closed, this, [this] { dismissedError_ = *model_.error; });
     connect(message_, &EmptyState::firstActionTriggered, this, [this] {
         if (KeysPane(model_, *store_.session).isFailure)
@@ -239,7 +240,7 @@ void KeysView::askForNewKey()
 {
     if (newSheet_ || !commands_->newKey->isEnabled())
         return;
-    model_.error = std::nullopt;
+    model_.dismissError();
     newSheet_ = new NewKeyView(model_, buckets_, this);
     newSheet_->setAttribute(Qt::WA_DeleteOnClose);
     connect(newSheet_, &NewKeyView::createRequested, this, &KeysView::create);

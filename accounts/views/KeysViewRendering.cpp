@@ -115,7 +115,7 @@ void KeysView::renderBanner(const KeysPane& pane)
     }
     const auto sentence = toQString(*pane.banner);
     if (!banner_->isVisibleTo(this) || banner_->text() != sentence)
-        banner_->showMessage(MessageKind::danger, sentence);
+        banner_->showMessage(MessageKind::danger, sentence, *model_.hasLoadFailed ? tr("Try Again") : QString());
 }
 
 void KeysView::renderCommands()

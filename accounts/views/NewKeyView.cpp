@@ -82,6 +82,7 @@ void NewKeyView::buildFields()
 
     for (const auto preset : allKeyPresets)
         grants_->addItem(toQString(presetTitle(preset)));
+    grants_->setObjectName(QStringLiteral("grants"));
     grants_->setAccessibleName(tr("Grants"));
     permissions_->setAccessibleName(tr("Permissions"));
     auto* const granted = stacked({grants_, grantsText_, permissions_, risk_}, this);

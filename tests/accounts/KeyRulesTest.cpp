@@ -156,14 +156,15 @@ TEST(KeyRowsTest, ARowTellsHowTheProgramStandsToTheKey)
 
     const auto rows = makeKeyRows(keys, context, {});
 
-    EXPECT_EQ(rows[0].relationText, "Signed in · in Kestrovan as “Mine”");
+    EXPECT_EQ(rows[0].relationText, "Signed in");
+    EXPECT_EQ(rows[0].nameMark, "in Kestrovan as “Mine”");
     EXPECT_FALSE(rows[0].isSelectable());
     EXPECT_EQ(rows[0].reach, "2 buckets");
     EXPECT_EQ(rows[0].reachHelp, "films\nphotos");
     EXPECT_EQ(rows[1].relationText, "Stored");
     EXPECT_FALSE(rows[1].canTakeName());
     EXPECT_EQ(rows[1].reach, "gone · x/");
-    EXPECT_EQ(rows[2].relationText, "Stored · not named in Kestrovan");
+    EXPECT_EQ(rows[2].nameMark, "not named in Kestrovan");
     EXPECT_TRUE(rows[2].canTakeName());
     EXPECT_TRUE(rows[3].canAdd());
     EXPECT_EQ(rows[3].reach, "Every bucket");

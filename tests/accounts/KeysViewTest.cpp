@@ -285,7 +285,7 @@ TEST_F(KeysViewTest, ANewKeyGoesFromItsFormToItsSecretToItsRow)
     EXPECT_EQ(fromQString(create->toolTip()), "A key needs a name.");
     EXPECT_THAT(fromQString(textsOf(*form)), HasSubstr("Reaches every bucket"));
     form->findChildren<QLineEdit*>().front()->setText(QStringLiteral("two-buckets"));
-    form->findChild<QComboBox*>()->setCurrentIndex(static_cast<int>(KeyPreset::fullControl));
+    form->findChild<QComboBox*>(QStringLiteral("grants"))->setCurrentIndex(static_cast<int>(KeyPreset::fullControl));
 
     buttonOf(*form, QStringLiteral("All Buckets"))->click();
     auto* const chooser = form->findChild<BucketChooser*>();
