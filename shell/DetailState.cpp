@@ -12,6 +12,8 @@ DetailState notice(std::string title, std::string text)
 
 DetailState withSession(const DetailInputs& inputs)
 {
+    if (inputs.selection && inputs.selection->kind == SidebarItem::Kind::keys)
+        return {.kind = DetailState::Kind::keys};
     if (inputs.selection && inputs.isSelectionListed)
         return {.kind = DetailState::Kind::browser};
     if (inputs.bucketsError && inputs.bucketCount == 0) {

@@ -38,6 +38,7 @@ struct DetailState {
         connecting,
         notice, ///< A title, a text and what can be done.
         browser,
+        keys,
     };
 
     Kind kind = Kind::nothing;

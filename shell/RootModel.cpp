@@ -19,6 +19,7 @@ constexpr std::chrono::seconds gatheringTime(1);
 
 RootModel::RootModel(const RootParts& parts)
     : keyStore(parts.keychain, parts.clients, parts.settings, parts.log)
+    , keys(parts.log)
     , browser(parts.settings)
     , unfinishedUploads(parts.log)
     , settings_(parts.settings)
@@ -84,7 +85,14 @@ void RootModel::wire()
             return;
         reloadKeys();
     });
+    connect(&context_, &Observable::changed, this, [this, seen = *context_.requestTick]() mutable {
+        if (std::exchange(seen, *context_.requestTick) != *context_.requestTick)
+            followRequests();
+    });
     connect(&keyStore, &Observable::changed, this, &RootModel::rebuildKeyMenu);
+    connect(&keyStore, &Observable::changed, this, &RootModel::followSession);
+    // A key that is gone is revoked in the list of stored ones too.
+    keys.didChange = [this] { tasks_.start(keyStore.loadLiveKeyNames()); };
     connect(&browser, &Observable::changed, this, &RootModel::followBrowser);
 }
 
@@ -140,6 +148,18 @@ void RootModel::noteSettings(std::string message, std::string sentence)
 {
     log_.record({B2LogLevel::warning, "app", std::move(message), sentence});
     remark = std::move(sentence);
+}
+
+void RootModel::followSession()
+{
+    if (*keys.session != *keyStore.session)
+        keys.reset(*keyStore.session);
+}
+
+void RootModel::followRequests()
+{
+    if (*context_.requested == AccountSurface::keys)
+        select({SidebarItem::Kind::keys, {}});
 }
 
 void RootModel::followBrowser()
@@ -199,6 +219,11 @@ void RootModel::switchTo(std::string keyID)
     tasks_.start(selectByKeyID(std::move(keyID)));
 }
 
+void RootModel::renameKey(StoredKey key, std::string name)
+{
+    tasks_.start(keyStore.rename(std::move(key), std::move(name)));
+}
+
 void RootModel::tryAgain()
 {
     if (*keyStore.isConnecting)
@@ -250,11 +275,12 @@ void RootModel::showSelection()
 {
     // A bucket is opened with the key that listed it, not with one that has connected a moment ago.
     const auto session = *buckets.session;
-    if (!session || !*selection || (*selection)->kind != SidebarItem::Kind::bucket)
+    if (!session || !*selection)
         return;
-    const B2Bucket* const bucket = buckets.bucket((*selection)->bucketID);
+    const bool isBucket = (*selection)->kind == SidebarItem::Kind::bucket;
+    const B2Bucket* const bucket = isBucket ? buckets.bucket((*selection)->bucketID) : nullptr;
     if (!bucket) {
-        // What another key listed must not stay behind the notice.
+        // What another key listed must not stay behind the notice or another pane.
         if (*browser.session != session)
             browser.close();
         return;

@@ -2,6 +2,7 @@
 
 #include "accounts/AppContext.h"
 #include "accounts/KeyStore.h"
+#include "accounts/KeysModel.h"
 #include "browser/BrowserModel.h"
 #include "browser/ListingCache.h"
 #include "buckets/BucketsModel.h"
@@ -42,6 +43,7 @@ public:
 
     KeyStore keyStore;
     BucketsModel buckets;
+    KeysModel keys; ///< Of the account at the service.
     BrowserModel browser;
     UnfinishedUploadsModel unfinishedUploads;
 
@@ -57,11 +59,13 @@ public:
     /// Connects with another stored key. The session there is stays until the new one stands.
     void switchTo(std::string keyID);
     void tryAgain();
+    /// Gives a stored key another name; a failure is in the log.
+    void renameKey(StoredKey key, std::string name);
     void reloadBuckets();
     /// Reads the stored keys again: another program may have changed them.
     void reloadKeys();
 
-    /// Shows a bucket, and remembers it for the next start with this key.
+    /// Shows a pane; a bucket is remembered for the next start with this key.
     void select(const SidebarItem& item);
 
     /// Turns `unfinishedUploads` to the bucket that is shown.
@@ -86,6 +90,8 @@ public:
 private:
     void wire();
     void followBrowser();
+    void followSession();
+    void followRequests();
     void noteWrite(const std::string& bucketID);
     void noteCancelledUpload(const std::string& fileID);
     void tellWrites();

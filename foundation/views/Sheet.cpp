@@ -6,6 +6,7 @@
 #include "foundation/views/Style.h"
 #include "foundation/views/SymbolView.h"
 
+#include <QAbstractScrollArea>
 #include <QButtonGroup>
 #include <QFormLayout>
 #include <QPushButton>
@@ -30,6 +31,17 @@ QWidget* withConsequence(QWidget* field, const QString& consequence, int indent,
     column->addWidget(text);
     field->setAccessibleDescription(consequence);
     return cell;
+}
+
+/// How high the first line of a field is: of its text, or of what stands uppermost in it.
+int firstLineHeight(QWidget* field)
+{
+    if (qobject_cast<QLabel*>(field) != nullptr || qobject_cast<QAbstractScrollArea*>(field) != nullptr)
+        return field->fontMetrics().height();
+    if (const auto* const column = qobject_cast<QVBoxLayout*>(field->layout());
+        column != nullptr && column->count() > 0 && column->itemAt(0)->widget() != nullptr)
+        return firstLineHeight(column->itemAt(0)->widget());
+    return field->sizeHint().height();
 }
 
 QWidget* firstField(QWidget* rows)
@@ -135,7 +147,7 @@ QLabel* Sheet::makeCaption(const QString& label, QWidget* field)
 {
     auto* caption = makeLabel(label, TextSize::normal, QFont::Normal, rows_);
     caption->setBuddy(field);
-    caption->setFixedHeight(field->sizeHint().height());
+    caption->setFixedHeight(firstLineHeight(field));
     caption->setAlignment(Qt::AlignRight | Qt::AlignTrailing | Qt::AlignVCenter);
     return caption;
 }
@@ -160,9 +172,19 @@ QPushButton* Sheet::setDestructiveVerb(const QString& verb)
     return verb_;
 }
 
+void Sheet::setVerbText(const QString& verb)
+{
+    verb_->setText(verb);
+}
+
 void Sheet::setCancelText(const QString& text)
 {
     cancel_->setText(text);
+}
+
+void Sheet::hideCancel()
+{
+    cancel_->hide();
 }
 
 void Sheet::setVerbButton(QPushButton* button)

@@ -37,11 +37,16 @@ public:
     /// The button that does it, with a verb ("Create Bucket"), and the default.
     QPushButton* setVerb(const QString& verb);
 
+    /// Another verb for the same button.
+    void setVerbText(const QString& verb);
+
     /// A button that destroys ("Delete 3 Versions"): stands apart and is never the default, Cancel is.
     QPushButton* setDestructiveVerb(const QString& verb);
 
     /// What the button that changes nothing says, where "Cancel" would be unclear.
     void setCancelText(const QString& text);
+    /// For a sheet that cannot simply be turned down; Escape then does what `reject` is made to do.
+    void hideCancel();
 
     /// A disabled verb says why on hover and to a screen reader.
     void setVerbEnabled(bool enabled, const QString& reason = {});

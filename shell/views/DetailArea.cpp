@@ -1,5 +1,7 @@
 #include "shell/views/DetailArea.h"
 
+#include "B2Kit/B2RetryPolicy.h"
+#include "accounts/views/KeysView.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/QtText.h"
 #include "foundation/views/DenseTableView.h"
@@ -8,17 +10,40 @@
 #include <QAbstractButton>
 #include <QTimer>
 
+namespace {
+
+/// Why a key just made could not be stored, or nothing.
+Task<std::optional<std::string>> storeCreated(KeyStore* store, B2CreatedApplicationKey created)
+{
+    std::exception_ptr failure;
+    try {
+        co_await store->addWithoutSwitching(
+            created.key.keyName, created.key.applicationKeyID, Secret(std::move(created.applicationKey)));
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (failure && isCancellation(failure))
+        std::rethrow_exception(failure);
+    co_return failure ? std::optional(addKeyMessage(failure, true)) : std::nullopt;
+}
+
+} // namespace
+
 DetailArea::DetailArea(RootModel& root, Settings& settings, QWidget* parent)
     : QStackedWidget(parent)
     , root_(root)
     , blank_(new QWidget(this))
     , notice_(new EmptyState(this))
     , browser_(new ObjectBrowserView(root.browser, settings, this))
+    , keys_(new KeysView(root.keys, root.keyStore, settings, this))
     , patience_(new QTimer(this))
 {
     addWidget(blank_);
     addWidget(notice_);
     addWidget(browser_);
+    addWidget(keys_);
+    keys_->setAddKey(
+        [store = &root.keyStore](B2CreatedApplicationKey created) { return storeCreated(store, std::move(created)); });
     patience_->setSingleShot(true);
     patience_->setInterval(200);
     connect(patience_, &QTimer::timeout, this, [this] {
@@ -41,6 +66,10 @@ DetailArea::DetailArea(RootModel& root, Settings& settings, QWidget* parent)
 void DetailArea::takeFocus()
 {
     QWidget* const page = currentWidget();
+    if (page == keys_) {
+        keys_->takeFocus();
+        return;
+    }
     if (page == browser_ && browser_->table().isVisible()) {
         browser_->table().setFocus(Qt::OtherFocusReason);
         return;
@@ -56,6 +85,9 @@ void DetailArea::takeFocus()
 void DetailArea::render()
 {
     const DetailState state = root_.detailState();
+    // Names of another account's buckets say nothing about this one's keys.
+    keys_->setBuckets(
+        *root_.buckets.session == *root_.keyStore.session ? *root_.buckets.buckets : std::vector<B2Bucket>());
     if (state.kind != DetailState::Kind::connecting)
         patience_->stop();
     switch (state.kind) {
@@ -71,6 +103,9 @@ void DetailArea::render()
         break;
     case DetailState::Kind::browser:
         setCurrentWidget(browser_);
+        break;
+    case DetailState::Kind::keys:
+        setCurrentWidget(keys_);
         break;
     }
     shown_ = state;

@@ -6,6 +6,7 @@
 #include <QStackedWidget>
 
 class EmptyState;
+class KeysView;
 class ObjectBrowserView;
 class QTimer;
 
@@ -17,6 +18,7 @@ public:
     DetailArea(RootModel& root, Settings& settings, QWidget* parent = nullptr);
 
     ObjectBrowserView& browser() { return *browser_; }
+    KeysView& keys() { return *keys_; }
 
     /// Gives the keyboard to the rows, or where there are none to the first button that helps.
     void takeFocus();
@@ -29,6 +31,7 @@ private:
     QWidget* blank_;
     EmptyState* notice_;
     ObjectBrowserView* browser_;
+    KeysView* keys_;
     QTimer* patience_; ///< A wait shorter than this shows nothing.
     DetailState shown_;
 };

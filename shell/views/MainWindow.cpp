@@ -1,5 +1,7 @@
 #include "shell/views/MainWindow.h"
 
+#include "accounts/views/KeysCommands.h"
+#include "accounts/views/KeysView.h"
 #include "browser/views/BrowserCommands.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/LocalPath.h"
@@ -99,6 +101,10 @@ void MainWindow::buildLayout()
     connect(&browser, &ObjectBrowserView::uploadRequested, this, &MainWindow::upload);
     connect(&browser, &ObjectBrowserView::unfinishedUploadsRequested, this, &MainWindow::showUnfinishedUploads);
     connect(&browser, &ObjectBrowserView::downloadRequested, this, &MainWindow::download);
+    connect(&detail_->keys(), &KeysView::switchRequested, this,
+        [this](const QString& keyID) { application_.root->switchTo(fromQString(keyID)); });
+    connect(&detail_->keys(), &KeysView::renameRequested, this,
+        [this](const StoredKey& key, const QString& name) { application_.root->renameKey(key, fromQString(name)); });
     connect(transfers_, &TransfersView::filesDropped, this, [this](const QList<QUrl>& urls) {
         if (application_.root->detailState().kind == DetailState::Kind::browser)
             detail_->browser().takeFiles(urls);
@@ -119,6 +125,7 @@ void MainWindow::buildMenus()
     buildFileMenu();
     buildViewMenu();
     buildAccountMenu();
+    buildKeysMenu();
     buildHelpMenu();
 }
 
@@ -163,6 +170,10 @@ void MainWindow::buildViewMenu()
     go->addAction(commands.up);
     go->addSeparator();
     go->addAction(commands.editPath);
+    go->addSeparator();
+    auto* const keys = go->addAction(symbolIcon(Symbol::key), tr("Application Keys"), this,
+        [this] { application_.context->request(AccountSurface::keys); });
+    keys->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_3));
 }
 
 void MainWindow::buildAccountMenu()
@@ -175,6 +186,19 @@ void MainWindow::buildAccountMenu()
     });
     account->addAction(symbolIcon(Symbol::refresh), tr("Read Bucket List Again"), this,
         [this] { application_.root->reloadBuckets(); });
+}
+
+// There while the account's keys are shown.
+void MainWindow::buildKeysMenu()
+{
+    keysMenu_ = menuBar()->addMenu(tr("&Keys"));
+    keysMenu_->setToolTipsVisible(true);
+    const auto& commands = detail_->keys().commands();
+    keysMenu_->addActions({commands.newKey, commands.remove});
+    keysMenu_->addSeparator();
+    keysMenu_->addActions({commands.details, commands.switchTo, commands.add, commands.takeName, commands.copyID});
+    keysMenu_->addSeparator();
+    keysMenu_->addAction(commands.refresh);
 }
 
 void MainWindow::buildHelpMenu()
@@ -205,8 +229,17 @@ void MainWindow::render()
     }
 
     const auto& bucket = *application_.root->browser.bucket;
-    const bool isBrowsing = application_.root->detailState().kind == DetailState::Kind::browser;
-    setWindowTitle(isBrowsing && bucket ? toQString(bucket->bucketName) : QString());
+    const auto shown = application_.root->detailState().kind;
+    const bool isManagingKeys = shown == DetailState::Kind::keys;
+    if (isManagingKeys)
+        setWindowTitle(tr("Application Keys"));
+    else
+        setWindowTitle(shown == DetailState::Kind::browser && bucket ? toQString(bucket->bucketName) : QString());
+    // Both panes have a Refresh on F5: only the commands of the one that is shown are there.
+    for (auto* const action : detail_->browser().commands().all())
+        action->setVisible(!isManagingKeys);
+    detail_->keys().commands().setVisible(isManagingKeys);
+    keysMenu_->menuAction()->setVisible(isManagingKeys);
 }
 
 void MainWindow::setTransfersVisible(bool visible)
@@ -372,7 +405,7 @@ void MainWindow::focusNextPane(bool forward)
     }
     QWidget* const next = panes[(current + (forward ? 1 : panes.size() - 1)) % panes.size()];
     if (next == sidebar_)
-        sidebar_->focusBuckets();
+        sidebar_->takeFocus();
     else if (next == transfers_)
         transfers_->focusList();
     else

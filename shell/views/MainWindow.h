@@ -47,6 +47,7 @@ private:
     void buildFileMenu();
     void buildViewMenu();
     void buildAccountMenu();
+    void buildKeysMenu();
     void buildHelpMenu();
     void render();
     void askToQuit();
@@ -69,6 +70,7 @@ private:
     TransfersView* transfers_;
     QSplitter* columns_;
     QSplitter* rows_;
+    QMenu* keysMenu_ = nullptr;
     QAction* showTransfers_ = nullptr;
     QPointer<ActivityLogWindow> logWindow_;
     bool hasStarted_ = false;

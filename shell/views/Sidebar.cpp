@@ -23,7 +23,8 @@ namespace {
 
 constexpr int rowHeight = 28;
 constexpr int symbolSize = 16;
-constexpr int filterFrom = 12; ///< More buckets than this get a filter field.
+constexpr int kindRole = BucketListModel::symbolRole + 1; ///< Of a surface: its `SidebarItem::Kind`.
+constexpr int filterFrom = 12;                            ///< More buckets than this get a filter field.
 
 /// Gives rows their height, and their symbols the colour of the text beside them in every state.
 class RowDelegate final : public QStyledItemDelegate {
@@ -56,6 +57,19 @@ public:
     }
 };
 
+void setUpList(QListView& list, QAbstractItemModel& rows)
+{
+    list.setModel(&rows);
+    list.setItemDelegate(new RowDelegate(&list));
+    list.setFrameShape(QFrame::NoFrame);
+    list.setTextElideMode(Qt::ElideMiddle);
+    list.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    list.setUniformItemSizes(true);
+    list.setIconSize({symbolSize, symbolSize});
+    list.setEditTriggers(QAbstractItemView::NoEditTriggers);
+    list.viewport()->setAutoFillBackground(false);
+}
+
 /// What a restricted key is limited to, in a few words.
 QString restrictionOf(const B2Authorization::Allowed& allowed)
 {
@@ -78,6 +92,8 @@ Sidebar::Sidebar(RootModel& root, AppContext& context, QWidget* parent)
     , root_(root)
     , context_(context)
     , card_(new KeyCard(this))
+    , surfacesTitle_(new SectionTitle(tr("Account"), this))
+    , surfaces_(new QListView(this))
     , title_(new SectionTitle(tr("Buckets"), this))
     , filter_(new SearchField(tr("Filter buckets"), SearchField::Purpose::filter, this))
     , list_(new QListView(this))
@@ -88,6 +104,9 @@ Sidebar::Sidebar(RootModel& root, AppContext& context, QWidget* parent)
     layout->setSpacing(Spacing::small);
     layout->addWidget(card_);
     layout->addSpacing(Spacing::tight);
+    layout->addWidget(surfacesTitle_);
+    layout->addWidget(surfaces_);
+    layout->addSpacing(Spacing::tight);
     layout->addWidget(title_);
     layout->addWidget(filter_);
     layout->addWidget(note_);
@@ -95,34 +114,70 @@ Sidebar::Sidebar(RootModel& root, AppContext& context, QWidget* parent)
 
     shown_.setSourceModel(&rows_);
     shown_.setFilterCaseSensitivity(Qt::CaseInsensitive);
-    list_->setModel(&shown_);
-    list_->setItemDelegate(new RowDelegate(list_));
-    list_->setFrameShape(QFrame::NoFrame);
-    list_->setTextElideMode(Qt::ElideMiddle);
-    list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    list_->setUniformItemSizes(true);
-    list_->setIconSize({symbolSize, symbolSize});
-    list_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setUpList(*list_, shown_);
     list_->setAccessibleName(tr("Buckets"));
-    list_->viewport()->setAutoFillBackground(false);
     list_->installEventFilter(this);
+    buildSurfaces();
     filter_->setAccessibleName(tr("Filter buckets"));
-    title_->setContentsMargins(Spacing::tight, 0, 0, 0);
+    for (auto* const title : {surfacesTitle_, title_})
+        title->setContentsMargins(Spacing::tight, 0, 0, 0);
     note_->setContentsMargins(Spacing::tight, 0, 0, 0);
     note_->setWordWrap(true);
 
     connect(card_, &QAbstractButton::clicked, this, &Sidebar::openSwitcher);
     connect(filter_, &QLineEdit::textChanged, &shown_, &QSortFilterProxyModel::setFilterFixedString);
-    connect(filter_, &SearchField::left, this, &Sidebar::focusBuckets);
-    connect(list_->selectionModel(), &QItemSelectionModel::currentChanged, this, &Sidebar::choose);
+    connect(filter_, &SearchField::left, this, [this] { list_->setFocus(Qt::OtherFocusReason); });
+    // By selection: a list that gets the keyboard by Tab makes its first row current without anybody choosing it.
+    connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+        [this](const QItemSelection& selected) { choose(selected.indexes().value(0)); });
+    connect(list_, &QListView::activated, this, &Sidebar::choose);
+    connect(surfaces_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+        [this](const QItemSelection& selected) { chooseSurface(selected.indexes().value(0)); });
+    connect(surfaces_, &QListView::activated, this, &Sidebar::chooseSurface);
     connect(&root_, &Observable::changed, this, &Sidebar::render);
     connect(&context_, &Observable::changed, this, &Sidebar::render);
     render();
 }
 
-void Sidebar::focusBuckets()
+void Sidebar::buildSurfaces()
 {
-    list_->setFocus(Qt::OtherFocusReason);
+    const auto add = [this](const QString& title, Symbol symbol, SidebarItem::Kind kind) {
+        auto* const row = new QStandardItem(title);
+        row->setData(QColor(Qt::transparent), Qt::DecorationRole); // Keeps the place; the delegate draws the symbol.
+        row->setData(static_cast<int>(symbol), BucketListModel::symbolRole);
+        row->setData(static_cast<int>(kind), kindRole);
+        surfaceRows_.appendRow(row);
+    };
+    add(tr("Application Keys"), Symbol::key, SidebarItem::Kind::keys);
+    setUpList(*surfaces_, surfaceRows_);
+    surfaces_->setAccessibleName(tr("Account"));
+    surfaces_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    surfaces_->setFixedHeight(surfaceRows_.rowCount() * surfaces_->sizeHintForRow(0) + 2);
+    surfaces_->installEventFilter(this);
+}
+
+void Sidebar::takeFocus()
+{
+    const auto& selection = *root_.selection;
+    const bool isSurface = selection && selection->kind != SidebarItem::Kind::bucket && surfaces_->isVisible();
+    (isSurface ? surfaces_ : list_)->setFocus(Qt::OtherFocusReason);
+}
+
+// Both lists together are one column for the arrow keys.
+bool Sidebar::crossLists(QObject* from, int key)
+{
+    if (from == surfaces_ && key == Qt::Key_Down && shown_.rowCount() > 0
+        && surfaces_->currentIndex().row() == surfaceRows_.rowCount() - 1) {
+        list_->setFocus(Qt::TabFocusReason);
+        list_->setCurrentIndex(shown_.index(0, 0));
+        return true;
+    }
+    if (from == list_ && key == Qt::Key_Up && list_->currentIndex().row() <= 0) {
+        surfaces_->setFocus(Qt::BacktabFocusReason);
+        surfaces_->setCurrentIndex(surfaceRows_.index(surfaceRows_.rowCount() - 1, 0));
+        return true;
+    }
+    return false;
 }
 
 QAbstractButton& Sidebar::switcher()
@@ -133,6 +188,9 @@ QAbstractButton& Sidebar::switcher()
 bool Sidebar::eventFilter(QObject* watched, QEvent* event)
 {
     // Typing in a long list goes on in its filter.
+    if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->modifiers() == Qt::NoModifier
+        && crossLists(watched, static_cast<QKeyEvent*>(event)->key()))
+        return true;
     if (watched == list_ && event->type() == QEvent::KeyPress && filter_->isVisibleTo(this)) {
         const auto* const key = static_cast<QKeyEvent*>(event);
         if (key->matches(QKeySequence::Find)) {
@@ -157,6 +215,9 @@ void Sidebar::render()
     const bool isLoading = *root_.buckets.isLoading || *root_.buckets.session != *root_.keyStore.session;
     const bool isEmpty = root_.buckets.buckets->empty();
     title_->setVisible(hasSession);
+    surfacesTitle_->setVisible(hasSession);
+    surfaces_->setVisible(hasSession);
+    renderSurfaces();
     QString note;
     if (hasSession && isEmpty && isLoading)
         note = tr("Loading buckets…");
@@ -167,10 +228,25 @@ void Sidebar::render()
 
     const auto selected = *root_.selection ? rows_.indexOf((*root_.selection)->bucketID) : QModelIndex();
     const auto index = shown_.mapFromSource(selected);
-    if (index.isValid() && list_->currentIndex() != index)
+    if (index.isValid() && !list_->selectionModel()->isSelected(index))
         list_->setCurrentIndex(index);
-    else if (!selected.isValid())
+    else if (!selected.isValid() && list_->selectionModel()->hasSelection())
         list_->selectionModel()->clear();
+}
+
+void Sidebar::renderSurfaces()
+{
+    const auto& selection = *root_.selection;
+    for (int row = 0; selection && row < surfaceRows_.rowCount(); ++row) {
+        const auto index = surfaceRows_.index(row, 0);
+        if (index.data(kindRole).toInt() != static_cast<int>(selection->kind))
+            continue;
+        if (!surfaces_->selectionModel()->isSelected(index))
+            surfaces_->setCurrentIndex(index);
+        return;
+    }
+    if (surfaces_->selectionModel()->hasSelection())
+        surfaces_->selectionModel()->clear();
 }
 
 void Sidebar::renderCard()
@@ -228,6 +304,12 @@ void Sidebar::openSwitcher()
     menu->setMinimumWidth(card_->width());
     fillKeyMenu(*menu, context_, root_);
     menu->popup(card_->mapToGlobal(QPoint(0, card_->height() + Spacing::tight)));
+}
+
+void Sidebar::chooseSurface(const QModelIndex& index)
+{
+    if (!isRendering_ && index.isValid())
+        root_.select({static_cast<SidebarItem::Kind>(index.data(kindRole).toInt()), {}});
 }
 
 void Sidebar::choose(const QModelIndex& index)

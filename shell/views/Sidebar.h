@@ -4,6 +4,7 @@
 #include "shell/views/BucketListModel.h"
 
 #include <QSortFilterProxyModel>
+#include <QStandardItemModel>
 #include <QWidget>
 
 class QAbstractButton;
@@ -13,7 +14,7 @@ class QListView;
 class QMenu;
 class SearchField;
 
-/// The main window's sidebar: the key in use at its top, then the buckets.
+/// The main window's sidebar: the key in use at its top, then what there is of the account, then its buckets.
 class Sidebar final : public QWidget {
     Q_OBJECT
 
@@ -23,7 +24,9 @@ public:
     /// The keys to choose from, grouped by account, the one in use checked.
     static void fillKeyMenu(QMenu& menu, const AppContext& context, RootModel& root);
 
-    void focusBuckets();
+    /// Gives the keyboard to the list that holds the selection.
+    void takeFocus();
+    QListView& surfaceList() { return *surfaces_; }
     QListView& bucketList() { return *list_; }
     QAbstractButton& switcher();
 
@@ -34,15 +37,22 @@ private:
     void render();
     void renderCard();
     void openSwitcher();
+    void buildSurfaces();
+    void renderSurfaces();
+    void chooseSurface(const QModelIndex& index);
     void choose(const QModelIndex& index);
+    bool crossLists(QObject* from, int key);
 
     RootModel& root_;
     AppContext& context_;
     KeyCard* card_;
+    QLabel* surfacesTitle_;
+    QListView* surfaces_;
     QLabel* title_;
     SearchField* filter_;
     QListView* list_;
     QLabel* note_;
+    QStandardItemModel surfaceRows_;
     BucketListModel rows_;
     QSortFilterProxyModel shown_;
     bool isRendering_ = false;

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "B2Kit/B2Key.h"
+
+#include <string>
+#include <string_view>
+
+/// What the sheet of a key just made says, and when it may close.
+struct CreatedKeyRules {
+    bool hasCopied = false;       ///< The secret is on the clipboard.
+    bool hasAcknowledged = false; ///< The user says that it is saved somewhere safe.
+    bool isAdding = false;        ///< The key is being stored at this moment.
+
+    /// The secret is never told again, so the sheet stays until it cannot be lost by closing.
+    bool mayClose() const { return !isAdding && (hasCopied || hasAcknowledged); }
+
+    static constexpr std::string_view title = "Copy this key now";
+    static constexpr std::string_view warning = "Backblaze shows the applicationKey once and never again. Close this "
+                                                "without copying it and it is gone for good.";
+    static constexpr std::string_view closeRefusal =
+        "Copy the key first, or tick that you have saved the applicationKey.";
+    static constexpr std::string_view addText =
+        "Stored in your keyring so Kestrovan can connect with it, and listed alongside your other keys. Kestrovan "
+        "stays signed in with the key you are using now.";
+
+    /// What goes to the clipboard: three lines, the last without an end.
+    static std::string clipboardText(const B2CreatedApplicationKey& created)
+    {
+        return "keyName: " + created.key.keyName + "\nkeyID: " + created.key.applicationKeyID
+            + "\napplicationKey: " + created.applicationKey;
+    }
+
+    static std::string addFailure(const std::string& reason)
+    {
+        return "Could not store the key: " + reason + " Copy it before closing this.";
+    }
+};

@@ -1,0 +1,86 @@
+#pragma once
+
+#include "B2Kit/B2Bucket.h"
+#include "B2Kit/B2Key.h"
+#include "accounts/StoredKey.h"
+#include "foundation/NaturalOrder.h"
+#include "foundation/TableSort.h"
+
+#include <chrono>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+/// The columns of the table of keys.
+enum class KeyColumn { name, relation, permissions, reach, expires, keyID };
+
+inline constexpr int keyColumnCount = 6;
+
+/// The stored names of the columns, in their order.
+std::span<const std::string> keyColumnNames();
+
+/// How a key at the service stands to this program.
+enum class KeyRelation {
+    current, ///< The session's own: neither selected nor deleted.
+    held,    ///< Its secret is stored.
+    notHeld,
+};
+
+std::string_view relationHelp(KeyRelation relation);
+
+inline constexpr std::string_view currentKeyRefusal =
+    "Kestrovan is signed in with this key, so it cannot be selected or deleted";
+inline constexpr std::string_view storedNameHelp =
+    "Kestrovan's own name for this key. Backblaze keeps the one it was created with";
+
+/// A key as a row of the table, its texts ready to show.
+struct KeyRow {
+    B2ApplicationKey key;
+    KeyRelation relation = KeyRelation::notHeld;
+    std::optional<StoredKey> stored;
+    std::string name;
+    /// "in Kestrovan as “…”" or "not named in Kestrovan"; empty when both names agree.
+    std::string nameMark;
+    std::string relationText;
+    std::string permissions;
+    std::string reach;
+    std::string reachHelp; ///< Every bucket by name, a line each.
+    std::string expires;   ///< A day, "Never" or "Expired".
+    std::string expiresHelp;
+    NaturalSortKey nameKey;
+    NaturalSortKey reachKey;
+
+    bool isSelectable() const { return relation != KeyRelation::current; }
+    bool canSwitch() const { return relation == KeyRelation::held; }
+    bool canAdd() const { return relation == KeyRelation::notHeld; }
+    /// Has the store another name for the key than the service?
+    bool canTakeName() const { return stored && !nameMark.empty(); }
+};
+
+/// What rows are made with.
+struct KeyRowsContext {
+    std::vector<StoredKey> stored;
+    std::string currentKeyID; ///< Empty without a session.
+    std::vector<B2Bucket> buckets;
+    std::chrono::system_clock::time_point now;
+};
+
+/// The rows in the wanted order; those equal in it stand by name, then by id.
+std::vector<KeyRow> makeKeyRows(
+    const std::vector<B2ApplicationKey>& keys, const KeyRowsContext& context, std::span<const SortOrder> order);
+
+/// The names of the buckets a key is limited to; the id of one that cannot be seen.
+std::vector<std::string> bucketNames(const B2ApplicationKey& key, const std::vector<B2Bucket>& buckets);
+
+/// "Never", a date, or "Expired".
+std::string expiryText(const B2ApplicationKey& key, std::chrono::system_clock::time_point now);
+
+/// The question before keys are deleted.
+struct DeleteKeysQuestion {
+    explicit DeleteKeysQuestion(const std::vector<B2ApplicationKey>& keys);
+
+    std::string title;
+    std::string text;
+    std::string button;
+};

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "B2Kit/B2Bucket.h"
+#include "B2Kit/B2Requests.h"
+#include "accounts/NewKeyRules.h"
+#include "foundation/views/Sheet.h"
+
+#include <vector>
+
+class KeysModel;
+class PermissionList;
+class QComboBox;
+class QLineEdit;
+
+/// The sheet of a new application key. It asks for the key and closes when it was made; a failure stands in it.
+///
+/// Closing it while a key is being made leaves that to end: its secret is shown then.
+class NewKeyView final : public Sheet {
+    Q_OBJECT
+
+public:
+    /// @param buckets  those a key can be limited to.
+    NewKeyView(KeysModel& model, std::vector<B2Bucket> buckets, QWidget* parent);
+
+    const NewKeyForm& form() const { return form_; }
+
+Q_SIGNALS:
+    /// The form is in order, and the question about several buckets was answered.
+    void createRequested(const B2CreateKeyRequest& request);
+
+private:
+    void buildFields();
+    void readForm();
+    void render();
+    void refit();
+    void renderBusy();
+    void chooseBuckets();
+    void submit();
+    void askAboutSeveralBuckets();
+    void request();
+    NewKeyRules rules() const;
+
+    KeysModel& model_;
+    const std::vector<B2Bucket> buckets_;
+    const std::set<B2Capability> held_; ///< What the key in use may do.
+    NewKeyForm form_;
+    QLineEdit* name_;
+    QComboBox* grants_;
+    QLabel* grantsText_;
+    PermissionList* permissions_;
+    QLabel* risk_;
+    QPushButton* chooser_;
+    QLabel* reach_;
+    QLabel* leftOut_;
+    QLineEdit* prefix_;
+    QComboBox* lifetime_;
+    bool isWorking_ = false;
+};

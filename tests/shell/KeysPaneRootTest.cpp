@@ -1,0 +1,87 @@
+#include "B2Kit/B2CurlTransport.h"
+#include "accounts/MemoryKeychain.h"
+#include "foundation/SettingsKeys.h"
+#include "localb2/Service.h"
+#include "shell/RootModel.h"
+#include "tests/support/QtRun.h"
+
+#include <QTemporaryDir>
+
+#include <gmock/gmock.h>
+
+namespace {
+
+/// The main window's root on two accounts.
+class KeysPaneRootTest : public testing::Test {
+protected:
+    KeysPaneRootTest()
+    {
+        for (const auto& key : service.masterKeys())
+            keychain.add({key.keyID, "Master of " + key.keyID, key.keyID}, key.applicationKey);
+        first = service.masterKeys().at(0).keyID;
+        second = service.masterKeys().at(1).keyID;
+        settings.set(SettingsKeys::lastKeyID, first);
+        root.start();
+    }
+    ~KeysPaneRootTest() override { qtRun(root.shutDown()); }
+
+    bool isConnected(const std::string& keyID)
+    {
+        return spinUntil([&] {
+            const auto session = *root.keys.session;
+            return session && session->key->keyID == keyID && *root.buckets.session == session
+                && !*root.buckets.isLoading;
+        });
+    }
+
+    QTemporaryDir directory;
+    localb2::Service service{{.directory = directory.path().toStdString() + "/service", .seed = "demo"}};
+    Settings settings{{}};
+    ActivityLog log{settings, directory.path().toStdString() + "/Logs"};
+    AppContext context{settings};
+    MemoryKeychain keychain;
+    ClientFactory clients{
+        std::make_shared<B2CurlTransport>(B2CurlTransportOptions{}), std::make_shared<B2NullLogSink>(), service.url()};
+    DownloadDestination destination{settings};
+    TransferQueue queue{settings, destination};
+    RootModel root{RootParts{settings, log, context, keychain, clients, queue}};
+    std::string first;
+    std::string second;
+};
+
+} // namespace
+
+TEST_F(KeysPaneRootTest, ThePaneComesByRequestAndKeepsToTheSessionOfTheWindow)
+{
+    ASSERT_TRUE(isConnected(first));
+
+    context.request(AccountSurface::keys);
+    ASSERT_TRUE(spinUntil([&] { return root.detailState().kind == DetailState::Kind::keys; }));
+    qtRun(root.keys.load());
+    ASSERT_FALSE(root.keys.keys->empty());
+
+    root.switchTo(second);
+    ASSERT_TRUE(isConnected(second));
+    EXPECT_EQ(root.detailState().kind, DetailState::Kind::keys) << "the selection stays";
+    EXPECT_TRUE(root.keys.keys->empty());
+    EXPECT_FALSE(*root.browser.bucket) << "nothing of the other account stays behind the pane";
+
+    root.select({SidebarItem::Kind::bucket, root.buckets.buckets->front().bucketID});
+    EXPECT_EQ(root.detailState().kind, DetailState::Kind::browser);
+    EXPECT_EQ((*root.browser.session)->key->keyID, second);
+}
+
+TEST_F(KeysPaneRootTest, ADeletedKeyIsRevokedInTheListOfStoredOnes)
+{
+    ASSERT_TRUE(isConnected(first));
+    qtRun(root.keys.load());
+    ASSERT_FALSE(root.keys.keys->empty());
+    const auto doomed = root.keys.keys->front();
+    keychain.add({doomed.applicationKeyID, "Former", doomed.accountID}, "K004whatever");
+    qtRun(root.keyStore.reload());
+    EXPECT_FALSE(root.keyStore.revokedKeyIDs().contains(doomed.applicationKeyID));
+
+    qtRun(root.keys.remove({doomed}));
+
+    EXPECT_TRUE(spinUntil([&] { return root.keyStore.revokedKeyIDs().contains(doomed.applicationKeyID); }));
+}
