@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 /// What is selected in the sidebar.
 struct SidebarItem {
@@ -24,6 +25,9 @@ struct DetailInputs {
     bool isLoadingBuckets = false;
     std::size_t bucketCount = 0;
     std::size_t keyCount = 0;
+    bool isWaitingForUnlock = false; ///< The desktop asks for the keyring's password.
+    bool needsPassphrase = false;    ///< The file that keeps the secrets is closed.
+    std::optional<std::string> storeFailure; ///< Why the stored keys could not be read, as a sentence.
     std::optional<ConnectionFailure> failure;
     std::string attemptedLabel;              ///< Name of the key that was tried last; empty for none.
     std::optional<std::string> bucketsError; ///< Why the bucket list could not be read.
@@ -35,17 +39,23 @@ struct DetailInputs {
 struct DetailState {
     enum class Kind {
         nothing, ///< Before the keys were read.
+        welcome, ///< No key is stored: fills the window.
         connecting,
         notice, ///< A title, a text and what can be done.
         browser,
     };
 
+    /// What the first button of a notice does.
+    enum class Action { none, connectAgain, readBuckets, readKeys, stopWaiting, unlock };
+
     Kind kind = Kind::nothing;
     ConnectionNotice notice;
-    /// The notice is about the bucket list, so "Try Again" reads it again.
-    bool isAboutBuckets = false;
+    Action action = Action::none;
 
     bool operator==(const DetailState&) const = default;
 };
+
+/// The word on the button of an action; empty for none.
+std::string_view verbOf(DetailState::Action action);
 
 DetailState decideDetail(const DetailInputs& inputs);

@@ -163,7 +163,7 @@ TEST_F(RootModelTest, ListsTheFolderAFewTimesWhenManyUploadsEnd)
 TEST_F(RootModelTest, SaysThatTheSettingsAreNotSaved)
 {
     Q_EMIT settings.writeFailed(QStringLiteral("Couldn't save the settings."));
-    EXPECT_EQ(root.notice(), "Couldn't save the settings.");
+    EXPECT_EQ(root.notice(), RootNotice{"Couldn't save the settings."});
     root.dismissNotice();
     EXPECT_FALSE(root.notice());
 }
