@@ -32,13 +32,18 @@ DetailState withSession(const DetailInputs& inputs)
 {
     if (inputs.selection && inputs.isSelectionListed)
         return {.kind = DetailState::Kind::browser};
+    if (inputs.bucketsRefusal) {
+        auto state = notice("Buckets Cannot Be Listed", *inputs.bucketsRefusal);
+        state.notice.offersAddKey = true;
+        return state;
+    }
     if (inputs.bucketsError && inputs.bucketCount == 0) {
         return notice("Couldn't List the Buckets", *inputs.bucketsError, DetailState::Action::readBuckets);
     }
     if (inputs.isLoadingBuckets && inputs.bucketCount == 0)
         return {.kind = DetailState::Kind::connecting};
     if (inputs.bucketCount == 0)
-        return notice("No Buckets", "This key cannot see any buckets, or the account has none.");
+        return notice("No Buckets", inputs.noBucketsText);
     return notice("Select a Bucket", "Choose a bucket from the sidebar to browse it.");
 }
 

@@ -31,6 +31,8 @@ struct DetailInputs {
     std::optional<ConnectionFailure> failure;
     std::string attemptedLabel;              ///< Name of the key that was tried last; empty for none.
     std::optional<std::string> bucketsError; ///< Why the bucket list could not be read.
+    std::optional<std::string> bucketsRefusal; ///< Why the key can be shown no bucket, whatever is tried.
+    std::string noBucketsText; ///< What an empty list means with this key.
     std::optional<SidebarItem> selection;
     bool isSelectionListed = false; ///< The selected bucket is in the list.
 };

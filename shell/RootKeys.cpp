@@ -84,6 +84,12 @@ bool RootModel::isCurrent(const StoredKey& key) const
     return session && session->key->keyID == key.keyID;
 }
 
+std::optional<StoredKey> RootModel::keyInUse() const
+{
+    const auto session = *keyStore.session;
+    return session ? std::optional(*session->key) : *keyStore.lastAttempted;
+}
+
 std::string RootModel::serviceName(const StoredKey& key) const
 {
     const auto listed = keyStore.liveKeys->find(key.keyID);

@@ -1,5 +1,7 @@
 #include "shell/RootModel.h"
 
+#include "accounts/ExpiryNotice.h"
+#include "buckets/BucketReach.h"
 #include "foundation/QtText.h"
 #include "foundation/SettingsKeys.h"
 
@@ -172,10 +174,17 @@ void RootModel::followSession()
     if (session == *buckets.session)
         return;
     buckets.reset(session);
-    if (!session) {
-        browser.close();
+    if (*remark && *remark == expiryNotice_)
+        remark = std::nullopt;
+    expiryNotice_ = session
+        ? expiryNotice(session->key->label, session->authorization, std::chrono::system_clock::now())
+        : std::nullopt;
+    if (expiryNotice_)
+        remark = expiryNotice_;
+    // Rows of another key, perhaps of another account, must not stay under the new one's name.
+    browser.close();
+    if (!session)
         return;
-    }
     keysWithoutSecret_.erase(session->key->keyID);
     settings_.set(SettingsKeys::lastKeyID, session->key->keyID);
     if (!settings_.boolean(SettingsKeys::connectedWelcomeShown).value_or(false)) {
@@ -288,7 +297,8 @@ DetailState RootModel::detailState() const
     inputs.isStarted = *keyStore.isStarted;
     inputs.isConnecting = *keyStore.isConnecting;
     inputs.hasSession = *keyStore.session != nullptr;
-    inputs.isLoadingBuckets = *buckets.isLoading || *buckets.session != *keyStore.session;
+    inputs.isLoadingBuckets =
+        *buckets.isLoading || !*buckets.isAnswered || *buckets.session != *keyStore.session;
     inputs.bucketCount = buckets.buckets->size();
     inputs.keyCount = keyStore.keys->size();
     inputs.isWaitingForUnlock = *keychain_.isWaitingForUnlock;
@@ -296,6 +306,10 @@ DetailState RootModel::detailState() const
     inputs.storeFailure = *keyStore.storeFailure;
     inputs.failure = *keyStore.connectionFailure;
     inputs.attemptedLabel = *keyStore.lastAttempted ? (*keyStore.lastAttempted)->label : std::string();
+    if (const auto session = *keyStore.session) {
+        inputs.bucketsRefusal = bucketListRefusal(session->authorization);
+        inputs.noBucketsText = emptyBucketListText(session->authorization);
+    }
     inputs.bucketsError = *buckets.error;
     inputs.selection = *selection;
     inputs.isSelectionListed = *selection && (*selection)->kind == SidebarItem::Kind::bucket

@@ -98,6 +98,8 @@ public:
     Task<> removeRevokedKeys();
     /// Is the program connected with the key?
     bool isCurrent(const StoredKey& key) const;
+    /// The key that commands without a choice are about: the session's, or the one that could not connect.
+    std::optional<StoredKey> keyInUse() const;
     /// The key's name at the service; empty when it did not tell one.
     std::string serviceName(const StoredKey& key) const;
     /// What is known of a key: its record in the complete listing, or what the session's own sign-in said.
@@ -144,6 +146,7 @@ private:
     std::function<Task<ResumeStore*>()> openResumeStore_;
     ResumeStore* resumeStore_ = nullptr;
     Keychain& keychain_;
+    std::optional<std::string> expiryNotice_; ///< Of the session's key, as it was told in `remark`.
     std::set<std::string> keysWithoutSecret_; ///< Found out when they were to connect.
     std::set<std::string> writtenBuckets_; ///< Written to since the browser was told last.
     QTimer gathering_;
