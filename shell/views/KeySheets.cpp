@@ -3,6 +3,7 @@
 #include "accounts/KeyNames.h"
 #include "accounts/KeySheetTexts.h"
 #include "accounts/views/AddKeyView.h"
+#include "accounts/views/PassphraseSheet.h"
 #include "accounts/views/RenameSheet.h"
 #include "foundation/QtText.h"
 #include "shell/views/ConnectedSheet.h"
@@ -19,12 +20,12 @@ Sheet* makeQuestion(const KeyQuestion& question, QWidget* parent)
     return sheet;
 }
 
-/// Closes the sheet when the removal is done. A failed one is told in the sheet, which stays.
-Task<> removeBehind(QPointer<Sheet> sheet, Task<> removal)
+/// Closes the sheet when the work is done. A failure is told in the sheet, which stays.
+Task<> runBehind(QPointer<Sheet> sheet, Task<> work)
 {
     std::optional<std::string> failure;
     try {
-        co_await std::move(removal);
+        co_await std::move(work);
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& error) {
@@ -137,7 +138,7 @@ void KeySheets::removeKey(const StoredKey& key)
     sheet->setObjectName(QStringLiteral("removeKey"));
     connect(sheet, &Sheet::verbTriggered, this, [this, sheet, key] {
         sheet->setBusy(true, tr("Removing the key…"));
-        tasks_.start(removeBehind(sheet, root_.keyStore.remove(key)));
+        tasks_.start(runBehind(sheet, root_.keyStore.remove(key)));
     });
     open(sheet);
 }
@@ -163,9 +164,36 @@ Task<> KeySheets::askAboutRevoked(QPointer<KeySheets> self)
     sheet->setObjectName(QStringLiteral("removeRevoked"));
     connect(sheet, &Sheet::verbTriggered, self, [self = self.data(), sheet] {
         sheet->setBusy(true, tr("Asking Backblaze about each key…"));
-        self->tasks_.start(removeBehind(sheet, self->root_.removeRevokedKeys()));
+        self->tasks_.start(runBehind(sheet, self->root_.removeRevokedKeys()));
     });
     self->open(sheet);
+}
+
+void KeySheets::unlockStore()
+{
+    if (bringToFront())
+        return;
+    auto* const sheet = new PassphraseSheet(PassphraseSheet::Purpose::unlock, &window_);
+    connect(sheet, &Sheet::verbTriggered, this, [this, sheet] {
+        auto passphrase = sheet->passphrase();
+        sheet->setBusy(true, tr("Opening the file…"));
+        tasks_.start(runBehind(sheet, root_.keyStore.keychain().unlockLegacyStore(std::move(passphrase))));
+    });
+    connect(sheet, &QDialog::accepted, &root_, &RootModel::reloadKeys);
+    open(sheet);
+}
+
+void KeySheets::protectStore()
+{
+    if (bringToFront())
+        return;
+    auto* const sheet = new PassphraseSheet(PassphraseSheet::Purpose::set, &window_);
+    connect(sheet, &Sheet::verbTriggered, this, [this, sheet] {
+        auto passphrase = sheet->passphrase();
+        sheet->setBusy(true, tr("Closing the file with the passphrase…"));
+        tasks_.start(runBehind(sheet, root_.keyStore.keychain().setLegacyPassphrase(std::move(passphrase))));
+    });
+    open(sheet);
 }
 
 void KeySheets::inspectKey(const StoredKey& key)

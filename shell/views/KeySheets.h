@@ -30,6 +30,10 @@ public Q_SLOTS:
     void removeKey(const StoredKey& key);
     /// Asks before the keys are forgotten that the service no longer has; does nothing without any.
     void removeRevokedKeys();
+    /// Asks for the passphrase of the file that keeps the keys, and connects.
+    void unlockStore();
+    /// Asks for a passphrase to close that file with.
+    void protectStore();
     /// Wants a key's details shown; does nothing for one of which nothing is known.
     void inspectKey(const StoredKey& key);
 

@@ -108,6 +108,7 @@ void MainWindow::buildLayout()
     setCentralWidget(pages_);
     connect(welcome_, &WelcomeView::connectRequested, keySheets_, &KeySheets::addKey);
     connect(detail_, &DetailArea::addKeyRequested, keySheets_, &KeySheets::addKey);
+    connect(detail_, &DetailArea::unlockRequested, keySheets_, &KeySheets::unlockStore);
 
     auto& browser = detail_->browser();
     connect(&browser, &ObjectBrowserView::uploadFilesDialogRequested, this, &MainWindow::chooseFilesToUpload);
@@ -202,36 +203,37 @@ void MainWindow::fillAccountMenu()
     account_->addAction(symbolIcon(Symbol::add), tr("Add Key…"), keySheets_, &KeySheets::addKey);
     account_->addSeparator();
 
-    const auto session = *root.keyStore.session;
-    const auto forCurrent = [&](const QString& text, void (KeySheets::*slot)(const StoredKey&)) {
-        auto* const action = account_->addAction(text);
-        action->setEnabled(session != nullptr);
-        if (!session)
-            action->setToolTip(tr("Kestrovan is not connected with a key"));
-        else
-            connect(action, &QAction::triggered, keySheets_,
-                [this, slot, key = *session->key] { (keySheets_->*slot)(key); });
-        return action;
+    const auto key = root.keyInUse();
+    const auto add = [&](const QString& text, bool isOffered, const QString& reason, const auto& act) {
+        auto* const action = account_->addAction(text, keySheets_, act);
+        action->setEnabled(isOffered);
+        if (!isOffered)
+            action->setToolTip(reason);
     };
-    forCurrent(tr("Key Details…"), &KeySheets::inspectKey);
-    forCurrent(tr("Rename Key…"), &KeySheets::renameKey);
-    auto* const rename = account_->addAction(tr("Rename Account…"), this, [this] {
+    const QString noKey = tr("No key is in use");
+    const auto about = [&](void (KeySheets::*slot)(const StoredKey&)) {
+        return [this, slot, chosen = key.value_or(StoredKey())] { (keySheets_->*slot)(chosen); };
+    };
+    add(tr("Key Details…"), key && root.inspection(*key), key ? tr("Backblaze did not tell of this key") : noKey,
+        about(&KeySheets::inspectKey));
+    add(tr("Rename Key…"), key.has_value(), noKey, about(&KeySheets::renameKey));
+    add(tr("Rename Account…"), *root.keyStore.session != nullptr, tr("Kestrovan is not connected with a key"), [this] {
         application_.context->accountRenameTick = *application_.context->accountRenameTick + 1;
     });
-    rename->setEnabled(session != nullptr);
-    if (!session)
-        rename->setToolTip(tr("Kestrovan is not connected with a key"));
-    forCurrent(tr("Remove from Kestrovan…"), &KeySheets::removeKey)
-        ->setToolTip(tr("Removes this key from Kestrovan. It stays at Backblaze."));
+    add(tr("Remove from Kestrovan…"), key.has_value(), noKey, about(&KeySheets::removeKey));
     if (const int count = static_cast<int>(root.keyStore.revokedKeys().size()); count > 0)
         account_->addAction(
             count == 1 ? tr("Remove 1 Key Backblaze No Longer Has…")
                        : tr("Remove %1 Keys Backblaze No Longer Has…").arg(count),
             keySheets_, &KeySheets::removeRevokedKeys);
+    const auto& keychain = root.keyStore.keychain();
+    if (*keychain.useLegacyStore && !*keychain.needsPassphrase)
+        account_->addAction(symbolIcon(Symbol::lock), tr("Protect Keys with a Passphrase…"), keySheets_,
+            &KeySheets::protectStore);
     account_->addSeparator();
     auto* const read = account_->addAction(
         symbolIcon(Symbol::refresh), tr("Read Bucket List Again"), &root, &RootModel::reloadBuckets);
-    read->setEnabled(session != nullptr);
+    read->setEnabled(*root.keyStore.session != nullptr);
 }
 
 void MainWindow::buildHelpMenu()
