@@ -41,6 +41,12 @@ protected:
         });
     }
 
+    Task<ResumeStore*> openStore()
+    {
+        store = co_await ResumeStore::open(directory.path().toStdString() + "/uploads.sqlite");
+        co_return store.get();
+    }
+
     QTemporaryDir directory;
     localb2::Service service;
     Settings settings{{}};
@@ -51,7 +57,8 @@ protected:
         std::make_shared<B2CurlTransport>(B2CurlTransportOptions{}), std::make_shared<B2NullLogSink>(), service.url()};
     DownloadDestination destination{settings};
     TransferQueue queue{settings, destination};
-    RootModel root{RootParts{settings, log, context, keychain, clients, queue}};
+    std::unique_ptr<ResumeStore> store;
+    RootModel root{RootParts{settings, log, context, keychain, clients, queue, [this] { return openStore(); }}};
     std::string first;
     std::string second;
 };
