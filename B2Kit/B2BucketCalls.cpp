@@ -101,9 +101,15 @@ Task<std::vector<B2Bucket>> B2Client::listBuckets(std::optional<std::string> nam
         body.set("accountId", authorization->accountID).setIfPresent("bucketName", name);
         if (asksOneByOne || allowed.size() == 1)
             body.set("bucketId", allowed[i].id);
-        auto page =
-            co_await callJSON<std::vector<B2Bucket>>({.operation = "b2_list_buckets", .body = std::move(body).text()});
-        std::ranges::move(page, std::back_inserter(buckets));
+        try {
+            auto page = co_await callJSON<std::vector<B2Bucket>>(
+                {.operation = "b2_list_buckets", .body = std::move(body).text()});
+            std::ranges::move(page, std::back_inserter(buckets));
+        } catch (const B2Error& refusal) {
+            // A bucket that a key is restricted to may be gone; the key stays.
+            if (allowed.empty() || !refusal.api() || !refusal.api()->isBadBucketID())
+                throw;
+        }
     }
     co_return buckets;
 }

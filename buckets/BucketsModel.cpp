@@ -1,6 +1,7 @@
 #include "buckets/BucketsModel.h"
 
 #include "B2Kit/B2RetryPolicy.h"
+#include "buckets/BucketReach.h"
 #include "foundation/NaturalOrder.h"
 
 #include <QPointer>
@@ -19,7 +20,10 @@ Task<> BucketsModel::reload()
     std::vector<B2Bucket> listed;
     std::exception_ptr failure;
     try {
-        listed = co_await current->client->listBuckets();
+        if (current->may(B2Capabilities::listBuckets))
+            listed = co_await current->client->listBuckets();
+        else
+            listed = bucketsNamedBy(current->authorization);
         std::ranges::sort(listed, {}, [](const B2Bucket& bucket) { return naturalSortKey(bucket.bucketName); });
     } catch (...) {
         failure = std::current_exception();
@@ -29,6 +33,7 @@ Task<> BucketsModel::reload()
     isLoading = false;
     if (failure && isCancellation(failure))
         std::rethrow_exception(failure);
+    isAnswered = true;
     if (failure) {
         error = describe(failure);
         co_return;
@@ -41,6 +46,7 @@ void BucketsModel::reset(std::shared_ptr<B2Session> newSession)
 {
     ++generation_;
     isLoading = false;
+    isAnswered = false;
     buckets = std::vector<B2Bucket>();
     error = std::nullopt;
     session = std::move(newSession);

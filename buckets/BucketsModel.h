@@ -19,8 +19,11 @@ public:
     /// Why the last request failed, as a sentence to show.
     Observed<std::optional<std::string>> error{this};
     Observed<std::shared_ptr<B2Session>> session{this};
+    /// The list of this session was asked for and answered, or failed: an empty one means something.
+    Observed<bool> isAnswered{this, false};
 
     /// Lists every bucket the key can see (`b2_list_buckets`); bills one call, or one a bucket for a key over several.
+    /// A key that may not list is shown the buckets it names itself, for free.
     ///
     /// An answer for a session that was replaced meanwhile is dropped.
     Task<> reload();

@@ -38,6 +38,7 @@ Application::Application(const CommandLine& commandLine, std::optional<std::stri
     if (demo) {
         destination->choose(demo->downloads());
         settings->set(SettingsKeys::lastKeyID, demo->firstKeyID());
+        settings->set(SettingsKeys::connectedWelcomeShown, true);
     }
     spawn(MainExecutor::shared(), runInBackground([folder = destination->current().path, isDemo = demo != nullptr] {
         removeAbandonedFiles(folder);

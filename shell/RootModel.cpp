@@ -1,5 +1,7 @@
 #include "shell/RootModel.h"
 
+#include "accounts/ExpiryNotice.h"
+#include "buckets/BucketReach.h"
 #include "foundation/QtText.h"
 #include "foundation/SettingsKeys.h"
 
@@ -27,8 +29,9 @@ RootModel::RootModel(const RootParts& parts)
     , context_(parts.context)
     , queue_(parts.queue)
     , openResumeStore_(parts.openResumeStore)
+    , keychain_(parts.keychain)
 {
-    for (Observable* model : std::initializer_list<Observable*>{&keyStore, &buckets})
+    for (Observable* model : std::initializer_list<Observable*>{&keyStore, &buckets, &keychain_})
         connect(model, &Observable::changed, this, [this] { markChanged(); });
     gathering_.setSingleShot(true);
     gathering_.setInterval(gatheringTime);
@@ -46,6 +49,7 @@ Task<> RootModel::launch()
 {
     if (openResumeStore_)
         resumeStore_ = co_await openResumeStore_();
+    co_await keychain_.probeOnce();
     co_await keyStore.reload();
     keyStore.isStarted = true;
     tasks_.start(log_.loadPersisted());
@@ -58,13 +62,7 @@ Task<> RootModel::launch()
         noteSettings("The settings could not be used as they were", *notice);
     wire();
     rebuildKeyMenu();
-    if (keyStore.keys->empty())
-        co_return;
-    const auto lastKeyID = settings_.text(SettingsKeys::lastKeyID);
-    auto key = std::ranges::find_if(*keyStore.keys, [&](const StoredKey& stored) { return stored.keyID == lastKeyID; });
-    if (key == keyStore.keys->end())
-        key = keyStore.keys->begin();
-    co_await connectAndLoad(*key);
+    co_await connectFirst();
 }
 
 void RootModel::wire()
@@ -89,8 +87,10 @@ void RootModel::wire()
         if (std::exchange(seen, *context_.requestTick) != *context_.requestTick)
             followRequests();
     });
-    connect(&keyStore, &Observable::changed, this, &RootModel::rebuildKeyMenu);
-    connect(&keyStore, &Observable::changed, this, &RootModel::followSession);
+    connect(&keyStore, &Observable::changed, this, [this] {
+        followSession();
+        rebuildKeyMenu();
+    });
     // A key that is gone is revoked in the list of stored ones too.
     keys.didChange = [this] { tasks_.start(keyStore.loadLiveKeyNames()); };
     connect(&browser, &Observable::changed, this, &RootModel::followBrowser);
@@ -150,12 +150,6 @@ void RootModel::noteSettings(std::string message, std::string sentence)
     remark = std::move(sentence);
 }
 
-void RootModel::followSession()
-{
-    if (*keys.session != *keyStore.session)
-        keys.reset(*keyStore.session);
-}
-
 void RootModel::followRequests()
 {
     if (*context_.requested == AccountSurface::keys)
@@ -175,18 +169,49 @@ void RootModel::followBrowser()
     settings_.set(SettingsKeys::lastBucket((*keyStore.session)->key->keyID), item.bucketID);
 }
 
-Task<> RootModel::connectAndLoad(StoredKey key)
+Task<> RootModel::connectFirst()
 {
-    const auto before = *keyStore.session;
-    co_await keyStore.connect(key);
-    rebuildKeyMenu();
-    const auto session = *keyStore.session;
-    // A failed switch changes nothing, and of two switches at once the last to connect wins.
-    if (!session || session == before || session->key->keyID != key.keyID)
+    if (keyStore.keys->empty())
         co_return;
+    const auto lastKeyID = settings_.text(SettingsKeys::lastKeyID);
+    auto key = std::ranges::find_if(*keyStore.keys, [&](const StoredKey& stored) { return stored.keyID == lastKeyID; });
+    if (key == keyStore.keys->end())
+        key = keyStore.keys->begin();
+    co_await keyStore.connect(*key);
+}
+
+// A session comes of a connection or of a key just added, and goes with its key. A failed switch brings none.
+void RootModel::followSession()
+{
+    const auto session = *keyStore.session;
+    if (session == *buckets.session)
+        return;
     buckets.reset(session);
-    settings_.set(SettingsKeys::lastKeyID, key.keyID);
+    keys.reset(session);
+    if (*remark && *remark == expiryNotice_)
+        remark = std::nullopt;
+    expiryNotice_ = session
+        ? expiryNotice(session->key->label, session->authorization, std::chrono::system_clock::now())
+        : std::nullopt;
+    if (expiryNotice_)
+        remark = expiryNotice_;
+    // Rows of another key, perhaps of another account, must not stay under the new one's name.
+    browser.close();
+    if (!session)
+        return;
+    keysWithoutSecret_.erase(session->key->keyID);
+    settings_.set(SettingsKeys::lastKeyID, session->key->keyID);
+    if (!settings_.boolean(SettingsKeys::connectedWelcomeShown).value_or(false)) {
+        settings_.set(SettingsKeys::connectedWelcomeShown, true);
+        isShowingConnected = true;
+    }
+    tasks_.start(loadBuckets(session));
+}
+
+Task<> RootModel::loadBuckets(std::shared_ptr<B2Session> session)
+{
     co_await buckets.reload();
+    // Of two switches at once the last to connect wins.
     if (*keyStore.session != session)
         co_return;
     restoreSelection();
@@ -197,7 +222,7 @@ Task<> RootModel::selectByKeyID(std::string keyID)
 {
     const auto key = std::ranges::find(*keyStore.keys, keyID, &StoredKey::keyID);
     if (key != keyStore.keys->end())
-        co_await connectAndLoad(*key);
+        co_await keyStore.connect(*key);
 }
 
 Task<> RootModel::dropBucket(std::string bucketID)
@@ -229,7 +254,7 @@ void RootModel::tryAgain()
     if (*keyStore.isConnecting)
         return;
     if (const auto key = *keyStore.lastAttempted)
-        tasks_.start(connectAndLoad(*key));
+        tasks_.start(keyStore.connect(*key));
 }
 
 void RootModel::reloadBuckets()
@@ -241,11 +266,6 @@ void RootModel::reloadBuckets()
         self->showSelection();
     };
     tasks_.start(reload(this));
-}
-
-void RootModel::reloadKeys()
-{
-    tasks_.start(keyStore.reload());
 }
 
 void RootModel::select(const SidebarItem& item)
@@ -297,59 +317,24 @@ DetailState RootModel::detailState() const
     inputs.isStarted = *keyStore.isStarted;
     inputs.isConnecting = *keyStore.isConnecting;
     inputs.hasSession = *keyStore.session != nullptr;
-    inputs.isLoadingBuckets = *buckets.isLoading || *buckets.session != *keyStore.session;
+    inputs.isLoadingBuckets =
+        *buckets.isLoading || !*buckets.isAnswered || *buckets.session != *keyStore.session;
     inputs.bucketCount = buckets.buckets->size();
     inputs.keyCount = keyStore.keys->size();
+    inputs.isWaitingForUnlock = *keychain_.isWaitingForUnlock;
+    inputs.needsPassphrase = *keychain_.needsPassphrase;
+    inputs.storeFailure = *keyStore.storeFailure;
     inputs.failure = *keyStore.connectionFailure;
     inputs.attemptedLabel = *keyStore.lastAttempted ? (*keyStore.lastAttempted)->label : std::string();
+    if (const auto session = *keyStore.session) {
+        inputs.bucketsRefusal = bucketListRefusal(session->authorization);
+        inputs.noBucketsText = emptyBucketListText(session->authorization);
+    }
     inputs.bucketsError = *buckets.error;
     inputs.selection = *selection;
     inputs.isSelectionListed = *selection && (*selection)->kind == SidebarItem::Kind::bucket
         && buckets.bucket((*selection)->bucketID) != nullptr;
     return decideDetail(inputs);
-}
-
-std::optional<std::string> RootModel::switchFailure() const
-{
-    const auto& failure = *keyStore.connectionFailure;
-    if (!*keyStore.session || !failure || !*keyStore.lastAttempted)
-        return std::nullopt;
-    return "Couldn't switch to “" + (*keyStore.lastAttempted)->label + "”. " + failure->message
-        + " Still connected with “" + (*keyStore.session)->key->label + "”.";
-}
-
-std::optional<std::string> RootModel::notice() const
-{
-    const auto failure = switchFailure();
-    return failure ? failure : *remark;
-}
-
-void RootModel::dismissNotice()
-{
-    if (switchFailure())
-        keyStore.connectionFailure = std::nullopt;
-    else
-        remark = std::nullopt;
-}
-
-void RootModel::rebuildKeyMenu()
-{
-    accountGroups = keyStore.accountGroups();
-    const auto revoked = keyStore.revokedKeyIDs();
-    std::vector<AppContext::KeyMenuEntry> entries;
-    const auto add = [&](const StoredKey& key) {
-        entries.push_back(
-            {key.keyID, key.label, keyStore.accountDisplayName(key.accountID), revoked.contains(key.keyID)});
-    };
-    for (const auto& account : *accountGroups)
-        std::ranges::for_each(account.keys, add);
-    for (const auto& key : *keyStore.keys) {
-        if (!key.accountID || key.accountID->empty())
-            add(key);
-    }
-    context_.keyMenu = std::move(entries);
-    const auto session = *keyStore.session;
-    context_.currentKeyID = session ? std::optional(session->key->keyID) : std::nullopt;
 }
 
 Task<> RootModel::shutDown()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "accounts/AppContext.h"
+#include "accounts/KeyInspection.h"
 #include "accounts/KeyStore.h"
 #include "accounts/KeysModel.h"
 #include "browser/BrowserModel.h"
@@ -34,6 +35,16 @@ struct RootParts {
     std::function<Task<ResumeStore*>()> openResumeStore = nullptr;
 };
 
+/// A sentence above the panes, with at most one action.
+struct RootNotice {
+    enum class Action { none, tryAgain, stopWaiting };
+
+    std::string text;
+    Action action = Action::none;
+
+    bool operator==(const RootNotice&) const = default;
+};
+
 /// The main window's root: owns the models of all panes, wires them, and decides what the detail area shows.
 ///
 /// Lives on the main thread as long as the process; its tasks are awaited with `shutDown` before it goes.
@@ -53,6 +64,9 @@ public:
     /// `dismissNotice`.
     Observed<std::optional<std::string>> remark{this};
 
+    /// The first connection of this user stands, and the sheet that says so has not been shown.
+    Observed<bool> isShowingConnected{this, false};
+
     /// The launch sequence, started once when the window first shows: keys, log, wiring, connection, buckets.
     void start();
 
@@ -62,8 +76,10 @@ public:
     /// Gives a stored key another name; a failure is in the log.
     void renameKey(StoredKey key, std::string name);
     void reloadBuckets();
-    /// Reads the stored keys again: another program may have changed them.
+    /// Reads the stored keys again: another program may have changed them. Connects when that brings the first key.
     void reloadKeys();
+    /// Ends a wait for the secret store to be unlocked; what waited fails.
+    void stopWaiting();
 
     /// Shows a pane; a bucket is remembered for the next start with this key.
     void select(const SidebarItem& item);
@@ -77,11 +93,31 @@ public:
     /// @returns a sentence when it cannot: then nothing is queued.
     Task<std::optional<std::string>> resumeUpload(std::string fileID);
 
+    // --- Stored keys
+
+    /// Gives a key or an account another name. A failure is left in `remark`.
+    void renameKey(StoredKey key, std::string name);
+    void renameAccount(std::string accountID, std::string name);
+    /// Forgets the keys that the service refuses; what was kept is left in `remark`.
+    Task<> removeRevokedKeys();
+    /// Is the program connected with the key?
+    bool isCurrent(const StoredKey& key) const;
+    /// The key that commands without a choice are about: the session's, or the one that could not connect.
+    std::optional<StoredKey> keyInUse() const;
+    /// The key's name at the service; empty when it did not tell one.
+    std::string serviceName(const StoredKey& key) const;
+    /// What is known of a key: its record in the complete listing, or what the session's own sign-in said.
+    std::optional<KeyInspection> inspection(const StoredKey& key) const;
+    /// Which account the session belongs to, and with which key; nothing without a session.
+    std::optional<std::string> connectedText() const;
+
+    // --- What is shown
+
     DetailState detailState() const;
     /// Why the last switch of key failed while the old session goes on; nothing otherwise.
     std::optional<std::string> switchFailure() const;
-    /// What stands above the panes: a failed switch, else the last remark.
-    std::optional<std::string> notice() const;
+    /// What stands above the panes: a wait for the keyring, a failed switch, else the last remark.
+    std::optional<RootNotice> notice() const;
     void dismissNotice();
 
     /// Asks every task to stop and waits for their ends.
@@ -90,14 +126,18 @@ public:
 private:
     void wire();
     void followBrowser();
-    void followSession();
     void followRequests();
     void noteWrite(const std::string& bucketID);
     void noteCancelledUpload(const std::string& fileID);
     void tellWrites();
     void noteSettings(std::string message, std::string sentence);
     Task<> launch();
-    Task<> connectAndLoad(StoredKey key);
+    Task<> connectFirst();
+    Task<> readKeys();
+    void followSession();
+    Task<> loadBuckets(std::shared_ptr<B2Session> session);
+    Task<> rename(StoredKey key, std::string name);
+    Task<> renameStored(std::string accountID, std::string name);
     Task<> selectByKeyID(std::string keyID);
     Task<> dropBucket(std::string bucketID);
     void rebuildKeyMenu();
@@ -110,6 +150,9 @@ private:
     TransferQueue& queue_;
     std::function<Task<ResumeStore*>()> openResumeStore_;
     ResumeStore* resumeStore_ = nullptr;
+    Keychain& keychain_;
+    std::optional<std::string> expiryNotice_; ///< Of the session's key, as it was told in `remark`.
+    std::set<std::string> keysWithoutSecret_; ///< Found out when they were to connect.
     std::set<std::string> writtenBuckets_; ///< Written to since the browser was told last.
     QTimer gathering_;
     TaskScope tasks_;

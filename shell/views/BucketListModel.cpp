@@ -12,7 +12,8 @@ void BucketListModel::show(const std::vector<B2Bucket>& buckets)
     std::vector<Row> wanted;
     wanted.reserve(buckets.size());
     for (const auto& bucket : buckets)
-        wanted.push_back({bucket.bucketID, bucket.bucketName, bucket.bucketType.isPublic()});
+        wanted.push_back({bucket.bucketID, bucket.bucketName, bucket.bucketType.isPublic(),
+            !bucket.bucketType.rawValue.empty()});
     if (wanted == rows_)
         return;
     // Few rows: those that went are taken out, then each wanted row is moved or put to its place.
@@ -64,8 +65,9 @@ QVariant BucketListModel::data(const QModelIndex& index, int role) const
     if (!index.isValid())
         return {};
     const Row& row = rows_[static_cast<std::size_t>(index.row())];
-    const QString access = row.isPublic ? tr("Public: anyone with a file's URL can read it without a key")
-                                        : tr("Private: every read needs an authorized key");
+    const QString access = !row.isTypeKnown ? tr("This key may not ask whether the bucket is public")
+        : row.isPublic                      ? tr("Public: anyone with a file's URL can read it without a key")
+                                            : tr("Private: every read needs an authorized key");
     switch (role) {
     case Qt::DisplayRole:
         return toQString(row.name);

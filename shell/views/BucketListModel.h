@@ -26,6 +26,7 @@ private:
         std::string bucketID;
         std::string name;
         bool isPublic = false;
+        bool isTypeKnown = true; ///< Not with a key that may not ask about buckets.
 
         bool operator==(const Row&) const = default;
     };

@@ -53,12 +53,8 @@ DetailArea::DetailArea(RootModel& root, Settings& settings, QWidget* parent)
         notice_->setActions({});
         setCurrentWidget(notice_);
     });
-    connect(notice_, &EmptyState::firstActionTriggered, this, [this] {
-        if (shown_.isAboutBuckets)
-            root_.reloadBuckets();
-        else
-            root_.tryAgain();
-    });
+    connect(notice_, &EmptyState::firstActionTriggered, this, &DetailArea::act);
+    connect(notice_, &EmptyState::secondActionTriggered, this, &DetailArea::addKeyRequested);
     connect(&root_, &Observable::changed, this, &DetailArea::render);
     render();
 }
@@ -92,6 +88,7 @@ void DetailArea::render()
         patience_->stop();
     switch (state.kind) {
     case DetailState::Kind::nothing:
+    case DetailState::Kind::welcome: // Fills the window, so that this pane is not seen.
         setCurrentWidget(blank_);
         break;
     case DetailState::Kind::connecting:
@@ -111,16 +108,41 @@ void DetailArea::render()
     shown_ = state;
 }
 
+void DetailArea::act()
+{
+    switch (shown_.action) {
+    case DetailState::Action::none:
+        break;
+    case DetailState::Action::connectAgain:
+        root_.tryAgain();
+        break;
+    case DetailState::Action::readBuckets:
+        root_.reloadBuckets();
+        break;
+    case DetailState::Action::readKeys:
+        root_.reloadKeys();
+        break;
+    case DetailState::Action::stopWaiting:
+        root_.stopWaiting();
+        break;
+    case DetailState::Action::unlock:
+        Q_EMIT unlockRequested();
+        break;
+    }
+}
+
 void DetailArea::showNotice(const DetailState& state)
 {
+    using Action = DetailState::Action;
     const auto& notice = state.notice;
     Symbol symbol = Symbol::key;
-    if (state.isAboutBuckets || notice.offersTryAgain)
+    if (state.action == Action::stopWaiting || state.action == Action::unlock)
+        symbol = Symbol::lock;
+    else if (state.action != Action::none)
         symbol = Symbol::warning;
     else if (*root_.keyStore.session)
         symbol = root_.buckets.buckets->empty() ? Symbol::storage : Symbol::bucketPrivate;
     notice_->showText(symbol, toQString(notice.title), toQString(notice.text));
-    // Keys are added on the command line so far, so there is no button for it.
-    notice_->setActions(notice.offersTryAgain && !*root_.keyStore.isConnecting ? tr("Try Again") : QString());
+    notice_->setActions(toQString(verbOf(state.action)), notice.offersAddKey ? tr("Add Key…") : QString());
     setCurrentWidget(notice_);
 }

@@ -23,8 +23,14 @@ public:
     /// Gives the keyboard to the rows, or where there are none to the first button that helps.
     void takeFocus();
 
+Q_SIGNALS:
+    void addKeyRequested();
+    /// The passphrase of the file that keeps the keys is to be asked for.
+    void unlockRequested();
+
 private:
     void render();
+    void act();
     void showNotice(const DetailState& state);
 
     RootModel& root_;

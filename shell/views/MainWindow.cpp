@@ -15,8 +15,10 @@
 #include "shell/views/ActivityLogWindow.h"
 #include "shell/views/DetailArea.h"
 #include "shell/views/HelpWindow.h"
+#include "shell/views/KeySheets.h"
 #include "shell/views/Sidebar.h"
 #include "shell/views/StagedWindow.h"
+#include "shell/views/WelcomeView.h"
 #include "storage/views/UnfinishedUploadsView.h"
 #include "transfers/QuitQuestion.h"
 #include "transfers/views/TransfersView.h"
@@ -28,6 +30,7 @@
 #include <QMessageBox>
 #include <QShortcut>
 #include <QSplitter>
+#include <QStackedWidget>
 #include <QVBoxLayout>
 
 namespace {
@@ -43,6 +46,9 @@ MainWindow::MainWindow(Application& application)
     , banner_(new Banner)
     , detail_(new DetailArea(*application.root, *application.settings))
     , transfers_(new TransfersView(*application.queue))
+    , welcome_(new WelcomeView)
+    , pages_(new QStackedWidget(this))
+    , keySheets_(new KeySheets(*application.root, *application.context, *this))
     , columns_(new QSplitter(Qt::Horizontal, this))
     , rows_(new QSplitter(Qt::Vertical))
 {
@@ -58,7 +64,13 @@ MainWindow::MainWindow(Application& application)
         if (state == Qt::ApplicationActive && *application_.root->keyStore.isStarted)
             application_.root->reloadKeys();
     });
-    connect(banner_, &Banner::actionTriggered, this, [this] { application_.root->tryAgain(); });
+    connect(banner_, &Banner::actionTriggered, this, [this] {
+        const auto notice = application_.root->notice();
+        if (notice && notice->action == RootNotice::Action::stopWaiting)
+            application_.root->stopWaiting();
+        else
+            application_.root->tryAgain();
+    });
     connect(banner_, &Banner::closed, this, [this] { application_.root->dismissNotice(); });
     render();
 }
@@ -93,7 +105,12 @@ void MainWindow::buildLayout()
     columns_->setChildrenCollapsible(false);
     columns_->setHandleWidth(1);
     rows_->setHandleWidth(1);
-    setCentralWidget(columns_);
+    pages_->addWidget(columns_);
+    pages_->addWidget(welcome_);
+    setCentralWidget(pages_);
+    connect(welcome_, &WelcomeView::connectRequested, keySheets_, &KeySheets::addKey);
+    connect(detail_, &DetailArea::addKeyRequested, keySheets_, &KeySheets::addKey);
+    connect(detail_, &DetailArea::unlockRequested, keySheets_, &KeySheets::unlockStore);
 
     auto& browser = detail_->browser();
     connect(&browser, &ObjectBrowserView::uploadFilesDialogRequested, this, &MainWindow::chooseFilesToUpload);
@@ -178,14 +195,56 @@ void MainWindow::buildViewMenu()
 
 void MainWindow::buildAccountMenu()
 {
-    auto* const account = menuBar()->addMenu(tr("&Account"));
-    auto* const keys = account->addMenu(symbolIcon(Symbol::key), tr("Key in Use"));
-    connect(keys, &QMenu::aboutToShow, this, [this, keys] {
-        keys->clear();
-        Sidebar::fillKeyMenu(*keys, *application_.context, *application_.root);
+    account_ = menuBar()->addMenu(tr("&Account"));
+    account_->setToolTipsVisible(true);
+    connect(account_, &QMenu::aboutToShow, this, &MainWindow::fillAccountMenu);
+    fillAccountMenu();
+}
+
+// Made anew each time: what it offers depends on the keys that are stored now.
+void MainWindow::fillAccountMenu()
+{
+    auto& root = *application_.root;
+    account_->clear();
+    for (auto* const old : account_->findChildren<QMenu*>(Qt::FindDirectChildrenOnly))
+        old->deleteLater();
+    auto* const keys = account_->addMenu(symbolIcon(Symbol::key), tr("Key in Use"));
+    keys->setToolTipsVisible(true);
+    Sidebar::fillKeyMenu(*keys, *application_.context, root);
+    account_->addAction(symbolIcon(Symbol::add), tr("Add Key…"), keySheets_, &KeySheets::addKey);
+    account_->addSeparator();
+
+    const auto key = root.keyInUse();
+    const auto add = [&](const QString& text, bool isOffered, const QString& reason, const auto& act) {
+        auto* const action = account_->addAction(text, keySheets_, act);
+        action->setEnabled(isOffered);
+        if (!isOffered)
+            action->setToolTip(reason);
+    };
+    const QString noKey = tr("No key is in use");
+    const auto about = [&](void (KeySheets::*slot)(const StoredKey&)) {
+        return [this, slot, chosen = key.value_or(StoredKey())] { (keySheets_->*slot)(chosen); };
+    };
+    add(tr("Key Details…"), key && root.inspection(*key), key ? tr("Backblaze did not tell of this key") : noKey,
+        about(&KeySheets::inspectKey));
+    add(tr("Rename Key…"), key.has_value(), noKey, about(&KeySheets::renameKey));
+    add(tr("Rename Account…"), *root.keyStore.session != nullptr, tr("Kestrovan is not connected with a key"), [this] {
+        application_.context->accountRenameTick = *application_.context->accountRenameTick + 1;
     });
-    account->addAction(symbolIcon(Symbol::refresh), tr("Read Bucket List Again"), this,
-        [this] { application_.root->reloadBuckets(); });
+    add(tr("Remove from Kestrovan…"), key.has_value(), noKey, about(&KeySheets::removeKey));
+    if (const int count = static_cast<int>(root.keyStore.revokedKeys().size()); count > 0)
+        account_->addAction(
+            count == 1 ? tr("Remove 1 Key Backblaze No Longer Has…")
+                       : tr("Remove %1 Keys Backblaze No Longer Has…").arg(count),
+            keySheets_, &KeySheets::removeRevokedKeys);
+    const auto& keychain = root.keyStore.keychain();
+    if (*keychain.useLegacyStore && !*keychain.needsPassphrase)
+        account_->addAction(symbolIcon(Symbol::lock), tr("Protect Keys with a Passphrase…"), keySheets_,
+            &KeySheets::protectStore);
+    account_->addSeparator();
+    auto* const read = account_->addAction(
+        symbolIcon(Symbol::refresh), tr("Read Bucket List Again"), &root, &RootModel::reloadBuckets);
+    read->setEnabled(*root.keyStore.session != nullptr);
 }
 
 // There while the account's keys are shown.
@@ -218,28 +277,40 @@ void MainWindow::render()
     transfers_->setVisible(isShowing);
     showTransfers_->setText(isShowing ? tr("Hide Transfers") : tr("Show Transfers"));
 
-    if (const auto notice = application_.root->notice()) {
-        const bool canTryAgain =
-            application_.root->switchFailure() && (*application_.root->keyStore.connectionFailure)->canTryAgain();
-        const QString text = toQString(*notice);
-        if (banner_->isHidden() || banner_->text() != text)
-            banner_->showMessage(MessageKind::warning, text, canTryAgain ? tr("Try Again") : QString());
-    } else {
-        banner_->dismiss();
-    }
+    renderNotice();
+    const auto state = application_.root->detailState();
+    pages_->setCurrentWidget(state.kind == DetailState::Kind::welcome ? static_cast<QWidget*>(welcome_) : columns_);
 
     const auto& bucket = *application_.root->browser.bucket;
-    const auto shown = application_.root->detailState().kind;
-    const bool isManagingKeys = shown == DetailState::Kind::keys;
+    const bool isManagingKeys = state.kind == DetailState::Kind::keys;
+    const bool isBrowsing = state.kind == DetailState::Kind::browser;
     if (isManagingKeys)
         setWindowTitle(tr("Application Keys"));
     else
-        setWindowTitle(shown == DetailState::Kind::browser && bucket ? toQString(bucket->bucketName) : QString());
+        setWindowTitle(isBrowsing && bucket ? toQString(bucket->bucketName) : QString());
     // Both panes have a Refresh on F5: only the commands of the one that is shown are there.
     for (auto* const action : detail_->browser().commands().all())
         action->setVisible(!isManagingKeys);
     detail_->keys().commands().setVisible(isManagingKeys);
     keysMenu_->menuAction()->setVisible(isManagingKeys);
+}
+
+void MainWindow::renderNotice()
+{
+    const auto notice = application_.root->notice();
+    if (!notice) {
+        banner_->dismiss();
+        return;
+    }
+    const QString text = toQString(notice->text);
+    if (!banner_->isHidden() && banner_->text() == text)
+        return;
+    QString verb;
+    if (notice->action == RootNotice::Action::tryAgain)
+        verb = tr("Try Again");
+    else if (notice->action == RootNotice::Action::stopWaiting)
+        verb = tr("Cancel");
+    banner_->showMessage(MessageKind::warning, text, verb);
 }
 
 void MainWindow::setTransfersVisible(bool visible)

@@ -10,9 +10,12 @@
 class ActivityLogWindow;
 class Banner;
 class DetailArea;
+class KeySheets;
 class QSplitter;
+class QStackedWidget;
 class Sidebar;
 class TransfersView;
+class WelcomeView;
 
 /// The main window: sidebar, the pane of what is selected in it, and the transfers under it.
 class MainWindow final : public QMainWindow {
@@ -25,6 +28,8 @@ public:
     Sidebar& sidebar() { return *sidebar_; }
     DetailArea& detail() { return *detail_; }
     TransfersView& transfers() { return *transfers_; }
+    WelcomeView& welcome() { return *welcome_; }
+    KeySheets& keySheets() { return *keySheets_; }
 
     /// The log's window, made on first use.
     ActivityLogWindow& logWindow();
@@ -48,8 +53,10 @@ private:
     void buildViewMenu();
     void buildAccountMenu();
     void buildKeysMenu();
+    void fillAccountMenu();
     void buildHelpMenu();
     void render();
+    void renderNotice();
     void askToQuit();
     void leave();
     void focusNextPane(bool forward);
@@ -68,6 +75,10 @@ private:
     Banner* banner_;
     DetailArea* detail_;
     TransfersView* transfers_;
+    WelcomeView* welcome_;
+    QStackedWidget* pages_; ///< The welcome, or everything else.
+    KeySheets* keySheets_;
+    QMenu* account_ = nullptr;
     QSplitter* columns_;
     QSplitter* rows_;
     QMenu* keysMenu_ = nullptr;

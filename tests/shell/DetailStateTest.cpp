@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+using Action = DetailState::Action;
 using Kind = DetailState::Kind;
 
 namespace {
@@ -26,7 +27,7 @@ TEST(DetailStateTest, SaysNothingBeforeTheKeysWereRead)
 
     DetailInputs started;
     started.isStarted = true;
-    EXPECT_EQ(decideDetail(started).notice.title, "No Key");
+    EXPECT_EQ(decideDetail(started).kind, Kind::welcome);
     started.keyCount = 1;
     EXPECT_EQ(decideDetail(started).notice.title, "Not Connected");
     started.isConnecting = true;
@@ -44,8 +45,31 @@ TEST(DetailStateTest, AFailedFirstConnectionOffersWhatHelps)
     const auto state = decideDetail(inputs);
 
     EXPECT_EQ(state.notice.title, "Cannot Reach Backblaze");
-    EXPECT_TRUE(state.notice.offersTryAgain);
-    EXPECT_FALSE(state.isAboutBuckets);
+    EXPECT_EQ(state.action, Action::connectAgain);
+    EXPECT_TRUE(state.notice.offersAddKey);
+
+    inputs.failure = ConnectionFailure{ConnectionFailure::Kind::keyRejected, "No longer valid."};
+    EXPECT_EQ(decideDetail(inputs).action, Action::none) << "the same key would be refused again";
+}
+
+TEST(DetailStateTest, AClosedKeyringIsNoEmptyOne)
+{
+    DetailInputs inputs;
+    inputs.isWaitingForUnlock = true;
+    EXPECT_EQ(decideDetail(inputs).action, Action::stopWaiting) << "before anything was read";
+
+    inputs.isStarted = true;
+    inputs.isWaitingForUnlock = false;
+    inputs.storeFailure = "The keyring stayed locked.";
+    EXPECT_EQ(decideDetail(inputs).kind, Kind::notice) << "the welcome is for those who have no key";
+    EXPECT_EQ(decideDetail(inputs).action, Action::readKeys);
+
+    inputs.needsPassphrase = true;
+    EXPECT_EQ(decideDetail(inputs).action, Action::unlock);
+
+    inputs = connected();
+    inputs.isWaitingForUnlock = true;
+    EXPECT_EQ(decideDetail(inputs).notice.title, "Select a Bucket") << "a session goes on meanwhile";
 }
 
 TEST(DetailStateTest, AFailedSwitchLeavesThePaneOfTheOldSession)
@@ -69,6 +93,5 @@ TEST(DetailStateTest, WithoutASelectedBucketItSaysWhatToDo)
     EXPECT_EQ(decideDetail(inputs).kind, Kind::connecting);
     inputs.bucketsError = "B2 401 unauthorized: this key is not allowed to make that call";
     const auto failed = decideDetail(inputs);
-    EXPECT_TRUE(failed.isAboutBuckets);
-    EXPECT_TRUE(failed.notice.offersTryAgain);
+    EXPECT_EQ(failed.action, Action::readBuckets);
 }

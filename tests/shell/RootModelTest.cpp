@@ -1,71 +1,6 @@
-#include "shell/RootModel.h"
+#include "RootFixture.h"
 
-#include "B2Kit/B2CurlTransport.h"
-#include "accounts/MemoryKeychain.h"
-#include "foundation/SettingsKeys.h"
-#include "localb2/Service.h"
-#include "tests/support/QtRun.h"
-
-#include <QTemporaryDir>
-
-#include <gmock/gmock.h>
-
-namespace {
-
-class RootModelTest : public testing::Test {
-protected:
-    RootModelTest()
-    {
-        const auto accounts = service.masterKeys();
-        for (const auto& key : accounts)
-            keychain.add({key.keyID, "Master of " + key.keyID, key.keyID}, key.applicationKey);
-        first = accounts.at(0).keyID;
-        second = accounts.at(1).keyID;
-    }
-    ~RootModelTest() override { qtRun(root.shutDown()); }
-
-    bool isBrowsing(const std::string& keyID)
-    {
-        return spinUntil([&] {
-            const auto session = *root.browser.session;
-            return session && session->key->keyID == keyID && !*root.browser.isLoading && *root.browser.bucket;
-        });
-    }
-
-    bool hasListed(const std::string& keyID)
-    {
-        return spinUntil([&] {
-            const auto session = *root.buckets.session;
-            return session && session->key->keyID == keyID && !root.buckets.buckets->empty()
-                && !*root.buckets.isLoading;
-        });
-    }
-
-    Task<ResumeStore*> openStore()
-    {
-        store = co_await ResumeStore::open(directory.path().toStdString() + "/uploads.sqlite");
-        co_return store.get();
-    }
-
-    QTemporaryDir directory;
-    localb2::Service service{{.directory = directory.path().toStdString() + "/service",
-        .seed = "demo",
-        .latency = std::chrono::milliseconds(20)}};
-    Settings settings{{}};
-    ActivityLog log{settings, directory.path().toStdString() + "/Logs"};
-    AppContext context{settings};
-    MemoryKeychain keychain;
-    ClientFactory clients{
-        std::make_shared<B2CurlTransport>(B2CurlTransportOptions{}), std::make_shared<B2NullLogSink>(), service.url()};
-    DownloadDestination destination{settings};
-    TransferQueue queue{settings, destination};
-    std::unique_ptr<ResumeStore> store;
-    RootModel root{RootParts{settings, log, context, keychain, clients, queue, [this] { return openStore(); }}};
-    std::string first;
-    std::string second;
-};
-
-} // namespace
+using RootModelTest = RootFixture;
 
 TEST_F(RootModelTest, StartsWithTheKeyAndTheBucketUsedLast)
 {
@@ -129,7 +64,7 @@ TEST_F(RootModelTest, NeverMixesOneKeyWithTheBucketsOfAnother)
     root.switchTo(second);
     ASSERT_TRUE(spinUntil([&] { return (*root.keyStore.session)->key->keyID == second; }));
     root.select({SidebarItem::Kind::bucket, before.bucketID});
-    EXPECT_EQ((*root.browser.session)->key->keyID, first);
+    EXPECT_FALSE(*root.browser.session);
 
     ASSERT_TRUE(hasListed(second));
     EXPECT_FALSE(*root.browser.bucket);
@@ -163,7 +98,7 @@ TEST_F(RootModelTest, ListsTheFolderAFewTimesWhenManyUploadsEnd)
 TEST_F(RootModelTest, SaysThatTheSettingsAreNotSaved)
 {
     Q_EMIT settings.writeFailed(QStringLiteral("Couldn't save the settings."));
-    EXPECT_EQ(root.notice(), "Couldn't save the settings.");
+    EXPECT_EQ(root.notice(), RootNotice{"Couldn't save the settings."});
     root.dismissNotice();
     EXPECT_FALSE(root.notice());
 }

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "B2Kit/B2Authorization.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+/// What to say on connecting with a key that stops working within a week, as a sentence; nothing for every other.
+///
+/// @param label  the key's name here.
+std::optional<std::string> expiryNotice(
+    const std::string& label, const B2Authorization& key, std::chrono::system_clock::time_point now);

@@ -1,0 +1,76 @@
+#include "accounts/KeySheetTexts.h"
+
+#include "foundation/QtText.h"
+#include "foundation/Texts.h"
+
+#include <QLocale>
+#include <QStringList>
+
+#include <fmt/format.h>
+
+namespace {
+
+std::string labelList(const std::vector<StoredKey>& keys)
+{
+    QStringList labels;
+    for (const auto& key : keys)
+        labels.push_back(toQString("“" + key.label + "”"));
+    return fromQString(QLocale().createSeparatedList(labels));
+}
+
+} // namespace
+
+std::string renameKeyText(bool isMaster)
+{
+    std::string text = "The name is stored on the key itself, so it reaches your other computers when key sync is on.";
+    if (isMaster)
+        text = "This is the account's Master Application Key. Backblaze does not name it, so the name here is your "
+               "own. "
+            + text;
+    return text;
+}
+
+std::string renameAccountText()
+{
+    return "Backblaze does not name an account, so this name is your own. It reaches your other computers when key "
+           "sync is on.";
+}
+
+bool isNameGiven(std::string_view name)
+{
+    return !trimmed(name).empty();
+}
+
+KeyQuestion removeKeyQuestion(const StoredKey& key, bool isCurrent)
+{
+    KeyQuestion question{.title = fmt::format("Remove “{}” from Kestrovan?", key.label),
+        .text = "Removes this key from Kestrovan. It stays at Backblaze. To use it here again you need its "
+                "applicationKey, which Backblaze shows only once.",
+        .verb = "Remove"};
+    if (isCurrent)
+        question.text += " Kestrovan is connected with this key and will disconnect; transfers that are running go on.";
+    return question;
+}
+
+KeyQuestion removeRevokedQuestion(const std::vector<StoredKey>& keys, bool isAnyShared)
+{
+    const auto count = countText(static_cast<std::int64_t>(keys.size()), "key", "keys");
+    return {.title = fmt::format("Remove {} Backblaze no longer has?", count),
+        .text = labelList(keys) + (isAnyShared ? ", on every computer that syncs keys. " : ". ")
+            + "These were revoked at Backblaze, so they cannot sign in again. Removing them forgets the secrets this "
+              "computer holds. Nothing at Backblaze changes: they are already gone there.",
+        .verb = "Remove"};
+}
+
+std::optional<std::string> keptKeysText(const RevokedKeysOutcome& outcome)
+{
+    if (outcome.kept.empty())
+        return std::nullopt;
+    std::string text;
+    if (!outcome.removed.empty())
+        text = countText(static_cast<std::int64_t>(outcome.removed.size()), "key was", "keys were") + " removed. ";
+    for (const auto& kept : outcome.kept)
+        text += fmt::format("“{}” was kept. {} ", kept.key.label, kept.reason);
+    text.pop_back();
+    return text;
+}

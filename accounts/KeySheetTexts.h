@@ -1,0 +1,33 @@
+#pragma once
+
+#include "accounts/KeyStore.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// The words of the sheets that rename and remove stored keys. Functions of values.
+
+/// A question with the button that does it; "Cancel" is the other.
+struct KeyQuestion {
+    std::string title;
+    std::string text;
+    std::string verb;
+
+    bool operator==(const KeyQuestion&) const = default;
+};
+
+std::string renameKeyText(bool isMaster);
+std::string renameAccountText();
+
+/// May the name be given? Blanks alone are none.
+bool isNameGiven(std::string_view name);
+
+/// @param isCurrent  the program is connected with the key.
+KeyQuestion removeKeyQuestion(const StoredKey& key, bool isCurrent);
+
+/// @param isAnyShared  one of the keys is on the user's other computers too.
+KeyQuestion removeRevokedQuestion(const std::vector<StoredKey>& keys, bool isAnyShared);
+
+/// What to tell after the revoked keys were removed; nothing when all of them are gone.
+std::optional<std::string> keptKeysText(const RevokedKeysOutcome& outcome);

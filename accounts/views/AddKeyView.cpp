@@ -1,0 +1,99 @@
+#include "accounts/views/AddKeyView.h"
+
+#include "accounts/views/LinkLabel.h"
+#include "accounts/views/SecretField.h"
+#include "foundation/QtText.h"
+#include "foundation/views/Announcer.h"
+#include "foundation/views/Labels.h"
+#include "foundation/views/SymbolView.h"
+
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QPushButton>
+
+namespace {
+
+QWidget* makeNote(const QString& text, QWidget* parent)
+{
+    auto* const note = new QWidget(parent);
+    auto* const line = new QHBoxLayout(note);
+    line->setContentsMargins({});
+    line->setSpacing(Spacing::small);
+    line->addWidget(new SymbolView(Symbol::info, SymbolTint::notice, 16, note), 0, Qt::AlignTop);
+    line->addWidget(makeSecondaryLabel(text, TextSize::small, note), 1);
+    return note;
+}
+
+} // namespace
+
+AddKeyView::AddKeyView(KeyStore& store, std::optional<KnownKey> known, AfterAdding after, QWidget* parent)
+    : Sheet(tr("Connect to Backblaze B2"),
+          tr("Paste an Application Key. It is checked against B2 before being saved, and stored only in your keyring."),
+          parent)
+    , model_(store, std::move(known), after)
+    , label_(new QLineEdit(this))
+    , keyID_(new QLineEdit(this))
+    , applicationKey_(new SecretField(tr("applicationKey"), this))
+    , verb_(setVerb(tr("Add Key")))
+{
+    setObjectName(QStringLiteral("addKey"));
+    label_->setPlaceholderText(tr("As named in B2"));
+    keyID_->setPlaceholderText(QStringLiteral("0021234000000000000000001"));
+    keyID_->setFont(fixedFont());
+    keyID_->setInputMethodHints(Qt::ImhNoPredictiveText | Qt::ImhNoAutoUppercase);
+    addRow(tr("keyName"), label_,
+        tr("Any name you like. Using the name from Backblaze keeps the two lists matching"));
+    addRow(tr("keyID"), keyID_);
+    addRow(tr("applicationKey"), applicationKey_);
+    addWide(new LinkLabel(tr("Create a key in Backblaze"), WebPages::applicationKeys, this));
+    if (const auto note = model_.storeNote())
+        addWide(makeNote(toQString(*note), this));
+    if (const auto& key = model_.known()) {
+        label_->setText(toQString(key->name));
+        keyID_->setText(toQString(key->keyID));
+        keyID_->setReadOnly(true);
+        applicationKey_->setFocus(Qt::OtherFocusReason);
+    }
+
+    connect(label_, &QLineEdit::textChanged, this, &AddKeyView::render);
+    connect(keyID_, &QLineEdit::textChanged, this, &AddKeyView::render);
+    connect(applicationKey_, &SecretField::changed, this, &AddKeyView::render);
+    connect(this, &Sheet::verbTriggered, this, &AddKeyView::submit);
+    connect(&model_, &Observable::changed, this, &AddKeyView::render);
+    render();
+}
+
+void AddKeyView::submit()
+{
+    model_.submit(fromQString(label_->text()), fromQString(keyID_->text()), applicationKey_->secret());
+}
+
+void AddKeyView::render()
+{
+    if (*model_.addedKeyID) {
+        if (!isVisible())
+            return;
+        announce(*(parentWidget() ? parentWidget() : this), tr("Key added"));
+        if (onFinished)
+            onFinished(**model_.addedKeyID);
+        accept();
+        return;
+    }
+    const bool isValidating = *model_.isValidating;
+    verb_->setText(toQString(model_.verb()));
+    setBusy(isValidating, toQString(isValidating ? model_.progressText() : std::string()));
+    if (isValidating)
+        return;
+    const auto refusal = model_.refusal(fromQString(keyID_->text()), !applicationKey_->isEmpty());
+    setVerbEnabled(!refusal, toQString(refusal.value_or("")));
+    setMessage(MessageKind::danger, toQString(model_.error->value_or("")));
+}
+
+void AddKeyView::done(int result)
+{
+    // The wait for the keyring would go on without anyone who wants it.
+    if (result == QDialog::Rejected && *model_.isValidating)
+        model_.stopWaiting();
+    applicationKey_->wipe();
+    Sheet::done(result);
+}

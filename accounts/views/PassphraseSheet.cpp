@@ -1,0 +1,64 @@
+#include "accounts/views/PassphraseSheet.h"
+
+#include "accounts/views/SecretField.h"
+
+#include <QPushButton>
+
+namespace {
+
+QString titleOf(PassphraseSheet::Purpose purpose)
+{
+    return purpose == PassphraseSheet::Purpose::unlock ? PassphraseSheet::tr("Unlock Your Keys")
+                                                       : PassphraseSheet::tr("Protect Your Keys");
+}
+
+QString textOf(PassphraseSheet::Purpose purpose)
+{
+    return purpose == PassphraseSheet::Purpose::unlock
+        ? PassphraseSheet::tr("The file that keeps your keys on this computer is closed by a passphrase.")
+        : PassphraseSheet::tr("Kestrovan then asks for this passphrase at each start. It is stored nowhere: without it "
+                              "the keys in the file cannot be read again, by you or by anyone else.");
+}
+
+} // namespace
+
+PassphraseSheet::PassphraseSheet(Purpose purpose, QWidget* parent)
+    : Sheet(titleOf(purpose), textOf(purpose), parent)
+    , purpose_(purpose)
+    , first_(new SecretField(tr("passphrase"), this))
+{
+    setObjectName(QStringLiteral("passphrase"));
+    setVerb(purpose == Purpose::unlock ? tr("Unlock") : tr("Set Passphrase"));
+    addRow(tr("Passphrase"), first_);
+    if (purpose == Purpose::set) {
+        second_ = new SecretField(tr("passphrase again"), this);
+        addRow(tr("Again"), second_);
+        connect(second_, &SecretField::changed, this, &PassphraseSheet::render);
+    }
+    connect(first_, &SecretField::changed, this, &PassphraseSheet::render);
+    render();
+}
+
+Secret PassphraseSheet::passphrase() const
+{
+    return first_->secret();
+}
+
+void PassphraseSheet::render()
+{
+    setMessage(MessageKind::notice, {});
+    if (first_->isEmpty())
+        setVerbEnabled(false, tr("Enter the passphrase."));
+    else if (second_ && second_->secret() != first_->secret())
+        setVerbEnabled(false, tr("Enter the same passphrase twice."));
+    else
+        setVerbEnabled(true);
+}
+
+void PassphraseSheet::done(int result)
+{
+    first_->wipe();
+    if (second_)
+        second_->wipe();
+    Sheet::done(result);
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "foundation/views/Sheet.h"
+
+class QLineEdit;
+
+/// The sheet that gives a key or an account another name.
+class RenameSheet final : public Sheet {
+    Q_OBJECT
+
+public:
+    /// @param text         what the name means and where it goes.
+    /// @param serviceName  the name Backblaze has for it, to be taken over; empty for none.
+    RenameSheet(const QString& title, const QString& text, const QString& name, const QString& serviceName,
+        QWidget* parent);
+
+Q_SIGNALS:
+    /// The user wants that name; the sheet is closing.
+    void renamed(const QString& name);
+
+private:
+    void render();
+
+    QLineEdit* name_;
+};

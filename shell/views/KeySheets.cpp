@@ -1,0 +1,203 @@
+#include "shell/views/KeySheets.h"
+
+#include "accounts/KeyNames.h"
+#include "accounts/KeySheetTexts.h"
+#include "accounts/views/AddKeyView.h"
+#include "accounts/views/PassphraseSheet.h"
+#include "accounts/views/RenameSheet.h"
+#include "foundation/QtText.h"
+#include "shell/views/ConnectedSheet.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+Sheet* makeQuestion(const KeyQuestion& question, QWidget* parent)
+{
+    auto* const sheet = new Sheet(toQString(question.title), toQString(question.text), parent);
+    sheet->setDestructiveVerb(toQString(question.verb));
+    return sheet;
+}
+
+/// Closes the sheet when the work is done. A failure is told in the sheet, which stays.
+Task<> runBehind(QPointer<Sheet> sheet, Task<> work)
+{
+    std::optional<std::string> failure;
+    try {
+        co_await std::move(work);
+    } catch (const Cancelled&) {
+        throw;
+    } catch (const std::exception& error) {
+        failure = error.what();
+    }
+    if (!sheet)
+        co_return;
+    sheet->setBusy(false);
+    if (failure)
+        sheet->setMessage(MessageKind::danger, toQString(*failure));
+    else
+        sheet->accept();
+}
+
+} // namespace
+
+KeySheets::KeySheets(RootModel& root, AppContext& context, QWidget& window)
+    : QObject(&window)
+    , root_(root)
+    , context_(context)
+    , window_(window)
+    , seenRenameTick_(*context.accountRenameTick)
+{
+    context.addKey = [self = QPointer(this)]() -> Task<> {
+        if (self)
+            self->addKey();
+        co_return;
+    };
+    connect(&context, &Observable::changed, this, &KeySheets::follow);
+    connect(&root, &Observable::changed, this, &KeySheets::showConnected);
+}
+
+void KeySheets::follow()
+{
+    if (std::exchange(seenRenameTick_, *context_.accountRenameTick) == *context_.accountRenameTick)
+        return;
+    if (const auto session = *root_.keyStore.session)
+        renameAccount(session->authorization.accountID);
+}
+
+bool KeySheets::bringToFront()
+{
+    if (!sheet_)
+        return false;
+    sheet_->raise();
+    sheet_->activateWindow();
+    return true;
+}
+
+void KeySheets::open(Sheet* sheet)
+{
+    sheet_ = sheet;
+    sheet->setAttribute(Qt::WA_DeleteOnClose);
+    connect(sheet, &QDialog::finished, this, [this] {
+        sheet_.clear();
+        showConnected();
+    });
+    sheet->open();
+}
+
+void KeySheets::showConnected()
+{
+    if (sheet_ || !*root_.isShowingConnected)
+        return;
+    root_.isShowingConnected = false;
+    if (const auto text = root_.connectedText())
+        open(new ConnectedSheet(toQString(*text), &window_));
+}
+
+void KeySheets::addKey()
+{
+    if (bringToFront())
+        return;
+    auto* const sheet = new AddKeyView(root_.keyStore, {}, AfterAdding::switchToNewKey, &window_);
+    // A check that is ended late may have stored the key already.
+    connect(sheet, &QDialog::rejected, &root_, &RootModel::reloadKeys);
+    open(sheet);
+}
+
+void KeySheets::renameKey(const StoredKey& key)
+{
+    if (bringToFront())
+        return;
+    auto* const sheet = new RenameSheet(tr("Rename Key"), toQString(renameKeyText(root_.keyStore.isMaster(key))),
+        toQString(key.label == unnamedKeyLabel ? std::string() : key.label), toQString(root_.serviceName(key)),
+        &window_);
+    sheet->setObjectName(QStringLiteral("renameKey"));
+    connect(sheet, &RenameSheet::renamed, this,
+        [this, key](const QString& name) { root_.renameKey(key, fromQString(name)); });
+    open(sheet);
+}
+
+void KeySheets::renameAccount(const std::string& accountID)
+{
+    if (bringToFront())
+        return;
+    auto* const sheet = new RenameSheet(tr("Rename Account"), toQString(renameAccountText()),
+        toQString(root_.keyStore.accountDisplayName(accountID)), {}, &window_);
+    sheet->setObjectName(QStringLiteral("renameAccount"));
+    connect(sheet, &RenameSheet::renamed, this,
+        [this, accountID](const QString& name) { root_.renameAccount(accountID, fromQString(name)); });
+    open(sheet);
+}
+
+void KeySheets::removeKey(const StoredKey& key)
+{
+    if (bringToFront())
+        return;
+    auto* const sheet = makeQuestion(removeKeyQuestion(key, root_.isCurrent(key)), &window_);
+    sheet->setObjectName(QStringLiteral("removeKey"));
+    connect(sheet, &Sheet::verbTriggered, this, [this, sheet, key] {
+        sheet->setBusy(true, tr("Removing the key…"));
+        tasks_.start(runBehind(sheet, root_.keyStore.remove(key)));
+    });
+    open(sheet);
+}
+
+void KeySheets::removeRevokedKeys()
+{
+    if (!bringToFront())
+        tasks_.start(askAboutRevoked(this));
+}
+
+Task<> KeySheets::askAboutRevoked(QPointer<KeySheets> self)
+{
+    if (!self)
+        co_return;
+    const auto revoked = self->root_.keyStore.revokedKeys();
+    auto& keychain = self->root_.keyStore.keychain();
+    bool isAnyShared = false;
+    for (const auto& key : revoked)
+        isAnyShared = co_await keychain.isShared(key.keyID) || isAnyShared;
+    if (!self || revoked.empty() || self->bringToFront())
+        co_return;
+    auto* const sheet = makeQuestion(removeRevokedQuestion(revoked, isAnyShared), &self->window_);
+    sheet->setObjectName(QStringLiteral("removeRevoked"));
+    connect(sheet, &Sheet::verbTriggered, self, [self = self.data(), sheet] {
+        sheet->setBusy(true, tr("Asking Backblaze about each key…"));
+        self->tasks_.start(runBehind(sheet, self->root_.removeRevokedKeys()));
+    });
+    self->open(sheet);
+}
+
+void KeySheets::unlockStore()
+{
+    if (bringToFront())
+        return;
+    auto* const sheet = new PassphraseSheet(PassphraseSheet::Purpose::unlock, &window_);
+    connect(sheet, &Sheet::verbTriggered, this, [this, sheet] {
+        auto passphrase = sheet->passphrase();
+        sheet->setBusy(true, tr("Opening the file…"));
+        tasks_.start(runBehind(sheet, root_.keyStore.keychain().unlockLegacyStore(std::move(passphrase))));
+    });
+    connect(sheet, &QDialog::accepted, &root_, &RootModel::reloadKeys);
+    open(sheet);
+}
+
+void KeySheets::protectStore()
+{
+    if (bringToFront())
+        return;
+    auto* const sheet = new PassphraseSheet(PassphraseSheet::Purpose::set, &window_);
+    connect(sheet, &Sheet::verbTriggered, this, [this, sheet] {
+        auto passphrase = sheet->passphrase();
+        sheet->setBusy(true, tr("Closing the file with the passphrase…"));
+        tasks_.start(runBehind(sheet, root_.keyStore.keychain().setLegacyPassphrase(std::move(passphrase))));
+    });
+    open(sheet);
+}
+
+void KeySheets::inspectKey(const StoredKey& key)
+{
+    if (const auto inspection = root_.inspection(key))
+        Q_EMIT inspectionRequested(*inspection);
+}
