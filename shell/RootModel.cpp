@@ -21,6 +21,7 @@ constexpr std::chrono::seconds gatheringTime(1);
 
 RootModel::RootModel(const RootParts& parts)
     : keyStore(parts.keychain, parts.clients, parts.settings, parts.log)
+    , keySwitcher(keyStore, parts.keychain, parts.settings)
     , keys(parts.log)
     , browser(parts.settings)
     , unfinishedUploads(parts.log)
@@ -33,6 +34,12 @@ RootModel::RootModel(const RootParts& parts)
 {
     for (Observable* model : std::initializer_list<Observable*>{&keyStore, &buckets, &keychain_})
         connect(model, &Observable::changed, this, [this] { markChanged(); });
+    connect(&buckets, &Observable::changed, this, [this] {
+        BucketNames names;
+        for (const auto& bucket : *buckets.buckets)
+            names.emplace(bucket.bucketID, bucket.bucketName);
+        keySwitcher.setBucketNames(std::move(names));
+    });
     gathering_.setSingleShot(true);
     gathering_.setInterval(gatheringTime);
     connect(&gathering_, &QTimer::timeout, this, &RootModel::tellWrites);

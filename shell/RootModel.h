@@ -4,6 +4,7 @@
 #include "accounts/KeyInspection.h"
 #include "accounts/KeyStore.h"
 #include "accounts/KeysModel.h"
+#include "accounts/KeySwitcherModel.h"
 #include "browser/BrowserModel.h"
 #include "browser/ListingCache.h"
 #include "buckets/BucketsModel.h"
@@ -53,6 +54,7 @@ public:
     explicit RootModel(const RootParts& parts);
 
     KeyStore keyStore;
+    KeySwitcherModel keySwitcher;
     BucketsModel buckets;
     KeysModel keys; ///< Of the account at the service.
     BrowserModel browser;

@@ -3,6 +3,7 @@
 #include "accounts/KeyNames.h"
 #include "accounts/KeySheetTexts.h"
 #include "accounts/views/AddKeyView.h"
+#include "accounts/views/KeyDetailsView.h"
 #include "accounts/views/PassphraseSheet.h"
 #include "accounts/views/RenameSheet.h"
 #include "foundation/QtText.h"
@@ -196,8 +197,29 @@ void KeySheets::protectStore()
     open(sheet);
 }
 
+void KeySheets::addKnownKey(const KnownKey& key)
+{
+    if (bringToFront())
+        return;
+    open(new AddKeyView(root_.keyStore, key, AfterAdding::keepSession, &window_));
+}
+
 void KeySheets::inspectKey(const StoredKey& key)
 {
-    if (const auto inspection = root_.inspection(key))
-        Q_EMIT inspectionRequested(*inspection);
+    const auto inspection = root_.inspection(key);
+    if (!inspection || bringToFront())
+        return;
+    const KeyDetailsInputs inputs{.key = inspection->key,
+        .buckets = *root_.buckets.buckets,
+        .isCurrent = inspection->isCurrent,
+        .isStored = true,
+        .storedLabel = key.label,
+        .isMaster = inspection->isMaster,
+        .describedBySignIn = inspection->describedBySignIn,
+        .now = std::chrono::system_clock::now()};
+    const auto& name = inspection->backblazeName;
+    auto* const sheet = new KeyDetailsView(inputs, name && *name != key.label, &window_);
+    connect(sheet, &KeyDetailsView::useBackblazeName, this,
+        [this, key, name = name.value_or("")] { root_.renameKey(key, name); });
+    open(sheet);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "accounts/KeyInspection.h"
+#include "accounts/AddKeyModel.h"
 #include "foundation/TaskScope.h"
 #include "shell/RootModel.h"
 
@@ -34,11 +34,10 @@ public Q_SLOTS:
     void unlockStore();
     /// Asks for a passphrase to close that file with.
     void protectStore();
-    /// Wants a key's details shown; does nothing for one of which nothing is known.
+    /// Stores a key seen at the service; the session stays.
+    void addKnownKey(const KnownKey& key);
+    /// Shows a key's details; does nothing for one of which nothing is known.
     void inspectKey(const StoredKey& key);
-
-Q_SIGNALS:
-    void inspectionRequested(const KeyInspection& inspection);
 
 private:
     static Task<> askAboutRevoked(QPointer<KeySheets> self);

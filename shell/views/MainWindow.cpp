@@ -120,6 +120,14 @@ void MainWindow::buildLayout()
     connect(&browser, &ObjectBrowserView::downloadRequested, this, &MainWindow::download);
     connect(&detail_->keys(), &KeysView::switchRequested, this,
         [this](const QString& keyID) { application_.root->switchTo(fromQString(keyID)); });
+    connect(&detail_->keys(), &KeysView::addRequested, keySheets_, [this](const QString& keyID, const QString& name) {
+        keySheets_->addKnownKey({fromQString(keyID), fromQString(name)});
+    });
+    connect(sidebar_, &Sidebar::addKeyRequested, keySheets_, &KeySheets::addKey);
+    connect(sidebar_, &Sidebar::keyDetailsRequested, keySheets_, &KeySheets::inspectKey);
+    connect(sidebar_, &Sidebar::renameKeyRequested, keySheets_, &KeySheets::renameKey);
+    connect(sidebar_, &Sidebar::removeKeyRequested, keySheets_, &KeySheets::removeKey);
+    connect(sidebar_, &Sidebar::removeRevokedKeysRequested, keySheets_, &KeySheets::removeRevokedKeys);
     connect(&detail_->keys(), &KeysView::renameRequested, this,
         [this](const StoredKey& key, const QString& name) { application_.root->renameKey(key, fromQString(name)); });
     connect(transfers_, &TransfersView::filesDropped, this, [this](const QList<QUrl>& urls) {

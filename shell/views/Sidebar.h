@@ -7,8 +7,7 @@
 #include <QStandardItemModel>
 #include <QWidget>
 
-class QAbstractButton;
-class KeyCard;
+class KeySwitcherHeader;
 class QLabel;
 class QListView;
 class QMenu;
@@ -28,24 +27,31 @@ public:
     void takeFocus();
     QListView& surfaceList() { return *surfaces_; }
     QListView& bucketList() { return *list_; }
-    QAbstractButton& switcher();
+    KeySwitcherHeader& switcher() { return *switcher_; }
+
+Q_SIGNALS:
+    // Of the key switcher.
+    void addKeyRequested();
+    void keyDetailsRequested(const StoredKey& key);
+    void renameKeyRequested(const StoredKey& key);
+    void removeKeyRequested(const StoredKey& key);
+    void removeRevokedKeysRequested();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void render();
-    void renderCard();
-    void openSwitcher();
     void buildSurfaces();
     void renderSurfaces();
     void chooseSurface(const QModelIndex& index);
     void choose(const QModelIndex& index);
     bool crossLists(QObject* from, int key);
+    KeySwitcherActions switcherActions();
 
     RootModel& root_;
     AppContext& context_;
-    KeyCard* card_;
+    KeySwitcherHeader* switcher_;
     QLabel* surfacesTitle_;
     QListView* surfaces_;
     QLabel* title_;
