@@ -40,6 +40,8 @@ Task<std::optional<std::string>> Keychain::accountID(std::string keyID)
 
 void Keychain::stopWaiting() {}
 
+void Keychain::askAgain() {}
+
 Task<> Keychain::unlockLegacyStore(Secret)
 {
     co_return;

@@ -91,6 +91,8 @@ public:
 
     /// Takes back what waits for the user: it fails as `dismissed`.
     virtual void stopWaiting();
+    /// Lets reading ask the user once more, after a question that was dismissed.
+    virtual void askAgain();
 
     /// Opens a legacy store that has a passphrase.
     /// @throws Failure (`wrongPassphrase`); the store stays closed.

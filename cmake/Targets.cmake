@@ -58,9 +58,10 @@ endfunction()
 # What runs under the thread sanitizer: every test with the label "threads".
 add_custom_target(threadTests)
 
-# kestrovan_test(NAME SOURCES … LINK …): one GoogleTest program, run by CTest off-screen.
+# kestrovan_test(NAME SOURCES … LINK … [LAUNCHER …]): one GoogleTest program, run by CTest off-screen, by the launcher if
+# there is one.
 function(kestrovan_test name)
-    cmake_parse_arguments(arg "QT" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
+    cmake_parse_arguments(arg "QT" "TIMEOUT;LAUNCHER" "SOURCES;LINK;LABELS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE ${arg_LINK} GTest::gmock projectWarnings)
     if(arg_QT)
@@ -76,7 +77,7 @@ function(kestrovan_test name)
     if("threads" IN_LIST arg_LABELS)
         add_dependencies(threadTests ${name})
     endif()
-    add_test(NAME ${name} COMMAND ${name})
+    add_test(NAME ${name} COMMAND ${arg_LAUNCHER} $<TARGET_FILE:${name}>)
     set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}"
         ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;TZ=UTC")
 endfunction()

@@ -2,6 +2,8 @@
 
 #include "B2Kit/B2OSLogSink.h"
 #include "B2Kit/B2TemporaryName.h"
+#include "accounts/MemoryKeychain.h"
+#include "accounts/SystemKeychain.h"
 #include "async/Background.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Paths.h"
@@ -15,7 +17,6 @@ Application::Application(const CommandLine& commandLine, std::optional<std::stri
     std::string endpoint = commandLine.endpoint;
     if (commandLine.isDemo) {
         demo = std::make_unique<Demo>();
-        demo->addKeysTo(keychain);
         endpoint = demo->endpoint();
     }
     settings = std::make_unique<Settings>(demo ? demo->settingsFile() : configDirectory() / "settings.json");
@@ -23,8 +24,7 @@ Application::Application(const CommandLine& commandLine, std::optional<std::stri
     log = std::make_unique<ActivityLog>(*settings, demo ? demo->logDirectory() : stateDirectory() / "Logs");
     ActivityLog::setShared(log.get());
     context = std::make_unique<AppContext>(*settings);
-    if (commandLine.keyID && secret)
-        keychain.add({*commandLine.keyID, std::nullopt, std::nullopt}, std::move(*secret));
+    keychain = makeKeychain(commandLine, std::move(secret));
 
     auto sink = std::make_shared<B2FanOutLogSink>(std::vector<std::shared_ptr<B2LogSink>>{
         std::make_shared<B2OSLogSink>("com.zantro.B2Kit", "B2"), std::make_shared<ActivityLogSink>(*log)});
@@ -48,7 +48,19 @@ Application::Application(const CommandLine& commandLine, std::optional<std::stri
     queue = std::make_unique<TransferQueue>(*settings, *destination);
     sleepInhibitor = std::make_unique<SleepInhibitor>(*queue);
     root = std::make_unique<RootModel>(
-        RootParts{*settings, *log, *context, keychain, *clients, *queue, [this] { return openResumeStore(); }});
+        RootParts{*settings, *log, *context, *keychain, *clients, *queue, [this] { return openResumeStore(); }});
+}
+
+std::unique_ptr<Keychain> Application::makeKeychain(const CommandLine& commandLine, std::optional<std::string> secret)
+{
+    if (!demo && !commandLine.keyID)
+        return std::make_unique<SystemKeychain>(*settings, *log, dataDirectory());
+    auto keys = std::make_unique<MemoryKeychain>();
+    if (demo)
+        demo->addKeysTo(*keys);
+    if (commandLine.keyID && secret)
+        keys->add({*commandLine.keyID, std::nullopt, std::nullopt}, std::move(*secret));
+    return keys;
 }
 
 Application::~Application()

@@ -3,7 +3,7 @@
 #include "B2Kit/B2CurlTransport.h"
 #include "accounts/AppContext.h"
 #include "accounts/ClientFactory.h"
-#include "accounts/MemoryKeychain.h"
+#include "accounts/Keychain.h"
 #include "foundation/ActivityLog.h"
 #include "foundation/Settings.h"
 #include "shell/CommandLine.h"
@@ -33,7 +33,7 @@ public:
     std::unique_ptr<Settings> settings;
     std::unique_ptr<ActivityLog> log;
     std::unique_ptr<AppContext> context;
-    MemoryKeychain keychain;
+    std::unique_ptr<Keychain> keychain;
     std::unique_ptr<ClientFactory> clients;
     std::unique_ptr<DownloadDestination> destination;
     std::unique_ptr<ResumeStore> resumeStore; ///< Null until the start has opened it, and where it cannot be opened.
@@ -43,4 +43,6 @@ public:
 
 private:
     Task<ResumeStore*> openResumeStore();
+    /// The user's own keys; those in memory only for the demonstration, and for a key given on the command line.
+    std::unique_ptr<Keychain> makeKeychain(const CommandLine& commandLine, std::optional<std::string> secret);
 };

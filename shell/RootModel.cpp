@@ -54,6 +54,7 @@ void RootModel::start()
 
 Task<> RootModel::launch()
 {
+    co_await keyStore.keychain().probeOnce();
     if (openResumeStore_)
         resumeStore_ = co_await openResumeStore_();
     co_await keychain_.probeOnce();

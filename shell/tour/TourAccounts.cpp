@@ -89,7 +89,7 @@ Task<> Tour::switchKeys()
     co_await picture(window_, "select-a-bucket");
     co_await showBucket("neighbours-bucket");
 
-    application_.keychain.add({"0044a1b2c3d4e5f0000000099", "Revoked key", std::nullopt}, "K004nothing");
+    co_await application_.keychain->save("0044a1b2c3d4e5f0000000099", "K004nothing", "Revoked key", std::nullopt);
     application_.context->keysChangedTick = *application_.context->keysChangedTick + 1;
     co_await until([&] { return application_.context->keyMenu->size() >= 9; });
     co_await pickKey(window_, QStringLiteral("Revoked key"));

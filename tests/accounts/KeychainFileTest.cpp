@@ -1,0 +1,126 @@
+#include "accounts/KeychainFile.h"
+
+#include <QTemporaryDir>
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+
+using testing::HasSubstr;
+
+namespace {
+
+class KeychainFileTest : public testing::Test {
+protected:
+    static void addKey(KeychainFile& store, const std::string& keyID)
+    {
+        store.change([&](KeychainFile::Entries& entries) {
+            entries.push_back({{std::string(keyItemService), keyID, "Laptop", "account", true}, "secret of " + keyID});
+        });
+    }
+
+    static std::string contentOf(const std::filesystem::path& path)
+    {
+        std::ifstream stream(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    static void damage(const std::filesystem::path& path, std::size_t position)
+    {
+        auto content = contentOf(path);
+        content.at(position) = static_cast<char>(content.at(position) ^ 1);
+        std::ofstream(path, std::ios::binary) << content;
+    }
+
+    static std::int32_t statusOf(const std::function<void()>& work)
+    {
+        try {
+            work();
+        } catch (const Keychain::Failure& failure) {
+            return failure.status;
+        }
+        return 0;
+    }
+
+    QTemporaryDir temporary;
+    std::filesystem::path directory{temporary.path().toStdString() + "/data"};
+    KeychainFile file{directory};
+};
+
+} // namespace
+
+TEST_F(KeychainFileTest, KeepsSecretsEncryptedAndForTheirOwnerAlone)
+{
+    EXPECT_TRUE(file.read().empty());
+    EXPECT_FALSE(std::filesystem::exists(directory)) << "reading creates nothing";
+    addKey(file, "key-1");
+    addKey(file, "key-2");
+
+    const auto entries = KeychainFile(directory).read();
+    ASSERT_EQ(entries.size(), 2U);
+    EXPECT_EQ(entries[1].item, (KeychainItem{"com.zantro.kestrovan", "key-2", "Laptop", "account", true}));
+    EXPECT_EQ(entries[1].secret, Secret("secret of key-2"));
+    EXPECT_THAT(contentOf(file.path()), Not(HasSubstr("secret of")));
+    EXPECT_THAT(contentOf(file.path()), Not(HasSubstr("key-1")));
+    for (const auto& path : {file.path(), file.keyPath()})
+        EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
+}
+
+TEST_F(KeychainFileTest, APassphraseTakesThePlaceOfTheKeyFile)
+{
+    addKey(file, "key-1");
+    file.setPassphrase("horse");
+    EXPECT_FALSE(std::filesystem::exists(file.keyPath()));
+    addKey(file, "key-2");
+
+    KeychainFile next(directory);
+    EXPECT_TRUE(next.needsPassphrase());
+    EXPECT_EQ(statusOf([&] { next.read(); }), Keychain::wrongPassphrase);
+    EXPECT_EQ(statusOf([&] { addKey(next, "key-3"); }), Keychain::wrongPassphrase);
+    EXPECT_EQ(statusOf([&] { next.unlock("hors"); }), Keychain::wrongPassphrase);
+    next.unlock("horse");
+    EXPECT_FALSE(next.needsPassphrase());
+    EXPECT_EQ(next.read().size(), 2U);
+
+    next.setPassphrase({});
+    EXPECT_EQ(KeychainFile(directory).read().size(), 2U);
+    EXPECT_FALSE(KeychainFile(directory).hasPassphrase());
+}
+
+TEST_F(KeychainFileTest, ADamagedFileIsSetAsideAndNotOverwritten)
+{
+    addKey(file, "key-1");
+    for (const std::size_t position : {std::size_t(3), std::size_t(40), contentOf(file.path()).size() - 1}) {
+        damage(file.path(), position);
+        const auto damaged = contentOf(file.path());
+
+        EXPECT_EQ(statusOf([&] { addKey(file, "key-2"); }), Keychain::isDamaged) << position;
+
+        EXPECT_FALSE(std::filesystem::exists(file.path()));
+        int copies = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(directory))
+            copies += contentOf(entry.path()) == damaged ? 1 : 0;
+        EXPECT_EQ(copies, 1);
+        addKey(file, "key-1");
+    }
+    EXPECT_EQ(file.read().size(), 1U);
+}
+
+TEST_F(KeychainFileTest, AFileWhoseKeyIsMissingIsSetAsideToo)
+{
+    addKey(file, "key-1");
+    std::filesystem::rename(file.keyPath(), directory / "moved");
+    EXPECT_EQ(statusOf([&] { file.read(); }), Keychain::isDamaged);
+
+    // With its key it can be put back.
+    std::filesystem::rename(directory / "moved", file.keyPath());
+    std::filesystem::rename(file.path().string() + ".damaged-1", file.path());
+    EXPECT_EQ(file.read().size(), 1U);
+}
+
+TEST_F(KeychainFileTest, AFileThatCannotBeReadStaysAsItIs)
+{
+    std::filesystem::create_directories(file.path());
+    EXPECT_EQ(statusOf([&] { addKey(file, "key-1"); }), Keychain::cannotWrite);
+    EXPECT_TRUE(std::filesystem::is_directory(file.path()));
+}
