@@ -1,0 +1,60 @@
+#pragma once
+
+#include "B2Kit/B2Authorization.h"
+#include "B2Kit/B2Key.h"
+#include "accounts/StoredKey.h"
+#include "foundation/Settings.h"
+
+#include <chrono>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// What is known of a key without a connection.
+struct KeySummary {
+    using Date = std::chrono::sys_time<std::chrono::milliseconds>;
+
+    std::vector<std::string> capabilities; ///< Sorted.
+    std::vector<std::string> bucketNames;  ///< Of those buckets whose names are known.
+    int bucketCount = 0;                   ///< 0 for a key that reaches every bucket.
+    std::optional<std::string> namePrefix;
+    std::optional<Date> expires;
+    bool expiryKnown = false; ///< Without it an unset `expires` does not mean "never".
+    std::optional<std::string> region;
+
+    bool operator==(const KeySummary&) const = default;
+};
+
+/// By key id.
+using KeySummaries = std::map<std::string, KeySummary>;
+
+/// Names of buckets by their ids, as far as they are known.
+using BucketNames = std::map<std::string, std::string>;
+
+/// From the key's record in the account's listing, which knows buckets by their ids only.
+KeySummary keySummary(
+    const B2ApplicationKey& record, const BucketNames& bucketNames, const std::optional<std::string>& region);
+
+/// From the key's own sign-in.
+KeySummary keySummary(const B2Authorization& authorization);
+
+/// What a connection has told of the stored keys.
+struct KeySummarySources {
+    std::vector<StoredKey> keys;
+    std::map<std::string, B2ApplicationKey> liveKeys; ///< Of the session's account; complete or empty.
+    std::optional<std::string> sessionKeyID;
+    std::optional<B2Authorization> authorization; ///< Of the session.
+    BucketNames bucketNames;
+};
+
+/// What is known after a connection: new facts replace old ones, and keys that are not stored any more are forgotten.
+///
+/// Without any stored key nothing is forgotten: the list may not have been readable.
+KeySummaries updatedSummaries(KeySummaries known, const KeySummarySources& sources);
+
+/// The summaries kept from earlier connections. What is damaged or of another form is left out.
+KeySummaries cachedSummaries(const Settings& settings);
+
+/// Keeps the summaries for the next start.
+void cacheSummaries(Settings& settings, const KeySummaries& summaries);
