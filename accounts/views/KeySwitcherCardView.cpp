@@ -35,10 +35,9 @@ KeySwitcherCardView::KeySwitcherCardView(QWidget* parent)
     , shared_(new SymbolView(Symbol::cloud, SymbolTint::secondary, 16, this))
     , info_(makeButton(Symbol::info, tr("Show this key's details"), this))
     , more_(makeButton(Symbol::more, tr("More for this key"), this))
-    , attempt_(new QWidget(this))
-    , attemptIcon_(new MessageIcon(MessageKind::warning, attempt_))
-    , attemptText_(makeLabel({}, TextSize::normal, QFont::Normal, attempt_))
-    , retry_(new QPushButton(tr("Try Again"), attempt_))
+    , attemptIcon_(new MessageIcon(MessageKind::warning, this))
+    , attemptText_(makeLabel({}, TextSize::normal, QFont::Normal, this))
+    , retry_(new QPushButton(tr("Try Again"), this))
     , facts_(new QGridLayout)
 {
     title_->setFont(textFont(TextSize::large, QFont::DemiBold));
@@ -59,11 +58,11 @@ KeySwitcherCardView::KeySwitcherCardView(QWidget* parent)
     head->addSpacing(Spacing::tight);
     head->addLayout(names, 1);
     head->addWidget(shared_);
-    head->addWidget(info_, 0, Qt::AlignTop);
-    head->addWidget(more_, 0, Qt::AlignTop);
+    head->addWidget(info_);
+    head->addWidget(more_);
 
     attemptText_->setWordWrap(true);
-    auto* const attempt = new QGridLayout(attempt_);
+    auto* const attempt = new QGridLayout;
     attempt->setContentsMargins(0, Spacing::tight, 0, 0);
     attempt->setHorizontalSpacing(Spacing::small);
     attempt->setVerticalSpacing(Spacing::small);
@@ -88,7 +87,7 @@ KeySwitcherCardView::KeySwitcherCardView(QWidget* parent)
     column->setContentsMargins(Spacing::normal, Spacing::normal, Spacing::normal, Spacing::normal);
     column->setSpacing(Spacing::tight);
     column->addLayout(head);
-    column->addWidget(attempt_);
+    column->addLayout(attempt);
     column->addLayout(facts_);
 
     connect(info_, &QToolButton::clicked, this, &KeySwitcherCardView::infoRequested);
@@ -142,7 +141,8 @@ void KeySwitcherCardView::setAttempt(const KeySwitcherCard& card)
     if (!card.canRetry && retry_->hasFocus())
         more_->setFocus(Qt::OtherFocusReason);
     retry_->setVisible(card.canRetry);
-    attempt_->setVisible(!text.isEmpty());
+    attemptIcon_->setVisible(!text.isEmpty());
+    attemptText_->setVisible(!text.isEmpty());
     if (isNew && !text.isEmpty() && isVisible())
-        announce(*attempt_, text);
+        announce(*attemptText_, text);
 }

@@ -36,7 +36,6 @@ private:
     SymbolView* shared_;
     QToolButton* info_;
     QToolButton* more_;
-    QWidget* attempt_;
     MessageIcon* attemptIcon_;
     QLabel* attemptText_;
     QPushButton* retry_;

@@ -43,6 +43,14 @@ protected:
     }
 };
 
+/// Whether a hidden widget's place stays empty, so that nothing moves under the pointer.
+void keepPlace(QWidget& widget, bool keeps)
+{
+    QSizePolicy policy = widget.sizePolicy();
+    policy.setRetainSizeWhenHidden(keeps);
+    widget.setSizePolicy(policy);
+}
+
 /// A command at the foot of the popover.
 QToolButton* makeCommand(Symbol symbol, const QString& text, QWidget* parent)
 {
@@ -83,7 +91,11 @@ KeySwitcherPopover::KeySwitcherPopover(KeySwitcherActions actions, QWidget& head
     build();
 
     connect(card_, &KeySwitcherCardView::infoRequested, this, [this] { act(actions_.info, content_.card->key); });
-    connect(card_, &KeySwitcherCardView::retryRequested, this, [this] { act(actions_.retry); });
+    connect(card_, &KeySwitcherCardView::retryRequested, this, [this] {
+        // The outcome shows here.
+        if (actions_.retry)
+            actions_.retry();
+    });
     connect(card_, &KeySwitcherCardView::menuRequested, this, [this](const QPoint& position) {
         openMenu(content_.card->key, position, true, false, content_.card->canShowInfo);
     });
@@ -164,7 +176,8 @@ void KeySwitcherPopover::setContent(const KeySwitcherContent& content)
     removeRevoked_->setText(toQString(removeRevokedTitle(content_.revokedCount)));
     removeRevoked_->setVisible(content_.revokedCount > 0);
     renderNote();
-    fit();
+    if (isVisible())
+        fit();
     list_->verticalScrollBar()->setValue(scroll);
 }
 
@@ -204,7 +217,7 @@ void KeySwitcherPopover::search(const QString& text)
 
 void KeySwitcherPopover::openUnderHeader()
 {
-    fit();
+    setFixedWidth(std::max(narrowest, header_.width()));
     const bool isRightToLeft = layoutDirection() == Qt::RightToLeft;
     QPoint place = header_.mapToGlobal(QPoint(0, header_.height() + Spacing::tight));
     if (isRightToLeft)
@@ -225,21 +238,23 @@ void KeySwitcherPopover::fit()
     const QWidget* const window = header_.window();
     const int below = window->height() - header_.mapTo(window, QPoint(0, header_.height())).y() - Spacing::normal;
     const int ceiling = std::clamp(below, lowest, highest);
-    const int width = std::max(narrowest, header_.width());
 
     const int content = list_->isHidden() ? 0 : list_->contentHeight();
-    list_->setFixedHeight(0);
+    keepPlace(*further_, false);
     further_->setVisible(false);
-    const int rest = layout()->totalHeightForWidth(width);
+    list_->setFixedHeight(0);
+    // What has changed in the card counts at once, not when its own layout comes to it.
+    card_->layout()->activate();
+    searchRow_->layout()->activate();
+    layout()->activate();
+    const int rest = layout()->totalHeightForWidth(width());
     const int room = std::max(ceiling - rest, shortestList);
     const bool isScrolled = content > room;
     const int button = isScrolled ? further_->sizeHint().height() : 0;
+    keepPlace(*further_, isScrolled);
     list_->setFixedHeight(std::min(content, room - button));
-    setFixedSize(width, rest + list_->height() + button);
-    // Its place stays when the last row is reached, so that nothing moves under the pointer.
-    QSizePolicy policy = further_->sizePolicy();
-    policy.setRetainSizeWhenHidden(isScrolled);
-    further_->setSizePolicy(policy);
+    setFixedHeight(rest + list_->height() + button);
+    layout()->activate();
     followScroll();
 }
 
@@ -344,6 +359,12 @@ void KeySwitcherPopover::keyPressEvent(QKeyEvent* event)
     } else {
         QFrame::keyPressEvent(event);
     }
+}
+
+void KeySwitcherPopover::showEvent(QShowEvent* event)
+{
+    fit();
+    QFrame::showEvent(event);
 }
 
 void KeySwitcherPopover::paintEvent(QPaintEvent*)

@@ -194,16 +194,7 @@ TEST_F(KeySwitcherPopoverTest, TheMenuOfARowOffersWhatMayBeDoneWithTheKey)
     content.groups.front().rows.push_back(row("gone"));
     content.groups.front().rows.back().isMissing = true;
     content.revokedCount = 1;
-    open(content);
-    const auto openMenu = [&](int down) {
-        list().setFocus();
-        press(Qt::Key_Home);
-        for (int i = 0; i < down; ++i)
-            press(Qt::Key_Down);
-        QContextMenuEvent event(QContextMenuEvent::Keyboard, {}, {});
-        QApplication::sendEvent(list().viewport(), &event);
-        return popover->findChild<QMenu*>(QStringLiteral("keyMenu"));
-    };
+    const auto menuOf = [](QWidget& parent) { return parent.findChild<QMenu*>(QStringLiteral("keyMenu")); };
     const auto textsOf = [](const QMenu& menu) {
         std::vector<std::string> texts;
         for (const auto* const action : menu.actions()) {
@@ -212,19 +203,24 @@ TEST_F(KeySwitcherPopoverTest, TheMenuOfARowOffersWhatMayBeDoneWithTheKey)
         }
         return texts;
     };
-    QMenu* menu = openMenu(0);
-    ASSERT_TRUE(menu);
-    EXPECT_THAT(textsOf(*menu), ElementsAre("Switch to This Key", "Key Details…", "Rename…", "Remove from Kestrovan"));
-    menu->close();
-    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-
+    open(content);
     press(Qt::Key_Down);
+    QContextMenuEvent menuKey(QContextMenuEvent::Keyboard, {}, {});
+    QApplication::sendEvent(list().viewport(), &menuKey);
+    ASSERT_TRUE(menuOf(*popover));
+    EXPECT_THAT(textsOf(*menuOf(*popover)),
+        ElementsAre("Switch to This Key", "Key Details…", "Rename…", "Remove from Kestrovan"));
+    menuOf(*popover)->actions().at(1)->trigger();
+    EXPECT_THAT(done, ElementsAre("info key 0"));
+    EXPECT_FALSE(isOpen());
+
+    open(content);
+    press(Qt::Key_End);
     press(Qt::Key_Return);
-    menu = popover->findChild<QMenu*>(QStringLiteral("keyMenu"));
-    ASSERT_TRUE(menu) << "a key the service lacks cannot be switched to";
-    EXPECT_THAT(textsOf(*menu), ElementsAre("-Switch to This Key", "Rename…", "Remove from Kestrovan"));
-    menu->actions().back()->trigger();
-    EXPECT_THAT(done, ElementsAre("remove gone"));
+    ASSERT_TRUE(menuOf(*popover)) << "a key the service lacks cannot be switched to";
+    EXPECT_THAT(textsOf(*menuOf(*popover)), ElementsAre("-Switch to This Key", "Rename…", "Remove from Kestrovan"));
+    menuOf(*popover)->actions().back()->trigger();
+    EXPECT_EQ(done.back(), "remove gone");
     EXPECT_FALSE(isOpen());
 
     open(content);
