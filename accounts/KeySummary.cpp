@@ -144,12 +144,18 @@ KeySummaries updatedSummaries(KeySummaries known, const KeySummarySources& sourc
         sources.authorization ? regionOf(sources.authorization->storage.s3URL) : std::optional<std::string>();
     KeySummaries updated;
     for (const auto& key : sources.keys) {
-        if (const auto live = sources.liveKeys.find(key.keyID); live != sources.liveKeys.end())
-            updated.emplace(key.keyID, keySummary(live->second, sources.bucketNames, region));
-        else if (sources.authorization && sources.sessionKeyID == key.keyID)
+        if (const auto live = sources.liveKeys.find(key.keyID); live != sources.liveKeys.end()) {
+            KeySummary summary = keySummary(live->second, sources.bucketNames, region);
+            // A key never changes: what its buckets are called, a session that lists no buckets cannot unsay.
+            if (const auto old = known.find(key.keyID);
+                old != known.end() && old->second.bucketNames.size() > summary.bucketNames.size())
+                summary.bucketNames = old->second.bucketNames;
+            updated.emplace(key.keyID, std::move(summary));
+        } else if (sources.authorization && sources.sessionKeyID == key.keyID) {
             updated.emplace(key.keyID, keySummary(*sources.authorization));
-        else if (auto old = known.extract(key.keyID); !old.empty())
+        } else if (auto old = known.extract(key.keyID); !old.empty()) {
             updated.insert(std::move(old));
+        }
     }
     return updated;
 }

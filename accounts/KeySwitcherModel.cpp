@@ -6,40 +6,65 @@ KeySwitcherModel::KeySwitcherModel(KeyStore& store, Keychain& keychain, Settings
     , settings_(settings)
 {
     summaries = cachedSummaries(settings_);
-    connect(&store_, &Observable::changed, this, [this] { markChanged(); });
+    connect(&store_, &Observable::changed, this, [this] {
+        markChanged();
+        loadSummaries();
+        followSession();
+    });
 }
 
-Task<> KeySwitcherModel::loadSummaries()
+void KeySwitcherModel::setBucketNames(BucketNames names)
+{
+    if (names == bucketNames_)
+        return;
+    bucketNames_ = std::move(names);
+    loadSummaries();
+}
+
+void KeySwitcherModel::loadSummaries()
+{
+    KeySummarySources sources{.keys = *store_.keys, .bucketNames = bucketNames_};
+    const auto session = *store_.session;
+    if (!session)
+        return;
+    // The records are those of one account, which the last key to connect may not belong to.
+    if (*store_.liveNamesAccountID == session->authorization.accountID)
+        sources.liveKeys = *store_.liveKeys;
+    sources.sessionKeyID = session->key->keyID;
+    sources.authorization = session->authorization;
+    auto updated = updatedSummaries(*summaries, sources);
+    if (updated != *summaries) {
+        cacheSummaries(settings_, updated);
+        summaries = std::move(updated);
+    }
+    hasLoadedSummaries = true;
+}
+
+void KeySwitcherModel::followSession()
 {
     const auto session = *store_.session;
-    KeySummarySources sources{.keys = *store_.keys};
-    if (session) {
-        // The records are those of one account, which the last key to connect may not belong to.
-        if (*store_.liveNamesAccountID == session->authorization.accountID)
-            sources.liveKeys = *store_.liveKeys;
-        sources.sessionKeyID = session->key->keyID;
-        sources.authorization = session->authorization;
-        if (bucketNames)
-            sources.bucketNames = bucketNames();
-    }
-    summaries = updatedSummaries(*summaries, sources);
-    cacheSummaries(settings_, *summaries);
-    hasLoadedSummaries = true;
+    if (session == askedFor_)
+        return;
+    askedFor_ = session;
+    sharedKeyID_ = std::nullopt;
+    if (session)
+        tasks_.start(askShared(this, session));
+}
 
-    std::optional<std::string> shared;
-    if (session) {
-        const std::string keyID = session->key->keyID;
-        try {
-            if (co_await keychain_.isShared(keyID))
-                shared = keyID;
-        } catch (const Cancelled&) {
-            throw;
-        } catch (const std::exception&) {
-            // A store that does not answer says so where its keys are read.
-        }
+Task<> KeySwitcherModel::askShared(QPointer<KeySwitcherModel> self, std::shared_ptr<B2Session> session)
+{
+    if (!self)
+        co_return;
+    bool isShared = false;
+    try {
+        isShared = co_await self->keychain_.isShared(session->key->keyID);
+    } catch (const Cancelled&) {
+        throw;
+    } catch (const std::exception&) {
+        // A store that does not answer says so where its keys are read.
     }
-    if (*store_.session == session)
-        sharedKeyID_ = std::move(shared);
+    if (self && isShared && session == self->askedFor_)
+        self->sharedKeyID_ = session->key->keyID;
 }
 
 KeySwitcherHeaderContent KeySwitcherModel::header() const

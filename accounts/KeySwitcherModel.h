@@ -4,8 +4,11 @@
 #include "accounts/KeySwitcher.h"
 #include "foundation/Observable.h"
 #include "foundation/Settings.h"
+#include "foundation/TaskScope.h"
 
-#include <functional>
+#include <QPointer>
+
+#include <memory>
 
 /// What the key switcher shows: the stored keys, the one in use, and what is known of each without a connection.
 ///
@@ -14,25 +17,30 @@ class KeySwitcherModel final : public Observable {
 public:
     KeySwitcherModel(KeyStore& store, Keychain& keychain, Settings& settings);
 
-    /// Gives the names of the buckets listed with the session, by id; none when unset.
-    std::function<BucketNames()> bucketNames;
-
     /// Of the last connections; kept in the settings.
     Observed<KeySummaries> summaries{this};
-    Observed<bool> hasLoadedSummaries{this, false};
+    Observed<bool> hasLoadedSummaries{this, false}; ///< A connection has told of the stored keys.
 
-    /// Takes what the connection has told of the stored keys, keeps it for the next start, and asks whether the
-    /// current key is shared. Fails never.
-    Task<> loadSummaries();
+    /// The names of the buckets that the session has listed.
+    void setBucketNames(BucketNames names);
+
+    /// Takes what the connection has told of the stored keys, and keeps it for the next start. Done by itself with
+    /// every change of the key store.
+    void loadSummaries();
 
     KeySwitcherHeaderContent header() const;
     KeySwitcherContent content() const;
 
 private:
     KeySwitcherState state() const;
+    void followSession();
+    static Task<> askShared(QPointer<KeySwitcherModel> self, std::shared_ptr<B2Session> session);
 
     KeyStore& store_;
     Keychain& keychain_;
     Settings& settings_;
+    BucketNames bucketNames_;
+    std::shared_ptr<B2Session> askedFor_; ///< Whether its key is shared was asked.
     Observed<std::optional<std::string>> sharedKeyID_{this};
+    TaskScope tasks_;
 };

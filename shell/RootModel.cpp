@@ -19,6 +19,7 @@ constexpr std::chrono::seconds gatheringTime(1);
 
 RootModel::RootModel(const RootParts& parts)
     : keyStore(parts.keychain, parts.clients, parts.settings, parts.log)
+    , keySwitcher(keyStore, parts.keychain, parts.settings)
     , browser(parts.settings)
     , unfinishedUploads(parts.log)
     , settings_(parts.settings)
@@ -29,6 +30,12 @@ RootModel::RootModel(const RootParts& parts)
 {
     for (Observable* model : std::initializer_list<Observable*>{&keyStore, &buckets})
         connect(model, &Observable::changed, this, [this] { markChanged(); });
+    connect(&buckets, &Observable::changed, this, [this] {
+        BucketNames names;
+        for (const auto& bucket : *buckets.buckets)
+            names.emplace(bucket.bucketID, bucket.bucketName);
+        keySwitcher.setBucketNames(std::move(names));
+    });
     gathering_.setSingleShot(true);
     gathering_.setInterval(gatheringTime);
     connect(&gathering_, &QTimer::timeout, this, &RootModel::tellWrites);

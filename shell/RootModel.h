@@ -2,6 +2,7 @@
 
 #include "accounts/AppContext.h"
 #include "accounts/KeyStore.h"
+#include "accounts/KeySwitcherModel.h"
 #include "browser/BrowserModel.h"
 #include "browser/ListingCache.h"
 #include "buckets/BucketsModel.h"
@@ -41,6 +42,7 @@ public:
     explicit RootModel(const RootParts& parts);
 
     KeyStore keyStore;
+    KeySwitcherModel keySwitcher;
     BucketsModel buckets;
     BrowserModel browser;
     UnfinishedUploadsModel unfinishedUploads;

@@ -1,5 +1,8 @@
 #include "shell/tour/Tour.h"
 
+#include "accounts/views/KeySwitcherHeader.h"
+#include "accounts/views/KeySwitcherList.h"
+#include "accounts/views/KeySwitcherPopover.h"
 #include "browser/views/BrowserCommands.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/QtText.h"
@@ -26,22 +29,22 @@ namespace {
 /// Opens the switcher and picks the key with that name.
 Task<bool> pickKey(MainWindow& window, QString name)
 {
-    click(window.sidebar().switcher());
-    QMenu* menu = nullptr;
-    co_await until([&] {
-        menu = window.sidebar().findChild<QMenu*>(QStringLiteral("keySwitcher"));
-        return menu && menu->isVisible();
-    });
-    if (!menu)
+    auto& switcher = window.sidebar().switcher();
+    click(switcher);
+    co_await until([&] { return switcher.popover() && switcher.popover()->isVisible(); });
+    if (!switcher.popover())
         co_return false;
-    for (QAction* const action : menu->actions()) {
-        if (action->text() != name || !action->isEnabled())
-            continue;
-        menu->setActiveAction(action);
-        press(*menu, Qt::Key_Return);
-        co_return true;
+    if (auto* const list = switcher.popover()->findChild<KeySwitcherList*>()) {
+        const auto& rows = *list->model();
+        for (int row = 0; row < rows.rowCount(); ++row) {
+            const QModelIndex index = rows.index(row, 0);
+            if (index.data().toString() != name || !index.flags().testFlag(Qt::ItemIsEnabled))
+                continue;
+            clickRow(*list, index);
+            co_return true;
+        }
     }
-    menu->close();
+    switcher.popover()->close();
     co_return false;
 }
 
@@ -56,15 +59,12 @@ Task<> Tour::switchKeys()
             && !root.buckets.buckets->empty() && isListed();
     };
 
-    click(window_.sidebar().switcher());
-    QMenu* menu = nullptr;
-    co_await check("open the key switcher", [&] {
-        menu = window_.sidebar().findChild<QMenu*>(QStringLiteral("keySwitcher"));
-        return menu && menu->isVisible();
-    });
-    if (menu) {
-        co_await picture(*menu, "key-switcher");
-        press(*menu, Qt::Key_Escape);
+    auto& switcher = window_.sidebar().switcher();
+    click(switcher);
+    co_await check("open the key switcher", [&] { return switcher.popover() && switcher.popover()->isVisible(); });
+    if (auto* const popover = switcher.popover()) {
+        co_await picture(*popover, "key-switcher");
+        press(*popover, Qt::Key_Escape);
         co_await settle();
     }
 

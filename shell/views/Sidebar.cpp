@@ -1,6 +1,6 @@
 #include "shell/views/Sidebar.h"
 
-#include "accounts/KeyNames.h"
+#include "accounts/views/KeySwitcherHeader.h"
 #include "foundation/QtText.h"
 #include "foundation/Texts.h"
 #include "foundation/views/ColorRoles.h"
@@ -8,7 +8,6 @@
 #include "foundation/views/Labels.h"
 #include "foundation/views/Measures.h"
 #include "foundation/views/SearchField.h"
-#include "shell/views/KeyCard.h"
 
 #include <QActionGroup>
 #include <QKeyEvent>
@@ -56,28 +55,13 @@ public:
     }
 };
 
-/// What a restricted key is limited to, in a few words.
-QString restrictionOf(const B2Authorization::Allowed& allowed)
-{
-    QStringList parts;
-    if (allowed.buckets.size() == 1)
-        parts.append(QObject::tr("One bucket"));
-    else if (allowed.buckets.size() > 1)
-        parts.append(QObject::tr("%n buckets", nullptr, static_cast<int>(allowed.buckets.size())));
-    if (allowed.namePrefix && !allowed.namePrefix->empty())
-        parts.append(QObject::tr("Only “%1”").arg(toQString(*allowed.namePrefix)));
-    if (!allowed.capabilities.contains(B2Capabilities::writeFiles))
-        parts.append(QObject::tr("Read only"));
-    return parts.join(QStringLiteral(" · "));
-}
-
 } // namespace
 
 Sidebar::Sidebar(RootModel& root, AppContext& context, QWidget* parent)
     : QWidget(parent)
     , root_(root)
     , context_(context)
-    , card_(new KeyCard(this))
+    , switcher_(new KeySwitcherHeader(root.keySwitcher, switcherActions(), this))
     , title_(new SectionTitle(tr("Buckets"), this))
     , filter_(new SearchField(tr("Filter buckets"), SearchField::Purpose::filter, this))
     , list_(new QListView(this))
@@ -86,7 +70,7 @@ Sidebar::Sidebar(RootModel& root, AppContext& context, QWidget* parent)
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(Spacing::small, Spacing::small, Spacing::small, Spacing::small);
     layout->setSpacing(Spacing::small);
-    layout->addWidget(card_);
+    layout->addWidget(switcher_);
     layout->addSpacing(Spacing::tight);
     layout->addWidget(title_);
     layout->addWidget(filter_);
@@ -111,7 +95,6 @@ Sidebar::Sidebar(RootModel& root, AppContext& context, QWidget* parent)
     note_->setContentsMargins(Spacing::tight, 0, 0, 0);
     note_->setWordWrap(true);
 
-    connect(card_, &QAbstractButton::clicked, this, &Sidebar::openSwitcher);
     connect(filter_, &QLineEdit::textChanged, &shown_, &QSortFilterProxyModel::setFilterFixedString);
     connect(filter_, &SearchField::left, this, &Sidebar::focusBuckets);
     connect(list_->selectionModel(), &QItemSelectionModel::currentChanged, this, &Sidebar::choose);
@@ -123,11 +106,6 @@ Sidebar::Sidebar(RootModel& root, AppContext& context, QWidget* parent)
 void Sidebar::focusBuckets()
 {
     list_->setFocus(Qt::OtherFocusReason);
-}
-
-QAbstractButton& Sidebar::switcher()
-{
-    return *card_;
 }
 
 bool Sidebar::eventFilter(QObject* watched, QEvent* event)
@@ -146,7 +124,6 @@ bool Sidebar::eventFilter(QObject* watched, QEvent* event)
 void Sidebar::render()
 {
     const QScopedValueRollback guard(isRendering_, true);
-    renderCard();
     rows_.show(*root_.buckets.buckets);
     const bool isFilterable = rows_.rowCount() > filterFrom;
     filter_->setVisible(isFilterable);
@@ -173,30 +150,6 @@ void Sidebar::render()
         list_->selectionModel()->clear();
 }
 
-void Sidebar::renderCard()
-{
-    KeyCard::Content content;
-    content.isBusy = *root_.keyStore.isConnecting;
-    if (const auto session = *root_.keyStore.session) {
-        const auto& authorization = session->authorization;
-        content.account = toQString(root_.keyStore.accountDisplayName(authorization.accountID));
-        content.key = toQString(session->key->label);
-        if (const auto region = regionOf(authorization.storage.s3URL))
-            content.region = toQString(*region);
-        // A name taken from the region says it already.
-        if (content.account.startsWith(content.region))
-            content.region.clear();
-        content.badge = restrictionOf(authorization.storage.allowed);
-    } else if (content.isBusy && *root_.keyStore.lastAttempted) {
-        content.account = tr("Connecting…");
-        content.key = toQString((*root_.keyStore.lastAttempted)->label);
-    } else {
-        content.account = tr("Not Connected");
-        content.key = root_.keyStore.keys->empty() ? tr("No key stored") : tr("Choose a key");
-    }
-    card_->show(content);
-}
-
 void Sidebar::fillKeyMenu(QMenu& menu, const AppContext& context, RootModel& root)
 {
     auto* const group = new QActionGroup(&menu);
@@ -219,15 +172,15 @@ void Sidebar::fillKeyMenu(QMenu& menu, const AppContext& context, RootModel& roo
         menu.addAction(QObject::tr("No key stored"))->setEnabled(false);
 }
 
-void Sidebar::openSwitcher()
+KeySwitcherActions Sidebar::switcherActions()
 {
-    auto* const menu = new QMenu(this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->setObjectName(QStringLiteral("keySwitcher"));
-    menu->setToolTipsVisible(true);
-    menu->setMinimumWidth(card_->width());
-    fillKeyMenu(*menu, context_, root_);
-    menu->popup(card_->mapToGlobal(QPoint(0, card_->height() + Spacing::tight)));
+    return {.switchTo = [this](const StoredKey& key) { root_.switchTo(key.keyID); },
+        .info = [this](const StoredKey& key) { Q_EMIT keyDetailsRequested(key); },
+        .rename = [this](const StoredKey& key) { Q_EMIT renameKeyRequested(key); },
+        .remove = [this](const StoredKey& key) { Q_EMIT removeKeyRequested(key); },
+        .removeRevoked = [this] { Q_EMIT removeRevokedKeysRequested(); },
+        .addKey = [this] { Q_EMIT addKeyRequested(); },
+        .retry = [this] { root_.tryAgain(); }};
 }
 
 void Sidebar::choose(const QModelIndex& index)

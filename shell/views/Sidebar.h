@@ -6,8 +6,7 @@
 #include <QSortFilterProxyModel>
 #include <QWidget>
 
-class QAbstractButton;
-class KeyCard;
+class KeySwitcherHeader;
 class QLabel;
 class QListView;
 class QMenu;
@@ -25,20 +24,27 @@ public:
 
     void focusBuckets();
     QListView& bucketList() { return *list_; }
-    QAbstractButton& switcher();
+    KeySwitcherHeader& switcher() { return *switcher_; }
+
+Q_SIGNALS:
+    // Of the key switcher.
+    void addKeyRequested();
+    void keyDetailsRequested(const StoredKey& key);
+    void renameKeyRequested(const StoredKey& key);
+    void removeKeyRequested(const StoredKey& key);
+    void removeRevokedKeysRequested();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void render();
-    void renderCard();
-    void openSwitcher();
     void choose(const QModelIndex& index);
+    KeySwitcherActions switcherActions();
 
     RootModel& root_;
     AppContext& context_;
-    KeyCard* card_;
+    KeySwitcherHeader* switcher_;
     QLabel* title_;
     SearchField* filter_;
     QListView* list_;
