@@ -1,5 +1,6 @@
 #include "accounts/views/KeySwitcherList.h"
 
+#include "foundation/views/Announcer.h"
 #include "foundation/views/ColorRoles.h"
 #include "foundation/views/Icons.h"
 #include "foundation/views/Measures.h"
@@ -162,6 +163,16 @@ int KeySwitcherList::contentHeight() const
     return height;
 }
 
+void KeySwitcherList::setEmptyText(const QString& text)
+{
+    if (text == emptyText_)
+        return;
+    emptyText_ = text;
+    viewport()->update();
+    if (!text.isEmpty())
+        announce(*this, text);
+}
+
 void KeySwitcherList::choose(const QModelIndex& index)
 {
     setCurrentIndex(index);
@@ -310,4 +321,16 @@ void KeySwitcherList::focusInEvent(QFocusEvent* event)
         choose(rows_.nextKey(0, 1));
     else if (event->reason() == Qt::BacktabFocusReason)
         choose(rows_.nextKey(rows_.rowCount() - 1, -1));
+}
+
+void KeySwitcherList::paintEvent(QPaintEvent* event)
+{
+    QListView::paintEvent(event);
+    if (emptyText_.isEmpty())
+        return;
+    QPainter painter(viewport());
+    painter.setPen(secondaryText(palette()));
+    painter.drawText(viewport()->rect().adjusted(padding, Spacing::small, -padding, 0),
+        static_cast<int>(QStyle::visualAlignment(layoutDirection(), Qt::AlignLeft) | Qt::AlignTop) | Qt::TextWordWrap,
+        emptyText_);
 }

@@ -21,6 +21,9 @@ public:
     /// letters are sent there.
     void setSearchField(QWidget* field) { searchField_ = field; }
 
+    /// What stands in its place while no row matches; a screen reader hears it.
+    void setEmptyText(const QString& text);
+
     void choose(const QModelIndex& index);
     /// The row that Enter takes; invalid before one was chosen.
     QModelIndex chosen() const;
@@ -43,6 +46,7 @@ protected:
     void leaveEvent(QEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
     bool moveChoice(int key);
@@ -50,6 +54,7 @@ private:
 
     KeySwitcherRowsModel& rows_;
     QWidget* searchField_ = nullptr;
+    QString emptyText_;
     QPersistentModelIndex hovered_;
     QPersistentModelIndex pressed_;
 };

@@ -75,7 +75,6 @@ KeySwitcherPopover::KeySwitcherPopover(KeySwitcherActions actions, QWidget& head
     , note_(makeSecondaryLabel({}, TextSize::normal, this))
     , searchRow_(new QWidget(this))
     , search_(new SearchField(tr("Find a key"), SearchField::Purpose::search, searchRow_))
-    , noMatch_(makeSecondaryLabel({}, TextSize::normal, this))
     , list_(new KeySwitcherList(rows_, this))
     , further_(new QToolButton(this))
     , removeRevoked_(makeCommand(Symbol::trash, {}, this))
@@ -119,6 +118,8 @@ void KeySwitcherPopover::build()
 {
     search_->installEventFilter(this);
     list_->setSearchField(search_);
+    list_->setFixedHeight(shortestList);
+    further_->setVisible(false);
     further_->setIcon(symbolIcon(Symbol::chevronDown));
     further_->setAutoRaise(true);
     further_->setFocusPolicy(Qt::NoFocus);
@@ -127,7 +128,6 @@ void KeySwitcherPopover::build()
     further_->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     noteTitle_->setContentsMargins(Spacing::normal, Spacing::normal, Spacing::normal, 0);
     note_->setContentsMargins(Spacing::normal, Spacing::small, Spacing::normal, Spacing::normal);
-    noMatch_->setContentsMargins(Spacing::normal, Spacing::small, Spacing::normal, Spacing::normal);
 
     auto* const searching = new QVBoxLayout(searchRow_);
     searching->setContentsMargins(Spacing::small, Spacing::small, Spacing::small, Spacing::tight);
@@ -146,9 +146,9 @@ void KeySwitcherPopover::build()
     column->addWidget(noteTitle_);
     column->addWidget(note_);
     column->addWidget(searchRow_);
-    column->addWidget(noMatch_);
     column->addWidget(list_);
     column->addWidget(further_);
+    column->addSpacing(Spacing::tight);
     column->addWidget(new Hairline(this));
     column->addLayout(footer);
 }
@@ -200,9 +200,8 @@ void KeySwitcherPopover::renderNote()
     note_->setText(text);
     note_->setVisible(!text.isEmpty());
     const bool isMissed = rows_.rowCount() == 0 && !search_->text().isEmpty();
-    noMatch_->setText(isMissed ? tr("No key matches “%1”.").arg(search_->text()) : QString());
-    noMatch_->setVisible(isMissed);
-    list_->setVisible(rows_.rowCount() > 0);
+    list_->setEmptyText(isMissed ? tr("No key matches “%1”.").arg(search_->text()) : QString());
+    list_->setVisible(!content_.groups.empty());
 }
 
 void KeySwitcherPopover::search(const QString& text)
@@ -239,21 +238,22 @@ void KeySwitcherPopover::fit()
     const int below = window->height() - header_.mapTo(window, QPoint(0, header_.height())).y() - Spacing::normal;
     const int ceiling = std::clamp(below, lowest, highest);
 
-    const int content = list_->isHidden() ? 0 : list_->contentHeight();
-    keepPlace(*further_, false);
-    further_->setVisible(false);
-    list_->setFixedHeight(0);
     // What has changed in the card counts at once, not when its own layout comes to it.
     card_->layout()->activate();
     searchRow_->layout()->activate();
     layout()->activate();
-    const int rest = layout()->totalHeightForWidth(width());
+    const bool hadButton = !further_->isHidden() || further_->sizePolicy().retainSizeWhenHidden();
+    const int listed = list_->isHidden() ? 0 : list_->height();
+    const int rest = layout()->totalHeightForWidth(width()) - listed - (hadButton ? further_->sizeHint().height() : 0);
+    const int content = list_->isHidden() ? 0 : list_->contentHeight();
     const int room = std::max(ceiling - rest, shortestList);
     const bool isScrolled = content > room;
     const int button = isScrolled ? further_->sizeHint().height() : 0;
     keepPlace(*further_, isScrolled);
-    list_->setFixedHeight(std::min(content, room - button));
-    setFixedHeight(rest + list_->height() + button);
+    const int height = std::min(content, room - button);
+    if (height > 0)
+        list_->setFixedHeight(height);
+    setFixedHeight(rest + height + button);
     layout()->activate();
     followScroll();
 }

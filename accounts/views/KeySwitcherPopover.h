@@ -55,7 +55,6 @@ private:
     QLabel* note_;
     QWidget* searchRow_;
     SearchField* search_;
-    QLabel* noMatch_;
     KeySwitcherList* list_;
     QToolButton* further_;
     QToolButton* removeRevoked_;
