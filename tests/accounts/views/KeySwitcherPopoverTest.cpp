@@ -1,8 +1,12 @@
 #include "accounts/views/KeySwitcherPopover.h"
 
+#include "accounts/KeySwitcherModel.h"
+#include "accounts/MemoryKeychain.h"
+#include "accounts/views/KeySwitcherHeader.h"
 #include "accounts/views/KeySwitcherList.h"
 #include "foundation/QtText.h"
 #include "foundation/views/SearchField.h"
+#include "tests/support/QtRun.h"
 
 #include <QAbstractItemModelTester>
 #include <QApplication>
@@ -10,6 +14,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
 
@@ -168,6 +173,17 @@ TEST_F(KeySwitcherPopoverTest, AmongManyKeysLettersSearch)
     EXPECT_THAT(done, ElementsAre("switch to key 41"));
 }
 
+TEST_F(KeySwitcherPopoverTest, ASearchWithoutAMatchMovesNothing)
+{
+    open(contentOf(60));
+    auto* const search = popover->findChild<SearchField*>();
+    const auto before = std::pair(search->pos(), popover->size());
+    QTest::keyClicks(search, QStringLiteral("no such key"));
+    EXPECT_EQ(std::pair(search->pos(), popover->size()), before);
+    press(Qt::Key_Return);
+    EXPECT_THAT(done, IsEmpty());
+}
+
 TEST_F(KeySwitcherPopoverTest, SaysThatMoreKeysLieBelowUntilTheLastIsReached)
 {
     open(contentOf(60));
@@ -263,6 +279,36 @@ TEST_F(KeySwitcherPopoverTest, WithoutOtherKeysTheKeyboardStartsAtAddKey)
         EXPECT_FALSE(isOpen());
     }
     EXPECT_THAT(done, ElementsAre("add key", "add key"));
+}
+
+TEST(KeySwitcherHeaderTest, NamesTheStateAndOpensASwitcherThatFollowsTheKeys)
+{
+    QTemporaryDir directory;
+    Settings settings{{}};
+    ActivityLog log{settings, directory.path().toStdString()};
+    MemoryKeychain keychain;
+    keychain.add({"k1", "<b>First</b>", std::nullopt}, "unused");
+    const ClientFactory clients{nullptr, nullptr, "http://127.0.0.1:1"};
+    KeyStore store{keychain, clients, settings, log};
+    KeySwitcherModel model{store, keychain, settings};
+    QWidget window;
+    KeySwitcherHeader header{model, {}, &window};
+    window.show();
+    qtRun(store.reload());
+    store.isStarted = true;
+    ASSERT_TRUE(spinUntil([&] { return header.accessibleName() == QStringLiteral("Key in use: Not Connected"); }));
+    EXPECT_TRUE(header.toolTip().contains(QStringLiteral("Shows this key and the others you can switch to")));
+
+    header.click();
+    ASSERT_TRUE(header.popover());
+    auto* const list = header.popover()->findChild<KeySwitcherList*>();
+    EXPECT_EQ(list->model()->rowCount(), 2);
+    EXPECT_TRUE(list->model()->index(1, 0).data(Qt::ToolTipRole).toString().contains(QStringLiteral("&lt;b&gt;")))
+        << "a name is no markup";
+    keychain.add({"k2", "Second", std::nullopt}, "unused");
+    qtRun(store.reload());
+    EXPECT_TRUE(spinUntil([&] { return list->model()->rowCount() == 3; }));
+    header.popover()->close();
 }
 
 TEST(KeySwitcherRowsModelTest, StaysAValidModelThroughFilterAndChange)
