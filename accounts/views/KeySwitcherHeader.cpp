@@ -38,6 +38,11 @@ KeySwitcherHeader::KeySwitcherHeader(KeySwitcherModel& model, KeySwitcherActions
     render();
 }
 
+KeySwitcherPopover* KeySwitcherHeader::popover() const
+{
+    return popover_;
+}
+
 void KeySwitcherHeader::openPopover()
 {
     if (popover_)

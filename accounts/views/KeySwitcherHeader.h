@@ -16,7 +16,7 @@ public:
     KeySwitcherHeader(KeySwitcherModel& model, KeySwitcherActions actions, QWidget* parent = nullptr);
 
     /// The open switcher, or null.
-    KeySwitcherPopover* popover() const { return popover_; }
+    KeySwitcherPopover* popover() const;
     void openPopover();
 
     void setContent(const KeySwitcherHeaderContent& content);

@@ -243,8 +243,10 @@ void KeySwitcherPopover::fit()
     searchRow_->layout()->activate();
     layout()->activate();
     const bool hadButton = !further_->isHidden() || further_->sizePolicy().retainSizeWhenHidden();
-    const int listed = list_->isHidden() ? 0 : list_->height();
-    const int rest = layout()->totalHeightForWidth(width()) - listed - (hadButton ? further_->sizeHint().height() : 0);
+    const int listed = list_->isHidden() ? 0 : list_->minimumHeight();
+    const int all =
+        layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width()) : layout()->totalSizeHint().height();
+    const int rest = all - listed - (hadButton ? further_->sizeHint().height() : 0);
     const int content = list_->isHidden() ? 0 : list_->contentHeight();
     const int room = std::max(ceiling - rest, shortestList);
     const bool isScrolled = content > room;

@@ -68,6 +68,10 @@ protected:
         popover->setContent(content);
         popover->openUnderHeader();
         QApplication::processEvents();
+        const QRect addKey = command(QStringLiteral("Add Key"))->geometry();
+        EXPECT_LE(addKey.bottom(), popover->height());
+        if (list().isVisible())
+            EXPECT_LT(list().geometry().bottom(), addKey.top());
     }
 
     /// To whatever has the keyboard, as the desktop would send it.
