@@ -142,7 +142,15 @@ void NewKeyView::render()
     // A name that the service would refuse is told at once; that it is missing, everybody sees.
     const bool isWrongName = now.refusal && !form_.name.empty();
     setMessage(MessageKind::warning, isWrongName ? toQString(*now.refusal) : QString());
-    refit();
+}
+
+bool NewKeyView::event(QEvent* event)
+{
+    const bool isHandled = Sheet::event(event);
+    // Comes when what changed in the rows has reached the sheet's own layout.
+    if (event->type() == QEvent::LayoutRequest)
+        refit();
+    return isHandled;
 }
 
 // As high as the notes that stand need.
@@ -163,7 +171,6 @@ void NewKeyView::renderBusy()
         return;
     if (*model_.error)
         setMessage(MessageKind::danger, toQString(**model_.error));
-    refit();
 }
 
 void NewKeyView::chooseBuckets()

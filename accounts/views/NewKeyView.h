@@ -28,6 +28,9 @@ Q_SIGNALS:
     /// The form is in order, and the question about several buckets was answered.
     void createRequested(const B2CreateKeyRequest& request);
 
+protected:
+    bool event(QEvent* event) override;
+
 private:
     void buildFields();
     void readForm();
