@@ -86,6 +86,8 @@ BrowserCommands::BrowserCommands(QObject* parent)
           make(this, tr("All Versions"), tr("Show every version and hide marker"), {Qt::CTRL | Qt::SHIFT | Qt::Key_V}))
 {
     allVersions->setCheckable(true);
+    // The tool bar of the smallest window has no room for more words.
+    upload->setIconText(tr("Upload…"));
 }
 
 QList<QAction*> BrowserCommands::all() const

@@ -66,7 +66,7 @@ void PaneToolBar::fit()
         width += layout()->spacing();
         if (auto* button = qobject_cast<QToolButton*>(widget); button != nullptr) {
             const bool hasText = action->priority() != QAction::LowPriority;
-            width += 26 + (hasText ? fontMetrics().horizontalAdvance(action->text()) + 10 : 0);
+            width += 26 + (hasText ? fontMetrics().horizontalAdvance(action->iconText()) + 10 : 0);
         } else {
             width += widget->sizeHint().width();
         }

@@ -1,9 +1,14 @@
 #include "shell/tour/TourChapter.h"
 
+#include "browser/views/BrowserCommands.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/views/DenseTableView.h"
 #include "shell/tour/TourHands.h"
 #include "shell/views/DetailArea.h"
+#include "storage/views/UnfinishedUploadRow.h"
+#include "storage/views/UnfinishedUploadsView.h"
+
+#include <QPushButton>
 
 #include <iostream>
 #include <stdexcept>
@@ -49,5 +54,29 @@ Task<> TourChapter::beginUpload()
 
 Task<> TourChapter::resumeUpload()
 {
-    co_return;
+    const auto name = file_.filename().string();
+    window_.detail().browser().commands().unfinishedUploads->trigger();
+    UnfinishedUploadRow* found = nullptr;
+    const auto isShown = [&] {
+        for (auto* const row : window_.findChildren<UnfinishedUploadRow*>()) {
+            if (row->isVisible() && row->item().file.fileName == name && row->item().partCount)
+                found = row;
+        }
+        return found != nullptr;
+    };
+    if (!co_await check("list the upload that was killed among the unfinished ones", isShown))
+        co_return;
+    report("its stored part is counted", found->item().partCount == 1,
+        std::to_string(found->item().partCount.value_or(0)) + " parts");
+    const auto* const sheet = window_.findChild<UnfinishedUploadsView*>();
+    co_await picture(*sheet->window(), "unfinished-uploads");
+    for (auto* const button : found->findChildren<QPushButton*>()) {
+        if (button->text() == UnfinishedUploadRow::tr("Resume"))
+            click(*button);
+    }
+    co_await check("resume it", [&] { return transfer(name) != nullptr; });
+    co_await check("send the rest and finish it", [&] { return hasEnded(name, Case::finished); });
+    report("it went on from the part that was stored", transfer(name)->partsAtStart->value_or(0) == 1,
+        "it did not begin with one part");
+    co_await picture(window_, "resumed");
 }

@@ -56,8 +56,8 @@ Task<> Tour::surviveAKill()
     QProcess resumed;
     startChapter(resumed, *application_.demo, "resume-upload", file, report_.directory() / "after-the-kill");
     co_await check("go on with the upload after a restart", [&] { return resumed.state() == QProcess::NotRunning; });
-    report("the restarted program did what it should", resumed.exitStatus() == QProcess::NormalExit
-            && resumed.exitCode() == 0,
+    report("the restarted program did what it should",
+        resumed.exitStatus() == QProcess::NormalExit && resumed.exitCode() == 0,
         fromQString(QString::fromUtf8(resumed.readAll())));
     const auto here = co_await digestOfFile(file);
     const auto there = co_await service_.digest("media-archive", "wedding film.mov");

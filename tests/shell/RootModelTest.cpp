@@ -162,7 +162,10 @@ TEST_F(RootModelTest, OffersToResumeOnlyWhatItKnowsAndForgetsWhatIsCancelled)
     const auto fileID = *item.file.fileID;
     EXPECT_FALSE(root.canResume(fileID));
 
-    ResumableUpload known{.fileID = fileID, .bucketID = films->bucketID, .remoteName = item.file.fileName};
+    ResumableUpload known;
+    known.fileID = fileID;
+    known.bucketID = films->bucketID;
+    known.remoteName = item.file.fileName;
     known.source.path = directory.path().toStdString() + "/gone.mov";
     store->record(known);
     EXPECT_TRUE(root.canResume(fileID));
