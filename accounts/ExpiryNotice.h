@@ -11,3 +11,6 @@
 /// @param label  the key's name here.
 std::optional<std::string> expiryNotice(
     const std::string& label, const B2Authorization& key, std::chrono::system_clock::time_point now);
+
+/// Why the service refuses a key whose time is over, as a sentence; nothing for one that should still work.
+std::optional<std::string> endedKeyText(const B2Authorization& key, std::chrono::system_clock::time_point now);

@@ -1,6 +1,7 @@
 // The half of the model that asks the service and judges its answers.
 
 #include "B2Kit/B2Error.h"
+#include "accounts/ExpiryNotice.h"
 #include "browser/BrowserActions.h"
 #include "browser/BrowserModel.h"
 #include "browser/RowWorker.h"
@@ -194,7 +195,10 @@ void BrowserModel::fail(const Listing& listing, const std::exception_ptr& failur
         // Whoever cancelled knows.
     } catch (const B2Error& refusal) {
         if (!refusal.api() || !refusal.api()->isBadBucketID()) {
-            error = refusal.what();
+            const auto ended = refusal.api() && refusal.api()->status == 401
+                ? endedKeyText(listing.session->authorization, std::chrono::system_clock::now())
+                : std::nullopt;
+            error = ended.value_or(refusal.what());
             return;
         }
         error = "This bucket no longer exists";

@@ -23,8 +23,8 @@ std::optional<DetailState> withoutStore(const DetailInputs& inputs)
             "The file that keeps your keys on this computer is closed by a passphrase. Enter it to connect.",
             Action::unlock);
     if (inputs.storeFailure && inputs.keyCount == 0)
-        return notice("Your Keys Could Not Be Read", *inputs.storeFailure + "\nNothing has been removed.",
-            Action::readKeys);
+        return notice(
+            "Your Keys Could Not Be Read", *inputs.storeFailure + "\nNothing has been removed.", Action::readKeys);
     return std::nullopt;
 }
 

@@ -25,14 +25,14 @@ struct DetailInputs {
     bool isLoadingBuckets = false;
     std::size_t bucketCount = 0;
     std::size_t keyCount = 0;
-    bool isWaitingForUnlock = false; ///< The desktop asks for the keyring's password.
-    bool needsPassphrase = false;    ///< The file that keeps the secrets is closed.
+    bool isWaitingForUnlock = false;         ///< The desktop asks for the keyring's password.
+    bool needsPassphrase = false;            ///< The file that keeps the secrets is closed.
     std::optional<std::string> storeFailure; ///< Why the stored keys could not be read, as a sentence.
     std::optional<ConnectionFailure> failure;
-    std::string attemptedLabel;              ///< Name of the key that was tried last; empty for none.
-    std::optional<std::string> bucketsError; ///< Why the bucket list could not be read.
+    std::string attemptedLabel;                ///< Name of the key that was tried last; empty for none.
+    std::optional<std::string> bucketsError;   ///< Why the bucket list could not be read.
     std::optional<std::string> bucketsRefusal; ///< Why the key can be shown no bucket, whatever is tried.
-    std::string noBucketsText; ///< What an empty list means with this key.
+    std::string noBucketsText;                 ///< What an empty list means with this key.
     std::optional<SidebarItem> selection;
     bool isSelectionListed = false; ///< The selected bucket is in the list.
 };

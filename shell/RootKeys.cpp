@@ -133,8 +133,8 @@ std::optional<RootNotice> RootModel::notice() const
 {
     using Action = RootNotice::Action;
     if (*keyStore.session && *keychain_.isWaitingForUnlock)
-        return RootNotice{"Waiting for the keyring to unlock. Answer the desktop's question to go on.",
-            Action::stopWaiting};
+        return RootNotice{
+            "Waiting for the keyring to unlock. Answer the desktop's question to go on.", Action::stopWaiting};
     if (const auto failure = switchFailure())
         return RootNotice{*failure, (*keyStore.connectionFailure)->canTryAgain() ? Action::tryAgain : Action::none};
     if (*remark)
@@ -176,4 +176,3 @@ void RootModel::rebuildKeyMenu()
     const auto session = *keyStore.session;
     context_.currentKeyID = session ? std::optional(session->key->keyID) : std::nullopt;
 }
-

@@ -325,8 +325,7 @@ DetailState RootModel::detailState() const
     inputs.isStarted = *keyStore.isStarted;
     inputs.isConnecting = *keyStore.isConnecting;
     inputs.hasSession = *keyStore.session != nullptr;
-    inputs.isLoadingBuckets =
-        *buckets.isLoading || !*buckets.isAnswered || *buckets.session != *keyStore.session;
+    inputs.isLoadingBuckets = *buckets.isLoading || !*buckets.isAnswered || *buckets.session != *keyStore.session;
     inputs.bucketCount = buckets.buckets->size();
     inputs.keyCount = keyStore.keys->size();
     inputs.isWaitingForUnlock = *keychain_.isWaitingForUnlock;

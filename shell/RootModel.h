@@ -155,7 +155,7 @@ private:
     Keychain& keychain_;
     std::optional<std::string> expiryNotice_; ///< Of the session's key, as it was told in `remark`.
     std::set<std::string> keysWithoutSecret_; ///< Found out when they were to connect.
-    std::set<std::string> writtenBuckets_; ///< Written to since the browser was told last.
+    std::set<std::string> writtenBuckets_;    ///< Written to since the browser was told last.
     QTimer gathering_;
     TaskScope tasks_;
 };

@@ -11,6 +11,8 @@
 #include <QLineEdit>
 #include <QPushButton>
 
+#include <utility>
+
 namespace {
 
 QWidget* makeNote(const QString& text, QWidget* parent)
@@ -41,8 +43,7 @@ AddKeyView::AddKeyView(KeyStore& store, std::optional<KnownKey> known, AfterAddi
     keyID_->setPlaceholderText(QStringLiteral("0021234000000000000000001"));
     keyID_->setFont(fixedFont());
     keyID_->setInputMethodHints(Qt::ImhNoPredictiveText | Qt::ImhNoAutoUppercase);
-    addRow(tr("keyName"), label_,
-        tr("Any name you like. Using the name from Backblaze keeps the two lists matching"));
+    addRow(tr("keyName"), label_, tr("Any name you like. Using the name from Backblaze keeps the two lists matching"));
     addRow(tr("keyID"), keyID_);
     addRow(tr("applicationKey"), applicationKey_);
     addWide(new LinkLabel(tr("Create a key in Backblaze"), WebPages::applicationKeys, this));
@@ -71,7 +72,8 @@ void AddKeyView::submit()
 void AddKeyView::render()
 {
     if (*model_.addedKeyID) {
-        if (!isVisible())
+        // Closing wipes the secret, which renders again.
+        if (!isVisible() || std::exchange(hasFinished_, true))
             return;
         announce(*(parentWidget() ? parentWidget() : this), tr("Key added"));
         if (onFinished)
@@ -79,11 +81,18 @@ void AddKeyView::render()
         accept();
         return;
     }
-    const bool isValidating = *model_.isValidating;
     verb_->setText(toQString(model_.verb()));
-    setBusy(isValidating, toQString(isValidating ? model_.progressText() : std::string()));
-    if (isValidating)
+    if (*model_.isValidating) {
+        setBusy(true, toQString(model_.progressText()));
+        wasValidating_ = true;
         return;
+    }
+    if (std::exchange(wasValidating_, false)) {
+        setBusy(false);
+        // Locked while the key was checked, the fields have lost the keyboard.
+        applicationKey_->edit().setFocus(Qt::OtherFocusReason);
+        applicationKey_->edit().selectAll();
+    }
     const auto refusal = model_.refusal(fromQString(keyID_->text()), !applicationKey_->isEmpty());
     setVerbEnabled(!refusal, toQString(refusal.value_or("")));
     setMessage(MessageKind::danger, toQString(model_.error->value_or("")));

@@ -32,4 +32,6 @@ private:
     QLineEdit* keyID_;
     SecretField* applicationKey_;
     QPushButton* verb_;
+    bool wasValidating_ = false;
+    bool hasFinished_ = false;
 };

@@ -11,8 +11,8 @@ class RenameSheet final : public Sheet {
 public:
     /// @param text         what the name means and where it goes.
     /// @param serviceName  the name Backblaze has for it, to be taken over; empty for none.
-    RenameSheet(const QString& title, const QString& text, const QString& name, const QString& serviceName,
-        QWidget* parent);
+    RenameSheet(
+        const QString& title, const QString& text, const QString& name, const QString& serviceName, QWidget* parent);
 
 Q_SIGNALS:
     /// The user wants that name; the sheet is closing.

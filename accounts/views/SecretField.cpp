@@ -17,8 +17,6 @@ SecretField::SecretField(const QString& name, QWidget* parent)
     , reveal_(new QToolButton(this))
 {
     edit_->setFont(fixedFont());
-    edit_->setInputMethodHints(
-        Qt::ImhSensitiveData | Qt::ImhHiddenText | Qt::ImhNoPredictiveText | Qt::ImhNoAutoUppercase);
     edit_->setAccessibleName(name);
     edit_->setDragEnabled(false);
     // The standard menu offers to undo.
@@ -68,6 +66,9 @@ void SecretField::wipe()
 void SecretField::setRevealed(bool isRevealed)
 {
     edit_->setEchoMode(isRevealed ? QLineEdit::Normal : QLineEdit::Password);
+    // A field that shows its text drops these.
+    edit_->setInputMethodHints(
+        Qt::ImhSensitiveData | Qt::ImhHiddenText | Qt::ImhNoPredictiveText | Qt::ImhNoAutoUppercase);
     reveal_->setChecked(isRevealed);
     reveal_->setIcon(symbolIcon(isRevealed ? Symbol::eyeOff : Symbol::eye));
     const QString help = isRevealed ? tr("Hide the %1").arg(name_) : tr("Show the %1").arg(name_);

@@ -12,6 +12,8 @@
 #include <QPushButton>
 #include <QRadioButton>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int narrowest = 480;
@@ -208,6 +210,9 @@ void Sheet::setMessage(MessageKind kind, const QString& text)
     messageIcon_->setKind(kind);
     message_->setText(text);
     messageRow_->setVisible(!text.isEmpty());
+    // A message that comes later must not press the rows together.
+    if (isVisible())
+        fitHeight();
     if (isNew && !text.isEmpty()) {
         announce(*messageRow_, text);
     }
@@ -221,11 +226,20 @@ void Sheet::setBusy(bool busy, const QString& text)
     setMessage(MessageKind::notice, busy ? text : QString());
 }
 
+// As high as its texts need at this width: a wrapping label's own guess is for a narrower one.
+void Sheet::fitHeight()
+{
+    column_->activate();
+    if (column_->hasHeightForWidth())
+        resize(width(),
+            isVisible() ? std::max(height(), column_->totalHeightForWidth(width()))
+                        : column_->totalHeightForWidth(width()));
+}
+
 void Sheet::showEvent(QShowEvent* event)
 {
-    // As high as its texts need at this width: a wrapping label's own guess is for a narrower one.
-    if (!event->spontaneous() && column_->hasHeightForWidth())
-        resize(width(), column_->totalHeightForWidth(width()));
+    if (!event->spontaneous())
+        fitHeight();
     QDialog::showEvent(event);
     if (QWidget* field = firstField(rows_); field != nullptr && !rows_->isAncestorOf(focusWidget())) {
         field->setFocus(Qt::OtherFocusReason);

@@ -67,6 +67,7 @@ protected:
 private:
     QLabel* makeCaption(const QString& label, QWidget* field);
     void setVerbButton(QPushButton* button);
+    void fitHeight();
 
     QVBoxLayout* column_;
     QWidget* rows_;

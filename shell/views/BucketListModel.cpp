@@ -12,8 +12,8 @@ void BucketListModel::show(const std::vector<B2Bucket>& buckets)
     std::vector<Row> wanted;
     wanted.reserve(buckets.size());
     for (const auto& bucket : buckets)
-        wanted.push_back({bucket.bucketID, bucket.bucketName, bucket.bucketType.isPublic(),
-            !bucket.bucketType.rawValue.empty()});
+        wanted.push_back(
+            {bucket.bucketID, bucket.bucketName, bucket.bucketType.isPublic(), !bucket.bucketType.rawValue.empty()});
     if (wanted == rows_)
         return;
     // Few rows: those that went are taken out, then each wanted row is moved or put to its place.

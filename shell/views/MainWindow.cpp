@@ -236,19 +236,17 @@ void MainWindow::fillAccountMenu()
     add(tr("Key Details…"), key && root.inspection(*key), key ? tr("Backblaze did not tell of this key") : noKey,
         about(&KeySheets::inspectKey));
     add(tr("Rename Key…"), key.has_value(), noKey, about(&KeySheets::renameKey));
-    add(tr("Rename Account…"), *root.keyStore.session != nullptr, tr("Kestrovan is not connected with a key"), [this] {
-        application_.context->accountRenameTick = *application_.context->accountRenameTick + 1;
-    });
+    add(tr("Rename Account…"), *root.keyStore.session != nullptr, tr("Kestrovan is not connected with a key"),
+        [this] { application_.context->accountRenameTick = *application_.context->accountRenameTick + 1; });
     add(tr("Remove from Kestrovan…"), key.has_value(), noKey, about(&KeySheets::removeKey));
     if (const int count = static_cast<int>(root.keyStore.revokedKeys().size()); count > 0)
-        account_->addAction(
-            count == 1 ? tr("Remove 1 Key Backblaze No Longer Has…")
-                       : tr("Remove %1 Keys Backblaze No Longer Has…").arg(count),
+        account_->addAction(count == 1 ? tr("Remove 1 Key Backblaze No Longer Has…")
+                                       : tr("Remove %1 Keys Backblaze No Longer Has…").arg(count),
             keySheets_, &KeySheets::removeRevokedKeys);
     const auto& keychain = root.keyStore.keychain();
     if (*keychain.useLegacyStore && !*keychain.needsPassphrase)
-        account_->addAction(symbolIcon(Symbol::lock), tr("Protect Keys with a Passphrase…"), keySheets_,
-            &KeySheets::protectStore);
+        account_->addAction(
+            symbolIcon(Symbol::lock), tr("Protect Keys with a Passphrase…"), keySheets_, &KeySheets::protectStore);
     account_->addSeparator();
     auto* const read = account_->addAction(
         symbolIcon(Symbol::refresh), tr("Read Bucket List Again"), &root, &RootModel::reloadBuckets);

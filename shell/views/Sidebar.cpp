@@ -240,7 +240,8 @@ void Sidebar::fillKeyMenu(QMenu& menu, const AppContext& context, RootModel& roo
         action->setChecked(*context.currentKeyID == entry.id);
         action->setEnabled(!entry.isDisabled);
         if (entry.isDisabled)
-            action->setToolTip(QObject::tr("Backblaze no longer has this key, or its secret is not stored on this computer"));
+            action->setToolTip(
+                QObject::tr("Backblaze no longer has this key, or its secret is not stored on this computer"));
         group->addAction(action);
         QObject::connect(action, &QAction::triggered, &root, [&root, id = entry.id] { root.switchTo(id); });
     }

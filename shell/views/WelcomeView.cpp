@@ -36,13 +36,14 @@ QHBoxLayout* makeFeature(Symbol symbol, const QString& title, const QString& tex
     auto* const line = new QHBoxLayout;
     line->setSpacing(Spacing::normal);
     line->addWidget(new SymbolView(symbol, SymbolTint::accent, 24, parent), 0, Qt::AlignTop);
-    line->addLayout(makeTexts(title, {text}, parent), 1);
+    auto* const texts = makeTexts(title, {text}, parent);
+    texts->addStretch();
+    line->addLayout(texts, 1);
     return line;
 }
 
 /// One step: its mark on the left, its texts on the right.
-QVBoxLayout* addStep(
-    QGridLayout& grid, int number, const QString& title, const QStringList& texts, QWidget* parent)
+QVBoxLayout* addStep(QGridLayout& grid, int number, const QString& title, const QStringList& texts, QWidget* parent)
 {
     auto* const mark = makeLabel(WelcomeView::tr("Step %1").arg(number), TextSize::small, QFont::DemiBold, parent);
     mark->setForegroundRole(QPalette::Link);
@@ -139,8 +140,8 @@ QWidget* WelcomeView::makeSteps()
     grid->setHorizontalSpacing(Spacing::large);
     grid->setVerticalSpacing(Spacing::large);
     grid->setColumnStretch(1, 1);
-    auto* const console = addStep(*grid, 1, tr("Open your B2 console"),
-        {tr("Sign in to Backblaze and go to Application Keys.")}, box);
+    auto* const console =
+        addStep(*grid, 1, tr("Open your B2 console"), {tr("Sign in to Backblaze and go to Application Keys.")}, box);
     console->addWidget(new LinkLabel(tr("Open Application Keys"), WebPages::applicationKeys, box));
     auto* const choice =
         addStep(*grid, 2, tr("Choose a key"), {tr("Either works. Kestrovan does what the key allows.")}, box);

@@ -39,9 +39,9 @@ TEST(ExpiryNoticeTest, SpeaksWithinAWeekOfTheEnd)
     using namespace std::chrono_literals;
     const auto now = std::chrono::system_clock::now();
     const auto ending = [&](std::chrono::seconds in) {
-        return B2Authorization{.applicationKeyExpirationTimestamp =
-                                   std::chrono::duration_cast<std::chrono::milliseconds>((now + in).time_since_epoch())
-                                       .count()};
+        return B2Authorization{
+            .applicationKeyExpirationTimestamp =
+                std::chrono::duration_cast<std::chrono::milliseconds>((now + in).time_since_epoch()).count()};
     };
     EXPECT_FALSE(expiryNotice("Office", {}, now));
     EXPECT_FALSE(expiryNotice("Office", ending(8 * 24h), now));

@@ -25,6 +25,8 @@ protected:
         view->onFinished = [this](const std::string& keyID) { finished.push_back(keyID); };
         window.show();
         view->open();
+        QApplication::setActiveWindow(view);
+        QApplication::processEvents();
         verb = button(QStringLiteral("Add Key"));
     }
 
@@ -98,8 +100,7 @@ TEST_F(AddKeyViewTest, ARefusedKeyStaysInTheSheetWithTheReason)
 
     QTest::keyClicks(&field("applicationKey"), QStringLiteral("K004wrong"));
     QTest::mouseClick(verb, Qt::LeftButton);
-    const auto refused =
-        QStringLiteral("Backblaze did not accept this key. Check the applicationKey and try again.");
+    const auto refused = QStringLiteral("Backblaze did not accept this key. Check the applicationKey and try again.");
     ASSERT_TRUE(spinUntil([&] { return shows(refused); }));
     EXPECT_TRUE(verb->isEnabled());
     EXPECT_TRUE(qtRun(keychain.entries()).empty());

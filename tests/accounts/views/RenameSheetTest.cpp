@@ -46,7 +46,6 @@ TEST(RenameSheetTest, TakesATypedNameOrTheOneOfTheService)
 TEST(RenameSheetTest, OffersNoNameOfTheServiceThatIsTheSame)
 {
     QWidget window;
-    const RenameSheet sheet(
-        QStringLiteral("Rename Key"), {}, QStringLiteral("Same"), QStringLiteral("Same"), &window);
+    const RenameSheet sheet(QStringLiteral("Rename Key"), {}, QStringLiteral("Same"), QStringLiteral("Same"), &window);
     EXPECT_EQ(button(sheet, QStringLiteral("Use the name from Backblaze")), nullptr);
 }
