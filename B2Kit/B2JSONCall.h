@@ -24,6 +24,18 @@ inline bool isRefusal(const B2Error& error, std::string_view code)
     return error.api() && error.api()->code == code;
 }
 
+/// The same of a failure that was caught.
+inline bool isRefusal(const std::exception_ptr& failure, std::string_view code)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const B2Error& error) {
+        return isRefusal(error, code);
+    } catch (...) {
+        return false;
+    }
+}
+
 /// @throws B2Error (`InvalidResponse`) that names the operation, when the text is not the record.
 template <class Answer>
 Answer decodeAnswer(std::string_view operation, std::string_view body)

@@ -120,6 +120,16 @@ Task<> requireUnchanged(const B2HashedBody* whole, const std::vector<B2PartStret
         fmt::format("Short read at offset {} of {}", cut->start, file->path.filename().string())});
 }
 
+/// Was the part refused because the file holds other bytes by now, though it looks as it did?
+Task<bool> wasRefusedForItsBytes(const B2HashedBody* part, std::exception_ptr failure)
+{
+    const auto* const file = part->file();
+    if (!file || !isRefusal(failure, "bad_request"))
+        co_return false;
+    B2FileWorker worker;
+    co_return co_await worker.sha1OfFile(*file) != part->sha1;
+}
+
 /// Is it what this upload would have become? Without two digests to compare, a source that may have changed is not.
 bool isOf(const B2HashedBody& whole, const B2FileVersion& version, bool mayHaveChanged)
 {
@@ -318,6 +328,8 @@ Task<> B2Client::sendPart(LargeUpload& upload, int number)
             // The digest is of the part as it was: to send it again would be refused again.
             try {
                 co_await requireUnchanged(&upload.whole, &upload.plan, number);
+                if (co_await wasRefusedForItsBytes(&part, failure))
+                    throw B2Error(B2Error::SourceChangedSinceUpload{number});
             } catch (...) {
                 failure = std::current_exception();
             }
