@@ -199,7 +199,8 @@ private:
 
     struct LargeUpload;
 
-    /// The version that a large file became, or nothing when it did not or nobody knows.
+    /// The version that a large file became, or nothing when it did not.
+    /// @throws B2Error when the service does not say.
     Task<std::optional<B2FileVersion>> finishedLargeFile(std::string fileID);
     Task<> start(LargeUpload& upload);
     /// Finds the parts that need not be sent again.

@@ -28,6 +28,13 @@ struct B2ListUnfinishedLargeFilesRequest {
     int maxFileCount = 100;                 ///< 1 to 100, which is also what a larger number asks for.
 };
 
+/// What a caller found a source file to be.
+struct B2SourceState {
+    std::int64_t size = 0;
+    std::chrono::system_clock::time_point modificationDate;
+    std::uint64_t inode = 0;
+};
+
 /// A file, or bytes in memory, to upload in parts.
 ///
 /// The callbacks come on any thread and return quickly; none comes after the upload's end.
@@ -52,6 +59,8 @@ struct B2UploadLargeFileRequest {
 
     /// An unfinished large file to go on with. Of a source that has not changed since, its digest need not be recorded
     /// again; of one that may have, `verifiesEveryPart` and the `startedSHA1` are compared before a part is trusted.
+    /// What the caller's decisions rest on: a file that is another one by the time it is read is refused.
+    std::optional<B2SourceState> expectedSource;
     std::optional<std::string> resumeFileID;
     /// Compare every stored part with the source before it is trusted, and not the lowest alone: for a source whose
     /// modification date is another than the one it was started with.

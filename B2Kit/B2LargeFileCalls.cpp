@@ -5,6 +5,8 @@
 #include "B2Kit/JSONObject.h"
 #include "async/Cancelled.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 namespace {
@@ -88,16 +90,27 @@ Task<B2FileVersion> B2Client::finishLargeFile(std::string fileID, std::vector<st
 
 Task<std::optional<B2FileVersion>> B2Client::finishedLargeFile(std::string fileID)
 {
+    std::string reason;
     try {
-        auto version = co_await fileInfo(std::move(fileID));
+        auto version = co_await fileInfo(fileID);
         if (version.action.rawValue == "upload")
             co_return version;
+        co_return std::nullopt;
     } catch (const Cancelled&) {
         throw;
-    } catch (const std::exception&) {
-        // Nobody knows, so the failure that led here stands; the log has this one as well.
+    } catch (const B2Error& error) {
+        constexpr int notFound = 404;
+        if (error.api() && error.api()->status == notFound)
+            co_return std::nullopt;
+        reason = error.what();
+    } catch (const std::exception& error) {
+        reason = error.what();
     }
-    co_return std::nullopt;
+    // To send it all anew could store it twice.
+    throw B2Error(B2Error::InvalidResponse{
+        fmt::format("Whether large file {} was finished is not known: B2 did not say ({}). Look whether the file is "
+                    "there before you send it again.",
+            fileID, reason)});
 }
 
 Task<B2CancelledLargeFile> B2Client::cancelLargeFile(std::string fileID)

@@ -105,6 +105,18 @@ Task<B2HashedBody> hashedPart(const B2HashedBody* whole, B2PartStretch stretch, 
     co_return part;
 }
 
+/// @throws B2FileError when the file that was read is not the one that the caller has looked at.
+void requireExpected(const B2HashedBody& whole, const std::optional<B2SourceState>& expected)
+{
+    const auto* const file = whole.file();
+    if (!expected || !file || !whole.stamp)
+        return;
+    const auto sinceEpoch = std::chrono::nanoseconds(expected->modificationDate.time_since_epoch());
+    if (*whole.stamp
+        != B2FileStamp{.size = expected->size, .modifiedNanoseconds = sinceEpoch.count(), .inode = expected->inode})
+        throw changedFileError(file->path, false);
+}
+
 /// @throws B2Error when the file is no longer what was hashed.
 Task<> requireUnchanged(const B2HashedBody* whole, const std::vector<B2PartStretch>* plan, int partNumber)
 {
@@ -169,6 +181,7 @@ Task<B2FileVersion> B2Client::uploadLargeFile(B2UploadLargeFileRequest request)
             planParts(size, upload.request.partSize, storage.recommendedPartSize, storage.absoluteMinimumPartSize);
     }
     upload.whole = co_await hashedSource(size, &upload.plan, &upload.request);
+    requireExpected(upload.whole, upload.request.expectedSource);
     auto& fileInfo = upload.request.fileInfo;
     if (!upload.whole.sha1.empty())
         fileInfo["large_file_sha1"] = upload.whole.sha1;

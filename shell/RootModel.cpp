@@ -252,11 +252,6 @@ void RootModel::switchTo(std::string keyID)
     tasks_.start(selectByKeyID(std::move(keyID)));
 }
 
-void RootModel::renameKey(StoredKey key, std::string name)
-{
-    tasks_.start(keyStore.rename(std::move(key), std::move(name)));
-}
-
 void RootModel::tryAgain()
 {
     if (*keyStore.isConnecting)

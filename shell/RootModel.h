@@ -3,8 +3,8 @@
 #include "accounts/AppContext.h"
 #include "accounts/KeyInspection.h"
 #include "accounts/KeyStore.h"
-#include "accounts/KeysModel.h"
 #include "accounts/KeySwitcherModel.h"
+#include "accounts/KeysModel.h"
 #include "browser/BrowserModel.h"
 #include "browser/ListingCache.h"
 #include "buckets/BucketsModel.h"
@@ -75,8 +75,6 @@ public:
     /// Connects with another stored key. The session there is stays until the new one stands.
     void switchTo(std::string keyID);
     void tryAgain();
-    /// Gives a stored key another name; a failure is in the log.
-    void renameKey(StoredKey key, std::string name);
     void reloadBuckets();
     /// Reads the stored keys again: another program may have changed them. Connects when that brings the first key.
     void reloadKeys();

@@ -21,6 +21,12 @@ std::size_t nameLimit(long limit)
     return limit > 0 ? static_cast<std::size_t>(limit) : usualNameLimit;
 }
 
+bool isFolderAt(const B2Place& place)
+{
+    struct stat info = {};
+    return fstatat(place.base(), place.relative().c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(info.st_mode);
+}
+
 PreparedDestination settle(const B2Place& wanted, std::size_t limit, ExistingFilePolicy policy, ReservedPaths& reserved,
     const LandedFiles* landed)
 {
@@ -29,6 +35,8 @@ PreparedDestination settle(const B2Place& wanted, std::size_t limit, ExistingFil
     // A file with the form of our temporary names would be cleared away one day.
     prepared.isTwin =
         (standing && landed && landed->contains(*standing)) || isTemporaryName(wanted.path.filename().native());
+    // A folder of that name is not the file.
+    prepared.isTwin = prepared.isTwin || (standing && policy == ExistingFilePolicy::skip && isFolderAt(wanted));
     if (standing && !prepared.isTwin && policy == ExistingFilePolicy::skip) {
         prepared.choice.skippedFor = wanted.path;
         return prepared;

@@ -5,6 +5,7 @@
 #include "transfers/FailureTexts.h"
 #include "transfers/FolderLanding.h"
 #include "transfers/LocalNames.h"
+#include "transfers/RowReports.h"
 #include "transfers/TransferRun.h"
 
 #include <fmt/format.h>
@@ -112,11 +113,14 @@ Task<Outcome> fetch(const DownloadOrder& order, const TransferRun& run, const Do
     auto destination = destinationOf(*prepared);
     Landed landed;
     if (order.file.fileID) {
-        B2DownloadByIDRequest request{.fileID = *order.file.fileID, .onProgress = progressOf(run)};
+        B2DownloadByIDRequest request{
+            .fileID = *order.file.fileID, .onProgress = progressOf(run), .onRetry = retryReportsOf(run)};
         landed.metadata = co_await client->downloadByIDToFile(std::move(request), std::move(destination));
     } else {
-        B2DownloadByNameRequest request{
-            .bucketName = order.bucket.bucketName, .fileName = order.file.fileName, .onProgress = progressOf(run)};
+        B2DownloadByNameRequest request{.bucketName = order.bucket.bucketName,
+            .fileName = order.file.fileName,
+            .onProgress = progressOf(run),
+            .onRetry = retryReportsOf(run)};
         landed.metadata = co_await client->downloadByNameToFile(std::move(request), std::move(destination));
     }
     landed.path = co_await landedPath(order, *prepared, transfer);
@@ -165,7 +169,11 @@ Task<> runDownload(DownloadOrder order, TransferRun run, DownloadContext context
     } catch (...) {
         failure = std::current_exception();
     }
-    const bool wasStopped = (co_await currentStopToken()).stop_requested();
+    if (run.isCurrent())
+        run.transfer->partsInTrouble = {};
+    // A child that had landed when the stop came is there, and the next attempt at its folder leaves it out.
+    const bool isChildDone = outcome && std::holds_alternative<Landed>(*outcome) && !run.transfer->parent.expired();
+    const bool wasStopped = (co_await currentStopToken()).stop_requested() && !isChildDone;
     if (wasStopped || (failure && isCancellation(failure)))
         run.setState(Transfer::State::cancelled());
     else if (failure)

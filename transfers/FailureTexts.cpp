@@ -84,9 +84,12 @@ std::string resumableFailureText(const std::exception_ptr& failure)
         if (isGoneAtService(error))
             return "The unfinished upload is no longer at B2: it was cancelled or finished elsewhere. Retry sends the "
                    "whole file anew.";
+        if (std::holds_alternative<B2Error::SourceChangedSinceUpload>(error.which()))
+            return std::string(error.what())
+                + " The parts already sent stay stored until they are removed from the bucket's unfinished uploads.";
         return textOf(error, "the parts already sent stay stored");
     } catch (...) {
-        return failureText(failure);
+        return failureText(failure) + " The parts already sent stay stored.";
     }
 }
 

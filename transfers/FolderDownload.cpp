@@ -195,7 +195,7 @@ Task<> downloadAll(Run& self, FolderTally& tally)
     for (const auto& file : self.files) {
         co_await checkCancelled();
         if (done.contains(file.relativePath)) {
-            tally.complete(file.size);
+            tally.completeWithoutMoving(file.size);
             co_await tally.breathe();
         } else {
             co_await downloadFile(self, tally, file);

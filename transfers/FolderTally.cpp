@@ -51,24 +51,30 @@ void FolderTally::begin(const std::shared_ptr<Transfer>& child)
 void FolderTally::complete(std::int64_t size)
 {
     ++completed_;
-    count(size);
+    count(size, true);
+}
+
+void FolderTally::completeWithoutMoving(std::int64_t size)
+{
+    ++completed_;
+    count(size, false);
 }
 
 void FolderTally::skip(std::string relativePath, std::string reason, std::int64_t size)
 {
     ++skipped_;
     problems_.push_back({std::move(relativePath), std::move(reason), false});
-    complete(size);
+    completeWithoutMoving(size);
 }
 
 void FolderTally::fail(std::string relativePath, std::string reason, std::int64_t size)
 {
     ++failed_;
     problems_.push_back({std::move(relativePath), std::move(reason)});
-    count(size);
+    count(size, false);
 }
 
-void FolderTally::count(std::int64_t size)
+void FolderTally::count(std::int64_t size, bool hasMoved)
 {
     bytes_ += size;
     if (!run_.isCurrent())
@@ -79,6 +85,9 @@ void FolderTally::count(std::int64_t size)
     folder.filesSkipped = skipped_;
     folder.bytesFromFinishedFiles = bytes_;
     folder.bytesTransferred = bytes_;
+    // What did not move says nothing of the pace.
+    if (!hasMoved)
+        folder.bytesAtStart = *folder.bytesAtStart + size;
 }
 
 Task<> FolderTally::breathe()

@@ -22,6 +22,8 @@ public:
 
     // The end of a file, whether it had a record or not.
     void complete(std::int64_t size);
+    /// An earlier attempt has done it.
+    void completeWithoutMoving(std::int64_t size);
     void skip(std::string relativePath, std::string reason, std::int64_t size);
     void fail(std::string relativePath, std::string reason, std::int64_t size);
 
@@ -35,7 +37,7 @@ public:
     void stop();
 
 private:
-    void count(std::int64_t size);
+    void count(std::int64_t size, bool hasMoved);
     void publish();
 
     TransferRun run_;

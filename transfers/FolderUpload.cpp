@@ -137,12 +137,13 @@ Task<> runFolderUpload(FolderUploadOrder order, TransferRun run, UploadContext c
     if (!stop.stop_requested() && !begin(tally, run, found))
         co_return;
 
-    co_await tellRefused(&tally, &found);
+    if (!stop.stop_requested())
+        co_await tellRefused(&tally, &found);
     for (const auto& file : found.files) {
         if (stop.stop_requested())
             break;
         if (isDone(*order.progress, file)) {
-            tally.complete(file.size);
+            tally.completeWithoutMoving(file.size);
             co_await tally.breathe();
             continue;
         }

@@ -36,14 +36,15 @@ bool isAsItWasStarted(const Transfer& transfer, const UploadSource& source)
 
 ChecksumPass decidePass(const Transfer& transfer, const UploadSource& source, const Settings& settings)
 {
-    // The setting's value true turns the pass off; its name is older than its meaning.
-    const bool isTurnedOff = settings.boolean(SettingsKeys::recordWholeFileChecksum).value_or(false);
-    if (*transfer.resumableFileID) {
-        const bool needsProof = !isAsItWasStarted(transfer, source) && !transfer.startedSHA1->empty();
-        return needsProof ? ChecksumPass::runsForChangedSource : ChecksumPass::resuming;
-    }
+    const bool isResuming = transfer.resumableFileID->has_value();
+    if (isResuming && !isAsItWasStarted(transfer, source) && !transfer.startedSHA1->empty())
+        return ChecksumPass::runsForChangedSource;
     if (isSkipRaised(transfer))
         return ChecksumPass::skippedForFolder;
+    if (isResuming)
+        return ChecksumPass::resuming;
+    // The setting's value true turns the pass off; its name is older than its meaning.
+    const bool isTurnedOff = settings.boolean(SettingsKeys::recordWholeFileChecksum).value_or(false);
     return isTurnedOff ? ChecksumPass::turnedOff : ChecksumPass::runs;
 }
 
@@ -140,6 +141,7 @@ Task<> sendInParts(const UploadOrder* order, const TransferRun* run, const Uploa
         .source = source->path,
         .modificationDate = source->modificationDate,
         .recordsWholeFileChecksum = isHashing,
+        .expectedSource = B2SourceState{source->byteCount, source->modificationDate, source->inode},
         .resumeFileID = *transfer.resumableFileID,
         .onHashing = hashingReportsOf(*run, source->byteCount),
         .onStarted = startReportOf(*run, *order, *source, context->resumeStore),
@@ -172,11 +174,12 @@ LargeUploadEnd endOfLargeUpload(Transfer& transfer, const std::exception_ptr& fa
         return {text, text};
     }
     auto text = resumableFailureText(failure);
-    if (!isResumable(failure)) {
-        // The parts stay stored until somebody removes them; the next attempt is another large file.
+    // Once parts were sent, a source with another date may still have the same content: the next attempt compares it.
+    const bool hasBegun = transfer.partCount->has_value();
+    if (!hasBegun && !isResumable(failure)) {
         transfer.resumableFileID = std::nullopt;
         transfer.startedSHA1 = std::string();
-        return {text, fmt::format("{} - large file {} stays among the bucket's unfinished uploads", text, *fileID)};
+        return {text, text};
     }
     auto detail = fmt::format("{} - resumable, large file {} still holds the parts already sent", text, *fileID);
     return {std::move(text), std::move(detail)};

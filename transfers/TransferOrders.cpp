@@ -149,12 +149,13 @@ Task<std::optional<std::string>> TransferQueue::resume(
     ResumableUpload upload, B2Bucket bucket, std::shared_ptr<B2Session> session)
 {
     const QPointer<TransferQueue> self = this;
-    const auto source = co_await runInBackground([path = upload.source.path] { return inspectUploadSource(path); });
+    const auto source =
+        co_await runInBackground([path = upload.source.path] { return inspectUploadSource(path, partsStayStored); });
     co_await checkCancelled();
     if (!self)
         co_return std::nullopt;
     if (!source)
-        co_return source.error() + " The parts already sent stay stored.";
+        co_return source.error();
     if (inFlightFileIDs().contains(upload.fileID))
         co_return fmt::format("\"{}\" is being uploaded already.", upload.remoteName);
 

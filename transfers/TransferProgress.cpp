@@ -25,6 +25,14 @@ const Transfer* hashingFile(const Transfer& transfer)
     return *transfer.isHashing ? &transfer : nullptr;
 }
 
+bool canSkipChecksum(const Transfer& transfer)
+{
+    const auto& child = *transfer.activeChild;
+    const Transfer& target = child ? *child : transfer;
+    return transfer.state->is(Transfer::State::Case::running) && *target.isHashing && !*target.checksumSkipped
+        && !*target.resumableFileID;
+}
+
 std::optional<double> fractionDone(const Transfer& transfer)
 {
     if (const auto* const file = hashingFile(transfer)) {

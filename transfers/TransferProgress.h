@@ -6,6 +6,10 @@
 
 /// How far a transfer is and how long it will take. Functions of its fields; the caller brings the clock.
 
+/// Runs a checksum pass that may be given up? Not the one that proves a source to be what an unfinished upload began
+/// with.
+bool canSkipChecksum(const Transfer& transfer);
+
 /// 0 to 1, or nothing while it cannot be told.
 std::optional<double> fractionDone(const Transfer& transfer);
 

@@ -4,6 +4,7 @@
 #include "foundation/MainExecutor.h"
 #include "foundation/Texts.h"
 #include "transfers/FailureTexts.h"
+#include "transfers/TransferProgress.h"
 
 #include <QPointer>
 #include <QThread>
@@ -139,7 +140,10 @@ bool TransferQueue::canRetry(const Transfer& transfer) const
 {
     const auto& state = *transfer.state;
     return (state.is(Transfer::State::Case::failed) || state.is(Transfer::State::Case::cancelled))
-        && (transfer.kind == Transfer::Kind::download || *transfer.localPath) && works_.contains(transfer.id);
+        && (transfer.kind == Transfer::Kind::download || *transfer.localPath)
+        && works_.contains(transfer.id)
+        // Resumed elsewhere in the list, it would be sent twice.
+        && !(*transfer.resumableFileID && inFlightFileIDs().contains(**transfer.resumableFileID));
 }
 
 void TransferQueue::retry(const std::shared_ptr<Transfer>& transfer)
@@ -152,10 +156,10 @@ void TransferQueue::retry(const std::shared_ptr<Transfer>& transfer)
 
 void TransferQueue::skipChecksum(const std::shared_ptr<Transfer>& transfer)
 {
+    if (!canSkipChecksum(*transfer))
+        return;
     const auto& child = *transfer->activeChild;
     const auto& target = child ? child : transfer;
-    if (!*target->isHashing || *target->checksumSkipped)
-        return;
     // The flag of a folder is every child's.
     transfer->skipChecksum->raise();
     target->checksumSkipped = true;

@@ -1,4 +1,5 @@
 #include "B2Kit/B2Client.h"
+#include "B2Kit/B2PartPlan.h"
 #include "B2Kit/B2RetryPolicy.h"
 #include "async/Background.h"
 #include "foundation/ActivityLog.h"
@@ -25,6 +26,12 @@ std::optional<Problem> problem(std::string text)
     return Problem{text, text};
 }
 
+/// What has become of the bytes when the source cannot be read.
+std::string_view keptOf(const Transfer& transfer)
+{
+    return *transfer.resumableFileID ? partsStayStored : nothingWasSent;
+}
+
 Task<> sendWhole(const UploadOrder* order, const TransferRun* run, const UploadSource* source, std::string contentType)
 {
     noteTransferStart(*run->transfer);
@@ -43,8 +50,10 @@ Task<> sendWhole(const UploadOrder* order, const TransferRun* run, const UploadS
 Task<std::optional<Problem>> endOfWhole(const UploadSource* source, std::exception_ptr failure)
 {
     // Hash and body are read one after the other: what was written meanwhile makes them differ, or is missing.
-    const bool isSame = co_await runInBackground([source = *source] { return isUnchanged(source); });
-    if (isSame && !failure)
+    const auto now = co_await runInBackground([source = *source] { return compare(source); });
+    const bool isSame = now == SourceChange::none;
+    // The service has checked what came against the digest, so a file that has gone since is stored whole.
+    if (!failure && now != SourceChange::changed)
         co_return std::nullopt;
     if (isSame || (failure && isRetryableConnectionFailure(failure)))
         co_return problem(uploadFailureText(failure));
@@ -54,9 +63,10 @@ Task<std::optional<Problem>> endOfWhole(const UploadSource* source, std::excepti
             fmt::format("\"{}\" changed or went away while it was being uploaded, so nothing was stored of it. "
                         "Upload it again when nothing writes to it any more.",
                 name));
-    co_return problem(fmt::format("\"{}\" changed while it was being uploaded. B2 holds it as it was before; upload it "
-                                  "again to store what it holds now.",
-        name));
+    co_return problem(
+        fmt::format("\"{}\" changed while it was being uploaded. B2 holds it as it was when it was read; upload "
+                    "it again to store what it holds now.",
+            name));
 }
 
 /// Sends the file.
@@ -66,13 +76,22 @@ Task<std::optional<Problem>> send(const UploadOrder& order, const TransferRun& r
     Transfer& transfer = *run.transfer;
     run.setState(Transfer::State::running());
     co_await checkCancelled();
-    auto inspected = co_await runInBackground(
-        [path = order.source] { return InspectedFile{inspectUploadSource(path), contentTypeFor(path)}; });
+    auto inspected = co_await runInBackground([path = order.source, kept = keptOf(transfer)] {
+        return InspectedFile{inspectUploadSource(path, kept), contentTypeFor(path)};
+    });
     co_await checkCancelled();
     if (!inspected.source)
         co_return problem(inspected.source.error());
     const UploadSource& source = *inspected.source;
     transfer.byteCount = source.byteCount;
+    if (*transfer.resumableFileID && source.byteCount < B2LargeFileLimits::smallestFile) {
+        transfer.resumableFileID = std::nullopt;
+        transfer.startedSHA1 = std::string();
+        co_return problem(fmt::format(
+            "\"{}\" is much smaller than when its upload began, so that upload can't go on. Its parts stay stored "
+            "until they are removed from the bucket's unfinished uploads. Retry sends the file as it is now.",
+            source.path.filename().string()));
+    }
     // What was begun in parts goes on in parts, whatever the size is now.
     const bool isLarge = source.byteCount >= largeFileThreshold || *transfer.resumableFileID;
 

@@ -23,20 +23,19 @@ std::chrono::system_clock::time_point toDate(const timespec& time)
         std::chrono::duration_cast<std::chrono::system_clock::duration>(sinceEpoch));
 }
 
-std::string whyUnreadable(const std::filesystem::path& path, int systemError)
+std::string whyUnreadable(const std::filesystem::path& path, int systemError, std::string_view kept)
 {
     const auto name = path.filename().string();
     const auto folder = path.parent_path().string();
     switch (systemError) {
     case ENOENT:
     case ENOTDIR:
-        return fmt::format("\"{}\" is no longer in \"{}\". Nothing was sent.", name, folder);
+        return fmt::format("\"{}\" is no longer in \"{}\". {}", name, folder, kept);
     case EACCES:
     case EPERM:
-        return fmt::format("\"{}\" can't be read: you have no permission. Nothing was sent.", name);
+        return fmt::format("\"{}\" can't be read: you have no permission. {}", name, kept);
     default:
-        return fmt::format(
-            "\"{}\" can't be read: {}. Nothing was sent.", name, std::generic_category().message(systemError));
+        return fmt::format("\"{}\" can't be read: {}. {}", name, std::generic_category().message(systemError), kept);
     }
 }
 
@@ -49,26 +48,28 @@ bool isUTF8(std::string_view text)
 
 } // namespace
 
-std::expected<UploadSource, std::string> inspectUploadSource(const std::filesystem::path& path)
+std::expected<UploadSource, std::string> inspectUploadSource(const std::filesystem::path& path, std::string_view kept)
 {
     const auto name = path.filename().string();
     struct stat info = {};
     if (stat(path.c_str(), &info) != 0)
-        return std::unexpected(whyUnreadable(path, errno));
+        return std::unexpected(whyUnreadable(path, errno, kept));
     if (S_ISDIR(info.st_mode))
-        return std::unexpected(fmt::format("\"{}\" is a folder now and no file. Nothing was sent.", name));
+        return std::unexpected(fmt::format("\"{}\" is a folder now and no file. {}", name, kept));
     if (!S_ISREG(info.st_mode))
-        return std::unexpected(fmt::format("\"{}\" is not a file with content. Nothing was sent.", name));
+        return std::unexpected(fmt::format("\"{}\" is not a file with content. {}", name, kept));
     if (access(path.c_str(), R_OK) != 0)
-        return std::unexpected(whyUnreadable(path, errno));
+        return std::unexpected(whyUnreadable(path, errno, kept));
     return UploadSource{path, info.st_size, toDate(info.st_mtim), info.st_dev, info.st_ino};
 }
 
-bool isUnchanged(const UploadSource& source)
+SourceChange compare(const UploadSource& source)
 {
     struct stat info = {};
-    return stat(source.path.c_str(), &info) == 0
-        && source == UploadSource{source.path, info.st_size, toDate(info.st_mtim), info.st_dev, info.st_ino};
+    if (stat(source.path.c_str(), &info) != 0)
+        return errno == ENOENT ? SourceChange::gone : SourceChange::changed;
+    const UploadSource now{source.path, info.st_size, toDate(info.st_mtim), info.st_dev, info.st_ino};
+    return now == source ? SourceChange::none : SourceChange::changed;
 }
 
 std::string contentTypeFor(const std::filesystem::path& path)

@@ -11,6 +11,9 @@
 /// Files from this size on are sent in parts.
 inline constexpr std::int64_t largeFileThreshold = 100'000'000;
 
+inline constexpr std::string_view nothingWasSent = "Nothing was sent.";
+inline constexpr std::string_view partsStayStored = "The parts already sent stay stored.";
+
 /// A file to send, as it was when it was looked at.
 struct UploadSource {
     std::filesystem::path path;
@@ -24,11 +27,15 @@ struct UploadSource {
 
 /// Looks at a file that is to be sent. Follows links. Blocks.
 ///
-/// @returns a sentence when it cannot be sent: it is gone, no regular file, not readable or too large.
-std::expected<UploadSource, std::string> inspectUploadSource(const std::filesystem::path& path);
+/// @param kept  the sentence about what has become of its bytes.
+/// @returns a sentence when it cannot be sent: it is gone, no regular file or not readable.
+std::expected<UploadSource, std::string> inspectUploadSource(
+    const std::filesystem::path& path, std::string_view kept = nothingWasSent);
+
+enum class SourceChange { none, changed, gone };
 
 /// Is it still the file it was, with the same size and date? Blocks.
-bool isUnchanged(const UploadSource& source);
+SourceChange compare(const UploadSource& source);
 
 /// The type the file's extension stands for, or "b2/x-auto", which lets the service choose. Reads no file content, but
 /// the first call reads the system's list of types. From any thread.

@@ -11,13 +11,13 @@ protected:
     AccountSwitchTest()
     {
         settings.set(SettingsKeys::lastKeyID, first);
-        QObject::connect(&root.buckets, &Observable::changed, &root, [this] {
+        QObject::connect(&root.buckets, &Observable::changed, &watching, [this] {
             const auto session = *root.buckets.session;
             for (const auto& bucket : *root.buckets.buckets)
                 hasMixed = hasMixed || !session || bucket.accountID != session->authorization.accountID;
         });
-        QObject::connect(&root.browser, &Observable::changed, &root, [this] { lookAtRows(); });
-        QObject::connect(&root, &Observable::changed, &root, [this] { lookAtRows(); });
+        QObject::connect(&root.browser, &Observable::changed, &watching, [this] { lookAtRows(); });
+        QObject::connect(&root, &Observable::changed, &watching, [this] { lookAtRows(); });
     }
 
     void lookAtRows()
@@ -71,6 +71,7 @@ protected:
     std::map<std::string, std::string> owners; ///< Account ids by row id.
     bool hasMixed = false;
     std::int64_t rowsSeen = 0;
+    const QObject watching; ///< Ends the watching before what it notes goes.
 };
 
 } // namespace

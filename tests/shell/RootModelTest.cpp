@@ -53,7 +53,9 @@ TEST_F(RootModelTest, NeverMixesOneKeyWithTheBucketsOfAnother)
 {
     settings.set(SettingsKeys::lastKeyID, first);
     std::vector<std::string> titles;
-    QObject::connect(&root, &Observable::changed, &root, [&] { titles.push_back(root.detailState().notice.title); });
+    const QObject watching;
+    QObject::connect(
+        &root, &Observable::changed, &watching, [&] { titles.push_back(root.detailState().notice.title); });
     root.start();
     ASSERT_TRUE(isBrowsing(first));
     EXPECT_THAT(titles, testing::Each(""));
@@ -78,7 +80,8 @@ TEST_F(RootModelTest, ListsTheFolderAFewTimesWhenManyUploadsEnd)
     ASSERT_TRUE(isBrowsing(first));
     int listings = 0;
     bool wasLoading = false;
-    QObject::connect(&root.browser, &Observable::changed, &root, [&] {
+    const QObject watching;
+    QObject::connect(&root.browser, &Observable::changed, &watching, [&] {
         listings += *root.browser.isLoading && !wasLoading ? 1 : 0;
         wasLoading = *root.browser.isLoading;
     });

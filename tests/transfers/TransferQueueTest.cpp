@@ -250,6 +250,7 @@ TEST_F(TransferQueueTest, SkipsTheChecksumOfTheChildThatIsReadAndOfAllToCome)
 
     const auto child = std::make_shared<Transfer>(Transfer::Kind::upload, "photos/a.raw");
     child->isHashing = true;
+    folder->state = Transfer::State::running();
     folder->activeChild = child;
     queue.skipChecksum(folder);
     EXPECT_TRUE(folder->skipChecksum->isRaised());

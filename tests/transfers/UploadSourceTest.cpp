@@ -32,16 +32,16 @@ TEST_F(UploadSourceTest, NoticesAFileThatIsNotWhatItWas)
     writeFile(file, "one");
     const auto source = inspectUploadSource(file);
     ASSERT_TRUE(source);
-    EXPECT_TRUE(isUnchanged(*source));
+    EXPECT_EQ(compare(*source), SourceChange::none);
 
     writeFile(file, "three");
-    EXPECT_FALSE(isUnchanged(*source));
+    EXPECT_EQ(compare(*source), SourceChange::changed);
     writeFile(directory / "other", "one");
     std::filesystem::last_write_time(directory / "other", std::filesystem::last_write_time(file));
     std::filesystem::rename(directory / "other", file);
-    EXPECT_FALSE(isUnchanged(*source)) << "another file of the same size under its name";
+    EXPECT_EQ(compare(*source), SourceChange::changed) << "another file of the same size under its name";
     std::filesystem::remove(file);
-    EXPECT_FALSE(isUnchanged(*source));
+    EXPECT_EQ(compare(*source), SourceChange::gone);
 }
 
 TEST_F(UploadSourceTest, TakesTheTypeFromTheExtensionAlone)

@@ -76,8 +76,7 @@ std::vector<TransferAction> TransferListView::actionsOf(const Transfer& transfer
 {
     const auto& state = *transfer.state;
     std::vector<TransferAction> actions;
-    const auto* const hashing = hashingFile(transfer);
-    if (hashing && !*hashing->checksumSkipped && state.is(Transfer::State::Case::running))
+    if (canSkipChecksum(transfer))
         actions.push_back(TransferAction::skipChecksum);
     else if (!transfer.fileProblems->empty())
         actions.push_back(TransferAction::details);
