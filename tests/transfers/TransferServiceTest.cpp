@@ -126,9 +126,20 @@ TEST_F(TransferServiceTest, SaysThatASourceWentAwayOrChanged)
     EXPECT_TRUE(spinUntil([&] { return second->state->is(Case::running) && *second->transferStartedAt; }));
     std::filesystem::remove(file);
 
-    EXPECT_THAT(endOf(first).text, HasSubstr("changed"));
+    // What had been read when the file went is whole at the service.
+    EXPECT_EQ(endOf(first), State::finished());
     EXPECT_THAT(endOf(waiting).text, HasSubstr("\"a.bin\" is no longer in"));
-    EXPECT_EQ(lines().back(), "Upload of a.bin failed");
+    EXPECT_THAT(lines(), Contains("Upload of a.bin failed"));
+    endOf(second);
+
+    const auto other = directory / "b.bin";
+    writeFile(other, std::string(500'000, 'x'));
+    plant(R"({"kind": "stall", "operation": "b2_upload_file", "milliseconds": 600, "in": "request", "count": 1})");
+    const auto changing = upload(other, "4/");
+    EXPECT_TRUE(spinUntil([&] { return changing->transferStartedAt->has_value(); }));
+    spinUntil([] { return false; }, 200ms);
+    writeFile(other, std::string(500'000, 'y'));
+    EXPECT_THAT(endOf(changing).text, HasSubstr("changed while it was being uploaded"));
     for (const auto& version : stored())
         EXPECT_EQ(version.contentLength, 500'000) << "whole or not at all";
 }
