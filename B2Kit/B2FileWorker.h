@@ -1,8 +1,8 @@
 #pragma once
 
 #include "B2Kit/B2Error.h"
-#include "B2Kit/B2Requests.h"
 #include "B2Kit/B2PartPlan.h"
+#include "B2Kit/B2Requests.h"
 #include "B2Kit/B2Transport.h"
 #include "async/Executor.h"
 

@@ -63,8 +63,7 @@ private:
     Task<bool> resume(std::string name)
     {
         std::vector<B2FileVersion> versions;
-        auto unfinished =
-            session_->client->allUnfinishedLargeFiles({.bucketID = bucket_.bucketID, .namePrefix = name});
+        auto unfinished = session_->client->allUnfinishedLargeFiles({.bucketID = bucket_.bucketID, .namePrefix = name});
         while (auto file = co_await unfinished.next())
             versions.push_back(std::move(*file));
         B2ListFileNamesRequest request{.bucketID = bucket_.bucketID, .startFileName = name, .maxFileCount = 1};

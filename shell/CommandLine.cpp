@@ -52,8 +52,8 @@ std::expected<CommandLine, std::string> parseCommandLine(const std::vector<std::
             given = name.substr(equals + 1);
             name.resize(equals);
         }
-        const bool takesValue =
-            name == "--tour" || name == "--tour-chapter" || name == "--tour-file" || name == "--key-id" || name == "--endpoint" || name == "--certificate-authority";
+        const bool takesValue = name == "--tour" || name == "--tour-chapter" || name == "--tour-file"
+            || name == "--key-id" || name == "--endpoint" || name == "--certificate-authority";
         if (takesValue && !given && i + 1 < arguments.size())
             given = arguments[++i];
         if (takesValue && (!given || given->empty()))

@@ -12,10 +12,10 @@ struct CommandLine {
     std::optional<std::filesystem::path> tour; ///< Walk through the program by itself and keep pictures here.
     /// Of a tour: the walk of a process that the tour itself has started, "begin-upload" or "resume-upload", and
     std::string tourChapter;
-    std::filesystem::path tourFile;            ///< the file it is about.
-    std::optional<std::string> keyID;          ///< Connect with this key; its secret comes from elsewhere.
-    std::string endpoint;                      ///< Where keys are authorized.
-    std::string certificateAuthorityFile;      ///< PEM to trust instead of the system's; empty for the system's.
+    std::filesystem::path tourFile;       ///< the file it is about.
+    std::optional<std::string> keyID;     ///< Connect with this key; its secret comes from elsewhere.
+    std::string endpoint;                 ///< Where keys are authorized.
+    std::string certificateAuthorityFile; ///< PEM to trust instead of the system's; empty for the system's.
     bool wantsHelp = false;
     bool wantsVersion = false;
 
