@@ -35,6 +35,13 @@ void report(const std::exception_ptr& error)
     ActivityLog::shared().record({B2LogLevel::error, "app", "A step ended before it was done", std::move(reason)});
 }
 
+/// Whoever has stopped a task before it begins may be gone already.
+Task<> beginUnlessStopped(Task<> task)
+{
+    co_await checkCancelled();
+    co_await std::move(task);
+}
+
 } // namespace
 
 void TaskScope::State::end(std::uint64_t id, const std::exception_ptr& error)
@@ -64,7 +71,7 @@ SpawnedTask TaskScope::start(Task<> task)
     std::stop_source stop;
     state_->running.emplace(id, stop);
     return spawn(
-        MainExecutor::shared(), std::move(task),
+        MainExecutor::shared(), beginUnlessStopped(std::move(task)),
         [state = state_, id](const std::exception_ptr& error) { state->end(id, error); }, stop);
 }
 

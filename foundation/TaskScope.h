@@ -18,7 +18,7 @@ public:
     TaskScope(const TaskScope&) = delete;
     TaskScope& operator=(const TaskScope&) = delete;
 
-    /// Starts the task in a later turn of the loop, never inline.
+    /// Starts the task in a later turn of the loop, never inline; one that is stopped before then never begins.
     SpawnedTask start(Task<> task);
 
     /// Asks every running task to stop.

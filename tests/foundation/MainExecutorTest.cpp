@@ -153,6 +153,18 @@ TEST_F(TaskScopeTest, StopsItsTasksWhenItGoes)
     auto wait = [](OneShot<void> told) -> Task<> { co_await told.wait(); };
     qtRun(wait(ended), 2s);
     EXPECT_TRUE(log.entries().empty());
+
+    bool hasBegun = false;
+    auto begin = [](bool* begun) -> Task<> {
+        *begun = true;
+        co_return;
+    };
+    {
+        TaskScope scope;
+        scope.start(begin(&hasBegun));
+    }
+    qtRun(sleepFor(5ms));
+    EXPECT_FALSE(hasBegun);
 }
 
 } // namespace

@@ -189,7 +189,11 @@ TEST_F(ResumeStoreTest, BeginsInAnEmptyFileAndMakesAReadOnlyOneWritable)
     writeFile(file, "");
     EXPECT_TRUE(keepsRecords());
 
-    open()->remove("after");
+    {
+        const auto store = open();
+        store->remove("after");
+        qtRun(store->flush());
+    }
     ::chmod(file.c_str(), 0444);
     EXPECT_TRUE(keepsRecords());
     EXPECT_THAT(filesIn(directory), ElementsAre("uploads.sqlite"));

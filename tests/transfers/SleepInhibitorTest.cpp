@@ -32,12 +32,19 @@ protected:
         return end;
     }
 
-    std::atomic<int> asked = 0;
-    std::atomic<int> held = 0;
-    std::function<SleepLock()> counting = [this] {
-        ++asked;
-        ++held;
-        return SleepLock(this, [this](const void*) { --held; });
+    /// Of its own, as a lock may be given back on a thread that outlives the test.
+    struct Count {
+        std::atomic<int> asked = 0;
+        std::atomic<int> held = 0;
+    };
+
+    const std::shared_ptr<Count> count = std::make_shared<Count>();
+    const std::atomic<int>& asked = count->asked;
+    const std::atomic<int>& held = count->held;
+    const std::function<SleepLock()> counting = [count = count] {
+        ++count->asked;
+        ++count->held;
+        return SleepLock(count.get(), [count](const void*) { --count->held; });
     };
 };
 
@@ -66,7 +73,7 @@ TEST_F(SleepInhibitorTest, DoesNotWaitForABusThatDoesNotAnswer)
     {
         const SleepInhibitor inhibitor(
             queue,
-            [&] {
+            [&hanging, counting = counting] {
                 const std::lock_guard wait(hanging);
                 return counting();
             },
