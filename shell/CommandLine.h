@@ -10,7 +10,8 @@
 struct CommandLine {
     bool isDemo = false;                       ///< A local service with an account of its own; nothing of the user's.
     std::optional<std::filesystem::path> tour; ///< Walk through the program by itself and keep pictures here.
-    /// Of a tour: the walk of a process that the tour itself has started, "begin-upload" or "resume-upload", and
+    /// Of a tour: the walk of a process that the tour itself has started, "begin-upload", "resume-upload" or
+    /// "newcomer", and
     std::string tourChapter;
     std::filesystem::path tourFile;       ///< the file it is about.
     std::optional<std::string> keyID;     ///< Connect with this key; its secret comes from elsewhere.

@@ -1,5 +1,7 @@
 #include "shell/tour/ServiceControl.h"
 
+#include <QFile>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QUrl>
@@ -20,6 +22,22 @@ Task<std::string> ServiceControl::digest(std::string bucketName, std::string fil
     const auto answer = co_await ask(B2HTTPMethod::get, path, {});
     const auto record = QJsonDocument::fromJson(QByteArray::fromStdString(answer)).object();
     co_return record[QLatin1String("sha1")].toString().toStdString();
+}
+
+Task<> ServiceControl::writeMasterKeys(std::filesystem::path file)
+{
+    const auto answer = co_await ask(B2HTTPMethod::get, "/_local/accounts", {});
+    const auto record = QJsonDocument::fromJson(QByteArray::fromStdString(answer));
+    const auto accounts = record.isArray() ? record.array() : record.object()[QLatin1String("accounts")].toArray();
+    std::filesystem::create_directories(file.parent_path());
+    QFile written(QString::fromStdString(file.string()));
+    if (!written.open(QIODevice::WriteOnly | QIODevice::Truncate, QFile::ReadOwner | QFile::WriteOwner))
+        throw std::runtime_error("the file of keys can't be written");
+    for (const auto& account : accounts) {
+        const auto key = account.toObject();
+        written.write(key[QLatin1String("applicationKeyId")].toString().toUtf8() + ' '
+            + key[QLatin1String("applicationKey")].toString().toUtf8() + '\n');
+    }
 }
 
 Task<std::int64_t> ServiceControl::bytesReceived()

@@ -2,6 +2,7 @@
 
 #include "B2Kit/B2CurlTransport.h"
 
+#include <filesystem>
 #include <string>
 
 /// Speaks to the local service beside the program: what it really holds, and what shall go wrong next.
@@ -11,6 +12,9 @@ public:
 
     /// SHA-1 of the newest version of a file, computed by the service from what it stored.
     Task<std::string> digest(std::string bucketName, std::string fileName);
+
+    /// Writes "KEYID SECRET" of every account's master key, a line each, into a file that only its owner can read.
+    Task<> writeMasterKeys(std::filesystem::path file);
 
     /// How many bytes of requests the service has received since its start.
     Task<std::int64_t> bytesReceived();

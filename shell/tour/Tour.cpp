@@ -9,6 +9,7 @@ Tour::Tour(Application& application, Theme& theme, MainWindow& window, std::file
 
 Task<> Tour::run()
 {
+    co_await welcomeANewcomer();
     co_await connectAndBrowse();
     co_await readManyNames();
     co_await uploadByDrop();

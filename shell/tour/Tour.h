@@ -21,6 +21,7 @@ private:
     Task<> downloadChecked();
     Task<> transferFolders();
     Task<> surviveAKill();
+    Task<> welcomeANewcomer();
     Task<> surviveTrouble();
     Task<> askBeforeQuitting();
     Task<> switchKeys();

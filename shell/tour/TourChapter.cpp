@@ -25,6 +25,10 @@ TourChapter::TourChapter(Application& application, MainWindow& window, const Com
 
 Task<> TourChapter::run()
 {
+    if (chapter_ == "newcomer") {
+        co_await connectAsNewcomer();
+        co_return;
+    }
     co_await until([this] { return application_.root->browser.bucket->has_value() && isListed(); });
     co_await showBucket("media-archive");
     if (chapter_ == "begin-upload")

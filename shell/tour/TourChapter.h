@@ -4,7 +4,8 @@
 #include "shell/tour/TourSteps.h"
 
 /// The part of the tour that runs in a process of its own, because that process is killed, or starts after a kill: it
-/// begins the upload of a large file and says when a part of it is stored, or goes on with it.
+/// begins the upload of a large file and says when a part of it is stored, goes on with it, or begins with an empty
+/// home.
 class TourChapter final : public TourSteps {
     Q_OBJECT
 
@@ -18,6 +19,11 @@ private:
     Task<> run() override;
     Task<> beginUpload();
     Task<> resumeUpload();
+    /// From the welcome to keys of two accounts.
+    Task<> connectAsNewcomer();
+    Task<> addKey(std::string keyID, std::string secret, bool isFirst);
+    void spawnAddKey();
+    Task<> manageKeys();
 
     std::string chapter_;
     std::filesystem::path file_;
