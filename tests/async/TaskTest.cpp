@@ -25,11 +25,21 @@ public:
         co_return value_;
     }
     Task<int> incrementAtOnce() { co_return ++value_; }
+    /// Writes only when two have read.
+    Task<> incrementWithAnother(OneShot<void> both)
+    {
+        const int before = value_;
+        if (++readers_ == 2)
+            both.set();
+        co_await both.wait();
+        value_ = before + 1;
+    }
     Task<Executor*> where() { co_return co_await currentExecutor(); }
 
 private:
     SerialExecutor executor_;
     int value_ = 0;
+    int readers_ = 0;
 };
 
 class TaskTest : public testing::Test, public AsyncFixture {};
@@ -124,15 +134,15 @@ TEST_F(TaskTest, AnActorIsReleasedWhileItsMemberWaits)
 {
     Counter counter(pool);
     auto body = [](Counter* actor, Executor* executor) -> Task<int> {
-        auto first = [](Counter* it) -> Task<> { co_await it->increment(); };
-        auto one = spawn(*executor, first(actor));
-        auto two = spawn(*executor, first(actor));
+        const OneShot<void> both;
+        auto one = spawn(*executor, actor->incrementWithAnother(both));
+        auto two = spawn(*executor, actor->incrementWithAnother(both));
         co_await one.done.wait();
         co_await two.done.wait();
         co_return co_await actor->incrementAtOnce();
     };
 
-    // Both read 0 before either wrote: proof that the second got in between.
+    // Both read 0 before either wrote, so the second got in while the first waited.
     EXPECT_EQ(run(body(&counter, &main)), 2);
 }
 
