@@ -2,8 +2,8 @@
 
 #include "B2Kit/B2SHA1.h"
 #include "B2Kit/B2Text.h"
+#include "B2Kit/FileDigests.h"
 #include "B2Kit/FileSource.h"
-#include "async/Group.h"
 
 #include <cerrno>
 #include <fmt/format.h>
@@ -47,43 +47,6 @@ private:
 
     std::unique_ptr<char, Free> bytes_{static_cast<char*>(::operator new(chunkBytes, alignment))};
 };
-
-/// The digests of a file's parts, as its bytes pass by.
-class PartDigests {
-public:
-    explicit PartDigests(std::vector<B2PartStretch> parts)
-        : parts_(std::move(parts))
-    {
-    }
-
-    void update(std::string_view bytes)
-    {
-        while (!bytes.empty()) {
-            const auto end = parts_.at(finished_.size()).end;
-            const auto piece = bytes.substr(0, static_cast<std::size_t>(end - position_));
-            digest_.update(piece);
-            position_ += static_cast<std::int64_t>(piece.size());
-            bytes.remove_prefix(piece.size());
-            if (position_ == end)
-                finished_.push_back(std::exchange(digest_, B2SHA1()).finish());
-        }
-    }
-
-    std::vector<std::string> take() { return std::move(finished_); }
-
-private:
-    std::vector<B2PartStretch> parts_;
-    std::vector<std::string> finished_;
-    B2SHA1 digest_;
-    std::int64_t position_ = 0;
-};
-
-// A free coroutine: it runs where it is spawned.
-Task<> updateAside(PartDigests* digests, std::string_view piece)
-{
-    digests->update(piece);
-    co_return;
-}
 
 /// The stretch's bytes.
 std::string readAll(const B2FileRange& range)
@@ -148,9 +111,7 @@ Task<B2HashedBody> B2FileWorker::hashInParts(B2FileRange range, std::vector<B2Pa
 Task<> B2FileWorker::readInParts(B2HashedBody& body, std::vector<B2PartStretch> parts, B2HashWatch watch)
 {
     FileSource source(*body.file());
-    B2SHA1 digest;
-    PartDigests partDigests(std::move(parts));
-    SerialExecutor aside(filePool());
+    FileDigests digests(std::move(parts), filePool());
     const ChunkBuffer buffer;
     std::int64_t done = 0;
     while (const auto count = source.read(buffer.data(), chunkBytes)) {
@@ -158,16 +119,14 @@ Task<> B2FileWorker::readInParts(B2HashedBody& body, std::vector<B2PartStretch> 
         if (watch.isSkipped && watch.isSkipped())
             co_return;
         source.readAhead(chunkBytes);
-        const std::string_view piece(buffer.data(), count);
-        const auto other = spawn(aside, updateAside(&partDigests, piece));
-        digest.update(piece);
-        co_await other.done.wait([] {});
+        co_await FileDigests::update(digests, {buffer.data(), count});
         done += static_cast<std::int64_t>(count);
         if (watch.onRead)
             watch.onRead(done);
     }
-    body.sha1 = digest.finish();
-    body.partSHA1s = partDigests.take();
+    auto finished = digests.finish();
+    body.sha1 = std::move(finished.whole);
+    body.partSHA1s = std::move(finished.parts);
 }
 
 Task<B2HashedBody> B2FileWorker::stamp(B2FileRange range)

@@ -58,7 +58,7 @@ public:
     /// @throws B2FileError when the file cannot be read or is not of that length, Cancelled within a few milliseconds.
     Task<B2HashedBody> hash(B2FileRange range);
 
-    /// The same, with the digests of the file's parts: one reading for both, on two threads.
+    /// The same, with the digests of the file's parts: one reading for both.
     ///
     /// @param parts  of the whole stretch, one after the other.
     /// @returns a body without digests when the reading was skipped.

@@ -1,6 +1,5 @@
 #include "B2Kit/B2SHA1.h"
 
-#include <array>
 #include <new>
 #include <openssl/evp.h>
 
@@ -37,6 +36,11 @@ std::string B2SHA1::finish()
 {
     std::array<unsigned char, 20> digest{};
     EVP_DigestFinal_ex(context_->digest, digest.data(), nullptr);
+    return sha1Text(digest);
+}
+
+std::string sha1Text(const std::array<unsigned char, 20>& digest)
+{
     constexpr std::string_view digits = "0123456789abcdef";
     std::string text;
     text.reserve(2 * digest.size());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -25,3 +26,6 @@ private:
 
 /// The SHA-1 of a text in memory, as 40 lowercase hexadecimal digits.
 std::string sha1Of(std::string_view bytes);
+
+/// A digest's bytes as 40 lowercase hexadecimal digits.
+std::string sha1Text(const std::array<unsigned char, 20>& digest);
