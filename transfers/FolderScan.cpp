@@ -122,6 +122,8 @@ private:
                 queueFolder(above + name);
             else if (S_ISREG(info.st_mode))
                 take(above, name, info);
+            else
+                scan_.passedOver.push_back(above + name);
             report();
         }
         // The last one waiting is the next.

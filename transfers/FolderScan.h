@@ -27,11 +27,13 @@ struct FolderScan {
     std::vector<FileProblem> refusedFiles;
     /// Folders that could not be looked into; "" is the folder itself.
     std::vector<FileProblem> unreadableFolders;
+    /// Relative paths of links, devices, pipes and sockets, which are passed over.
+    std::vector<std::string> passedOver;
     std::int64_t byteCount = 0; ///< Of `files`.
 };
 
-/// Looks through a folder, hidden files included. Links, devices and sockets are passed over, and no link below the
-/// folder is followed. Blocks; a stop ends it early with what it has.
+/// Looks through a folder, hidden files included. No link below the folder is followed. Blocks; a stop ends it early
+/// with what it has.
 ///
 /// @param prefix  what goes before the relative path in the name at the service.
 /// @param onFound  told the bytes found so far, every few milliseconds, on the calling thread.

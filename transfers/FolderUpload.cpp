@@ -9,6 +9,8 @@
 
 #include <fmt/format.h>
 
+#include <ranges>
+
 namespace {
 
 void record(B2LogLevel level, std::string message, std::optional<std::string> detail = {})
@@ -45,6 +47,24 @@ void fail(const TransferRun& run, std::string text)
     run.setState(Transfer::State::failed(std::move(text)));
 }
 
+/// Names what is no file and so does not go, as a link the user takes for a file.
+void tellPassedOver(const std::string& folderName, const std::vector<std::string>& relativePaths)
+{
+    if (relativePaths.empty())
+        return;
+    constexpr std::size_t mostNamed = 20;
+    std::string names;
+    for (const auto& path : relativePaths | std::views::take(mostNamed))
+        names += (names.empty() ? "" : "\n") + singleLine(path);
+    if (relativePaths.size() > mostNamed)
+        names += fmt::format("\n… and {} more", relativePaths.size() - mostNamed);
+    record(B2LogLevel::notice,
+        fmt::format("Left out of {}: {} that {} no file, as a link or a pipe", folderName,
+            countText(static_cast<std::int64_t>(relativePaths.size()), "item", "items"),
+            relativePaths.size() == 1 ? "is" : "are"),
+        names);
+}
+
 /// Shows what the folder holds.
 /// @returns false when that is nothing: the record has its last state then.
 bool begin(FolderTally& tally, const TransferRun& run, const FolderScan& scan)
@@ -58,11 +78,14 @@ bool begin(FolderTally& tally, const TransferRun& run, const FolderScan& scan)
     record(B2LogLevel::info,
         fmt::format("Scanned {}: {}, {}", name, countText(static_cast<std::int64_t>(fileCount), "file", "files"),
             sizeText(scan.byteCount)));
+    tellPassedOver(name, scan.passedOver);
     tally.setTotal(static_cast<int>(fileCount + scan.unreadableFolders.size()), scan.byteCount);
     if (fileCount + scan.unreadableFolders.size() == 0) {
         record(B2LogLevel::warning, fmt::format("Nothing uploaded from {}, it holds no files", name),
             "B2 stores name prefixes rather than folders, so an empty folder cannot exist there");
-        run.setState(Transfer::State::failed("Nothing to upload, the folder is empty"));
+        run.setState(Transfer::State::failed(scan.passedOver.empty()
+                ? "Nothing to upload, the folder is empty"
+                : "Nothing to upload, the folder holds only links and the like, which are not sent"));
         return false;
     }
     return true;

@@ -84,6 +84,14 @@ std::string failureHelp(const Transfer& transfer)
     return problems.empty() ? text : text + "\n\n" + problemLines(failuresFirst(problems), mostProblemsInHelp);
 }
 
+std::string cancelledHelp(const Transfer& transfer)
+{
+    if (!*transfer.resumableFileID)
+        return {};
+    return "The parts sent so far stay stored and billed. Resume goes on from them; \"Unfinished Uploads\" removes "
+           "them.";
+}
+
 std::int64_t countIn(const std::vector<std::shared_ptr<Transfer>>& transfers, Case which)
 {
     return std::ranges::count_if(transfers, [which](const auto& transfer) { return transfer->state->is(which); });
@@ -108,7 +116,7 @@ TransferStatus statusOf(const Transfer& transfer)
     case Case::skipped:
         return {"Skipped, already there", {}};
     case Case::cancelled:
-        return {"Cancelled", {}};
+        return {"Cancelled", cancelledHelp(transfer)};
     case Case::failed:
         return {singleLine(transfer.state->text), failureHelp(transfer), Tone::failure};
     }

@@ -45,6 +45,7 @@ TEST_F(FolderScanTest, FindsRegularFilesAloneAndFollowsNoLink)
         std::chrono::abs(scan.files[1].modificationDate - std::chrono::system_clock::now()), std::chrono::seconds(10));
     EXPECT_THAT(scan.refusedFiles, IsEmpty());
     EXPECT_THAT(scan.unreadableFolders, IsEmpty());
+    EXPECT_THAT(scan.passedOver, ElementsAre("link", "pipe", "b/out"));
 }
 
 TEST_F(FolderScanTest, TellsWhatCannotBeSentAndFindsTheRest)
