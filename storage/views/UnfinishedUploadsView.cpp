@@ -131,12 +131,20 @@ void UnfinishedUploadsView::renderRows()
         if (!gone)
             continue;
         if (gone->isAncestorOf(focusWidget()))
-            gone->nextInFocusChain()->setFocus(Qt::OtherFocusReason);
+            moveFocusOn();
         gone->hide();
         gone->deleteLater();
     }
     showMore_->setVisible(items.size() > count);
     showMore_->setText(tr("Show %1 More").arg(std::min(items.size() - count, rowsAtFirst)));
+}
+
+void UnfinishedUploadsView::moveFocusOn()
+{
+    // Never onto a button that deletes.
+    const auto next = std::ranges::find_if(rows_, [](UnfinishedUploadRow* row) { return row->focusResume(); });
+    if (next == rows_.end())
+        recheck_->setFocus(Qt::OtherFocusReason);
 }
 
 UnfinishedUploadRow* UnfinishedUploadsView::addRow()

@@ -46,6 +46,7 @@ private:
     QWidget* makeFooter();
     void render();
     void renderRows();
+    void moveFocusOn();
     void renderMessage();
     void askToCancel(const UnfinishedUploadsModel::Item& item);
     UnfinishedUploadRow* addRow();
