@@ -336,26 +336,31 @@ void MainWindow::upload(const QList<QUrl>& urls, const std::string& prefix)
     setTransfersVisible(true);
 }
 
+QFileDialog* MainWindow::makeUploadDialog(const QString& title)
+{
+    auto* const dialog = new QFileDialog(this, title);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setLabelText(QFileDialog::Accept, tr("Upload"));
+    dialog->setDirectory(uploadsFrom_);
+    // Qt's own dialog, used where the desktop has none, never emits urlsSelected.
+    connect(dialog, &QFileDialog::accepted, this, [this, dialog] {
+        uploadsFrom_ = dialog->directory().absolutePath();
+        detail_->browser().takeFiles(dialog->selectedUrls());
+    });
+    return dialog;
+}
+
 void MainWindow::chooseFilesToUpload()
 {
-    auto* const dialog = new QFileDialog(this, tr("Upload"));
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    auto* const dialog = makeUploadDialog(tr("Upload"));
     dialog->setFileMode(QFileDialog::ExistingFiles);
-    dialog->setLabelText(QFileDialog::Accept, tr("Upload"));
-    // Qt's own dialog, used where the desktop has none, never emits urlsSelected.
-    connect(
-        dialog, &QFileDialog::accepted, this, [this, dialog] { detail_->browser().takeFiles(dialog->selectedUrls()); });
     dialog->open();
 }
 
 void MainWindow::chooseFolderToUpload()
 {
-    auto* const dialog = new QFileDialog(this, tr("Upload Folder"));
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    auto* const dialog = makeUploadDialog(tr("Upload Folder"));
     dialog->setFileMode(QFileDialog::Directory);
-    dialog->setLabelText(QFileDialog::Accept, tr("Upload"));
-    connect(
-        dialog, &QFileDialog::accepted, this, [this, dialog] { detail_->browser().takeFiles(dialog->selectedUrls()); });
     dialog->open();
 }
 

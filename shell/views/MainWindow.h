@@ -2,6 +2,7 @@
 
 #include "shell/Application.h"
 
+#include <QDir>
 #include <QList>
 #include <QMainWindow>
 #include <QPointer>
@@ -11,6 +12,7 @@ class ActivityLogWindow;
 class Banner;
 class DetailArea;
 class KeySheets;
+class QFileDialog;
 class QSplitter;
 class QStackedWidget;
 class Sidebar;
@@ -63,6 +65,7 @@ private:
     void restoreSplitters();
     void saveSplitters();
     void upload(const QList<QUrl>& urls, const std::string& prefix);
+    QFileDialog* makeUploadDialog(const QString& title);
     void chooseFilesToUpload();
     void chooseFolderToUpload();
     void showUnfinishedUploads();
@@ -84,6 +87,7 @@ private:
     QMenu* keysMenu_ = nullptr;
     QAction* showTransfers_ = nullptr;
     QPointer<ActivityLogWindow> logWindow_;
+    QString uploadsFrom_ = QDir::homePath(); ///< Where the dialogs for uploads open.
     bool hasStarted_ = false;
     bool isAskingToQuit_ = false;
 };
