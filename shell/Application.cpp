@@ -40,12 +40,12 @@ Application::Application(const CommandLine& commandLine, std::optional<std::stri
         settings->set(SettingsKeys::lastKeyID, demo->firstKeyID());
         settings->set(SettingsKeys::connectedWelcomeShown, true);
     }
-    spawn(MainExecutor::shared(), runInBackground([folder = destination->current().path, isDemo = demo != nullptr] {
+    const auto marks = demo ? demo->markDirectory() : downloadMarkDirectory();
+    spawn(MainExecutor::shared(), runInBackground([folder = destination->current().path, marks] {
         removeAbandonedFiles(folder);
-        if (!isDemo)
-            removeFilesOfKilledDownloads();
+        removeFilesOfKilledDownloads(marks);
     }));
-    queue = std::make_unique<TransferQueue>(*settings, *destination);
+    queue = std::make_unique<TransferQueue>(*settings, *destination, marks);
     sleepInhibitor = std::make_unique<SleepInhibitor>(*queue);
     root = std::make_unique<RootModel>(
         RootParts{*settings, *log, *context, *keychain, *clients, *queue, [this] { return openResumeStore(); }});

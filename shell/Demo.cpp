@@ -69,6 +69,11 @@ std::filesystem::path Demo::resumeFile() const
     return root() / "uploads.sqlite";
 }
 
+std::filesystem::path Demo::markDirectory() const
+{
+    return root() / "killed-downloads";
+}
+
 std::filesystem::path Demo::downloads() const
 {
     return root() / "Downloads";

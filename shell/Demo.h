@@ -39,6 +39,7 @@ public:
     std::filesystem::path settingsFile() const;
     std::filesystem::path logDirectory() const;
     std::filesystem::path resumeFile() const;
+    std::filesystem::path markDirectory() const;
     std::filesystem::path downloads() const;
     /// A place for files to upload.
     std::filesystem::path scratch() const;

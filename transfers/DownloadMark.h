@@ -31,4 +31,4 @@ std::filesystem::path downloadMarkDirectory();
 /// running program writes stays. No link below a download's top is followed. Blocks; never fails.
 ///
 /// @returns how many temporary files have gone.
-int removeFilesOfKilledDownloads(const std::filesystem::path& directory = downloadMarkDirectory());
+int removeFilesOfKilledDownloads(const std::filesystem::path& directory);

@@ -29,10 +29,11 @@ Task<> endOf(std::optional<OneShot<void>> previous)
 
 } // namespace
 
-TransferQueue::TransferQueue(Settings& settings, const DownloadDestination& destination)
+TransferQueue::TransferQueue(
+    Settings& settings, const DownloadDestination& destination, std::filesystem::path markDirectory)
     : settings_(settings)
     , destination_(destination)
-    , context_{.settings = &settings_}
+    , context_{.settings = &settings_, .markDirectory = std::move(markDirectory)}
     , uploadContext_{.settings = &settings_}
 {
 }

@@ -37,7 +37,9 @@ public:
     using Work = std::function<Task<>(TransferRun run)>;
 
     /// Both outlive the queue.
-    TransferQueue(Settings& settings, const DownloadDestination& destination);
+    /// @param markDirectory  where downloads of folders note what a kill would leave.
+    TransferQueue(Settings& settings, const DownloadDestination& destination,
+        std::filesystem::path markDirectory = downloadMarkDirectory());
 
     /// All rows in the order of their coming. They go by `clearFinished` alone.
     Observed<std::vector<std::shared_ptr<Transfer>>> transfers{this};

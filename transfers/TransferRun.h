@@ -80,7 +80,7 @@ struct DownloadContext {
     Settings* settings = nullptr; ///< Lives as long as the application.
     std::shared_ptr<ReservedPaths> reserved = std::make_shared<ReservedPaths>();
     /// Where downloads of folders note what a kill would leave.
-    std::filesystem::path markDirectory = downloadMarkDirectory();
+    std::filesystem::path markDirectory;
 };
 
 /// Downloads one file: resolves its destination, fetches it there, and sets the record's state and log lines.
