@@ -19,12 +19,23 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QMenu>
+#include <QPointer>
 #include <QPushButton>
 #include <QTreeView>
 
 using namespace TourHands;
 
 namespace {
+
+QModelIndex rowOfKey(const QAbstractItemModel& rows, const QString& name)
+{
+    for (int row = 0; row < rows.rowCount(); ++row) {
+        const QModelIndex index = rows.index(row, 0);
+        if (index.data().toString() == name && index.flags().testFlag(Qt::ItemIsEnabled))
+            return index;
+    }
+    return {};
+}
 
 /// Opens the switcher and picks the key with that name.
 Task<bool> pickKey(MainWindow& window, QString name)
@@ -34,17 +45,16 @@ Task<bool> pickKey(MainWindow& window, QString name)
     co_await until([&] { return switcher.popover() && switcher.popover()->isVisible(); });
     if (!switcher.popover())
         co_return false;
-    if (auto* const list = switcher.popover()->findChild<KeySwitcherList*>()) {
-        const auto& rows = *list->model();
-        for (int row = 0; row < rows.rowCount(); ++row) {
-            const QModelIndex index = rows.index(row, 0);
-            if (index.data().toString() != name || !index.flags().testFlag(Qt::ItemIsEnabled))
-                continue;
-            clickRow(*list, index);
-            co_return true;
-        }
+    // What the last switch has changed may still be on its way to the rows.
+    co_await settle();
+    const QPointer<KeySwitcherList> list = switcher.popover()->findChild<KeySwitcherList*>();
+    co_await until([&] { return !list || rowOfKey(*list->model(), name).isValid(); });
+    if (list && rowOfKey(*list->model(), name).isValid()) {
+        clickRow(*list, rowOfKey(*list->model(), name));
+        co_return true;
     }
-    switcher.popover()->close();
+    if (switcher.popover())
+        switcher.popover()->close();
     co_return false;
 }
 
