@@ -2,12 +2,11 @@
 
 #include "accounts/AddKeyModel.h"
 #include "foundation/TaskScope.h"
+#include "foundation/views/Sheet.h"
 #include "shell/RootModel.h"
 
 #include <QObject>
 #include <QPointer>
-
-class Sheet;
 
 /// Opens the sheets about stored keys and accounts over the main window, one at a time, and does what is answered.
 ///
