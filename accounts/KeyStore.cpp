@@ -242,6 +242,8 @@ Task<> KeyStore::loadLiveKeyNames()
             auto listed = current->client->allKeys();
             while (auto key = co_await listed.next())
                 live.insert_or_assign(key->applicationKeyID, std::move(*key));
+            // The walk of a stopped task ends early, which must not look like a short list.
+            co_await checkCancelled();
             isComplete = true;
         } catch (const Cancelled&) {
             throw;

@@ -86,6 +86,7 @@ Task<std::optional<std::string>> KeyStore::nameAtService(
             if (key->applicationKeyID == keyID)
                 co_return key->keyName.empty() ? std::nullopt : std::optional(key->keyName);
         }
+        co_await checkCancelled();
     } catch (const Cancelled&) {
         throw;
     } catch (...) {
