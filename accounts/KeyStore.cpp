@@ -275,6 +275,18 @@ Task<> KeyStore::loadLiveKeyNames()
     liveNamesAccountID = isComplete ? std::optional(current->authorization.accountID) : std::nullopt;
 }
 
+void KeyStore::takeLiveKeys(
+    const std::shared_ptr<B2Session>& listedWith, const std::vector<B2ApplicationKey>& listed)
+{
+    if (!listedWith || *session != listedWith)
+        return;
+    std::map<std::string, B2ApplicationKey> live;
+    for (const auto& key : listed)
+        live.emplace(key.applicationKeyID, key);
+    liveKeys = std::move(live);
+    liveNamesAccountID = listedWith->authorization.accountID;
+}
+
 bool KeyStore::isMaster(const StoredKey& key) const
 {
     return isMasterKey(key);

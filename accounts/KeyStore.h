@@ -89,6 +89,9 @@ public:
     /// Lists the account's keys with the current session; nothing is known after any failure.
     Task<> loadLiveKeyNames();
 
+    /// The same from a complete listing that another has made with a session, unless that was replaced.
+    void takeLiveKeys(const std::shared_ptr<B2Session>& listedWith, const std::vector<B2ApplicationKey>& listed);
+
     Keychain& keychain() const { return keychain_; }
 
     // --- Changing what is stored

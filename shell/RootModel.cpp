@@ -101,6 +101,7 @@ void RootModel::wire()
     });
     // A key that is gone is revoked in the list of stored ones too.
     keys.didChange = [this] { tasks_.start(keyStore.loadLiveKeyNames()); };
+    keys.didLoad = [this] { keyStore.takeLiveKeys(*keys.session, *keys.keys); };
     connect(&browser, &Observable::changed, this, &RootModel::followBrowser);
 }
 

@@ -140,7 +140,10 @@ void KeysView::connectCommands()
     addActions(commands_->all());
     connect(commands_->newKey, &QAction::triggered, this, &KeysView::askForNewKey);
     connect(commands_->remove, &QAction::triggered, this, &KeysView::askToDelete);
-    connect(commands_->refresh, &QAction::triggered, this, &KeysView::refresh);
+    connect(commands_->refresh, &QAction::triggered, this, [this] {
+        model_.dismissError();
+        refresh();
+    });
     connect(commands_->details, &QAction::triggered, this, &KeysView::showDetails);
     connect(commands_->switchTo, &QAction::triggered, this, [this] {
         if (const auto* const row = targetRow(); row && row->canSwitch())
@@ -250,8 +253,11 @@ void KeysView::askForNewKey()
 void KeysView::create(const B2CreateKeyRequest& request)
 {
     // Both outcomes are in the model: a failure for the sheet that is open, a key for the sheet that follows.
-    auto run = [](KeysModel* model, B2CreateKeyRequest wanted) -> Task<> { co_await model->create(std::move(wanted)); };
-    tasks_.start(run(&model_, request));
+    auto run = [](KeysModel* model, B2CreateKeyRequest wanted, std::weak_ptr<B2Session> askedFor) -> Task<> {
+        co_await model->create(std::move(wanted), std::move(askedFor));
+    };
+    if (newSheet_)
+        tasks_.start(run(&model_, request, newSheet_->session()));
 }
 
 void KeysView::showCreated()

@@ -46,6 +46,7 @@ void setNote(QLabel& note, const std::string& text)
 NewKeyView::NewKeyView(KeysModel& model, std::vector<B2Bucket> buckets, QWidget* parent)
     : Sheet(tr("New Application Key"), {}, parent)
     , model_(model)
+    , session_(*model.session)
     , buckets_(std::move(buckets))
     , held_(heldBy(model))
     , name_(new QLineEdit)
@@ -70,7 +71,7 @@ NewKeyView::NewKeyView(KeysModel& model, std::vector<B2Bucket> buckets, QWidget*
     connect(permissions_, &PermissionList::changed, this, &NewKeyView::readForm);
     connect(chooser_, &QPushButton::clicked, this, &NewKeyView::chooseBuckets);
     connect(this, &Sheet::verbTriggered, this, &NewKeyView::submit);
-    connect(&model_, &Observable::changed, this, &NewKeyView::renderBusy);
+    connect(&model_, &Observable::changed, this, &NewKeyView::followModel);
     render();
 }
 
@@ -162,15 +163,23 @@ void NewKeyView::refit()
     resize(width(), layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width()) : sizeHint().height());
 }
 
+void NewKeyView::followModel()
+{
+    if (*model_.session == session_.lock())
+        renderBusy();
+    else
+        reject();
+}
+
 void NewKeyView::renderBusy()
 {
-    if (std::exchange(isWorking_, *model_.isWorking) == *model_.isWorking)
-        return;
-    setBusy(isWorking_, tr("Creating the key…"));
-    if (isWorking_)
-        return;
-    if (*model_.error)
+    if (std::exchange(isWorking_, *model_.isWorking) != *model_.isWorking)
+        setBusy(isWorking_, tr("Creating the key…"));
+    // A refusal can come so fast that nobody was told of the work.
+    if (!isWorking_ && hasAsked_ && *model_.error) {
+        hasAsked_ = false;
         setMessage(MessageKind::danger, toQString(**model_.error));
+    }
 }
 
 void NewKeyView::chooseBuckets()
@@ -209,5 +218,7 @@ void NewKeyView::askAboutSeveralBuckets()
 
 void NewKeyView::request()
 {
+    model_.dismissError();
+    hasAsked_ = true;
     Q_EMIT createRequested(makeCreateKeyRequest(form_, rules()));
 }

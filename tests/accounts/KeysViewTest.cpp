@@ -158,7 +158,7 @@ protected:
     /// A key of the account whose secret is stored as well.
     std::string makeKey(const std::string& name, std::vector<B2Capability> capabilities, bool isStored = true)
     {
-        EXPECT_TRUE(qtRun(model.create({.capabilities = std::move(capabilities), .keyName = name})));
+        EXPECT_TRUE(qtRun(model.create({.capabilities = std::move(capabilities), .keyName = name}, *model.session)));
         const auto made = **model.created;
         model.forgetCreated();
         if (isStored) {
@@ -339,6 +339,9 @@ TEST_F(KeysViewTest, RowsOfTheOtherSessionGoBeforeItsOwnCome)
     const auto reader = makeKey("reader", {B2Capabilities::readFiles});
     present();
     ASSERT_THAT(shown(), Contains("reader"));
+    view.commands().newKey->trigger();
+    const QPointer<NewKeyView> form = view.findChild<NewKeyView*>();
+    ASSERT_TRUE(form);
 
     // The store has switched, the model has not heard of it yet.
     qtRun(store.connect(*std::ranges::find(*store.keys, reader, &StoredKey::keyID)));
@@ -348,6 +351,7 @@ TEST_F(KeysViewTest, RowsOfTheOtherSessionGoBeforeItsOwnCome)
     model.reset(*store.session);
     settle();
     EXPECT_THAT(fromQString(textsOf(view)), HasSubstr("This Key Cannot Manage Keys"));
+    EXPECT_TRUE(!form || !form->isVisible()) << "it offers what the other key may do";
     EXPECT_FALSE(view.commands().newKey->isEnabled());
 }
 
