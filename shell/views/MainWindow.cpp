@@ -377,6 +377,11 @@ void MainWindow::showUnfinishedUploads()
     auto* const sheet = new UnfinishedUploadsView(root.unfinishedUploads, std::move(actions), this);
     sheet->setAttribute(Qt::WA_DeleteOnClose);
     connect(sheet, &UnfinishedUploadsView::resumed, this, [this] { setTransfersVisible(true); });
+    // Rows of one account must not stand over another.
+    connect(&root, &Observable::changed, sheet, [&root, sheet, session = *root.unfinishedUploads.session] {
+        if (*root.keyStore.session != session)
+            sheet->reject();
+    });
     sheet->open();
 }
 
