@@ -47,10 +47,11 @@ void CreatedKeyView::buildFields()
         // The name may have 100 letters, without a place to break.
         label->setMinimumWidth(1);
         label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-        label->setToolTip(label->text());
         addRow(title, label);
+        return label;
     };
-    addText(tr("keyName"), created_.key.keyName);
+    auto* const name = addText(tr("keyName"), created_.key.keyName);
+    name->setToolTip(name->text());
     addText(tr("keyID"), created_.key.applicationKeyID);
     addText(tr("applicationKey"), created_.applicationKey);
 
