@@ -57,6 +57,8 @@ public:
     Observed<bool> needsPassphrase{this, false};
     /// The user has set a passphrase for the legacy store.
     Observed<bool> hasPassphrase{this, false};
+    /// What the user must hear of keys that are no longer, or not, at hand, as a sentence; the last one.
+    Observed<std::optional<std::string>> remark{this};
 
     /// Decides where the secrets of this process live; before the first read. Fails never.
     virtual Task<> probeOnce();
