@@ -145,7 +145,7 @@ Task<RevokedKeysOutcome> KeyStore::removeRevoked()
             try {
                 co_await remove(key);
             } catch (const Keychain::Failure& error) {
-                reason = error.what();
+                reason = fmt::format("“{}” could not be removed, so it was kept. {}", key.label, error.what());
             }
         }
         if (!reason) {
