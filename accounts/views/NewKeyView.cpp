@@ -9,6 +9,7 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -154,13 +155,17 @@ bool NewKeyView::event(QEvent* event)
     return isHandled;
 }
 
-// As high as the notes that stand need.
+// As high as the notes that stand need, and never so low that one lies over another.
 void NewKeyView::refit()
 {
     if (!isVisible())
         return;
     layout()->activate();
-    resize(width(), layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width()) : sizeHint().height());
+    constexpr int frame = 60;
+    const int needed = layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width()) : sizeHint().height();
+    const int height = std::min(needed, screen()->availableGeometry().height() - frame);
+    setMinimumHeight(height);
+    resize(width(), height);
 }
 
 void NewKeyView::followModel()
