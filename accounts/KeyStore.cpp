@@ -168,8 +168,8 @@ Task<> KeyStore::openSession(StoredKey key, bool wasStored)
             co_return;
         conclude(key,
             ConnectionFailure{ConnectionFailure::Kind::keyMissing,
-                fmt::format(
-                    "Kestrovan has no stored secret for {}. Remove this key and add it again.", shortKeyID(key.keyID))});
+                fmt::format("Kestrovan has no stored secret for {}. Remove this key and add it again.",
+                    shortKeyID(key.keyID))});
         co_return;
     }
     const auto client = clients_.makeClient({key.keyID, std::move(*secret)});
@@ -275,8 +275,7 @@ Task<> KeyStore::loadLiveKeyNames()
     liveNamesAccountID = isComplete ? std::optional(current->authorization.accountID) : std::nullopt;
 }
 
-void KeyStore::takeLiveKeys(
-    const std::shared_ptr<B2Session>& listedWith, const std::vector<B2ApplicationKey>& listed)
+void KeyStore::takeLiveKeys(const std::shared_ptr<B2Session>& listedWith, const std::vector<B2ApplicationKey>& listed)
 {
     if (!listedWith || *session != listedWith)
         return;

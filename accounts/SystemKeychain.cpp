@@ -56,8 +56,8 @@ Task<> SystemKeychain::takeOverFile()
     try {
         move = co_await moveKeys(file_, keyring_);
     } catch (const Failure& failure) {
-        log_.record({B2LogLevel::warning, "keys",
-            fmt::format("Could not look for keys in “{}”", path_.string()), failure.what()});
+        log_.record({B2LogLevel::warning, "keys", fmt::format("Could not look for keys in “{}”", path_.string()),
+            failure.what()});
         if (failure.status == wrongPassphrase)
             remark = fmt::format("Keys from the time before this desktop had a keyring are in “{}”, closed with your "
                                  "passphrase. Kestrovan uses the keyring now and does not show them. Add them again, "
@@ -69,8 +69,8 @@ Task<> SystemKeychain::takeOverFile()
     }
     if (!move.moved.empty())
         log_.record({B2LogLevel::notice, "keys",
-            fmt::format("Moved {} into the Keychain",
-                countText(static_cast<std::int64_t>(move.moved.size()), "key", "keys")),
+            fmt::format(
+                "Moved {} into the Keychain", countText(static_cast<std::int64_t>(move.moved.size()), "key", "keys")),
             fmt::format("{}, from “{}”.", fmt::join(move.moved, ", "), path_.string())});
     if (move.kept.empty())
         co_return;

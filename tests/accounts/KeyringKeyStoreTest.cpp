@@ -33,8 +33,8 @@ protected:
     QTemporaryDir temporary;
     localb2::Service service{{.directory = temporary.path().toStdString() + "/service", .seed = "demo"}};
     localb2::MasterKey master = service.masterKey();
-    ClientFactory clients{
-        std::make_shared<B2CurlTransport>(B2CurlTransportOptions{}), std::make_shared<ActivityLogSink>(log), service.url()};
+    ClientFactory clients{std::make_shared<B2CurlTransport>(B2CurlTransportOptions{}),
+        std::make_shared<ActivityLogSink>(log), service.url()};
 };
 
 } // namespace
@@ -73,8 +73,8 @@ TEST_F(KeyringKeyStoreTest, NoSecretIsLeftBehindByWhateverHappensToTheKeyring)
     qtRun(run.store.add("Master", master.keyID, master.applicationKey));
     KeysModel model(log);
     model.reset(*run.store.session);
-    ASSERT_TRUE(qtRun(model.create(
-        {.capabilities = {B2Capabilities::listBuckets}, .keyName = "canary"}, *run.store.session)));
+    ASSERT_TRUE(
+        qtRun(model.create({.capabilities = {B2Capabilities::listBuckets}, .keyName = "canary"}, *run.store.session)));
     const auto made = **model.created;
     const StoredKey key{made.key.applicationKeyID, "Canary", made.key.accountID};
     qtRun(run.store.addWithoutSwitching(key.label, key.keyID, made.applicationKey));
@@ -101,8 +101,8 @@ TEST_F(KeyringKeyStoreTest, NoSecretIsLeftBehindByWhateverHappensToTheKeyring)
 
     EXPECT_TRUE(log.flush(std::chrono::seconds(5)));
     EXPECT_TRUE(settings.flush(std::chrono::seconds(5)));
-    for (const auto& [keyID, secret] : {std::pair(master.keyID, master.applicationKey),
-             std::pair(key.keyID, made.applicationKey)}) {
+    for (const auto& [keyID, secret] :
+        {std::pair(master.keyID, master.applicationKey), std::pair(key.keyID, made.applicationKey)}) {
         const auto header = QByteArray::fromStdString(keyID + ":" + secret).toBase64().toStdString();
         for (const auto& text : {secret, header}) {
             EXPECT_THAT(placesOf(text), IsEmpty());

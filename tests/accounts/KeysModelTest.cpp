@@ -163,7 +163,8 @@ TEST_F(KeysModelTest, WhatTheServiceRefusesIsSaidAndKeepsTheRows)
     EXPECT_THAT(model.error->value(), HasSubstr("2 keys could not be deleted. The first: Could not delete key “one”."));
     EXPECT_THAT(logged(), HasSubstr("Could not delete key two"));
 
-    EXPECT_FALSE(qtRun(model.create({.capabilities = {B2Capabilities::listFiles}, .keyName = "no blanks"}, *model.session)));
+    EXPECT_FALSE(
+        qtRun(model.create({.capabilities = {B2Capabilities::listFiles}, .keyName = "no blanks"}, *model.session)));
     EXPECT_FALSE(*model.created);
     EXPECT_FALSE(*model.isWorking);
     EXPECT_THAT(model.error->value(), HasSubstr("Could not create key “no blanks”."));
