@@ -8,6 +8,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// A stored key as the secret store lists it, without its secret.
@@ -102,6 +103,9 @@ public:
     /// Encrypts the open legacy store by a passphrase from now on, or by a key file when it is empty.
     virtual Task<> setLegacyPassphrase(Secret passphrase);
 };
+
+/// Where keys are kept, as a sentence has it: "your keyring", or "an encrypted file of your own" with the legacy store.
+std::string_view keyPlace(bool useLegacyStore);
 
 /// What the legacy store means for the user, to be read before a key is given to it.
 std::string legacyStoreNote(bool hasPassphrase);

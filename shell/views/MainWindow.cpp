@@ -285,6 +285,7 @@ void MainWindow::render()
 
     renderNotice();
     const auto state = application_.root->detailState();
+    welcome_->setKeyPlace(keyPlace(*application_.keychain->useLegacyStore));
     pages_->setCurrentWidget(state.kind == DetailState::Kind::welcome ? static_cast<QWidget*>(welcome_) : columns_);
 
     const auto& bucket = *application_.root->browser.bucket;

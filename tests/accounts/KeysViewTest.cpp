@@ -5,6 +5,7 @@
 #include "accounts/views/BucketChooser.h"
 #include "accounts/views/KeysCommands.h"
 #include "accounts/views/NewKeyView.h"
+#include "accounts/views/PermissionList.h"
 #include "foundation/QtText.h"
 #include "foundation/Settings.h"
 #include "foundation/SettingsKeys.h"
@@ -77,7 +78,7 @@ TEST(CreatedKeyViewTest, NothingClosesItBeforeTheSecretIsSafe)
 {
     QWidget window;
     window.show();
-    CreatedKeyView sheet(createdKey(), nullptr, &window);
+    CreatedKeyView sheet(createdKey(), nullptr, keyPlace(true), &window);
     sheet.open();
 
     QTest::keyClick(&sheet, Qt::Key_Escape);
@@ -115,7 +116,8 @@ TEST(CreatedKeyViewTest, AKeyThatCannotBeStoredKeepsItsSheet)
         };
         return answer(++calls, key.applicationKey);
     };
-    CreatedKeyView sheet(createdKey(), add, &window);
+    CreatedKeyView sheet(createdKey(), add, keyPlace(true), &window);
+    EXPECT_THAT(fromQString(textsOf(sheet)), HasSubstr("Stored in an encrypted file of your own so Kestrovan"));
     sheet.open();
     boxOf(sheet, QStringLiteral("I have saved"))->setChecked(true);
     boxOf(sheet, QStringLiteral("Add this key"))->setChecked(true);
@@ -331,6 +333,35 @@ TEST_F(KeysViewTest, ARefusedNewKeyKeepsItsForm)
     EXPECT_TRUE(spinUntil([&] { return textsOf(*form).contains(QStringLiteral("Could not create key “nobody”.")); }));
     EXPECT_TRUE(form->isVisible());
     EXPECT_TRUE(buttonOf(*form, QStringLiteral("Create Key"))->isEnabled());
+}
+
+TEST_F(KeysViewTest, NoNoteOfTheNewKeysFormLiesOverItsFields)
+{
+    connectWith(service.masterKey().keyID);
+    view.setBuckets(qtRun((*store.session)->client->listBuckets()));
+    present();
+    view.commands().newKey->trigger();
+    auto* const form = view.findChild<NewKeyView*>();
+    form->findChild<QComboBox*>(QStringLiteral("grants"))->setCurrentIndex(static_cast<int>(KeyPreset::custom));
+    QTest::qWait(50);
+
+    auto* const list = form->findChild<PermissionList*>();
+    for (auto* const box : list->findChildren<QCheckBox*>())
+        box->setChecked(true);
+    QTest::qWait(50);
+    form->resize(form->width(), 100);
+    EXPECT_EQ(list->height(), list->sizeHint().height()) << "a sheet is never lower than its fields need";
+
+    form->setMinimumHeight(0);
+    form->resize(form->width(), form->height() - 80); // A small screen.
+    QTest::qWait(50);
+    int bottom = -1;
+    for (auto* const widget : list->parentWidget()->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
+        EXPECT_GT(widget->geometry().top(), bottom);
+        bottom = widget->geometry().bottom();
+        EXPECT_GE(widget->height(), widget->hasHeightForWidth() ? widget->heightForWidth(widget->width()) : 20);
+    }
+    EXPECT_LT(bottom, list->parentWidget()->height());
 }
 
 TEST_F(KeysViewTest, RowsOfTheOtherSessionGoBeforeItsOwnCome)
