@@ -26,7 +26,9 @@ std::string basicAuthorization(const B2Credentials& credentials)
         reinterpret_cast<const unsigned char*>(pair.data()), static_cast<int>(pair.size()));
     wipe(pair);
     encoded.resize(static_cast<std::size_t>(length));
-    return "Basic " + encoded;
+    std::string header = "Basic " + encoded;
+    wipe(encoded);
+    return header;
 }
 
 } // namespace

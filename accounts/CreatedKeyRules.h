@@ -19,9 +19,14 @@ struct CreatedKeyRules {
                                                 "without copying it and it is gone for good.";
     static constexpr std::string_view closeRefusal =
         "Copy the key first, or tick that you have saved the applicationKey.";
-    static constexpr std::string_view addText =
-        "Stored in your keyring so Kestrovan can connect with it, and listed alongside your other keys. Kestrovan "
-        "stays signed in with the key you are using now.";
+
+    /// @param place  where keys are kept.
+    static std::string addText(std::string_view place)
+    {
+        return "Stored in " + std::string(place)
+            + " so Kestrovan can connect with it, and listed alongside your other keys. Kestrovan stays signed in with "
+              "the key you are using now.";
+    }
 
     /// What goes to the clipboard: three lines, the last without an end.
     static std::string clipboardText(const B2CreatedApplicationKey& created)

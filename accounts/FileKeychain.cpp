@@ -42,6 +42,7 @@ Task<std::invoke_result_t<Work, KeychainFile&>> FileKeychain::onFile(Work work)
     struct Outcome {
         std::optional<std::conditional_t<std::is_void_v<Result>, bool, Result>> value;
         std::exception_ptr error;
+        std::optional<std::string> remark;
         std::optional<bool> isByPassphrase;
         bool isLocked = false;
     };
@@ -53,6 +54,10 @@ Task<std::invoke_result_t<Work, KeychainFile&>> FileKeychain::onFile(Work work)
                 work(*file);
             else
                 result.value.emplace(work(*file));
+        } catch (const Failure& failure) {
+            result.error = std::current_exception();
+            if (failure.status == isDamaged)
+                result.remark = failure.what();
         } catch (...) {
             result.error = std::current_exception();
         }
@@ -64,9 +69,14 @@ Task<std::invoke_result_t<Work, KeychainFile&>> FileKeychain::onFile(Work work)
         }
         return result;
     });
-    if (const auto keychain = self.lock(); keychain && outcome.isByPassphrase) {
-        (*keychain)->hasPassphrase = *outcome.isByPassphrase;
-        (*keychain)->needsPassphrase = outcome.isLocked;
+    if (const auto keychain = self.lock()) {
+        if (outcome.isByPassphrase) {
+            (*keychain)->hasPassphrase = *outcome.isByPassphrase;
+            (*keychain)->needsPassphrase = outcome.isLocked;
+        }
+        // The next reading finds no file any more, and must not be the end of the sentence.
+        if (outcome.remark)
+            (*keychain)->remark = std::move(outcome.remark);
     }
     if (outcome.error)
         std::rethrow_exception(outcome.error);

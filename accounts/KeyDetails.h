@@ -15,7 +15,8 @@ struct KeyDetailsInputs {
     std::vector<B2Bucket> buckets; ///< Those the session can see, for their names.
     bool isCurrent = false;        ///< The session's own key.
     bool isStored = false;
-    std::string storedLabel; ///< The name in the store; empty or "Unnamed key" without one.
+    bool useLegacyStore = false; ///< Stored keys are in the legacy store.
+    std::string storedLabel;     ///< The name in the store; empty or "Unnamed key" without one.
     bool isMaster = false;
     /// The record was made of what the service said when the session began: it knows neither name nor lifetime.
     bool describedBySignIn = false;

@@ -63,10 +63,19 @@ std::set<B2Capability> presetCapabilities(KeyPreset preset)
     return {};
 }
 
+bool isEveryCapability(const std::set<B2Capability>& capabilities)
+{
+    static constexpr std::array<std::string_view, 6> unlisted{"readBucketInfo", "writeBucketInfo", "readBucketType",
+        "writeBucketType", "readBucketPolicy", "writeBucketPolicy"};
+    return std::ranges::all_of(B2Capabilities::all(), [&](const B2Capability& each) {
+        return std::ranges::find(unlisted, each.rawValue) != unlisted.end() || capabilities.contains(each);
+    });
+}
+
 std::string presetSummary(const std::set<B2Capability>& capabilities)
 {
     using namespace B2Capabilities;
-    if (std::ranges::all_of(all(), [&](const auto& each) { return capabilities.contains(each); }))
+    if (isEveryCapability(capabilities))
         return "Full control";
     const auto hasAny = [&](std::initializer_list<B2Capability> wanted) {
         return std::ranges::any_of(wanted, [&](const auto& each) { return capabilities.contains(each); });

@@ -24,6 +24,10 @@ std::string_view presetText(KeyPreset preset);
 /// The capabilities of a preset; none for `custom`, which the user fills.
 std::set<B2Capability> presetCapabilities(KeyPreset preset);
 
+/// Are these all that a key can have? The six that are in no list of the service, not even in that of a master key's
+/// sign-in, do not count.
+bool isEveryCapability(const std::set<B2Capability>& capabilities);
+
 /// What a key may do in a few words, for lists and the log: "Full control", or "read, write, delete".
 std::string presetSummary(const std::set<B2Capability>& capabilities);
 

@@ -70,7 +70,7 @@ std::optional<std::string> keptKeysText(const RevokedKeysOutcome& outcome)
     if (!outcome.removed.empty())
         text = countText(static_cast<std::int64_t>(outcome.removed.size()), "key was", "keys were") + " removed. ";
     for (const auto& kept : outcome.kept)
-        text += fmt::format("“{}” was kept. {} ", kept.key.label, kept.reason);
+        text += kept.reason + " ";
     text.pop_back();
     return text;
 }

@@ -134,30 +134,42 @@ Task<> KeyStore::migrateLabels()
 
 Task<> KeyStore::connect(StoredKey key)
 {
+    const bool wasStored = isStored(key.keyID);
+    ++runningAttempts_;
     isConnecting = true;
     connectionFailure = std::nullopt;
     lastAttempted = key;
     std::exception_ptr error;
     try {
-        co_await openSession(key);
+        co_await openSession(key, wasStored);
     } catch (const Cancelled&) {
-        isConnecting = false;
+        isConnecting = --runningAttempts_ > 0;
         throw;
     } catch (...) {
         error = std::current_exception();
     }
-    if (error)
+    // Of a key that was removed meanwhile there is nothing to tell.
+    if (error && (isStored(key.keyID) || !wasStored))
         fail(key, error);
-    isConnecting = false;
+    isConnecting = --runningAttempts_ > 0;
 }
 
-Task<> KeyStore::openSession(StoredKey key)
+void KeyStore::conclude(const StoredKey& key, std::optional<ConnectionFailure> failure)
+{
+    lastAttempted = key;
+    connectionFailure = std::move(failure);
+}
+
+Task<> KeyStore::openSession(StoredKey key, bool wasStored)
 {
     auto secret = co_await keychain_.secret(key.keyID);
     if (!secret) {
-        connectionFailure = ConnectionFailure{ConnectionFailure::Kind::keyMissing,
-            fmt::format(
-                "Kestrovan has no stored secret for {}. Remove this key and add it again.", shortKeyID(key.keyID))};
+        if (wasStored && !isStored(key.keyID))
+            co_return;
+        conclude(key,
+            ConnectionFailure{ConnectionFailure::Kind::keyMissing,
+                fmt::format("Kestrovan has no stored secret for {}. Remove this key and add it again.",
+                    shortKeyID(key.keyID))});
         co_return;
     }
     const auto client = clients_.makeClient({key.keyID, std::move(*secret)});
@@ -178,11 +190,14 @@ Task<> KeyStore::openSession(StoredKey key)
     co_await nameAccount(authorization);
     co_await nameKey(key.keyID, authorization, client);
 
+    // One that was removed meanwhile must not come back as the session.
+    if (wasStored && !isStored(key.keyID))
+        co_return;
     StoredKey current = stored(key);
     if (!current.accountID)
         current.accountID = authorization.accountID;
     session = std::make_shared<B2Session>(current, client, authorization);
-    connectionFailure = std::nullopt;
+    conclude(current, std::nullopt);
     co_await loadLiveKeyNames();
     log_.record({B2LogLevel::info, "auth",
         fmt::format("Connected with key {} - permits: {}", current.label,
@@ -235,6 +250,7 @@ Task<> KeyStore::retry()
 Task<> KeyStore::loadLiveKeyNames()
 {
     const auto current = *session;
+    const int number = ++startedListings_;
     std::map<std::string, B2ApplicationKey> live;
     bool isComplete = false;
     if (current && current->may(B2Capabilities::listKeys)) {
@@ -242,6 +258,8 @@ Task<> KeyStore::loadLiveKeyNames()
             auto listed = current->client->allKeys();
             while (auto key = co_await listed.next())
                 live.insert_or_assign(key->applicationKeyID, std::move(*key));
+            // The walk of a stopped task ends early, which must not look like a short list.
+            co_await checkCancelled();
             isComplete = true;
         } catch (const Cancelled&) {
             throw;
@@ -250,10 +268,22 @@ Task<> KeyStore::loadLiveKeyNames()
             live.clear();
         }
     }
-    if (*session != current)
+    if (*session != current || number < appliedListing_)
         co_return;
+    appliedListing_ = number;
     liveKeys = std::move(live);
     liveNamesAccountID = isComplete ? std::optional(current->authorization.accountID) : std::nullopt;
+}
+
+void KeyStore::takeLiveKeys(const std::shared_ptr<B2Session>& listedWith, const std::vector<B2ApplicationKey>& listed)
+{
+    if (!listedWith || *session != listedWith)
+        return;
+    std::map<std::string, B2ApplicationKey> live;
+    for (const auto& key : listed)
+        live.emplace(key.applicationKeyID, key);
+    liveKeys = std::move(live);
+    liveNamesAccountID = listedWith->authorization.accountID;
 }
 
 bool KeyStore::isMaster(const StoredKey& key) const
@@ -297,8 +327,13 @@ std::string KeyStore::accountDisplayName(const std::optional<std::string>& accou
 
 void KeyStore::fail(const StoredKey& key, const std::exception_ptr& error)
 {
-    connectionFailure = connectionFailureFrom(error);
+    conclude(key, connectionFailureFrom(error));
     log_.record({B2LogLevel::error, "auth", "Could not connect with key " + key.label, (*connectionFailure)->message});
+}
+
+bool KeyStore::isStored(const std::string& keyID) const
+{
+    return std::ranges::find(*keys, keyID, &StoredKey::keyID) != keys->end();
 }
 
 StoredKey KeyStore::stored(const StoredKey& key) const

@@ -89,6 +89,9 @@ public:
     /// Lists the account's keys with the current session; nothing is known after any failure.
     Task<> loadLiveKeyNames();
 
+    /// The same from a complete listing that another has made with a session, unless that was replaced.
+    void takeLiveKeys(const std::shared_ptr<B2Session>& listedWith, const std::vector<B2ApplicationKey>& listed);
+
     Keychain& keychain() const { return keychain_; }
 
     // --- Changing what is stored
@@ -150,19 +153,25 @@ private:
         std::string keyID, B2Authorization authorization, std::shared_ptr<B2Client> client);
     Task<std::optional<std::string>> reasonToKeep(StoredKey key);
     Task<std::shared_ptr<B2Session>> sessionWith(StoredKey key);
-    Task<> openSession(StoredKey key);
+    Task<> openSession(StoredKey key, bool wasStored);
     Task<> nameAccount(B2Authorization authorization);
     Task<> nameKey(std::string keyID, B2Authorization authorization, std::shared_ptr<B2Client> client);
     void record(B2LogLevel level, std::string_view category, std::string message, std::string detail = {});
     void fail(const StoredKey& key, const std::exception_ptr& error);
+    /// How an attempt ended, together with whose it was: another may have begun since.
+    void conclude(const StoredKey& key, std::optional<ConnectionFailure> failure);
+    bool isStored(const std::string& keyID) const;
     StoredKey stored(const StoredKey& key) const;
 
     Keychain& keychain_;
     const ClientFactory& clients_;
     Settings& settings_;
     ActivityLog& log_;
+    int runningAttempts_ = 0;
     int startedReloads_ = 0;
     int appliedReload_ = 0; ///< An older reading never replaces a newer one.
+    int startedListings_ = 0;
+    int appliedListing_ = 0; ///< The same for what the service lists.
 };
 
 /// Words for what `KeyStore::add` threw.

@@ -10,6 +10,23 @@
 
 #include <algorithm>
 
+namespace {
+
+/// Has the service itself refused the key? A 401 with another code, or with none as of a proxy, is no proof of that.
+bool isRefusalOfKey(const std::exception_ptr& error)
+{
+    try {
+        std::rethrow_exception(error);
+    } catch (const B2Error& failure) {
+        const auto* const api = failure.api();
+        return api && api->status == 401 && (api->code == "unauthorized" || api->code == "bad_auth_token");
+    } catch (...) {
+        return false;
+    }
+}
+
+} // namespace
+
 /// A key that the service has accepted and the secret store has taken.
 struct KeyStore::Accepted {
     std::string keyID;
@@ -71,6 +88,9 @@ Task<> KeyStore::addWithoutSwitching(std::string label, std::string keyID, Secre
     record(B2LogLevel::notice, "auth", fmt::format("Added key {} to Kestrovan", key.label),
         fmt::format("{} - permits: {}. Stored in the Keychain; not switched to.", key.keyID,
             capabilityList(accepted->authorization.storage.allowed.capabilities)));
+    // The last listing may be older than the key, which would look revoked.
+    if (*liveNamesAccountID == key.accountID)
+        co_await loadLiveKeyNames();
 }
 
 Task<std::optional<std::string>> KeyStore::nameAtService(
@@ -86,6 +106,7 @@ Task<std::optional<std::string>> KeyStore::nameAtService(
             if (key->applicationKeyID == keyID)
                 co_return key->keyName.empty() ? std::nullopt : std::optional(key->keyName);
         }
+        co_await checkCancelled();
     } catch (const Cancelled&) {
         throw;
     } catch (...) {
@@ -98,12 +119,16 @@ Task<std::optional<std::string>> KeyStore::nameAtService(
 Task<> KeyStore::remove(StoredKey key)
 {
     co_await keychain_.remove(key.keyID);
+    keys.update([&](auto& all) { std::erase_if(all, [&](const auto& each) { return each.keyID == key.keyID; }); });
     if (*lastAttempted && (*lastAttempted)->keyID == key.keyID) {
         lastAttempted = std::nullopt;
         connectionFailure = std::nullopt;
     }
-    if (*session && (*session)->key->keyID == key.keyID)
+    if (*session && (*session)->key->keyID == key.keyID) {
         session = nullptr;
+        liveKeys = std::map<std::string, B2ApplicationKey>();
+        liveNamesAccountID = std::nullopt;
+    }
     co_await reload();
     const bool isLastOfAccount = key.accountID && !key.accountID->empty()
         && std::ranges::find(*keys, key.accountID, &StoredKey::accountID) == keys->end();
@@ -120,7 +145,7 @@ Task<RevokedKeysOutcome> KeyStore::removeRevoked()
             try {
                 co_await remove(key);
             } catch (const Keychain::Failure& error) {
-                reason = error.what();
+                reason = fmt::format("“{}” could not be removed, so it was kept. {}", key.label, error.what());
             }
         }
         if (!reason) {
@@ -150,11 +175,10 @@ Task<std::optional<std::string>> KeyStore::reasonToKeep(StoredKey key)
     }
     if (!error)
         co_return fmt::format("“{}” is not listed, but Backblaze still accepts it, so it was kept.", key.label);
-    const auto failure = connectionFailureFrom(error);
-    if (failure.kind == ConnectionFailure::Kind::keyRejected)
+    if (isRefusalOfKey(error))
         co_return std::nullopt;
-    co_return fmt::format(
-        "Whether “{}” still works could not be found out, so it was kept. {}", key.label, failure.message);
+    co_return fmt::format("Whether “{}” still works could not be found out, so it was kept. {}", key.label,
+        connectionFailureFrom(error).message);
 }
 
 Task<> KeyStore::rename(StoredKey key, std::string name)

@@ -1,6 +1,7 @@
 #include "accounts/KeyWords.h"
 
 #include "B2Kit/B2Capability.h"
+#include "accounts/KeyPermissions.h"
 #include "foundation/QtText.h"
 
 #include <QDateTime>
@@ -10,7 +11,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <string_view>
 
 namespace {
@@ -20,15 +20,9 @@ bool has(const KeySummary& summary, const B2Capability& capability)
     return std::ranges::find(summary.capabilities, capability.rawValue) != summary.capabilities.end();
 }
 
-// Not in the vendor's lists: even a master key's sign-in does not name these.
-constexpr std::array<std::string_view, 6> unlisted{
-    "readBucketInfo", "writeBucketInfo", "readBucketType", "writeBucketType", "readBucketPolicy", "writeBucketPolicy"};
-
 bool hasAll(const KeySummary& summary)
 {
-    return std::ranges::all_of(B2Capabilities::all(), [&](const B2Capability& capability) {
-        return std::ranges::find(unlisted, capability.rawValue) != unlisted.end() || has(summary, capability);
-    });
+    return isEveryCapability({summary.capabilities.begin(), summary.capabilities.end()});
 }
 
 /// Nothing it holds changes anything at the service.

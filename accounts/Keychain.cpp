@@ -52,6 +52,11 @@ Task<> Keychain::setLegacyPassphrase(Secret)
     co_return;
 }
 
+std::string_view keyPlace(bool useLegacyStore)
+{
+    return useLegacyStore ? "an encrypted file of your own" : "your keyring";
+}
+
 std::string legacyStoreNote(bool hasPassphrase)
 {
     const std::string place = "This desktop has no keyring that Kestrovan could use, so keys are kept in an encrypted "

@@ -8,6 +8,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// A stored key as the secret store lists it, without its secret.
@@ -57,6 +58,8 @@ public:
     Observed<bool> needsPassphrase{this, false};
     /// The user has set a passphrase for the legacy store.
     Observed<bool> hasPassphrase{this, false};
+    /// What the user must hear of keys that are no longer, or not, at hand, as a sentence; the last one.
+    Observed<std::optional<std::string>> remark{this};
 
     /// Decides where the secrets of this process live; before the first read. Fails never.
     virtual Task<> probeOnce();
@@ -100,6 +103,9 @@ public:
     /// Encrypts the open legacy store by a passphrase from now on, or by a key file when it is empty.
     virtual Task<> setLegacyPassphrase(Secret passphrase);
 };
+
+/// Where keys are kept, as a sentence has it: "your keyring", or "an encrypted file of your own" with the legacy store.
+std::string_view keyPlace(bool useLegacyStore);
 
 /// What the legacy store means for the user, to be read before a key is given to it.
 std::string legacyStoreNote(bool hasPassphrase);

@@ -73,16 +73,25 @@ Task<> KeysModel::load()
     std::erase_if(listed, [&](const B2ApplicationKey& key) { return goneIDs_.contains(key.applicationKeyID); });
     keys = std::move(listed);
     hasLoaded = true;
-    dismissError();
+    // That a key was not created or deleted is another matter, which may not have been seen yet.
+    if (*hasLoadFailed)
+        dismissError();
+    if (didLoad)
+        didLoad();
 }
 
-Task<bool> KeysModel::create(B2CreateKeyRequest request)
+Task<bool> KeysModel::create(B2CreateKeyRequest request, std::weak_ptr<B2Session> askedFor)
 {
-    const auto current = *session;
-    if (!current || *isWorking)
+    if (*isWorking)
         co_return false;
     const QPointer<KeysModel> self(this);
     const std::string name = singleLine(request.keyName);
+    const auto current = askedFor.lock();
+    if (!current || *session != current) {
+        dismissError();
+        error = "Key “" + name + "” was not created, because another key is in use by now.";
+        co_return false;
+    }
     const std::string summary =
         presetSummary({request.capabilities.begin(), request.capabilities.end()}) + " - " + reachForLog(request);
     isWorking = true;
@@ -102,8 +111,9 @@ Task<bool> KeysModel::create(B2CreateKeyRequest request)
     if (failure) {
         const std::string reason = describe(failure);
         log_.record({B2LogLevel::error, "keys", "Could not create key " + name, reason});
-        if (*session == current)
-            error = "Could not create key “" + name + "”. " + reason;
+        // Whatever the session is now: nobody else tells what became of the key.
+        dismissError();
+        error = "Could not create key “" + name + "”. " + reason;
         co_return false;
     }
     // Whatever the session is now: its secret is told this once only.
@@ -143,8 +153,10 @@ Task<> KeysModel::remove(std::vector<B2ApplicationKey> doomed)
     if (refused > 1)
         firstRefusal = countText(static_cast<std::int64_t>(refused), "key", "keys")
             + " could not be deleted. The first: " + firstRefusal;
-    if (refused > 0 && *session == current)
+    if (refused > 0 && *session == current) {
+        dismissError();
         error = std::move(firstRefusal);
+    }
     if (refused < doomed.size())
         tellChange();
 }

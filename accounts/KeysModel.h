@@ -36,6 +36,8 @@ public:
 
     /// Told after keys were created or deleted, so that others read them again too. Does nothing at first.
     std::function<void()> didChange;
+    /// Told after the list was read whole with the session. Does nothing at first.
+    std::function<void()> didLoad;
 
     /// Empties the list for another key, whose answers still under way count no more.
     void reset(std::shared_ptr<B2Session> newSession);
@@ -46,8 +48,9 @@ public:
 
     /// Creates a key; on success it is in `created` and the list is read again. One at a time.
     ///
+    /// @param askedFor  the session that the request was made for; none is made with another.
     /// @returns whether the key was created.
-    Task<bool> create(B2CreateKeyRequest request);
+    Task<bool> create(B2CreateKeyRequest request, std::weak_ptr<B2Session> askedFor);
 
     /// Deletes the keys one after the other; those the service refuses stay. The key of the session is never deleted.
     Task<> remove(std::vector<B2ApplicationKey> doomed);

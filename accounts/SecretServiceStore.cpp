@@ -60,6 +60,21 @@ KeychainItem itemOf(SecretItem* stored)
     return item;
 }
 
+/// Awaits a change of an item. That it has vanished since it was found is no failure.
+///
+/// @returns whether the item was there.
+Task<bool> unlessGone(Task<bool> change)
+{
+    try {
+        co_await std::move(change);
+    } catch (const Keychain::Failure& failure) {
+        if (failure.status != Keychain::itemNotFound)
+            throw;
+        co_return false;
+    }
+    co_return true;
+}
+
 } // namespace
 
 SecretServiceStore::SecretServiceStore(std::function<void(bool)> onWaiting, std::chrono::milliseconds limit)
@@ -139,28 +154,29 @@ Task<> SecretServiceStore::save(KeychainItem item, Secret secret)
 Task<int> SecretServiceStore::setLabel(KeychainQuery query, std::string label)
 {
     TimeLimit limit{limit_};
-    const auto found = co_await find(std::move(query), Asking::allowed, limit);
-    for (const auto& item : found) {
-        co_await link_.call(
+    int changed = 0;
+    for (const auto& item : co_await find(std::move(query), Asking::allowed, limit)) {
+        const bool isThere = co_await unlessGone(link_.call(
             limit,
             [&](GCancellable* cancellable, GAsyncReadyCallback callback, gpointer data) {
                 secret_item_set_label(item.get(), label.c_str(), cancellable, callback, data);
             },
             [](GObject* source, GAsyncResult* result, GError** error) {
                 return secret_item_set_label_finish(SECRET_ITEM(source), result, error) == TRUE;
-            });
+            }));
+        changed += isThere ? 1 : 0;
     }
-    co_return static_cast<int>(found.size());
+    co_return changed;
 }
 
 Task<int> SecretServiceStore::setGeneric(KeychainQuery query, std::string generic)
 {
     TimeLimit limit{limit_};
-    const auto found = co_await find(std::move(query), Asking::allowed, limit);
-    for (const auto& item : found) {
+    int count = 0;
+    for (const auto& item : co_await find(std::move(query), Asking::allowed, limit)) {
         auto changed = itemOf(item.get());
         changed.generic = generic;
-        co_await link_.call(
+        const bool isThere = co_await unlessGone(link_.call(
             limit,
             [&](GCancellable* cancellable, GAsyncReadyCallback callback, gpointer data) {
                 const auto attributes = attributesOf(changed);
@@ -168,9 +184,10 @@ Task<int> SecretServiceStore::setGeneric(KeychainQuery query, std::string generi
             },
             [](GObject* source, GAsyncResult* result, GError** error) {
                 return secret_item_set_attributes_finish(SECRET_ITEM(source), result, error) == TRUE;
-            });
+            }));
+        count += isThere ? 1 : 0;
     }
-    co_return static_cast<int>(found.size());
+    co_return count;
 }
 
 Task<> SecretServiceStore::remove(KeychainQuery query)
@@ -272,12 +289,12 @@ Task<std::optional<Secret>> SecretServiceStore::load(SecretItem* item, TimeLimit
 
 Task<> SecretServiceStore::removeItem(SecretItem* item, TimeLimit& limit)
 {
-    co_await link_.call(
+    co_await unlessGone(link_.call(
         limit,
         [item](GCancellable* cancellable, GAsyncReadyCallback callback, gpointer data) {
             secret_item_delete(item, cancellable, callback, data);
         },
         [](GObject* source, GAsyncResult* result, GError** error) {
             return secret_item_delete_finish(SECRET_ITEM(source), result, error) == TRUE;
-        });
+        }));
 }

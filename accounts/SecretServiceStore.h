@@ -23,7 +23,7 @@ public:
     /// Stores the item in the place of all others of its service and account. Those go only when the new one has been
     /// read back.
     Task<> save(KeychainItem item, Secret secret);
-    /// Both change every item that the query finds. @returns how many there are.
+    /// Both change every item that the query finds; one that vanishes meanwhile does not count. @returns how many.
     Task<int> setLabel(KeychainQuery query, std::string label);
     Task<int> setGeneric(KeychainQuery query, std::string generic);
     Task<> remove(KeychainQuery query);

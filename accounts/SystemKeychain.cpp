@@ -1,11 +1,24 @@
 #include "accounts/SystemKeychain.h"
 
+#include "accounts/KeychainMove.h"
+#include "async/Background.h"
+#include "foundation/Texts.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
 SystemKeychain::SystemKeychain(Settings& settings, ActivityLog& log, const std::filesystem::path& directory)
-    : keyring_(settings, log)
+    : log_(log)
+    , path_(KeychainFile(directory).path())
+    , keyring_(settings, log)
     , file_(directory, log)
 {
     connect(&keyring_, &Observable::changed, this, [this] { isWaitingForUnlock = *keyring_.isWaitingForUnlock; });
     connect(&file_, &Observable::changed, this, [this] {
+        if (*file_.remark)
+            remark = *file_.remark;
+        if (!*useLegacyStore)
+            return;
         needsPassphrase = *file_.needsPassphrase;
         hasPassphrase = *file_.hasPassphrase;
     });
@@ -19,14 +32,55 @@ Task<Keychain*> SystemKeychain::chosen()
         co_return &keyring_;
     try {
         co_await keyring_.open();
-        hasOpened_ = true;
     } catch (const Failure& failure) {
         if (failure.status != noSecretService)
             throw;
         useLegacyStore = true;
         co_return &file_;
     }
+    if (!std::exchange(hasOpened_, true))
+        co_await takeOverFile();
     co_return &keyring_;
+}
+
+// Whoever had no keyring at first and has one now finds all keys in it.
+Task<> SystemKeychain::takeOverFile()
+{
+    const bool isThere = co_await runInBackground([path = path_] {
+        std::error_code ignored;
+        return std::filesystem::exists(path, ignored);
+    });
+    if (!isThere)
+        co_return;
+    KeychainMove move;
+    try {
+        move = co_await moveKeys(file_, keyring_);
+    } catch (const Failure& failure) {
+        log_.record({B2LogLevel::warning, "keys", fmt::format("Could not look for keys in “{}”", path_.string()),
+            failure.what()});
+        if (failure.status == wrongPassphrase)
+            remark = fmt::format("Keys from the time before this desktop had a keyring are in “{}”, closed with your "
+                                 "passphrase. Kestrovan uses the keyring now and does not show them. Add them again, "
+                                 "then move that file away.",
+                path_.string());
+        else if (failure.status != isDamaged) // Which the file itself has told.
+            remark = failure.what();
+        co_return;
+    }
+    if (!move.moved.empty())
+        log_.record({B2LogLevel::notice, "keys",
+            fmt::format(
+                "Moved {} into the Keychain", countText(static_cast<std::int64_t>(move.moved.size()), "key", "keys")),
+            fmt::format("{}, from “{}”.", fmt::join(move.moved, ", "), path_.string())});
+    if (move.kept.empty())
+        co_return;
+    log_.record({B2LogLevel::warning, "keys",
+        fmt::format("Could not move {} into the Keychain",
+            countText(static_cast<std::int64_t>(move.kept.size()), "key", "keys")),
+        fmt::format("{}, kept in “{}”. {}", fmt::join(move.kept, ", "), path_.string(), move.reason)});
+    remark = fmt::format("{} could not be moved into the desktop's keyring and {} kept in “{}”. {}",
+        countText(static_cast<std::int64_t>(move.kept.size()), "key", "keys"), move.kept.size() == 1 ? "is" : "are",
+        path_.string(), move.reason);
 }
 
 Task<> SystemKeychain::probeOnce()

@@ -8,7 +8,8 @@
 /// The keys of a normal run: in the desktop's keyring, or in a file of the user's own where there is none.
 ///
 /// The first operation that finds no Secret Service is repeated with the file, and the whole process stays with it.
-/// A keyring that was there and fails, for whatever reason, is never replaced by the file.
+/// A keyring that was there and fails, for whatever reason, is never replaced by the file. A keyring that is there at
+/// last takes over what the file holds; what cannot be moved stays in the file, and `remark` says so.
 class SystemKeychain final : public Keychain {
 public:
     /// @param directory  where the file lies if there is one.
@@ -33,7 +34,10 @@ public:
 private:
     /// The store of this process.
     Task<Keychain*> chosen();
+    Task<> takeOverFile();
 
+    ActivityLog& log_;
+    const std::filesystem::path path_;
     SecretServiceKeychain keyring_;
     FileKeychain file_;
     bool hasOpened_ = false; ///< The keyring has answered once.

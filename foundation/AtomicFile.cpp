@@ -26,6 +26,16 @@ std::error_code writeThrough(int descriptor, std::string_view content)
     return ::fsync(descriptor) == 0 ? std::error_code() : lastError();
 }
 
+/// The new name survives a loss of power only then. Some file systems cannot do it; the file is replaced all the same.
+void writeThroughFolder(const std::filesystem::path& folder)
+{
+    const int descriptor = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return;
+    ::fsync(descriptor);
+    ::close(descriptor);
+}
+
 } // namespace
 
 std::error_code replaceFile(const std::filesystem::path& file, std::string_view content)
@@ -47,5 +57,7 @@ std::error_code replaceFile(const std::filesystem::path& file, std::string_view 
         error = lastError();
     if (error)
         ::unlink(temporary.c_str());
+    else
+        writeThroughFolder(target.parent_path());
     return error;
 }

@@ -27,7 +27,7 @@ Application::Application(const CommandLine& commandLine, std::optional<std::stri
     keychain = makeKeychain(commandLine, std::move(secret));
 
     auto sink = std::make_shared<B2FanOutLogSink>(std::vector<std::shared_ptr<B2LogSink>>{
-        std::make_shared<B2OSLogSink>("com.zantro.B2Kit", "B2"), std::make_shared<ActivityLogSink>(*log)});
+        std::make_shared<B2OSLogSink>("com.zantro.B2Kit", "b2"), std::make_shared<ActivityLogSink>(*log)});
     B2CurlTransportOptions options;
     options.userAgent = userAgentText();
     options.metrics = std::make_shared<B2LogMetricsSink>(sink);

@@ -76,7 +76,8 @@ DetailState decideDetail(const DetailInputs& inputs)
             return *state;
     }
     if (!inputs.isStarted)
-        return {};
+        return inputs.isStartSlow ? notice("Waiting for the keyring…", "Your keys are in the desktop's keyring.")
+                                  : DetailState();
     if (inputs.keyCount == 0)
         return {.kind = DetailState::Kind::welcome};
     if (inputs.hasSession)

@@ -20,6 +20,7 @@ struct SidebarItem {
 /// What the detail area is decided from.
 struct DetailInputs {
     bool isStarted = false;
+    bool isStartSlow = false; ///< The keyring has not answered for a while.
     bool isConnecting = false;
     bool hasSession = false;
     bool isLoadingBuckets = false;

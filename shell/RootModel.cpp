@@ -17,6 +17,9 @@ namespace {
 /// Thousands of uploads may end at once; the folder shown is listed again this often at most.
 constexpr std::chrono::seconds gatheringTime(1);
 
+/// A keyring that answers sooner is not worth a sentence.
+constexpr std::chrono::milliseconds patience(200);
+
 } // namespace
 
 RootModel::RootModel(const RootParts& parts)
@@ -34,6 +37,10 @@ RootModel::RootModel(const RootParts& parts)
 {
     for (Observable* model : std::initializer_list<Observable*>{&keyStore, &buckets, &keychain_})
         connect(model, &Observable::changed, this, [this] { markChanged(); });
+    connect(&keychain_, &Observable::changed, this, [this, told = std::optional<std::string>()]() mutable {
+        if (std::exchange(told, *keychain_.remark) != *keychain_.remark)
+            remark = *keychain_.remark;
+    });
     connect(&buckets, &Observable::changed, this, [this] {
         BucketNames names;
         for (const auto& bucket : *buckets.buckets)
@@ -50,14 +57,17 @@ RootModel::RootModel(const RootParts& parts)
 void RootModel::start()
 {
     tasks_.start(launch());
+    QTimer::singleShot(patience, this, [this] {
+        isStartSlow_ = true;
+        markChanged();
+    });
 }
 
 Task<> RootModel::launch()
 {
-    co_await keyStore.keychain().probeOnce();
+    co_await keychain_.probeOnce();
     if (openResumeStore_)
         resumeStore_ = co_await openResumeStore_();
-    co_await keychain_.probeOnce();
     co_await keyStore.reload();
     keyStore.isStarted = true;
     tasks_.start(log_.loadPersisted());
@@ -101,6 +111,7 @@ void RootModel::wire()
     });
     // A key that is gone is revoked in the list of stored ones too.
     keys.didChange = [this] { tasks_.start(keyStore.loadLiveKeyNames()); };
+    keys.didLoad = [this] { keyStore.takeLiveKeys(*keys.session, *keys.keys); };
     connect(&browser, &Observable::changed, this, &RootModel::followBrowser);
 }
 
@@ -318,6 +329,7 @@ DetailState RootModel::detailState() const
 {
     DetailInputs inputs;
     inputs.isStarted = *keyStore.isStarted;
+    inputs.isStartSlow = isStartSlow_ && !*keychain_.useLegacyStore;
     inputs.isConnecting = *keyStore.isConnecting;
     inputs.hasSession = *keyStore.session != nullptr;
     inputs.isLoadingBuckets = *buckets.isLoading || !*buckets.isAnswered || *buckets.session != *keyStore.session;

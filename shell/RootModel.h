@@ -151,6 +151,7 @@ private:
     std::function<Task<ResumeStore*>()> openResumeStore_;
     ResumeStore* resumeStore_ = nullptr;
     Keychain& keychain_;
+    bool isStartSlow_ = false;
     std::optional<std::string> expiryNotice_; ///< Of the session's key, as it was told in `remark`.
     std::set<std::string> keysWithoutSecret_; ///< Found out when they were to connect.
     std::set<std::string> writtenBuckets_;    ///< Written to since the browser was told last.

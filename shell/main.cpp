@@ -25,9 +25,12 @@ void chooseDisplay(const CommandLine& commandLine)
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
 }
 
-int runProgram(const CommandLine& commandLine, std::optional<std::string> secret, Theme& theme)
+int runProgram(const CommandLine& commandLine, std::optional<std::string> secret, bool isHardened, Theme& theme)
 {
     Application application(commandLine, std::move(secret));
+    if (!isHardened)
+        application.log->record({B2LogLevel::warning, "app", "Could not keep the memory of this process to itself",
+            "After a crash, or to a debugger, it may show the secrets of the keys in use."});
     auto window = std::make_unique<MainWindow>(application);
     SignalWatch signals;
     const auto leave = [&application] { application.shutDown([] { QCoreApplication::quit(); }); };
@@ -63,8 +66,9 @@ int runProgram(const CommandLine& commandLine, std::optional<std::string> secret
 
 int main(int argc, char** argv)
 {
+    bool isHardened = true;
 #if !defined(__SANITIZE_ADDRESS__) && !__has_feature(address_sanitizer) && !__has_feature(thread_sanitizer)
-    hardenProcess();
+    isHardened = hardenProcess();
 #endif
     const auto commandLine = parseCommandLine({argv + 1, argv + argc});
     if (!commandLine) {
@@ -100,7 +104,7 @@ int main(int argc, char** argv)
     QGuiApplication::setQuitOnLastWindowClosed(false);
     Theme theme;
     try {
-        return runProgram(*commandLine, std::move(secret), theme);
+        return runProgram(*commandLine, std::move(secret), isHardened, theme);
     } catch (const std::exception& error) {
         std::cerr << error.what() << '\n';
         return 1;

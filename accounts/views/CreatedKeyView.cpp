@@ -12,7 +12,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-CreatedKeyView::CreatedKeyView(B2CreatedApplicationKey created, AddKey add, QWidget* parent)
+CreatedKeyView::CreatedKeyView(B2CreatedApplicationKey created, AddKey add, std::string_view keyPlace, QWidget* parent)
     : Sheet(toQString(CreatedKeyRules::title), {}, parent)
     , created_(std::move(created))
     , add_(std::move(add))
@@ -22,7 +22,7 @@ CreatedKeyView::CreatedKeyView(B2CreatedApplicationKey created, AddKey add, QWid
 {
     setObjectName(QStringLiteral("createdKey"));
     setMinimumWidth(540);
-    buildFields();
+    buildFields(keyPlace);
     setVerb(tr("Done"));
     hideCancel();
     connect(copyButton_, &QPushButton::clicked, this, &CreatedKeyView::copy);
@@ -40,17 +40,18 @@ CreatedKeyView::~CreatedKeyView()
     wipe(created_.applicationKey);
 }
 
-void CreatedKeyView::buildFields()
+void CreatedKeyView::buildFields(std::string_view keyPlace)
 {
     const auto addText = [this](const QString& title, const std::string& text) {
         auto* const label = makeIdentifierLabel(toQString(text), this);
         // The name may have 100 letters, without a place to break.
         label->setMinimumWidth(1);
         label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-        label->setToolTip(label->text());
         addRow(title, label);
+        return label;
     };
-    addText(tr("keyName"), created_.key.keyName);
+    auto* const name = addText(tr("keyName"), created_.key.keyName);
+    name->setToolTip(name->text());
     addText(tr("keyID"), created_.key.applicationKeyID);
     addText(tr("applicationKey"), created_.applicationKey);
 
@@ -64,7 +65,7 @@ void CreatedKeyView::buildFields()
     column->addWidget(acknowledged_);
     column->addSpacing(Spacing::tight);
     column->addWidget(addToKestrovan_);
-    auto* const text = makeSecondaryLabel(toQString(CreatedKeyRules::addText), TextSize::small, options);
+    auto* const text = makeSecondaryLabel(toQString(CreatedKeyRules::addText(keyPlace)), TextSize::small, options);
     text->setContentsMargins(Spacing::wide, 0, 0, 0);
     column->addWidget(text);
     addToKestrovan_->setAccessibleDescription(text->text());

@@ -9,6 +9,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 class QCheckBox;
 
@@ -22,15 +23,16 @@ public:
     /// Stores a key in the program without switching to it; a sentence when it could not.
     using AddKey = std::function<Task<std::optional<std::string>>(B2CreatedApplicationKey)>;
 
-    /// @param add  null where keys cannot be stored; the option is not offered then.
-    CreatedKeyView(B2CreatedApplicationKey created, AddKey add, QWidget* parent);
+    /// @param add       null where keys cannot be stored; the option is not offered then.
+    /// @param keyPlace  where they are stored.
+    CreatedKeyView(B2CreatedApplicationKey created, AddKey add, std::string_view keyPlace, QWidget* parent);
     ~CreatedKeyView() override;
 
     /// Refused until the secret is safe: Escape, the close button and `close` come here too.
     void reject() override;
 
 private:
-    void buildFields();
+    void buildFields(std::string_view keyPlace);
     void copy();
     void render();
     void finish();

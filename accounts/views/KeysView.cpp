@@ -140,7 +140,10 @@ void KeysView::connectCommands()
     addActions(commands_->all());
     connect(commands_->newKey, &QAction::triggered, this, &KeysView::askForNewKey);
     connect(commands_->remove, &QAction::triggered, this, &KeysView::askToDelete);
-    connect(commands_->refresh, &QAction::triggered, this, &KeysView::refresh);
+    connect(commands_->refresh, &QAction::triggered, this, [this] {
+        model_.dismissError();
+        refresh();
+    });
     connect(commands_->details, &QAction::triggered, this, &KeysView::showDetails);
     connect(commands_->switchTo, &QAction::triggered, this, [this] {
         if (const auto* const row = targetRow(); row && row->canSwitch())
@@ -250,14 +253,18 @@ void KeysView::askForNewKey()
 void KeysView::create(const B2CreateKeyRequest& request)
 {
     // Both outcomes are in the model: a failure for the sheet that is open, a key for the sheet that follows.
-    auto run = [](KeysModel* model, B2CreateKeyRequest wanted) -> Task<> { co_await model->create(std::move(wanted)); };
-    tasks_.start(run(&model_, request));
+    auto run = [](KeysModel* model, B2CreateKeyRequest wanted, std::weak_ptr<B2Session> askedFor) -> Task<> {
+        co_await model->create(std::move(wanted), std::move(askedFor));
+    };
+    if (newSheet_)
+        tasks_.start(run(&model_, request, newSheet_->session()));
 }
 
 void KeysView::showCreated()
 {
     // Over the window, since the secret must be seen whatever pane is shown by now.
-    createdSheet_ = new CreatedKeyView(**model_.created, addKey_, window());
+    createdSheet_ =
+        new CreatedKeyView(**model_.created, addKey_, keyPlace(*store_.keychain().useLegacyStore), window());
     createdSheet_->setAttribute(Qt::WA_DeleteOnClose);
     connect(createdSheet_, &QDialog::accepted, this, [this] {
         if (*model_.created)
@@ -297,6 +304,7 @@ void KeysView::showDetails()
     inputs.buckets = buckets_;
     inputs.isCurrent = row->relation == KeyRelation::current;
     inputs.isStored = row->stored.has_value();
+    inputs.useLegacyStore = *store_.keychain().useLegacyStore;
     inputs.storedLabel = row->stored ? row->stored->label : std::string();
     inputs.now = std::chrono::system_clock::now();
     auto* const sheet = new KeyDetailsView(inputs, row->canTakeName(), this);

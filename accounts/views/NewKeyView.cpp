@@ -9,6 +9,7 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -46,6 +47,7 @@ void setNote(QLabel& note, const std::string& text)
 NewKeyView::NewKeyView(KeysModel& model, std::vector<B2Bucket> buckets, QWidget* parent)
     : Sheet(tr("New Application Key"), {}, parent)
     , model_(model)
+    , session_(*model.session)
     , buckets_(std::move(buckets))
     , held_(heldBy(model))
     , name_(new QLineEdit)
@@ -70,7 +72,7 @@ NewKeyView::NewKeyView(KeysModel& model, std::vector<B2Bucket> buckets, QWidget*
     connect(permissions_, &PermissionList::changed, this, &NewKeyView::readForm);
     connect(chooser_, &QPushButton::clicked, this, &NewKeyView::chooseBuckets);
     connect(this, &Sheet::verbTriggered, this, &NewKeyView::submit);
-    connect(&model_, &Observable::changed, this, &NewKeyView::renderBusy);
+    connect(&model_, &Observable::changed, this, &NewKeyView::followModel);
     render();
 }
 
@@ -153,24 +155,36 @@ bool NewKeyView::event(QEvent* event)
     return isHandled;
 }
 
-// As high as the notes that stand need.
+// As high as the notes that stand need, and never so low that one lies over another.
 void NewKeyView::refit()
 {
     if (!isVisible())
         return;
     layout()->activate();
-    resize(width(), layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width()) : sizeHint().height());
+    constexpr int frame = 60;
+    const int needed = layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width()) : sizeHint().height();
+    const int height = std::min(needed, screen()->availableGeometry().height() - frame);
+    setMinimumHeight(height);
+    resize(width(), height);
+}
+
+void NewKeyView::followModel()
+{
+    if (*model_.session == session_.lock())
+        renderBusy();
+    else
+        reject();
 }
 
 void NewKeyView::renderBusy()
 {
-    if (std::exchange(isWorking_, *model_.isWorking) == *model_.isWorking)
-        return;
-    setBusy(isWorking_, tr("Creating the key…"));
-    if (isWorking_)
-        return;
-    if (*model_.error)
+    if (std::exchange(isWorking_, *model_.isWorking) != *model_.isWorking)
+        setBusy(isWorking_, tr("Creating the key…"));
+    // A refusal can come so fast that nobody was told of the work.
+    if (!isWorking_ && hasAsked_ && *model_.error) {
+        hasAsked_ = false;
         setMessage(MessageKind::danger, toQString(**model_.error));
+    }
 }
 
 void NewKeyView::chooseBuckets()
@@ -209,5 +223,7 @@ void NewKeyView::askAboutSeveralBuckets()
 
 void NewKeyView::request()
 {
+    model_.dismissError();
+    hasAsked_ = true;
     Q_EMIT createRequested(makeCreateKeyRequest(form_, rules()));
 }

@@ -2,9 +2,11 @@
 
 #include "B2Kit/B2Bucket.h"
 #include "B2Kit/B2Requests.h"
+#include "accounts/B2Session.h"
 #include "accounts/NewKeyRules.h"
 #include "foundation/views/Sheet.h"
 
+#include <memory>
 #include <vector>
 
 class KeysModel;
@@ -14,6 +16,7 @@ class QLineEdit;
 
 /// The sheet of a new application key. It asks for the key and closes when it was made; a failure stands in it.
 ///
+/// It is about the session at its opening, and closes when another takes over.
 /// Closing it while a key is being made leaves that to end: its secret is shown then.
 class NewKeyView final : public Sheet {
     Q_OBJECT
@@ -23,6 +26,8 @@ public:
     NewKeyView(KeysModel& model, std::vector<B2Bucket> buckets, QWidget* parent);
 
     const NewKeyForm& form() const { return form_; }
+    /// The session whose buckets and permissions are offered.
+    std::weak_ptr<B2Session> session() const { return session_; }
 
 Q_SIGNALS:
     /// The form is in order, and the question about several buckets was answered.
@@ -36,6 +41,7 @@ private:
     void readForm();
     void render();
     void refit();
+    void followModel();
     void renderBusy();
     void chooseBuckets();
     void submit();
@@ -44,6 +50,7 @@ private:
     NewKeyRules rules() const;
 
     KeysModel& model_;
+    const std::weak_ptr<B2Session> session_;
     const std::vector<B2Bucket> buckets_;
     const std::set<B2Capability> held_; ///< What the key in use may do.
     NewKeyForm form_;
@@ -58,4 +65,5 @@ private:
     QLineEdit* prefix_;
     QComboBox* lifetime_;
     bool isWorking_ = false;
+    bool hasAsked_ = false; ///< What became of it has not been told yet.
 };

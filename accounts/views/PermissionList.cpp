@@ -11,6 +11,7 @@
 namespace {
 
 constexpr int usualHeight = 190;
+constexpr int leastHeight = 80;
 
 } // namespace
 
@@ -41,7 +42,10 @@ PermissionList::PermissionList(QWidget* parent)
     setWidgetResizable(true);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFocusPolicy(Qt::NoFocus);
-    setFixedHeight(usualHeight);
+    // On a small screen it gives way, since it can be scrolled and the notes around it cannot.
+    setMinimumHeight(leastHeight);
+    setMaximumHeight(usualHeight);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     content->setBackgroundRole(QPalette::Base);
 }
 

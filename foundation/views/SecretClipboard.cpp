@@ -4,23 +4,27 @@
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QMimeData>
-#include <QScopedValueRollback>
 
 SecretClipboard::SecretClipboard(QObject* parent, std::chrono::milliseconds lifetime)
     : QObject(parent)
 {
     timer_.setSingleShot(true);
     timer_.setInterval(lifetime);
-    connect(&timer_, &QTimer::timeout, this, [this] {
-        if (isOurs())
-            QGuiApplication::clipboard()->clear();
-        data_.clear();
-    });
-    // Not every platform lets go of data that was replaced, so the change itself counts too.
+    connect(&timer_, &QTimer::timeout, this, &SecretClipboard::takeBack);
+    connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, &SecretClipboard::takeBack);
+    // Not every platform lets go of data that was replaced, so the change itself counts too. Some tell of the program's
+    // own copy as well, and late.
     connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, this, [this] {
-        if (!isCopying_)
+        if (data_ && QGuiApplication::clipboard()->mimeData() != data_)
             data_.clear();
     });
+}
+
+void SecretClipboard::takeBack()
+{
+    if (isOurs())
+        QGuiApplication::clipboard()->clear();
+    data_.clear();
 }
 
 SecretClipboard& SecretClipboard::shared()
@@ -33,7 +37,6 @@ SecretClipboard& SecretClipboard::shared()
 
 void SecretClipboard::copy(const QString& secret)
 {
-    const QScopedValueRollback copying(isCopying_, true);
     auto* const data = new QMimeData; // The clipboard takes it.
     data->setText(secret);
     data->setData(QString::fromLatin1(hintType), hintValue);

@@ -10,7 +10,7 @@ class QMimeData;
 class QString;
 
 /// Puts secrets on the clipboard for a while: marked so that managers of passwords and histories leave them out, and
-/// taken away after 60 seconds unless something else was copied meanwhile.
+/// taken away after 60 seconds, or when the program ends, unless something else was copied meanwhile.
 ///
 /// Lives on the main thread and asks no other program anything, so it never waits.
 class SecretClipboard final : public QObject {
@@ -34,7 +34,8 @@ public:
     bool isOurs() const { return !data_.isNull(); }
 
 private:
+    void takeBack();
+
     QTimer timer_;
     QPointer<QMimeData> data_; ///< Null when the clipboard has gone to somebody else.
-    bool isCopying_ = false;
 };

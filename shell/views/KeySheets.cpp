@@ -41,6 +41,14 @@ Task<> runBehind(QPointer<Sheet> sheet, Task<> work)
         sheet->accept();
 }
 
+/// A file that opens after the sheet was closed counts as well.
+Task<> unlockAndRead(QPointer<RootModel> root, Secret passphrase)
+{
+    co_await root->keyStore.keychain().unlockLegacyStore(std::move(passphrase));
+    if (root)
+        root->reloadKeys();
+}
+
 } // namespace
 
 KeySheets::KeySheets(RootModel& root, AppContext& context, QWidget& window)
@@ -157,8 +165,13 @@ Task<> KeySheets::askAboutRevoked(QPointer<KeySheets> self)
     const auto revoked = self->root_.keyStore.revokedKeys();
     auto& keychain = self->root_.keyStore.keychain();
     bool isAnyShared = false;
-    for (const auto& key : revoked)
-        isAnyShared = co_await keychain.isShared(key.keyID) || isAnyShared;
+    for (const auto& key : revoked) {
+        try {
+            isAnyShared = co_await keychain.isShared(key.keyID) || isAnyShared;
+        } catch (const Keychain::Failure&) {
+            // The question can be asked without; the removal meets the same and says so.
+        }
+    }
     if (!self || revoked.empty() || self->bringToFront())
         co_return;
     auto* const sheet = makeQuestion(removeRevokedQuestion(revoked, isAnyShared), &self->window_);
@@ -178,9 +191,8 @@ void KeySheets::unlockStore()
     connect(sheet, &Sheet::verbTriggered, this, [this, sheet] {
         auto passphrase = sheet->passphrase();
         sheet->setBusy(true, tr("Opening the file…"));
-        tasks_.start(runBehind(sheet, root_.keyStore.keychain().unlockLegacyStore(std::move(passphrase))));
+        tasks_.start(runBehind(sheet, unlockAndRead(&root_, std::move(passphrase))));
     });
-    connect(sheet, &QDialog::accepted, &root_, &RootModel::reloadKeys);
     open(sheet);
 }
 
@@ -213,6 +225,7 @@ void KeySheets::inspectKey(const StoredKey& key)
         .buckets = *root_.buckets.buckets,
         .isCurrent = inspection->isCurrent,
         .isStored = true,
+        .useLegacyStore = *root_.keyStore.keychain().useLegacyStore,
         .storedLabel = key.label,
         .isMaster = inspection->isMaster,
         .describedBySignIn = inspection->describedBySignIn,

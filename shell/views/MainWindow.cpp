@@ -285,6 +285,7 @@ void MainWindow::render()
 
     renderNotice();
     const auto state = application_.root->detailState();
+    welcome_->setKeyPlace(keyPlace(*application_.keychain->useLegacyStore));
     pages_->setCurrentWidget(state.kind == DetailState::Kind::welcome ? static_cast<QWidget*>(welcome_) : columns_);
 
     const auto& bucket = *application_.root->browser.bucket;
@@ -377,6 +378,11 @@ void MainWindow::showUnfinishedUploads()
     auto* const sheet = new UnfinishedUploadsView(root.unfinishedUploads, std::move(actions), this);
     sheet->setAttribute(Qt::WA_DeleteOnClose);
     connect(sheet, &UnfinishedUploadsView::resumed, this, [this] { setTransfersVisible(true); });
+    // Rows of one account must not stand over another.
+    connect(&root, &Observable::changed, sheet, [&root, sheet, session = *root.unfinishedUploads.session] {
+        if (*root.keyStore.session != session)
+            sheet->reject();
+    });
     sheet->open();
 }
 

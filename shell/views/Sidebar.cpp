@@ -18,6 +18,8 @@
 #include <QStyledItemDelegate>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int rowHeight = 28;
@@ -229,11 +231,16 @@ void Sidebar::renderSurfaces()
 void Sidebar::fillKeyMenu(QMenu& menu, const AppContext& context, RootModel& root)
 {
     auto* const group = new QActionGroup(&menu);
-    std::string account;
+    // Two accounts may have the same name.
+    const auto accountOf = [&root](const std::string& keyID) {
+        const auto key = std::ranges::find(*root.keyStore.keys, keyID, &StoredKey::keyID);
+        return key == root.keyStore.keys->end() ? std::string() : key->accountID.value_or("");
+    };
+    std::optional<std::string> account;
     for (const auto& entry : *context.keyMenu) {
-        if (entry.account != account) {
-            account = entry.account;
-            menu.addSection(toQString(account));
+        if (account != accountOf(entry.id)) {
+            account = accountOf(entry.id);
+            menu.addSection(toQString(entry.account));
         }
         auto* const action = menu.addAction(toQString(entry.title));
         action->setCheckable(true);

@@ -1,6 +1,8 @@
 #include "shell/views/WelcomeView.h"
 
+#include "accounts/Keychain.h"
 #include "accounts/views/LinkLabel.h"
+#include "foundation/QtText.h"
 #include "foundation/views/ColorRoles.h"
 #include "foundation/views/Icons.h"
 #include "foundation/views/Labels.h"
@@ -57,6 +59,7 @@ QVBoxLayout* addStep(QGridLayout& grid, int number, const QString& title, const 
 
 WelcomeView::WelcomeView(QWidget* parent)
     : QWidget(parent)
+    , lastStep_(makeSecondaryLabel({}, TextSize::normal, this))
     , connect_(new QPushButton(tr("Connect to Backblaze B2"), this))
 {
     setObjectName(QStringLiteral("welcome"));
@@ -109,6 +112,12 @@ WelcomeView::WelcomeView(QWidget* parent)
     connect(connect_, &QPushButton::clicked, this, &WelcomeView::connectRequested);
 }
 
+void WelcomeView::setKeyPlace(std::string_view place)
+{
+    lastStep_->setText(
+        tr("The key is checked with Backblaze and kept in %1. It goes nowhere else.").arg(toQString(place)));
+}
+
 QWidget* WelcomeView::makeFeatures()
 {
     auto* const box = new QWidget;
@@ -148,10 +157,11 @@ QWidget* WelcomeView::makeSteps()
     choice->addWidget(makeKeyChoice());
     addStep(*grid, 3, tr("Copy both values"),
         {tr("The keyID stays on that page. The applicationKey is shown only once, so copy it straight away.")}, box);
-    addStep(*grid, 4, tr("Paste them into Kestrovan"),
-        {tr("The key is checked with Backblaze and kept in your computer's keyring. It goes nowhere else."),
-            tr("Kestrovan also asks for a name, which can be anything you like.")},
-        box);
+    auto* const paste = addStep(*grid, 4, tr("Paste them into Kestrovan"), {}, box);
+    paste->addWidget(lastStep_);
+    paste->addWidget(makeSecondaryLabel(
+        tr("Kestrovan also asks for a name, which can be anything you like."), TextSize::normal, box));
+    setKeyPlace(keyPlace(false));
     return box;
 }
 

@@ -2,6 +2,9 @@
 
 #include <QWidget>
 
+#include <string_view>
+
+class QLabel;
 class QPushButton;
 
 /// What fills the window while no key is stored: what the program does, and how to connect it in four steps.
@@ -10,6 +13,9 @@ class WelcomeView final : public QWidget {
 
 public:
     explicit WelcomeView(QWidget* parent = nullptr);
+
+    /// Says where a key will be kept.
+    void setKeyPlace(std::string_view place);
 
     QPushButton& connectButton() { return *connect_; }
 
@@ -25,5 +31,6 @@ private:
     QWidget* makeKeyChoice();
     QWidget* makeFooter();
 
+    QLabel* lastStep_; ///< What becomes of the key.
     QPushButton* connect_;
 };

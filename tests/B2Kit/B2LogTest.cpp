@@ -73,7 +73,7 @@ TEST(OSLogSinkTest, ForgesNoLineOnTheStandardErrorOutput)
         GTEST_SKIP() << "The journal takes the lines here.";
     testing::internal::CaptureStderr();
 
-    B2OSLogSink sink("com.zantro.B2Kit", "B2");
+    B2OSLogSink sink("com.zantro.B2Kit", "b2");
     sink.notice("auth", "one\n[auth] forged\x1b[31m", "more\r\nlines");
     sink.debug("api", "not for a terminal");
 

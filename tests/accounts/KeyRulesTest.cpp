@@ -50,6 +50,14 @@ TEST(KeyPermissionsTest, TheGroupsHoldKnownCapabilitiesEachOnce)
 TEST(KeyPermissionsTest, ASummaryNamesWhatAKeyIsFor)
 {
     EXPECT_EQ(presetSummary(presetCapabilities(KeyPreset::fullControl)), "Full control");
+    auto masters = presetCapabilities(KeyPreset::fullControl);
+    // No list of the service has these, so no key does.
+    for (const char* const name : {"readBucketInfo", "writeBucketInfo", "readBucketType", "writeBucketType",
+             "readBucketPolicy", "writeBucketPolicy"})
+        masters.erase(B2Capability(name));
+    EXPECT_EQ(presetSummary(masters), "Full control");
+    masters.erase(B2Capability("bypassGovernance"));
+    EXPECT_NE(presetSummary(masters), "Full control");
     EXPECT_EQ(presetSummary(presetCapabilities(KeyPreset::readOnly)), "read, share");
     EXPECT_EQ(presetSummary(presetCapabilities(KeyPreset::readWrite)), "read, write, delete, share");
     EXPECT_EQ(presetSummary({B2Capabilities::writeKeys, B2Capabilities::deleteBuckets}), "manage keys, manage buckets");

@@ -23,8 +23,8 @@ TEST(KeySheetTextsTest, SaysWhichKeysWereKeptAndWhy)
     RevokedKeysOutcome outcome{.removed = {{"1", "Old laptop", "a"}}, .kept = {}};
     EXPECT_FALSE(keptKeysText(outcome));
 
-    outcome.kept.push_back({{"2", "Printer", "a"}, "It still signs in."});
-    EXPECT_EQ(keptKeysText(outcome), "1 key was removed. “Printer” was kept. It still signs in.");
+    outcome.kept.push_back({{"2", "Printer", "a"}, "“Printer” still signs in, so it was kept."});
+    EXPECT_EQ(keptKeysText(outcome), "1 key was removed. “Printer” still signs in, so it was kept.");
 }
 
 TEST(KeySheetTextsTest, OnlyTheKeyInUseIsSaidToDisconnect)

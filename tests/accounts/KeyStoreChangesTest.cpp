@@ -66,6 +66,7 @@ TEST_F(KeyStoreChangesTest, AKeyThatIsOnlyAddedLeavesTheSessionAlone)
     EXPECT_THAT(logMessages(), Contains("Added key Unnamed key to Kestrovan"));
     EXPECT_EQ(log.entries().back().detail,
         made.key.applicationKeyID + " - permits: listBuckets. Stored in the Keychain; not switched to.");
+    EXPECT_THAT(store.revokedKeys(), IsEmpty()) << "the listing is read again, since it was older than the key";
 }
 
 TEST_F(KeyStoreChangesTest, ARefusedOrUnstorableKeyChangesNothing)
@@ -111,6 +112,8 @@ TEST_F(KeyStoreChangesTest, ARemovedKeyTakesTheSortsOfItsAccountButNotItsName)
     EXPECT_FALSE(*store.session);
     EXPECT_FALSE(*store.lastAttempted);
     EXPECT_THAT(*store.keys, IsEmpty());
+    EXPECT_THAT(*store.liveKeys, IsEmpty()) << "known of the session that is gone";
+    EXPECT_FALSE(*store.liveNamesAccountID);
     qtRun(store.add("Master", master.keyID, master.applicationKey));
     EXPECT_EQ(store.accountDisplayName(master.keyID), "Office");
 }
@@ -155,6 +158,15 @@ TEST_F(KeyStoreChangesTest, AKeyThatCannotBeAskedAboutIsKept)
 
     EXPECT_THAT(outcome.removed, IsEmpty());
     EXPECT_THAT(outcome.kept.at(0).reason, HasSubstr("could not be found out, so it was kept."));
+
+    keychain.isBroken = false;
+    control("faults", R"({"kind": "status", "operation": "b2_authorize_account", "count": 1, "status": 401,
+        "body": "<html>Sign in to the network</html>", "contentType": "text/html"})");
+    EXPECT_THAT(qtRun(store.removeRevoked()).removed, IsEmpty()) << "that was a proxy";
+
+    control("options", R"({"wrongKeyCode": "bad_auth_token"})");
+    EXPECT_THAT(qtRun(store.removeRevoked()).kept, IsEmpty());
+    EXPECT_THAT(storedIDs(), ElementsAre(master.keyID));
 }
 
 TEST_F(KeyStoreChangesTest, NamesAreTrimmedAndShownAtOnce)

@@ -100,6 +100,18 @@ protected:
         qtRun(store.connect(stored(master.keyID)));
     }
 
+    /// Scripts the service.
+    void control(const std::string& path, const std::string& json)
+    {
+        auto reply = [](std::string url, std::string body) -> Task<int> {
+            B2CurlTransport transport{B2CurlTransportOptions{}};
+            B2HTTPRequest request{
+                .url = std::move(url), .headers = {{"Content-Type", "application/json"}}, .body = std::move(body)};
+            co_return (co_await transport.data(std::move(request))).response.status;
+        };
+        ASSERT_EQ(qtRun(reply(service.url() + "/_local/" + path, json)), 200);
+    }
+
     std::vector<std::string> logMessages() const
     {
         std::vector<std::string> messages;

@@ -1,4 +1,5 @@
 #include "KeyStoreFixture.h"
+#include "foundation/TaskScope.h"
 
 using testing::Contains;
 using testing::HasSubstr;
@@ -94,4 +95,64 @@ TEST_F(KeyStoreTest, AStoreThatCannotBeReadLosesNothing)
     qtRun(store.connect(stored(master.keyID)));
     EXPECT_EQ(*store.connectionFailure, (ConnectionFailure{ConnectionFailure::Kind::other, "The keyring is locked"}));
     EXPECT_FALSE(*store.isConnecting);
+}
+
+TEST_F(KeyStoreTest, AListingThatIsStoppedMakesNoKeyLookRevoked)
+{
+    connectMaster();
+    const auto made = createKey("working", {B2Capabilities::listBuckets});
+    memory.add({made.key.applicationKeyID, "Working", master.keyID}, made.applicationKey);
+    qtRun(store.reload());
+    qtRun(store.loadLiveKeyNames());
+    control("options", R"({"latencyMilliseconds": 50})");
+
+    TaskScope tasks;
+    tasks.start(store.loadLiveKeyNames());
+    ASSERT_TRUE(spinUntil([&, turns = 0]() mutable { return ++turns > 3; }));
+    tasks.cancelAll();
+    qtRun(tasks.drain());
+
+    EXPECT_TRUE(store.revokedKeyIDs().empty());
+}
+
+TEST_F(KeyStoreTest, OfTwoAttemptsAtOnceEachIsToldWithItsOwnKey)
+{
+    memory.add({"0044a1b2c3d4e5f0000000099", "Wrong", std::nullopt}, "K004wrongwrongwrongwrongwrong00");
+    qtRun(store.reload());
+    control("options", R"({"latencyMilliseconds": 50})");
+
+    const StoredKey missing{"0044a1b2c3d4e5f0000000001", "Missing", std::nullopt};
+
+    TaskScope tasks;
+    tasks.start(store.connect(stored("0044a1b2c3d4e5f0000000099")));
+    tasks.start(store.connect(missing));
+    ASSERT_TRUE(spinUntil([&] { return store.connectionFailure->has_value(); }));
+    EXPECT_EQ(**store.lastAttempted, missing);
+    EXPECT_TRUE(*store.isConnecting);
+
+    qtRun(tasks.drain());
+    EXPECT_EQ((*store.lastAttempted)->label, "Wrong");
+    EXPECT_EQ((*store.connectionFailure)->kind, ConnectionFailure::Kind::keyRejected);
+    EXPECT_FALSE(*store.isConnecting);
+}
+
+TEST_F(KeyStoreTest, AKeyRemovedWhileItConnectsStaysGone)
+{
+    memory.add({"0044a1b2c3d4e5f0000000099", "Wrong", std::nullopt}, "K004wrongwrongwrongwrongwrong00");
+    qtRun(store.reload());
+    control("options", R"({"latencyMilliseconds": 50})");
+    const auto doomed = *store.keys;
+
+    TaskScope tasks;
+    for (const auto& key : doomed)
+        tasks.start(store.connect(key));
+    ASSERT_TRUE(spinUntil([&] { return *store.isConnecting; }));
+    for (const auto& key : doomed)
+        qtRun(store.remove(key));
+    qtRun(tasks.drain());
+
+    EXPECT_FALSE(*store.session);
+    EXPECT_FALSE(*store.connectionFailure);
+    EXPECT_FALSE(*store.lastAttempted);
+    EXPECT_THAT(logMessages(), Not(Contains(HasSubstr("Could not connect"))));
 }

@@ -1,5 +1,9 @@
 #include "accounts/KeychainFile.h"
 
+#include "accounts/FileKeychain.h"
+#include "foundation/Settings.h"
+#include "tests/support/QtRun.h"
+
 #include <QTemporaryDir>
 
 #include <gmock/gmock.h>
@@ -104,6 +108,20 @@ TEST_F(KeychainFileTest, ADamagedFileIsSetAsideAndNotOverwritten)
         addKey(file, "key-1");
     }
     EXPECT_EQ(file.read().size(), 1U);
+}
+
+TEST_F(KeychainFileTest, ThatAFileWasSetAsideIsStillSaidAfterTheNextReading)
+{
+    addKey(file, "key-1");
+    damage(file.path(), contentOf(file.path()).size() - 1);
+    Settings settings{{}};
+    ActivityLog log(settings, directory / "Logs");
+    FileKeychain keychain(directory, log);
+
+    EXPECT_THROW(qtRun(keychain.entries()), Keychain::Failure);
+    EXPECT_TRUE(qtRun(keychain.entries()).empty());
+
+    EXPECT_THAT(keychain.remark->value_or(""), HasSubstr("the keys have to be added again."));
 }
 
 TEST_F(KeychainFileTest, AFileWhoseKeyIsMissingIsSetAsideToo)

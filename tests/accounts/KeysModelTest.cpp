@@ -47,7 +47,7 @@ protected:
 
     B2CreatedApplicationKey make(const std::string& name, std::vector<B2Capability> capabilities)
     {
-        EXPECT_TRUE(qtRun(model.create({.capabilities = std::move(capabilities), .keyName = name})));
+        EXPECT_TRUE(qtRun(model.create({.capabilities = std::move(capabilities), .keyName = name}, *model.session)));
         const auto made = model.created->value();
         model.forgetCreated();
         return made;
@@ -111,7 +111,7 @@ TEST_F(KeysModelTest, AKeyIsCreatedToldOnceListedAndDeleted)
 
     const NewKeyForm form{.name = "reader", .lifetime = KeyLifetime::day};
     const NewKeyRules rules(form, session->authorization.storage.allowed.capabilities);
-    EXPECT_TRUE(qtRun(model.create(makeCreateKeyRequest(form, rules))));
+    EXPECT_TRUE(qtRun(model.create(makeCreateKeyRequest(form, rules), *model.session)));
 
     ASSERT_TRUE(*model.created);
     const auto made = **model.created;
@@ -163,7 +163,8 @@ TEST_F(KeysModelTest, WhatTheServiceRefusesIsSaidAndKeepsTheRows)
     EXPECT_THAT(model.error->value(), HasSubstr("2 keys could not be deleted. The first: Could not delete key “one”."));
     EXPECT_THAT(logged(), HasSubstr("Could not delete key two"));
 
-    EXPECT_FALSE(qtRun(model.create({.capabilities = {B2Capabilities::listFiles}, .keyName = "no blanks"})));
+    EXPECT_FALSE(
+        qtRun(model.create({.capabilities = {B2Capabilities::listFiles}, .keyName = "no blanks"}, *model.session)));
     EXPECT_FALSE(*model.created);
     EXPECT_FALSE(*model.isWorking);
     EXPECT_THAT(model.error->value(), HasSubstr("Could not create key “no blanks”."));
@@ -205,6 +206,7 @@ TEST_F(KeysOfTwoAccountsTest, NothingOfAnotherAccountIsEverShown)
     // The window has switched, the model has not yet heard of it.
     EXPECT_EQ(KeysPane(model, second).kind, KeysPane::Kind::loading);
 
+    control("options", R"({"latencyMilliseconds": 50})");
     TaskScope tasks;
     tasks.start(model.load());
     ASSERT_TRUE(spinUntil([&] { return *model.isLoading; }));
@@ -225,7 +227,7 @@ TEST_F(KeysOfTwoAccountsTest, ASecretComesThroughASwitchThatCrossesItsCreation)
     control("options", R"({"latencyMilliseconds": 50})");
     auto create = [](KeysModel* keys) -> Task<> {
         B2CreateKeyRequest request{.capabilities = {B2Capabilities::listFiles}, .keyName = "crossing"};
-        co_await keys->create(std::move(request));
+        co_await keys->create(std::move(request), *keys->session);
     };
     TaskScope tasks;
     tasks.start(create(&model));
@@ -237,6 +239,32 @@ TEST_F(KeysOfTwoAccountsTest, ASecretComesThroughASwitchThatCrossesItsCreation)
     ASSERT_TRUE(*model.created);
     EXPECT_THAT((*model.created)->applicationKey, Not(IsEmpty()));
     EXPECT_THAT(names(), IsEmpty());
+}
+
+TEST_F(KeysOfTwoAccountsTest, ACreationThatASwitchCrossesEndsWithASentence)
+{
+    const auto first = sessionOf(service.masterKeys().at(0));
+    const auto second = sessionOf(service.masterKeys().at(1));
+    const B2CreateKeyRequest request{.capabilities = {B2Capabilities::listFiles}, .keyName = "crossing"};
+    auto create = [](KeysModel* keys, B2CreateKeyRequest wanted) -> Task<> {
+        co_await keys->create(std::move(wanted), *keys->session);
+    };
+    model.reset(first);
+    control("faults", R"({"kind": "status", "operation": "b2_create_key", "status": 403, "code": "cap_exceeded"})");
+    control("options", R"({"latencyMilliseconds": 50})");
+    TaskScope tasks;
+    tasks.start(create(&model, request));
+    ASSERT_TRUE(spinUntil([&] { return *model.isWorking; }));
+
+    model.reset(second);
+    qtRun(tasks.drain());
+    qtRun(model.load());
+
+    EXPECT_THAT(model.error->value_or(""), HasSubstr("Could not create key “crossing”."));
+    control("faults/clear", "{}");
+    EXPECT_FALSE(qtRun(model.create(request, first))) << "never in the account that is in use by now";
+    EXPECT_THAT(names(), Not(Contains("crossing")));
+    EXPECT_EQ(model.error->value_or(""), "Key “crossing” was not created, because another key is in use by now.");
 }
 
 TEST_F(KeysModelTest, AKeyWithoutTheCapabilitiesIsToldWhatItLacks)

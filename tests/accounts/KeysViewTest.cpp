@@ -5,6 +5,7 @@
 #include "accounts/views/BucketChooser.h"
 #include "accounts/views/KeysCommands.h"
 #include "accounts/views/NewKeyView.h"
+#include "accounts/views/PermissionList.h"
 #include "foundation/QtText.h"
 #include "foundation/Settings.h"
 #include "foundation/SettingsKeys.h"
@@ -77,7 +78,7 @@ TEST(CreatedKeyViewTest, NothingClosesItBeforeTheSecretIsSafe)
 {
     QWidget window;
     window.show();
-    CreatedKeyView sheet(createdKey(), nullptr, &window);
+    CreatedKeyView sheet(createdKey(), nullptr, keyPlace(true), &window);
     sheet.open();
 
     QTest::keyClick(&sheet, Qt::Key_Escape);
@@ -115,7 +116,8 @@ TEST(CreatedKeyViewTest, AKeyThatCannotBeStoredKeepsItsSheet)
         };
         return answer(++calls, key.applicationKey);
     };
-    CreatedKeyView sheet(createdKey(), add, &window);
+    CreatedKeyView sheet(createdKey(), add, keyPlace(true), &window);
+    EXPECT_THAT(fromQString(textsOf(sheet)), HasSubstr("Stored in an encrypted file of your own so Kestrovan"));
     sheet.open();
     boxOf(sheet, QStringLiteral("I have saved"))->setChecked(true);
     boxOf(sheet, QStringLiteral("Add this key"))->setChecked(true);
@@ -158,7 +160,7 @@ protected:
     /// A key of the account whose secret is stored as well.
     std::string makeKey(const std::string& name, std::vector<B2Capability> capabilities, bool isStored = true)
     {
-        EXPECT_TRUE(qtRun(model.create({.capabilities = std::move(capabilities), .keyName = name})));
+        EXPECT_TRUE(qtRun(model.create({.capabilities = std::move(capabilities), .keyName = name}, *model.session)));
         const auto made = **model.created;
         model.forgetCreated();
         if (isStored) {
@@ -333,12 +335,44 @@ TEST_F(KeysViewTest, ARefusedNewKeyKeepsItsForm)
     EXPECT_TRUE(buttonOf(*form, QStringLiteral("Create Key"))->isEnabled());
 }
 
+TEST_F(KeysViewTest, NoNoteOfTheNewKeysFormLiesOverItsFields)
+{
+    connectWith(service.masterKey().keyID);
+    view.setBuckets(qtRun((*store.session)->client->listBuckets()));
+    present();
+    view.commands().newKey->trigger();
+    auto* const form = view.findChild<NewKeyView*>();
+    form->findChild<QComboBox*>(QStringLiteral("grants"))->setCurrentIndex(static_cast<int>(KeyPreset::custom));
+    QTest::qWait(50);
+
+    auto* const list = form->findChild<PermissionList*>();
+    for (auto* const box : list->findChildren<QCheckBox*>())
+        box->setChecked(true);
+    QTest::qWait(50);
+    form->resize(form->width(), 100);
+    EXPECT_EQ(list->height(), list->sizeHint().height()) << "a sheet is never lower than its fields need";
+
+    form->setMinimumHeight(0);
+    form->resize(form->width(), form->height() - 80); // A small screen.
+    QTest::qWait(50);
+    int bottom = -1;
+    for (auto* const widget : list->parentWidget()->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
+        EXPECT_GT(widget->geometry().top(), bottom);
+        bottom = widget->geometry().bottom();
+        EXPECT_GE(widget->height(), widget->hasHeightForWidth() ? widget->heightForWidth(widget->width()) : 20);
+    }
+    EXPECT_LT(bottom, list->parentWidget()->height());
+}
+
 TEST_F(KeysViewTest, RowsOfTheOtherSessionGoBeforeItsOwnCome)
 {
     connectWith(service.masterKey().keyID);
     const auto reader = makeKey("reader", {B2Capabilities::readFiles});
     present();
     ASSERT_THAT(shown(), Contains("reader"));
+    view.commands().newKey->trigger();
+    const QPointer<NewKeyView> form = view.findChild<NewKeyView*>();
+    ASSERT_TRUE(form);
 
     // The store has switched, the model has not heard of it yet.
     qtRun(store.connect(*std::ranges::find(*store.keys, reader, &StoredKey::keyID)));
@@ -348,6 +382,7 @@ TEST_F(KeysViewTest, RowsOfTheOtherSessionGoBeforeItsOwnCome)
     model.reset(*store.session);
     settle();
     EXPECT_THAT(fromQString(textsOf(view)), HasSubstr("This Key Cannot Manage Keys"));
+    EXPECT_TRUE(!form || !form->isVisible()) << "it offers what the other key may do";
     EXPECT_FALSE(view.commands().newKey->isEnabled());
 }
 
@@ -357,6 +392,7 @@ TEST(SecretClipboardTest, TakesBackOnlyWhatIsStillItsOwn)
     SecretClipboard secrets(nullptr, std::chrono::milliseconds(30));
 
     secrets.copy(QStringLiteral("K004secret"));
+    Q_EMIT clipboard->dataChanged(); // As some desktops tell the owner itself, and late.
     EXPECT_TRUE(secrets.isOurs());
     ASSERT_TRUE(spinUntil([&] { return clipboard->text().isEmpty(); }, std::chrono::seconds(2)));
 
@@ -371,4 +407,6 @@ TEST(SecretClipboardTest, TakesBackOnlyWhatIsStillItsOwn)
     secrets.copy(QStringLiteral("second"));
     QTest::qWait(20);
     EXPECT_EQ(clipboard->text(), QStringLiteral("second")) << "the time begins anew";
+    Q_EMIT qApp->aboutToQuit({});
+    EXPECT_EQ(clipboard->text(), QString());
 }

@@ -149,6 +149,53 @@ TEST_F(SecretServiceTest, WithoutAKeyringAnEncryptedFileServesForTheWholeRun)
     EXPECT_THAT(placesOf(canary), IsEmpty());
 }
 
+TEST_F(SecretServiceTest, AKeyringThatComesLaterTakesOverTheFile)
+{
+    const auto directory = home() / "data" / "kestrovan";
+    FileKeychain file(directory, log);
+    qtRun(file.save("key-1", canary, "Laptop", "account-1"));
+    qtRun(file.save("key-2", "other", "Desk", std::nullopt));
+    qtRun(file.setAccountName("account-1", "Office"));
+    startKeyring(State::unlocked);
+    qtRun(makeKeychain()->save("key-2", "not the same", "Elsewhere", std::nullopt));
+    restartKeyring(State::locked);
+    {
+        SystemKeychain locked(settings, log, directory);
+        qtRun(locked.probeOnce());
+        EXPECT_THAT(locked.remark->value_or(""), HasSubstr("2 keys could not be moved into the desktop's keyring"));
+        EXPECT_EQ(secretOf(file, "key-1"), canary);
+    }
+    restartKeyring(State::unlocked);
+
+    SystemKeychain keychain(settings, log, directory);
+    qtRun(keychain.probeOnce());
+
+    EXPECT_THAT(qtRun(keychain.entries()),
+        ElementsAre(KeychainEntry{"key-1", "Laptop", "account-1"}, KeychainEntry{"key-2", "Elsewhere", {}}));
+    EXPECT_EQ(secretOf(keychain, "key-1"), canary);
+    EXPECT_EQ(qtRun(keychain.accountName("account-1")), "Office");
+    EXPECT_EQ(secretOf(file, "key-1"), std::nullopt);
+    EXPECT_EQ(secretOf(file, "key-2"), "other") << "nobody knows which of the two is right";
+    EXPECT_THAT(keychain.remark->value_or(""), HasSubstr("1 key could not be moved"));
+    EXPECT_FALSE(*keychain.useLegacyStore);
+}
+
+TEST_F(SecretServiceTest, AFileWithAPassphraseIsNamedAndKept)
+{
+    const auto directory = home() / "data" / "kestrovan";
+    FileKeychain file(directory, log);
+    qtRun(file.save("key-1", canary, "Laptop", std::nullopt));
+    qtRun(file.setLegacyPassphrase("passphrase"));
+    startKeyring(State::unlocked);
+
+    SystemKeychain keychain(settings, log, directory);
+    EXPECT_THAT(qtRun(keychain.entries()), IsEmpty());
+
+    EXPECT_THAT(keychain.remark->value_or(""), HasSubstr((directory / "keys.box").string()));
+    EXPECT_FALSE(*keychain.needsPassphrase) << "nobody is asked for it";
+    EXPECT_EQ(secretOf(file, "key-1"), canary);
+}
+
 TEST_F(SecretServiceTest, AKeyringThatHangsFreezesNothing)
 {
     startKeyring(State::unlocked);

@@ -24,9 +24,11 @@ const ConnectionFailure networkFailure{ConnectionFailure::Kind::unreachable, "No
 TEST(DetailStateTest, SaysNothingBeforeTheKeysWereRead)
 {
     EXPECT_EQ(decideDetail({}).kind, Kind::nothing);
+    EXPECT_EQ(decideDetail({.isStartSlow = true}).notice.title, "Waiting for the keyring…");
 
     DetailInputs started;
     started.isStarted = true;
+    started.isStartSlow = true;
     EXPECT_EQ(decideDetail(started).kind, Kind::welcome);
     started.keyCount = 1;
     EXPECT_EQ(decideDetail(started).notice.title, "Not Connected");
