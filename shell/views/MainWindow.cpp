@@ -18,14 +18,13 @@
 #include "shell/views/KeySheets.h"
 #include "shell/views/Sidebar.h"
 #include "shell/views/StagedWindow.h"
+#include "shell/views/TransferDialogs.h"
 #include "shell/views/WelcomeView.h"
-#include "storage/views/UnfinishedUploadsView.h"
 #include "transfers/QuitQuestion.h"
 #include "transfers/views/TransfersView.h"
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QFileDialog>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QShortcut>
@@ -49,6 +48,7 @@ MainWindow::MainWindow(Application& application)
     , welcome_(new WelcomeView)
     , pages_(new QStackedWidget(this))
     , keySheets_(new KeySheets(*application.root, *application.context, *this))
+    , transferDialogs_(new TransferDialogs(application, *this))
     , columns_(new QSplitter(Qt::Horizontal, this))
     , rows_(new QSplitter(Qt::Vertical))
 {
@@ -113,10 +113,16 @@ void MainWindow::buildLayout()
     connect(detail_, &DetailArea::unlockRequested, keySheets_, &KeySheets::unlockStore);
 
     auto& browser = detail_->browser();
-    connect(&browser, &ObjectBrowserView::uploadFilesDialogRequested, this, &MainWindow::chooseFilesToUpload);
-    connect(&browser, &ObjectBrowserView::uploadFolderDialogRequested, this, &MainWindow::chooseFolderToUpload);
+    connect(&browser, &ObjectBrowserView::uploadFilesDialogRequested, transferDialogs_,
+        &TransferDialogs::chooseFilesToUpload);
+    connect(&browser, &ObjectBrowserView::uploadFolderDialogRequested, transferDialogs_,
+        &TransferDialogs::chooseFolderToUpload);
     connect(&browser, &ObjectBrowserView::uploadRequested, this, &MainWindow::upload);
-    connect(&browser, &ObjectBrowserView::unfinishedUploadsRequested, this, &MainWindow::showUnfinishedUploads);
+    connect(&browser, &ObjectBrowserView::unfinishedUploadsRequested, transferDialogs_,
+        &TransferDialogs::showUnfinishedUploads);
+    connect(transferDialogs_, &TransferDialogs::uploadChosen, this,
+        [this](const QList<QUrl>& urls) { detail_->browser().takeFiles(urls); });
+    connect(transferDialogs_, &TransferDialogs::resumed, this, [this] { setTransfersVisible(true); });
     connect(&browser, &ObjectBrowserView::downloadRequested, this, &MainWindow::download);
     connect(&detail_->keys(), &KeysView::switchRequested, this,
         [this](const QString& keyID) { application_.root->switchTo(fromQString(keyID)); });
@@ -161,7 +167,7 @@ void MainWindow::buildFileMenu()
     file->addAction(commands.upload);
     file->addAction(commands.uploadFolder);
     file->addAction(commands.download);
-    file->addAction(tr("Save Downloads To…"), this, &MainWindow::chooseDownloadFolder);
+    file->addAction(tr("Save Downloads To…"), transferDialogs_, &TransferDialogs::chooseDownloadFolder);
     file->addSeparator();
     file->addAction(commands.unfinishedUploads);
     file->addAction(commands.refresh);
@@ -335,71 +341,6 @@ void MainWindow::upload(const QList<QUrl>& urls, const std::string& prefix)
         files.push_back(localPathOf(url));
     application_.queue->upload(std::move(files), **browser.bucket, prefix, *browser.session);
     setTransfersVisible(true);
-}
-
-QFileDialog* MainWindow::makeUploadDialog(const QString& title)
-{
-    auto* const dialog = new QFileDialog(this, title);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setLabelText(QFileDialog::Accept, tr("Upload"));
-    dialog->setDirectory(uploadsFrom_);
-    // Qt's own dialog, used where the desktop has none, never emits urlsSelected.
-    connect(dialog, &QFileDialog::accepted, this, [this, dialog] {
-        uploadsFrom_ = dialog->directory().absolutePath();
-        detail_->browser().takeFiles(dialog->selectedUrls());
-    });
-    return dialog;
-}
-
-void MainWindow::chooseFilesToUpload()
-{
-    auto* const dialog = makeUploadDialog(tr("Upload"));
-    dialog->setFileMode(QFileDialog::ExistingFiles);
-    dialog->open();
-}
-
-void MainWindow::chooseFolderToUpload()
-{
-    auto* const dialog = makeUploadDialog(tr("Upload Folder"));
-    dialog->setFileMode(QFileDialog::Directory);
-    dialog->open();
-}
-
-void MainWindow::showUnfinishedUploads()
-{
-    auto& root = *application_.root;
-    if (!root.openUnfinishedUploads())
-        return;
-    UnfinishedUploadsView::Actions actions;
-    if (application_.resumeStore) {
-        actions.resumeAction = [&root](std::string fileID) { return root.resumeUpload(std::move(fileID)); };
-        actions.canResume = [&root](const std::string& fileID) { return root.canResume(fileID); };
-    }
-    auto* const sheet = new UnfinishedUploadsView(root.unfinishedUploads, std::move(actions), this);
-    sheet->setAttribute(Qt::WA_DeleteOnClose);
-    connect(sheet, &UnfinishedUploadsView::resumed, this, [this] { setTransfersVisible(true); });
-    // Rows of one account must not stand over another.
-    connect(&root, &Observable::changed, sheet, [&root, sheet, session = *root.unfinishedUploads.session] {
-        if (*root.keyStore.session != session)
-            sheet->reject();
-    });
-    sheet->open();
-}
-
-void MainWindow::chooseDownloadFolder()
-{
-    auto* const dialog = new QFileDialog(this, tr("Save Downloads To"));
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setFileMode(QFileDialog::Directory);
-    dialog->setOption(QFileDialog::ShowDirsOnly);
-    dialog->setDirectory(toQString(application_.destination->current().path.string()));
-    // Qt's own dialog emits no urlsSelected.
-    connect(dialog, &QDialog::accepted, this, [this, dialog] {
-        const auto chosen = dialog->selectedUrls();
-        if (!chosen.isEmpty() && chosen.front().isLocalFile())
-            application_.destination->choose(localPathOf(chosen.front()));
-    });
-    dialog->open();
 }
 
 void MainWindow::download(const std::vector<B2FileVersion>& files)

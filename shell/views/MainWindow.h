@@ -2,7 +2,6 @@
 
 #include "shell/Application.h"
 
-#include <QDir>
 #include <QList>
 #include <QMainWindow>
 #include <QPointer>
@@ -12,10 +11,10 @@ class ActivityLogWindow;
 class Banner;
 class DetailArea;
 class KeySheets;
-class QFileDialog;
 class QSplitter;
 class QStackedWidget;
 class Sidebar;
+class TransferDialogs;
 class TransfersView;
 class WelcomeView;
 
@@ -65,11 +64,6 @@ private:
     void restoreSplitters();
     void saveSplitters();
     void upload(const QList<QUrl>& urls, const std::string& prefix);
-    QFileDialog* makeUploadDialog(const QString& title);
-    void chooseFilesToUpload();
-    void chooseFolderToUpload();
-    void showUnfinishedUploads();
-    void chooseDownloadFolder();
     void download(const std::vector<B2FileVersion>& files);
     void showMessage(const QString& title, const QString& text);
 
@@ -81,13 +75,13 @@ private:
     WelcomeView* welcome_;
     QStackedWidget* pages_; ///< The welcome, or everything else.
     KeySheets* keySheets_;
+    TransferDialogs* transferDialogs_;
     QMenu* account_ = nullptr;
     QSplitter* columns_;
     QSplitter* rows_;
     QMenu* keysMenu_ = nullptr;
     QAction* showTransfers_ = nullptr;
     QPointer<ActivityLogWindow> logWindow_;
-    QString uploadsFrom_ = QDir::homePath(); ///< Where the dialogs for uploads open.
     bool hasStarted_ = false;
     bool isAskingToQuit_ = false;
 };
