@@ -85,3 +85,21 @@ TEST_F(KeysPaneRootTest, ADeletedKeyIsRevokedInTheListOfStoredOnes)
 
     EXPECT_TRUE(spinUntil([&] { return root.keyStore.revokedKeyIDs().contains(doomed.applicationKeyID); }));
 }
+
+TEST_F(KeysPaneRootTest, WhatThePaneListsIsNotRevokedInTheListOfStoredOnes)
+{
+    ASSERT_TRUE(isConnected(first));
+    ASSERT_TRUE(spinUntil([&] { return root.keyStore.liveNamesAccountID->has_value(); }));
+    auto make = [](std::shared_ptr<B2Session> session) -> Task<B2CreatedApplicationKey> {
+        B2CreateKeyRequest request{.capabilities = {B2Capabilities::listBuckets}, .keyName = "made-elsewhere"};
+        co_return co_await session->client->createKey(std::move(request));
+    };
+    const auto made = qtRun(make(*root.keyStore.session));
+    keychain.add({made.key.applicationKeyID, "Elsewhere", first}, made.applicationKey);
+    qtRun(root.keyStore.reload());
+    ASSERT_TRUE(root.keyStore.revokedKeyIDs().contains(made.key.applicationKeyID)) << "that listing is older";
+
+    qtRun(root.keys.load());
+
+    EXPECT_FALSE(root.keyStore.revokedKeyIDs().contains(made.key.applicationKeyID));
+}
