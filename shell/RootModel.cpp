@@ -34,6 +34,7 @@ RootModel::RootModel(const RootParts& parts)
     , queue_(parts.queue)
     , openResumeStore_(parts.openResumeStore)
     , keychain_(parts.keychain)
+    , reconnection_(keyStore)
 {
     for (Observable* model : std::initializer_list<Observable*>{&keyStore, &buckets, &keychain_})
         connect(model, &Observable::changed, this, [this] { markChanged(); });

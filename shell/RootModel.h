@@ -5,6 +5,7 @@
 #include "accounts/KeyStore.h"
 #include "accounts/KeySwitcherModel.h"
 #include "accounts/KeysModel.h"
+#include "accounts/Reconnection.h"
 #include "browser/BrowserModel.h"
 #include "browser/ListingCache.h"
 #include "buckets/BucketsModel.h"
@@ -156,5 +157,6 @@ private:
     std::set<std::string> keysWithoutSecret_; ///< Found out when they were to connect.
     std::set<std::string> writtenBuckets_;    ///< Written to since the browser was told last.
     QTimer gathering_;
+    Reconnection reconnection_;
     TaskScope tasks_;
 };

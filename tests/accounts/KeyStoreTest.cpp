@@ -1,4 +1,5 @@
 #include "KeyStoreFixture.h"
+#include "accounts/Reconnection.h"
 #include "foundation/TaskScope.h"
 
 using testing::Contains;
@@ -155,4 +156,19 @@ TEST_F(KeyStoreTest, AKeyRemovedWhileItConnectsStaysGone)
     EXPECT_FALSE(*store.connectionFailure);
     EXPECT_FALSE(*store.lastAttempted);
     EXPECT_THAT(logMessages(), Not(Contains(HasSubstr("Could not connect"))));
+}
+
+TEST_F(KeyStoreTest, ConnectsAgainByItselfOnceTheServiceCanBeReached)
+{
+    using namespace std::chrono_literals;
+    qtRun(store.reload());
+    const Reconnection reconnection(store, 5ms);
+    store.lastAttempted = stored(master.keyID);
+    store.connectionFailure = ConnectionFailure{ConnectionFailure::Kind::keyRejected, "No."};
+    spinUntil([] { return false; }, 50ms);
+    EXPECT_FALSE(*store.session) << "a refused key is not tried again";
+
+    store.connectionFailure = ConnectionFailure{ConnectionFailure::Kind::unreachable, "No network."};
+    EXPECT_TRUE(spinUntil([&] { return *store.session != nullptr; }));
+    EXPECT_FALSE(*store.connectionFailure);
 }
