@@ -133,6 +133,9 @@ TwinSHA1::TwinSHA1(std::vector<B2PartStretch> parts)
 
 void TwinSHA1::update(std::string_view bytes)
 {
+    received_ += static_cast<std::int64_t>(bytes.size());
+    if (received_ > (parts_.empty() ? 0 : parts_.back().end))
+        throw std::out_of_range("more bytes than the parts have");
     if (!rest_.empty()) {
         const auto missing = std::min(blockBytes - rest_.size(), bytes.size());
         rest_.append(bytes.substr(0, missing));
@@ -144,8 +147,6 @@ void TwinSHA1::update(std::string_view bytes)
     while (bytes.size() >= blockBytes) {
         const auto left = static_cast<std::size_t>(parts_.at(finished_.size()).end - position_);
         const auto blocks = std::min(bytes.size(), left) / blockBytes;
-        if (blocks == 0)
-            throw std::out_of_range("more bytes than the parts have");
         take(bytes.data(), blocks);
         bytes.remove_prefix(blocks * blockBytes);
     }

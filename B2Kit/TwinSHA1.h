@@ -46,6 +46,7 @@ private:
     std::vector<std::string> finished_;
     State whole_ = initial;
     State part_ = initial;
-    std::int64_t position_ = 0; ///< Whole blocks that were taken.
+    std::int64_t received_ = 0;
+    std::int64_t position_ = 0; ///< Of the blocks that were taken.
     std::string rest_;          ///< Less than a block.
 };

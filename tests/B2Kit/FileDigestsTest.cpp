@@ -73,6 +73,7 @@ TEST_F(FileDigestsTest, AFileThatHasGrownIsNotHashedBeyondItsParts)
 {
     const auto bytes = noise(256);
     EXPECT_THROW(hash(bytes, partsOf(128, 64), 256), std::out_of_range);
+    EXPECT_THROW(hash(bytes, partsOf(100, 64), 110), std::out_of_range);
     EXPECT_THROW(hash(bytes, partsOf(100, 50), 256), std::out_of_range);
 }
 
