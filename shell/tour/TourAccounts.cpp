@@ -27,16 +27,6 @@ using namespace TourHands;
 
 namespace {
 
-QModelIndex rowOfKey(const QAbstractItemModel& rows, const QString& name)
-{
-    for (int row = 0; row < rows.rowCount(); ++row) {
-        const QModelIndex index = rows.index(row, 0);
-        if (index.data().toString() == name && index.flags().testFlag(Qt::ItemIsEnabled))
-            return index;
-    }
-    return {};
-}
-
 /// Opens the switcher and picks the key with that name.
 Task<bool> pickKey(MainWindow& window, QString name)
 {
@@ -48,9 +38,9 @@ Task<bool> pickKey(MainWindow& window, QString name)
     // What the last switch has changed may still be on its way to the rows.
     co_await settle();
     const QPointer<KeySwitcherList> list = switcher.popover()->findChild<KeySwitcherList*>();
-    co_await until([&] { return !list || rowOfKey(*list->model(), name).isValid(); });
-    if (list && rowOfKey(*list->model(), name).isValid()) {
-        clickRow(*list, rowOfKey(*list->model(), name));
+    co_await until([&] { return !list || rowOf(*list->model(), name).isValid(); });
+    if (list && rowOf(*list->model(), name).isValid()) {
+        clickRow(*list, rowOf(*list->model(), name));
         co_return true;
     }
     if (switcher.popover())

@@ -65,6 +65,16 @@ Task<bool> until(std::function<bool()> condition)
     co_return true;
 }
 
+QModelIndex rowOf(const QAbstractItemModel& rows, const QString& text)
+{
+    for (int row = 0; row < rows.rowCount(); ++row) {
+        const QModelIndex index = rows.index(row, 0);
+        if (index.data().toString() == text && index.flags().testFlag(Qt::ItemIsEnabled))
+            return index;
+    }
+    return {};
+}
+
 Task<> settle()
 {
     co_await sleepFor(std::chrono::milliseconds(60));

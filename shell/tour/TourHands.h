@@ -27,6 +27,9 @@ void dropFiles(QWidget& widget, const std::vector<std::filesystem::path>& files)
 /// @returns whether it held.
 Task<bool> until(std::function<bool()> condition);
 
+/// The first row with that text which can be picked; invalid when there is none.
+QModelIndex rowOf(const QAbstractItemModel& rows, const QString& text);
+
 /// Gives the window time to paint what was changed last.
 Task<> settle();
 

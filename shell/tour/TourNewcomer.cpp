@@ -54,15 +54,6 @@ void clickButton(const QWidget& parent, const QString& text)
     }
 }
 
-QModelIndex rowOf(const QAbstractItemModel& rows, const QString& text)
-{
-    for (int row = 0; row < rows.rowCount(); ++row) {
-        if (rows.index(row, 0).data().toString() == text)
-            return rows.index(row, 0);
-    }
-    return {};
-}
-
 } // namespace
 
 Task<> Tour::welcomeANewcomer()
@@ -91,8 +82,9 @@ Task<> TourChapter::connectAsNewcomer()
         stream >> keyID >> secret;
 
     WelcomeView* welcome = nullptr;
-    co_await check(
-        "meet a newcomer with a welcome", [&] { return (welcome = shown<WelcomeView>(window_)) != nullptr; });
+    if (!co_await check(
+            "meet a newcomer with a welcome", [&] { return (welcome = shown<WelcomeView>(window_)) != nullptr; }))
+        co_return;
     co_await picture(window_, "welcome");
     click(welcome->connectButton());
     co_await addKey(keys[0].first, keys[0].second, true);
@@ -141,8 +133,8 @@ Task<> TourChapter::addKey(std::string keyID, std::string secret, bool isFirst)
             nameField = line;
     }
     type(*nameField, isFirst ? QStringLiteral("everything at home") : QStringLiteral("the club"));
+    type(*idField, toQString(keyID));
     if (isFirst) {
-        type(*idField, toQString(keyID));
         type(field->edit(), QStringLiteral("not the secret of this key"));
         clickButton(*sheet, AddKeyView::tr("Add Key"));
         co_await until([&] { return !field->isEmpty() && field->isEnabled(); });
@@ -150,11 +142,8 @@ Task<> TourChapter::addKey(std::string keyID, std::string secret, bool isFirst)
         co_await until([&] { return sheet->isVisible() && shown<QPushButton>(*sheet) && idField->isEnabled(); });
         co_await picture(*sheet, "refused-key");
         field->edit().selectAll();
-        type(field->edit(), toQString(secret));
-    } else {
-        type(*idField, toQString(keyID));
-        type(field->edit(), toQString(secret));
     }
+    type(field->edit(), toQString(secret));
     co_await picture(*sheet, isFirst ? "add-key" : "add-second-key");
     clickButton(*sheet, AddKeyView::tr("Add Key"));
     co_await until([&] { return shown<AddKeyView>(window_) == nullptr; });
@@ -171,13 +160,15 @@ Task<> TourChapter::manageKeys()
 
     keys.commands().newKey->trigger();
     NewKeyView* sheet = nullptr;
-    co_await check("open the sheet of a new key", [&] { return (sheet = shown<NewKeyView>(window_)) != nullptr; });
+    if (!co_await check("open the sheet of a new key", [&] { return (sheet = shown<NewKeyView>(window_)) != nullptr; }))
+        co_return;
     type(*sheet->findChild<QLineEdit*>(), name);
     co_await picture(*sheet, "new-key");
     clickButton(*sheet, NewKeyView::tr("Create Key"));
     CreatedKeyView* created = nullptr;
-    co_await check(
-        "show the secret of a new key once", [&] { return (created = shown<CreatedKeyView>(window_)) != nullptr; });
+    if (!co_await check(
+            "show the secret of a new key once", [&] { return (created = shown<CreatedKeyView>(window_)) != nullptr; }))
+        co_return;
     press(*created, Qt::Key_Escape);
     co_await settle();
     report("and not let it go before it is copied", created->isVisible(), "Escape closed the sheet");

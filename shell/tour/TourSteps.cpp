@@ -61,10 +61,10 @@ Task<> TourSteps::picture(QWidget& window, std::string name)
 Task<> TourSteps::showBucket(std::string name)
 {
     auto& list = window_.sidebar().bucketList();
-    for (int i = 0; i < list.model()->rowCount(); ++i) {
-        if (list.model()->index(i, 0).data().toString() == toQString(name))
-            clickRow(list, list.model()->index(i, 0));
-    }
+    // After a switch the sidebar follows a turn later.
+    co_await until([&] { return rowOf(*list.model(), toQString(name)).isValid(); });
+    if (const auto found = rowOf(*list.model(), toQString(name)); found.isValid())
+        clickRow(list, found);
     co_await until([this, name] {
         const auto& bucket = *application_.root->browser.bucket;
         return bucket && bucket->bucketName == name && isListed();
