@@ -67,6 +67,7 @@ QWidget* UnfinishedUploadsView::makeContent()
     pages_->addWidget(scroll);
     pages_->addWidget(message_);
     pages_->setFixedHeight(listHeight);
+    pages_->setFocusPolicy(Qt::ClickFocus);
     auto* const content = new QWidget;
     auto* const column = new QVBoxLayout(content);
     column->setContentsMargins({});
@@ -143,8 +144,11 @@ void UnfinishedUploadsView::moveFocusOn()
 {
     // Never onto a button that deletes.
     const auto next = std::ranges::find_if(rows_, [](UnfinishedUploadRow* row) { return row->focusResume(); });
-    if (next == rows_.end())
-        recheck_->setFocus(Qt::OtherFocusReason);
+    if (next != rows_.end())
+        return;
+    // A button that is off takes no focus.
+    QWidget* const safe = recheck_->isEnabled() ? static_cast<QWidget*>(recheck_) : pages_;
+    safe->setFocus(Qt::OtherFocusReason);
 }
 
 UnfinishedUploadRow* UnfinishedUploadsView::addRow()
