@@ -75,9 +75,8 @@ KeyDetails::KeyDetails(const KeyDetailsInputs& inputs)
     granted = grantedTo(key.capabilities);
     if (granted.empty())
         grantedNote = "Nothing. This key cannot do anything.";
-    storage = inputs.isStored
-        ? "Held in " + std::string(keyPlace(inputs.useLegacyStore)) + ", so this key can be used to sign in"
-        : "Not held by Kestrovan. Add it with its applicationKey to use it";
+    storage = inputs.isStored ? "Held in " + std::string(inputs.keyPlace) + ", so this key can be used to sign in"
+                              : "Not held by Kestrovan. Add it with its applicationKey to use it";
     if (inputs.isCurrent)
         storage = std::string(relationHelp(KeyRelation::current)) + ".\n" + storage;
 }

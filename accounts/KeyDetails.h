@@ -2,6 +2,7 @@
 
 #include "B2Kit/B2Bucket.h"
 #include "B2Kit/B2Key.h"
+#include "accounts/Keychain.h"
 
 #include <chrono>
 #include <optional>
@@ -15,8 +16,8 @@ struct KeyDetailsInputs {
     std::vector<B2Bucket> buckets; ///< Those the session can see, for their names.
     bool isCurrent = false;        ///< The session's own key.
     bool isStored = false;
-    bool useLegacyStore = false; ///< Stored keys are in the legacy store.
-    std::string storedLabel;     ///< The name in the store; empty or "Unnamed key" without one.
+    std::string_view keyPlace = Keychain::usualPlace; ///< Where stored keys are.
+    std::string storedLabel;                          ///< The name in the store; empty or "Unnamed key" without one.
     bool isMaster = false;
     /// The record was made of what the service said when the session began: it knows neither name nor lifetime.
     bool describedBySignIn = false;

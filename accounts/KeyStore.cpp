@@ -279,6 +279,8 @@ void KeyStore::takeLiveKeys(const std::shared_ptr<B2Session>& listedWith, const 
 {
     if (!listedWith || *session != listedWith)
         return;
+    // An older listing on its way counts no more.
+    appliedListing_ = ++startedListings_;
     std::map<std::string, B2ApplicationKey> live;
     for (const auto& key : listed)
         live.emplace(key.applicationKeyID, key);

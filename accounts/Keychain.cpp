@@ -52,9 +52,9 @@ Task<> Keychain::setLegacyPassphrase(Secret)
     co_return;
 }
 
-std::string_view keyPlace(bool useLegacyStore)
+std::string_view Keychain::place() const
 {
-    return useLegacyStore ? "an encrypted file of your own" : "your keyring";
+    return *useLegacyStore ? "an encrypted file of your own" : usualPlace;
 }
 
 std::string legacyStoreNote(bool hasPassphrase)

@@ -52,6 +52,11 @@ public:
 
     /// A legacy store serves instead of the desktop's for the rest of the process.
     Observed<bool> useLegacyStore{this, false};
+    static constexpr std::string_view usualPlace = "your keyring";
+    /// Where keys are kept, as a sentence has it: "your keyring", or "an encrypted file of your own" with the legacy
+    /// store.
+    virtual std::string_view place() const;
+
     /// The desktop is asking the user to unlock the store.
     Observed<bool> isWaitingForUnlock{this, false};
     /// The legacy store cannot be read before `unlockLegacyStore` gives it the passphrase.
@@ -103,9 +108,6 @@ public:
     /// Encrypts the open legacy store by a passphrase from now on, or by a key file when it is empty.
     virtual Task<> setLegacyPassphrase(Secret passphrase);
 };
-
-/// Where keys are kept, as a sentence has it: "your keyring", or "an encrypted file of your own" with the legacy store.
-std::string_view keyPlace(bool useLegacyStore);
 
 /// What the legacy store means for the user, to be read before a key is given to it.
 std::string legacyStoreNote(bool hasPassphrase);

@@ -30,15 +30,14 @@ Task<std::optional<std::string>> moveKey(Keychain* from, Keychain* to, KeychainE
 Task<KeychainMove> moveKeys(Keychain& from, Keychain& to)
 {
     KeychainMove move;
-    bool hasFailed = false;
     for (const auto& entry : co_await from.entries()) {
         const std::string name = entry.name.value_or(entry.keyID);
         std::optional<std::string> reason = move.reason;
-        if (!hasFailed) {
+        if (!move.hasFailed) {
             try {
                 reason = co_await moveKey(&from, &to, entry);
             } catch (const Keychain::Failure& failure) {
-                hasFailed = true;
+                move.hasFailed = true;
                 reason = failure.what();
             }
         }

@@ -10,6 +10,7 @@ struct KeychainMove {
     std::vector<std::string> moved; ///< Names, or ids of keys without one.
     std::vector<std::string> kept;  ///< The same of those that stay where they were.
     std::string reason;             ///< Why the last of them stays, as a sentence.
+    bool hasFailed = false;         ///< A store did, so that another attempt may move more.
 
     bool operator==(const KeychainMove&) const = default;
 };

@@ -10,6 +10,7 @@ class MemoryKeychain final : public Keychain {
 public:
     void add(KeychainEntry entry, Secret secret);
 
+    std::string_view place() const override { return "memory until Kestrovan quits"; }
     Task<std::vector<KeychainEntry>> entries() override;
     Task<std::optional<Secret>> secret(std::string keyID) override;
     Task<> save(std::string keyID, Secret secret, std::optional<std::string> label,

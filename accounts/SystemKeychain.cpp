@@ -38,20 +38,19 @@ Task<Keychain*> SystemKeychain::chosen()
         useLegacyStore = true;
         co_return &file_;
     }
-    if (!std::exchange(hasOpened_, true))
-        co_await takeOverFile();
+    hasOpened_ = true;
     co_return &keyring_;
 }
 
 // Whoever had no keyring at first and has one now finds all keys in it.
-Task<> SystemKeychain::takeOverFile()
+Task<bool> SystemKeychain::takeOverFile()
 {
     const bool isThere = co_await runInBackground([path = path_] {
         std::error_code ignored;
         return std::filesystem::exists(path, ignored);
     });
     if (!isThere)
-        co_return;
+        co_return true;
     KeychainMove move;
     try {
         move = co_await moveKeys(file_, keyring_);
@@ -60,12 +59,13 @@ Task<> SystemKeychain::takeOverFile()
             failure.what()});
         if (failure.status == wrongPassphrase)
             remark = fmt::format("Keys from the time before this desktop had a keyring are in “{}”, closed with your "
-                                 "passphrase. Kestrovan uses the keyring now and does not show them. Add them again, "
-                                 "then move that file away.",
+                                 "passphrase. Kestrovan uses the keyring now and does not show them. Keep that file: "
+                                 "it still opens where no keyring runs. Delete it only after each of its keys was "
+                                 "added again.",
                 path_.string());
         else if (failure.status != isDamaged) // Which the file itself has told.
             remark = failure.what();
-        co_return;
+        co_return failure.status == wrongPassphrase || failure.status == isDamaged;
     }
     if (!move.moved.empty())
         log_.record({B2LogLevel::notice, "keys",
@@ -73,7 +73,7 @@ Task<> SystemKeychain::takeOverFile()
                 "Moved {} into the Keychain", countText(static_cast<std::int64_t>(move.moved.size()), "key", "keys")),
             fmt::format("{}, from “{}”.", fmt::join(move.moved, ", "), path_.string())});
     if (move.kept.empty())
-        co_return;
+        co_return true;
     log_.record({B2LogLevel::warning, "keys",
         fmt::format("Could not move {} into the Keychain",
             countText(static_cast<std::int64_t>(move.kept.size()), "key", "keys")),
@@ -81,6 +81,7 @@ Task<> SystemKeychain::takeOverFile()
     remark = fmt::format("{} could not be moved into the desktop's keyring and {} kept in “{}”. {}",
         countText(static_cast<std::int64_t>(move.kept.size()), "key", "keys"), move.kept.size() == 1 ? "is" : "are",
         path_.string(), move.reason);
+    co_return !move.hasFailed;
 }
 
 Task<> SystemKeychain::probeOnce()
@@ -96,6 +97,17 @@ Task<> SystemKeychain::probeOnce()
 Task<std::vector<KeychainEntry>> SystemKeychain::entries()
 {
     Keychain* const store = co_await chosen();
+    auto all = co_await store->entries();
+    if (store != &keyring_ || hasTakenOver_ || isTakingOver_)
+        co_return all;
+    {
+        struct Turn {
+            bool& isTakingOver;
+            ~Turn() { isTakingOver = false; }
+        } const turn{isTakingOver_ = true};
+        // A keyring that was not unlocked now may be at the next reading.
+        hasTakenOver_ = co_await takeOverFile();
+    }
     co_return co_await store->entries();
 }
 

@@ -34,11 +34,14 @@ public:
 private:
     /// The store of this process.
     Task<Keychain*> chosen();
-    Task<> takeOverFile();
+    /// Moves the file's keys into the keyring. @returns whether there is nothing left to try.
+    Task<bool> takeOverFile();
 
     ActivityLog& log_;
     const std::filesystem::path path_;
     SecretServiceKeychain keyring_;
     FileKeychain file_;
     bool hasOpened_ = false; ///< The keyring has answered once.
+    bool isTakingOver_ = false;
+    bool hasTakenOver_ = false; ///< What the file held.
 };

@@ -76,8 +76,7 @@ DetailState decideDetail(const DetailInputs& inputs)
             return *state;
     }
     if (!inputs.isStarted)
-        return inputs.isStartSlow ? notice("Waiting for the keyring…", "Your keys are in the desktop's keyring.")
-                                  : DetailState();
+        return inputs.isStartSlow ? notice("Waiting for the keyring…", "It has not answered yet.") : DetailState();
     if (inputs.keyCount == 0)
         return {.kind = DetailState::Kind::welcome};
     if (inputs.hasSession)

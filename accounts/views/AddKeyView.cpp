@@ -31,7 +31,7 @@ QWidget* makeNote(const QString& text, QWidget* parent)
 AddKeyView::AddKeyView(KeyStore& store, std::optional<KnownKey> known, AfterAdding after, QWidget* parent)
     : Sheet(tr("Connect to Backblaze B2"),
           tr("Paste an Application Key. It is checked against B2 before being saved, and stored only in %1.")
-              .arg(toQString(keyPlace(*store.keychain().useLegacyStore))),
+              .arg(toQString(store.keychain().place())),
           parent)
     , model_(store, std::move(known), after)
     , label_(new QLineEdit(this))

@@ -263,8 +263,7 @@ void KeysView::create(const B2CreateKeyRequest& request)
 void KeysView::showCreated()
 {
     // Over the window, since the secret must be seen whatever pane is shown by now.
-    createdSheet_ =
-        new CreatedKeyView(**model_.created, addKey_, keyPlace(*store_.keychain().useLegacyStore), window());
+    createdSheet_ = new CreatedKeyView(**model_.created, addKey_, store_.keychain().place(), window());
     createdSheet_->setAttribute(Qt::WA_DeleteOnClose);
     connect(createdSheet_, &QDialog::accepted, this, [this] {
         if (*model_.created)
@@ -304,7 +303,7 @@ void KeysView::showDetails()
     inputs.buckets = buckets_;
     inputs.isCurrent = row->relation == KeyRelation::current;
     inputs.isStored = row->stored.has_value();
-    inputs.useLegacyStore = *store_.keychain().useLegacyStore;
+    inputs.keyPlace = store_.keychain().place();
     inputs.storedLabel = row->stored ? row->stored->label : std::string();
     inputs.now = std::chrono::system_clock::now();
     auto* const sheet = new KeyDetailsView(inputs, row->canTakeName(), this);

@@ -225,7 +225,7 @@ void KeySheets::inspectKey(const StoredKey& key)
         .buckets = *root_.buckets.buckets,
         .isCurrent = inspection->isCurrent,
         .isStored = true,
-        .useLegacyStore = *root_.keyStore.keychain().useLegacyStore,
+        .keyPlace = root_.keyStore.keychain().place(),
         .storedLabel = key.label,
         .isMaster = inspection->isMaster,
         .describedBySignIn = inspection->describedBySignIn,

@@ -83,13 +83,7 @@ MainWindow::~MainWindow()
 
 void MainWindow::buildLayout()
 {
-    auto* const right = new QWidget;
-    auto* const rightLayout = new QVBoxLayout(right);
-    rightLayout->setContentsMargins(0, 0, 0, 0);
-    rightLayout->setSpacing(0);
-    rightLayout->addWidget(banner_);
-    rightLayout->addWidget(detail_, 1);
-    rows_->addWidget(right);
+    rows_->addWidget(detail_);
     rows_->addWidget(transfers_);
     rows_->setStretchFactor(0, 1);
     rows_->setStretchFactor(1, 0);
@@ -107,7 +101,14 @@ void MainWindow::buildLayout()
     rows_->setHandleWidth(1);
     pages_->addWidget(columns_);
     pages_->addWidget(welcome_);
-    setCentralWidget(pages_);
+    // Over the welcome too: what it says of keys matters most where none are shown.
+    auto* const everything = new QWidget;
+    auto* const column = new QVBoxLayout(everything);
+    column->setContentsMargins({});
+    column->setSpacing(0);
+    column->addWidget(banner_);
+    column->addWidget(pages_, 1);
+    setCentralWidget(everything);
     connect(welcome_, &WelcomeView::connectRequested, keySheets_, &KeySheets::addKey);
     connect(detail_, &DetailArea::addKeyRequested, keySheets_, &KeySheets::addKey);
     connect(detail_, &DetailArea::unlockRequested, keySheets_, &KeySheets::unlockStore);
@@ -291,7 +292,7 @@ void MainWindow::render()
 
     renderNotice();
     const auto state = application_.root->detailState();
-    welcome_->setKeyPlace(keyPlace(*application_.keychain->useLegacyStore));
+    welcome_->setKeyPlace(application_.keychain->place());
     pages_->setCurrentWidget(state.kind == DetailState::Kind::welcome ? static_cast<QWidget*>(welcome_) : columns_);
 
     const auto& bucket = *application_.root->browser.bucket;

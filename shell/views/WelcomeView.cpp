@@ -161,7 +161,7 @@ QWidget* WelcomeView::makeSteps()
     paste->addWidget(lastStep_);
     paste->addWidget(makeSecondaryLabel(
         tr("Kestrovan also asks for a name, which can be anything you like."), TextSize::normal, box));
-    setKeyPlace(keyPlace(false));
+    setKeyPlace(Keychain::usualPlace);
     return box;
 }
 

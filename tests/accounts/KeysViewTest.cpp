@@ -78,7 +78,7 @@ TEST(CreatedKeyViewTest, NothingClosesItBeforeTheSecretIsSafe)
 {
     QWidget window;
     window.show();
-    CreatedKeyView sheet(createdKey(), nullptr, keyPlace(true), &window);
+    CreatedKeyView sheet(createdKey(), nullptr, "an encrypted file of your own", &window);
     sheet.open();
 
     QTest::keyClick(&sheet, Qt::Key_Escape);
@@ -116,7 +116,7 @@ TEST(CreatedKeyViewTest, AKeyThatCannotBeStoredKeepsItsSheet)
         };
         return answer(++calls, key.applicationKey);
     };
-    CreatedKeyView sheet(createdKey(), add, keyPlace(true), &window);
+    CreatedKeyView sheet(createdKey(), add, "an encrypted file of your own", &window);
     EXPECT_THAT(fromQString(textsOf(sheet)), HasSubstr("Stored in an encrypted file of your own so Kestrovan"));
     sheet.open();
     boxOf(sheet, QStringLiteral("I have saved"))->setChecked(true);
