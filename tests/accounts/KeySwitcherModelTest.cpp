@@ -43,13 +43,14 @@ TEST_F(KeySwitcherModelTest, WhatAConnectionToldIsKnownAtTheNextStart)
     KeySwitcherModel model(store, keychain, settings);
     qtRun(store.reload());
     qtRun(store.connect(store.keys->front()));
-    const auto limited =
+    const auto found =
         std::ranges::find_if(*store.liveKeys, [](const auto& key) { return key.second.bucketIDs.size() == 1; });
-    ASSERT_NE(limited, store.liveKeys->end());
-    keychain.add({limited->first, "Limited", master.keyID}, "never used");
+    ASSERT_NE(found, store.liveKeys->end());
+    const auto [limitedID, limited] = *found; // The list may be replaced.
+    keychain.add({limitedID, "Limited", master.keyID}, "never used");
     qtRun(store.reload());
-    ASSERT_TRUE(spinUntil([&] { return model.summaries->contains(limited->first); }));
-    model.setBucketNames({{limited->second.bucketIDs.front(), "photos"}});
+    ASSERT_TRUE(spinUntil([&] { return model.summaries->contains(limitedID); }));
+    model.setBucketNames({{limited.bucketIDs.front(), "photos"}});
     EXPECT_EQ(model.header().keyLabel, "Master");
     EXPECT_EQ(model.header().badge, std::nullopt) << "a master key is not restricted";
 
@@ -62,7 +63,7 @@ TEST_F(KeySwitcherModelTest, WhatAConnectionToldIsKnownAtTheNextStart)
     const auto content = next.content();
     EXPECT_FALSE(content.card) << "nothing was tried yet";
     ASSERT_EQ(content.groups.size(), 1U);
-    EXPECT_THAT(reachesText(next.summaries->at(limited->first)), testing::StartsWith("photos only"));
+    EXPECT_THAT(reachesText(next.summaries->at(limitedID)), testing::StartsWith("photos only"));
 
     // Another session that lists no buckets does not unsay their names.
     model.setBucketNames({});
