@@ -3,6 +3,7 @@
 #include "accounts/views/KeySwitcherCardView.h"
 #include "accounts/views/KeySwitcherList.h"
 #include "foundation/QtText.h"
+#include "foundation/views/ButtonKeys.h"
 #include "foundation/views/ColorRoles.h"
 #include "foundation/views/Icons.h"
 #include "foundation/views/Labels.h"
@@ -353,6 +354,8 @@ void KeySwitcherPopover::keyPressEvent(QKeyEvent* event)
 {
     const bool isLetter = !event->text().isEmpty() && event->text().front().isLetterOrNumber()
         && !event->modifiers().testFlag(Qt::ControlModifier) && !event->modifiers().testFlag(Qt::AltModifier);
+    if (pressFocusedButton(*this, *event))
+        return;
     if (event->key() == Qt::Key_Escape)
         close();
     else if (isLetter && !list_->hasFocus() && list_->isVisible()) {

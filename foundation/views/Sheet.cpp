@@ -1,6 +1,7 @@
 #include "foundation/views/Sheet.h"
 
 #include "foundation/views/Announcer.h"
+#include "foundation/views/ButtonKeys.h"
 #include "foundation/views/Labels.h"
 #include "foundation/views/LoadingLine.h"
 #include "foundation/views/Style.h"
@@ -234,6 +235,12 @@ void Sheet::fitHeight()
         resize(width(),
             isVisible() ? std::max(height(), column_->totalHeightForWidth(width()))
                         : column_->totalHeightForWidth(width()));
+}
+
+void Sheet::keyPressEvent(QKeyEvent* event)
+{
+    if (!pressFocusedButton(*this, *event))
+        QDialog::keyPressEvent(event);
 }
 
 void Sheet::showEvent(QShowEvent* event)

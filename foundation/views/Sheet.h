@@ -62,6 +62,7 @@ Q_SIGNALS:
     void verbTriggered();
 
 protected:
+    void keyPressEvent(QKeyEvent* event) override;
     void showEvent(QShowEvent* event) override;
 
 private:
