@@ -186,7 +186,10 @@ void KeySwitcherPopover::renderNote()
 {
     QString title;
     QString text;
-    if (!content_.hasKeys) {
+    if (content_.unread) {
+        title = tr("Keys Not Read");
+        text = toQString(content_.unread->text);
+    } else if (!content_.hasKeys) {
         title = tr("No Key");
         text = tr("Add a Backblaze B2 Application Key to get started.");
     } else if (!content_.card) {
