@@ -38,6 +38,8 @@ SecretField::SecretField(const QString& name, QWidget* parent)
 
 SecretField::~SecretField()
 {
+    // Who listens may be half gone by now: a sheet takes its fields with it.
+    blockSignals(true);
     wipe();
 }
 
