@@ -2,6 +2,7 @@
 
 #include "accounts/views/SecretField.h"
 
+#include <QLineEdit>
 #include <QPushButton>
 
 namespace {
@@ -42,6 +43,12 @@ PassphraseSheet::PassphraseSheet(Purpose purpose, QWidget* parent)
 Secret PassphraseSheet::passphrase() const
 {
     return first_->secret();
+}
+
+void PassphraseSheet::selectPassphrase()
+{
+    first_->edit().setFocus(Qt::OtherFocusReason);
+    first_->edit().selectAll();
 }
 
 void PassphraseSheet::render()

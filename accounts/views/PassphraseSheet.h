@@ -16,6 +16,9 @@ public:
 
     Secret passphrase() const;
 
+    /// Has the passphrase typed anew.
+    void selectPassphrase();
+
 public Q_SLOTS:
     void done(int result) override;
 

@@ -221,8 +221,15 @@ void Sheet::setMessage(MessageKind kind, const QString& text)
 
 void Sheet::setBusy(bool busy, const QString& text)
 {
+    if (busy && rows_->isEnabled())
+        focusBefore_ = focusWidget();
     rows_->setEnabled(!busy);
     verb_->setEnabled(!busy && isVerbEnabled_);
+    // What is locked loses the focus, and nothing gives it back.
+    if (!busy && focusBefore_)
+        focusBefore_->setFocus(Qt::OtherFocusReason);
+    if (!busy)
+        focusBefore_.clear();
     line_->setLoading(busy);
     setMessage(MessageKind::notice, busy ? text : QString());
 }

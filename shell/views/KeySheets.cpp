@@ -10,6 +10,7 @@
 #include "shell/views/ConnectedSheet.h"
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 namespace {
@@ -21,8 +22,8 @@ Sheet* makeQuestion(const KeyQuestion& question, QWidget* parent)
     return sheet;
 }
 
-/// Closes the sheet when the work is done. A failure is told in the sheet, which stays.
-Task<> runBehind(QPointer<Sheet> sheet, Task<> work)
+/// Closes the sheet when the work is done. A failure is told in the sheet, which stays; `onFailure` is called then.
+Task<> runBehind(QPointer<Sheet> sheet, Task<> work, std::function<void()> onFailure = nullptr)
 {
     std::optional<std::string> failure;
     try {
@@ -35,10 +36,13 @@ Task<> runBehind(QPointer<Sheet> sheet, Task<> work)
     if (!sheet)
         co_return;
     sheet->setBusy(false);
-    if (failure)
-        sheet->setMessage(MessageKind::danger, toQString(*failure));
-    else
+    if (!failure) {
         sheet->accept();
+        co_return;
+    }
+    sheet->setMessage(MessageKind::danger, toQString(*failure));
+    if (onFailure)
+        onFailure();
 }
 
 /// A file that opens after the sheet was closed counts as well.
@@ -191,7 +195,7 @@ void KeySheets::unlockStore()
     connect(sheet, &Sheet::verbTriggered, this, [this, sheet] {
         auto passphrase = sheet->passphrase();
         sheet->setBusy(true, tr("Opening the file…"));
-        tasks_.start(runBehind(sheet, unlockAndRead(&root_, std::move(passphrase))));
+        tasks_.start(runBehind(sheet, unlockAndRead(&root_, std::move(passphrase)), [sheet] { sheet->selectPassphrase(); }));
     });
     open(sheet);
 }
