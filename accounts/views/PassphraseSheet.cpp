@@ -34,6 +34,10 @@ PassphraseSheet::PassphraseSheet(Purpose purpose, QWidget* parent)
     if (purpose == Purpose::set) {
         second_ = new SecretField(tr("passphrase again"), this);
         addRow(tr("Again"), second_);
+        // From field to field; what shows them comes after.
+        setTabOrder(&first_->edit(), &second_->edit());
+        setTabOrder(&second_->edit(), &first_->revealButton());
+        setTabOrder(&first_->revealButton(), &second_->revealButton());
         connect(second_, &SecretField::changed, this, &PassphraseSheet::render);
     }
     connect(first_, &SecretField::changed, this, &PassphraseSheet::render);
@@ -53,13 +57,17 @@ void PassphraseSheet::selectPassphrase()
 
 void PassphraseSheet::render()
 {
-    setMessage(MessageKind::notice, {});
-    if (first_->isEmpty())
-        setVerbEnabled(false, tr("Enter the passphrase."));
-    else if (second_ && second_->secret() != first_->secret())
-        setVerbEnabled(false, tr("Enter the same passphrase twice."));
-    else
-        setVerbEnabled(true);
+    QString refusal;
+    QString message;
+    if (first_->isEmpty()) {
+        refusal = tr("Enter the passphrase.");
+    } else if (second_ && second_->secret() != first_->secret()) {
+        refusal = tr("Enter the same passphrase twice.");
+        if (!second_->isEmpty())
+            message = tr("The two passphrases are not the same.");
+    }
+    setVerbEnabled(refusal.isEmpty(), refusal);
+    setMessage(MessageKind::notice, message);
 }
 
 void PassphraseSheet::done(int result)

@@ -56,6 +56,11 @@ bool SecretField::isEmpty() const
     return edit_->text().trimmed().isEmpty();
 }
 
+QWidget& SecretField::revealButton()
+{
+    return *reveal_;
+}
+
 void SecretField::wipe()
 {
     // Shares the field's own text; once the field has let go of it, this is the only owner.

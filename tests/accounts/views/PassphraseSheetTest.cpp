@@ -1,11 +1,14 @@
 #include "accounts/views/PassphraseSheet.h"
 
 #include <QApplication>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
 
 #include <gmock/gmock.h>
+
+#include <algorithm>
 
 namespace {
 
@@ -19,6 +22,22 @@ protected:
         QApplication::setActiveWindow(sheet.get());
         QApplication::processEvents();
         fields = sheet->findChildren<QLineEdit*>();
+    }
+
+    bool shows(const QString& text)
+    {
+        const auto labels = sheet->findChildren<QLabel*>();
+        return std::ranges::any_of(
+            labels, [&](const QLabel* label) { return label->isVisible() && label->text().contains(text); });
+    }
+
+    QPushButton* verb()
+    {
+        for (auto* const button : sheet->findChildren<QPushButton*>()) {
+            if (button->text() != QStringLiteral("Cancel"))
+                return button;
+        }
+        return nullptr;
     }
 
     QWidget window;
@@ -40,4 +59,22 @@ TEST_F(PassphraseSheetTest, AWrongPassphraseIsSelectedToBeTypedAnew)
     sheet->selectPassphrase();
     QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("cow"));
     EXPECT_EQ(sheet->passphrase(), Secret("cow"));
+}
+
+TEST_F(PassphraseSheetTest, ANewPassphraseIsTypedTwiceAndASlipIsNamed)
+{
+    open(PassphraseSheet::Purpose::set);
+    EXPECT_TRUE(fields.front()->hasFocus());
+    QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("horse"));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    EXPECT_TRUE(fields.back()->hasFocus()) << "the next field, not the button that shows the first";
+    const auto slip = QStringLiteral("The two passphrases are not the same.");
+    EXPECT_FALSE(shows(slip));
+
+    QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("hors"));
+    EXPECT_TRUE(shows(slip));
+    EXPECT_FALSE(verb()->isEnabled());
+    QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("e"));
+    EXPECT_FALSE(shows(slip));
+    EXPECT_TRUE(verb()->isEnabled());
 }
