@@ -7,6 +7,7 @@
 #include "accounts/views/PassphraseSheet.h"
 #include "accounts/views/RenameSheet.h"
 #include "foundation/QtText.h"
+#include "foundation/views/Announcer.h"
 #include "shell/views/ConnectedSheet.h"
 
 #include <algorithm>
@@ -191,7 +192,8 @@ void KeySheets::unlockStore()
 {
     if (bringToFront())
         return;
-    auto* const sheet = new PassphraseSheet(PassphraseSheet::Purpose::unlock, &window_);
+    auto* const sheet = new PassphraseSheet(
+        PassphraseSheet::Purpose::unlock, root_.keyStore.keychain().legacyStorePath(), &window_);
     connect(sheet, &Sheet::verbTriggered, this, [this, sheet] {
         auto passphrase = sheet->passphrase();
         sheet->setBusy(true, tr("Opening the file…"));
@@ -204,12 +206,17 @@ void KeySheets::protectStore()
 {
     if (bringToFront())
         return;
-    auto* const sheet = new PassphraseSheet(PassphraseSheet::Purpose::set, &window_);
+    auto& keychain = root_.keyStore.keychain();
+    const auto purpose = *keychain.hasPassphrase ? PassphraseSheet::Purpose::change : PassphraseSheet::Purpose::set;
+    auto* const sheet = new PassphraseSheet(purpose, keychain.legacyStorePath(), &window_);
     connect(sheet, &Sheet::verbTriggered, this, [this, sheet] {
         auto passphrase = sheet->passphrase();
-        sheet->setBusy(true, tr("Closing the file with the passphrase…"));
+        sheet->setBusy(true,
+            passphrase.empty() ? tr("Taking the passphrase off the file…")
+                               : tr("Closing the file with the passphrase…"));
         tasks_.start(runBehind(sheet, root_.keyStore.keychain().setLegacyPassphrase(std::move(passphrase))));
     });
+    connect(sheet, &QDialog::accepted, this, [this] { announce(window_, tr("Passphrase changed")); });
     open(sheet);
 }
 

@@ -17,7 +17,7 @@ protected:
     void open(PassphraseSheet::Purpose purpose)
     {
         window.show();
-        sheet = std::make_unique<PassphraseSheet>(purpose, &window);
+        sheet = std::make_unique<PassphraseSheet>(purpose, "/home/user/keys.box", &window);
         sheet->open();
         QApplication::setActiveWindow(sheet.get());
         QApplication::processEvents();
@@ -77,4 +77,26 @@ TEST_F(PassphraseSheetTest, ANewPassphraseIsTypedTwiceAndASlipIsNamed)
     QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("e"));
     EXPECT_FALSE(shows(slip));
     EXPECT_TRUE(verb()->isEnabled());
+}
+
+TEST_F(PassphraseSheetTest, AnOldPassphraseIsChangedOrTakenOffOnlyByEmptyFields)
+{
+    open(PassphraseSheet::Purpose::change);
+    EXPECT_EQ(verb()->text(), QStringLiteral("Take Off Passphrase"));
+    EXPECT_TRUE(verb()->isEnabled());
+    for (const auto* const slip : {"  ", "horse"}) {
+        fields.front()->setText(QString::fromLatin1(slip));
+        EXPECT_EQ(verb()->text(), QStringLiteral("Change Passphrase"));
+        EXPECT_FALSE(verb()->isEnabled());
+    }
+    fields.back()->setText(QStringLiteral("horse"));
+    EXPECT_TRUE(verb()->isEnabled());
+    fields.front()->clear();
+    EXPECT_FALSE(verb()->isEnabled()) << "one empty field takes nothing off";
+}
+
+TEST_F(PassphraseSheetTest, WhoHasForgottenThePassphraseReadsWhichFileToMoveAway)
+{
+    open(PassphraseSheet::Purpose::unlock);
+    EXPECT_TRUE(shows(QStringLiteral("move “/home/user/keys.box” away")));
 }
