@@ -27,7 +27,7 @@ struct KeySwitcherHeaderContent {
     /// before they were read.
     std::string keyLabel;
     std::optional<std::string> unreadReason; ///< Why they cannot be, in a few words.
-    std::optional<std::string> badge; ///< What the key is limited to.
+    std::optional<std::string> badge;        ///< What the key is limited to.
     std::optional<std::string> badgeHelp;
     bool notConnected = true;
     bool isConnecting = false;
@@ -114,7 +114,7 @@ struct KeySwitcherState {
     bool isWaitingForUnlock = false;         ///< The desktop asks for the keyring's password.
     bool needsPassphrase = false;            ///< The file that keeps the keys is closed.
     std::optional<std::string> storeFailure; ///< Why the keys could not be read, as a sentence.
-    std::optional<std::string> sharedKeyID; ///< The current key, when it is shared with other computers.
+    std::optional<std::string> sharedKeyID;  ///< The current key, when it is shared with other computers.
     std::chrono::system_clock::time_point now;
 };
 

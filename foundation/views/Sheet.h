@@ -55,8 +55,8 @@ public:
     /// A sentence with icon above the buttons; an empty one takes it away.
     void setMessage(MessageKind kind, const QString& text);
 
-    /// While the verb runs: rows are locked, the line moves, `text` says what is done. Cancel stays. The focus is back where
-    /// it was when it ends.
+    /// While the verb runs: rows are locked, the line moves, `text` says what is done. Cancel stays. The focus is back
+    /// where it was when it ends.
     void setBusy(bool busy, const QString& text = {});
 
 Q_SIGNALS:

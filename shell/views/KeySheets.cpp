@@ -192,12 +192,13 @@ void KeySheets::unlockStore()
 {
     if (bringToFront())
         return;
-    auto* const sheet = new PassphraseSheet(
-        PassphraseSheet::Purpose::unlock, root_.keyStore.keychain().legacyStorePath(), &window_);
+    auto* const sheet =
+        new PassphraseSheet(PassphraseSheet::Purpose::unlock, root_.keyStore.keychain().legacyStorePath(), &window_);
     connect(sheet, &Sheet::verbTriggered, this, [this, sheet] {
         auto passphrase = sheet->passphrase();
         sheet->setBusy(true, tr("Opening the file…"));
-        tasks_.start(runBehind(sheet, unlockAndRead(&root_, std::move(passphrase)), [sheet] { sheet->selectPassphrase(); }));
+        tasks_.start(
+            runBehind(sheet, unlockAndRead(&root_, std::move(passphrase)), [sheet] { sheet->selectPassphrase(); }));
     });
     open(sheet);
 }
