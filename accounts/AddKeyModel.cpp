@@ -78,6 +78,7 @@ void AddKeyModel::submit(std::string label, std::string keyID, Secret applicatio
         return;
     isValidating = true;
     error = std::nullopt;
+    store_.keychain().askAgain();
     auto id = trimmed(keyID);
     tasks_.start(check(
         this, addTo(store_, after_, std::move(label), std::move(keyID), std::move(applicationKey)), id, !!known_));

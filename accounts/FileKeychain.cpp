@@ -184,6 +184,11 @@ Task<> FileKeychain::unlockLegacyStore(Secret passphrase)
 
 Task<> FileKeychain::setLegacyPassphrase(Secret passphrase)
 {
+    const bool isTakenOff = passphrase.empty();
     const auto shared = std::make_shared<Secret>(std::move(passphrase));
+    auto* const log = &log_;
     co_await onFile([shared](KeychainFile& file) { file.setPassphrase(*shared); });
+    log->record({B2LogLevel::notice, "keys",
+        isTakenOff ? "Took the passphrase off the stored keys" : "Set a passphrase for the stored keys",
+        isTakenOff ? "What opens their file lies beside it again." : "Kestrovan asks for it at each start."});
 }

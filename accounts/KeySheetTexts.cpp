@@ -62,6 +62,13 @@ KeyQuestion removeRevokedQuestion(const std::vector<StoredKey>& keys, bool isAny
         .verb = "Remove"};
 }
 
+std::string forgottenPassphraseText(const std::filesystem::path& store)
+{
+    return fmt::format("Nobody can read these keys without the passphrase. If it is lost, move “{}” away and add keys "
+                       "again; Backblaze makes new ones. Your buckets and files are not touched by this.",
+        store.string());
+}
+
 std::optional<std::string> keptKeysText(const RevokedKeysOutcome& outcome)
 {
     if (outcome.kept.empty())

@@ -2,6 +2,7 @@
 
 #include "accounts/KeyStore.h"
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,6 +29,9 @@ KeyQuestion removeKeyQuestion(const StoredKey& key, bool isCurrent);
 
 /// @param isAnyShared  one of the keys is on the user's other computers too.
 KeyQuestion removeRevokedQuestion(const std::vector<StoredKey>& keys, bool isAnyShared);
+
+/// What is left to do for somebody who does not know the passphrase any more.
+std::string forgottenPassphraseText(const std::filesystem::path& store);
 
 /// What to tell after the revoked keys were removed; nothing when all of them are gone.
 std::optional<std::string> keptKeysText(const RevokedKeysOutcome& outcome);

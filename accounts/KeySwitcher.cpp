@@ -31,6 +31,24 @@ const std::optional<StoredKey>& currentKey(const KeySwitcherState& state)
     return state.sessionKey ? state.sessionKey : state.lastAttempted;
 }
 
+/// Of a list that was read once there is something to show, whatever has become of the store since.
+std::optional<UnreadKeys> unreadKeys(const KeySwitcherState& state)
+{
+    if (!state.keys.empty() || state.sessionKey)
+        return std::nullopt;
+    if (state.isWaitingForUnlock)
+        return UnreadKeys{"The keyring is locked",
+            "Your keys are in the desktop's keyring, which is locked. Answer its question to go on."};
+    if (state.needsPassphrase)
+        return UnreadKeys{"Locked with a passphrase",
+            "The file that keeps your keys on this computer is closed by a passphrase. Unlock it to connect."};
+    if (state.storeFailure)
+        return UnreadKeys{"They could not be read", *state.storeFailure + " Nothing has been removed."};
+    if (!state.isStarted)
+        return UnreadKeys{{}, "Your keys are being read."};
+    return std::nullopt;
+}
+
 std::optional<std::string> attemptText(const KeySwitcherState& state)
 {
     const auto& attempted = state.lastAttempted;
@@ -97,8 +115,14 @@ KeySwitcherHeaderContent keySwitcherHeader(const KeySwitcherState& state)
     if (const auto& key = currentKey(state))
         header.account = accountName(state, *key);
     if (!state.sessionKey) {
-        if (state.isStarted)
+        if (const auto unread = unreadKeys(state)) {
+            if (unread->reason.empty())
+                return header;
+            header.keyLabel = "Keys Not Read";
+            header.unreadReason = unread->reason;
+        } else {
             header.keyLabel = state.keys.empty() ? "No Key" : "Not Connected";
+        }
         return header;
     }
     header.keyLabel = state.sessionKey->label;
@@ -113,8 +137,10 @@ KeySwitcherHeaderContent keySwitcherHeader(const KeySwitcherState& state)
 
 KeySwitcherContent keySwitcherContent(const KeySwitcherState& state)
 {
-    KeySwitcherContent content{
-        .card = cardOf(state), .revokedCount = state.revokedKeyIDs.size(), .hasKeys = !state.keys.empty()};
+    KeySwitcherContent content{.card = cardOf(state),
+        .revokedCount = state.revokedKeyIDs.size(),
+        .hasKeys = !state.keys.empty(),
+        .unread = unreadKeys(state)};
     const auto addGroup = [&](std::string id, std::string title, const std::vector<StoredKey>& keys) {
         KeySwitcherGroup group{.id = std::move(id), .title = std::move(title)};
         for (const auto& key : keys) {

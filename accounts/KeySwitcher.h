@@ -11,12 +11,23 @@
 #include <string>
 #include <vector>
 
+/// Why the stored keys are not at hand, so that nobody knows whether there are any.
+struct UnreadKeys {
+    std::string reason; ///< A few words; empty while the first reading takes its time.
+    std::string text;   ///< Sentences.
+
+    bool operator==(const UnreadKeys&) const = default;
+};
+
 /// What the top of the sidebar says about the key in use.
 struct KeySwitcherHeaderContent {
     std::optional<std::string> account;
     std::optional<std::string> regionTag;
-    std::string keyLabel; ///< "No Key" without keys, "Not Connected" without a session; empty before keys were read.
-    std::optional<std::string> badge; ///< What the key is limited to.
+    /// "No Key" without keys, "Not Connected" without a session, "Keys Not Read" when they cannot be read; empty
+    /// before they were read.
+    std::string keyLabel;
+    std::optional<std::string> unreadReason; ///< Why they cannot be, in a few words.
+    std::optional<std::string> badge;        ///< What the key is limited to.
     std::optional<std::string> badgeHelp;
     bool notConnected = true;
     bool isConnecting = false;
@@ -72,6 +83,7 @@ struct KeySwitcherContent {
     std::vector<KeySwitcherGroup> groups;
     std::size_t revokedCount = 0;
     bool hasKeys = false;
+    std::optional<UnreadKeys> unread;
 
     bool operator==(const KeySwitcherContent&) const = default;
 };
@@ -99,7 +111,10 @@ struct KeySwitcherState {
     std::optional<ConnectionFailure> failure;
     bool isStarted = false;
     bool isConnecting = false;
-    std::optional<std::string> sharedKeyID; ///< The current key, when it is shared with other computers.
+    bool isWaitingForUnlock = false;         ///< The desktop asks for the keyring's password.
+    bool needsPassphrase = false;            ///< The file that keeps the keys is closed.
+    std::optional<std::string> storeFailure; ///< Why the keys could not be read, as a sentence.
+    std::optional<std::string> sharedKeyID;  ///< The current key, when it is shared with other computers.
     std::chrono::system_clock::time_point now;
 };
 

@@ -11,6 +11,7 @@ KeySwitcherModel::KeySwitcherModel(KeyStore& store, Keychain& keychain, Settings
         loadSummaries();
         followSession();
     });
+    connect(&keychain_, &Observable::changed, this, [this] { markChanged(); });
 }
 
 void KeySwitcherModel::setBucketNames(BucketNames names)
@@ -87,6 +88,9 @@ KeySwitcherState KeySwitcherModel::state() const
         .failure = *store_.connectionFailure,
         .isStarted = *store_.isStarted,
         .isConnecting = *store_.isConnecting,
+        .isWaitingForUnlock = *keychain_.isWaitingForUnlock,
+        .needsPassphrase = *keychain_.needsPassphrase,
+        .storeFailure = *store_.storeFailure,
         .sharedKeyID = *sharedKeyID_,
         .now = std::chrono::system_clock::now()};
     for (const auto& [keyID, record] : *store_.liveKeys)

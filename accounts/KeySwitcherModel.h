@@ -12,7 +12,7 @@
 
 /// What the key switcher shows: the stored keys, the one in use, and what is known of each without a connection.
 ///
-/// Lives on the main thread. Changes of the key store are passed on.
+/// Lives on the main thread. Changes of the key store and of the keychain are passed on.
 class KeySwitcherModel final : public Observable {
 public:
     KeySwitcherModel(KeyStore& store, Keychain& keychain, Settings& settings);

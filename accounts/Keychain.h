@@ -5,6 +5,7 @@
 #include "foundation/Observable.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -102,6 +103,8 @@ public:
     /// Lets reading ask the user once more, after a question that was dismissed.
     virtual void askAgain();
 
+    /// The file of the legacy store; empty for a keychain without one.
+    virtual std::filesystem::path legacyStorePath() const { return {}; }
     /// Opens a legacy store that has a passphrase.
     /// @throws Failure (`wrongPassphrase`); the store stays closed.
     virtual Task<> unlockLegacyStore(Secret passphrase);

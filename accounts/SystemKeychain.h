@@ -28,6 +28,7 @@ public:
     Task<bool> isShared(std::string keyID) override;
     void stopWaiting() override;
     void askAgain() override;
+    std::filesystem::path legacyStorePath() const override { return path_; }
     Task<> unlockLegacyStore(Secret passphrase) override;
     Task<> setLegacyPassphrase(Secret passphrase) override;
 

@@ -30,6 +30,12 @@ void RootModel::reloadKeys()
     tasks_.start(readKeys());
 }
 
+void RootModel::reloadKeysAskingAgain()
+{
+    keychain_.askAgain();
+    reloadKeys();
+}
+
 Task<> RootModel::readKeys()
 {
     const bool wasEmpty = keyStore.keys->empty();

@@ -79,6 +79,8 @@ public:
     void reloadBuckets();
     /// Reads the stored keys again: another program may have changed them. Connects when that brings the first key.
     void reloadKeys();
+    /// The same at the user's wish: a keyring whose question was dismissed may ask once more.
+    void reloadKeysAskingAgain();
     /// Ends a wait for the secret store to be unlocked; what waited fails.
     void stopWaiting();
 

@@ -87,7 +87,7 @@ KeySwitcherHeader::Lines KeySwitcherHeader::lines() const
     if (content_.isConnecting) {
         lines.second = tr("Connecting…");
     } else if (content_.notConnected) {
-        lines.second = content_.account ? label : QString();
+        lines.second = content_.account ? label : shown(content_.unreadReason);
         lines.isWarning = true;
     } else {
         QStringList parts{label};

@@ -3,6 +3,7 @@
 #include "accounts/views/KeySwitcherCardView.h"
 #include "accounts/views/KeySwitcherList.h"
 #include "foundation/QtText.h"
+#include "foundation/views/ButtonKeys.h"
 #include "foundation/views/ColorRoles.h"
 #include "foundation/views/Icons.h"
 #include "foundation/views/Labels.h"
@@ -185,7 +186,10 @@ void KeySwitcherPopover::renderNote()
 {
     QString title;
     QString text;
-    if (!content_.hasKeys) {
+    if (content_.unread) {
+        title = tr("Keys Not Read");
+        text = toQString(content_.unread->text);
+    } else if (!content_.hasKeys) {
         title = tr("No Key");
         text = tr("Add a Backblaze B2 Application Key to get started.");
     } else if (!content_.card) {
@@ -353,6 +357,8 @@ void KeySwitcherPopover::keyPressEvent(QKeyEvent* event)
 {
     const bool isLetter = !event->text().isEmpty() && event->text().front().isLetterOrNumber()
         && !event->modifiers().testFlag(Qt::ControlModifier) && !event->modifiers().testFlag(Qt::AltModifier);
+    if (pressFocusedButton(*this, *event))
+        return;
     if (event->key() == Qt::Key_Escape)
         close();
     else if (isLetter && !list_->hasFocus() && list_->isVisible()) {

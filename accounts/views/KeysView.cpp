@@ -199,10 +199,12 @@ const KeyRow* KeysView::targetRow() const
 {
     if (pages_->currentWidget() != table_)
         return nullptr;
-    // The session's own key is never selected, yet it can be looked at.
     const auto selected = table_->selectionModel()->selectedRows();
-    const auto index = selected.isEmpty() ? table_->currentIndex() : selected.front();
-    return index.isValid() && selected.size() <= 1 ? &rows_.row(index.row()) : nullptr;
+    if (!selected.isEmpty())
+        return selected.size() == 1 ? &rows_.row(selected.front().row()) : nullptr;
+    // The session's own key is never selected, yet it can be looked at.
+    const auto current = table_->currentIndex();
+    return current.isValid() && !rows_.row(current.row()).isSelectable() ? &rows_.row(current.row()) : nullptr;
 }
 
 void KeysView::chooseSort(int section, Qt::SortOrder order)

@@ -38,6 +38,8 @@ SecretField::SecretField(const QString& name, QWidget* parent)
 
 SecretField::~SecretField()
 {
+    // Who listens may be half gone by now: a sheet takes its fields with it.
+    blockSignals(true);
     wipe();
 }
 
@@ -52,6 +54,11 @@ Secret SecretField::secret() const
 bool SecretField::isEmpty() const
 {
     return edit_->text().trimmed().isEmpty();
+}
+
+QWidget& SecretField::revealButton()
+{
+    return *reveal_;
 }
 
 void SecretField::wipe()

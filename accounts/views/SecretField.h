@@ -24,6 +24,7 @@ public:
     void wipe();
     void setRevealed(bool isRevealed);
     QLineEdit& edit() { return *edit_; }
+    QWidget& revealButton();
 
 Q_SIGNALS:
     void changed();

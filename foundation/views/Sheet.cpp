@@ -1,6 +1,7 @@
 #include "foundation/views/Sheet.h"
 
 #include "foundation/views/Announcer.h"
+#include "foundation/views/ButtonKeys.h"
 #include "foundation/views/Labels.h"
 #include "foundation/views/LoadingLine.h"
 #include "foundation/views/Style.h"
@@ -220,8 +221,15 @@ void Sheet::setMessage(MessageKind kind, const QString& text)
 
 void Sheet::setBusy(bool busy, const QString& text)
 {
+    if (busy && rows_->isEnabled())
+        focusBefore_ = focusWidget();
     rows_->setEnabled(!busy);
     verb_->setEnabled(!busy && isVerbEnabled_);
+    // What is locked loses the focus, and nothing gives it back.
+    if (!busy && focusBefore_)
+        focusBefore_->setFocus(Qt::OtherFocusReason);
+    if (!busy)
+        focusBefore_.clear();
     line_->setLoading(busy);
     setMessage(MessageKind::notice, busy ? text : QString());
 }
@@ -234,6 +242,12 @@ void Sheet::fitHeight()
         resize(width(),
             isVisible() ? std::max(height(), column_->totalHeightForWidth(width()))
                         : column_->totalHeightForWidth(width()));
+}
+
+void Sheet::keyPressEvent(QKeyEvent* event)
+{
+    if (!pressFocusedButton(*this, *event))
+        QDialog::keyPressEvent(event);
 }
 
 void Sheet::showEvent(QShowEvent* event)

@@ -3,6 +3,7 @@
 #include "foundation/views/ColorRoles.h"
 
 #include <QDialog>
+#include <QPointer>
 
 class LoadingLine;
 class MessageIcon;
@@ -54,7 +55,8 @@ public:
     /// A sentence with icon above the buttons; an empty one takes it away.
     void setMessage(MessageKind kind, const QString& text);
 
-    /// While the verb runs: rows are locked, the line moves, `text` says what is done. Cancel stays.
+    /// While the verb runs: rows are locked, the line moves, `text` says what is done. Cancel stays. The focus is back
+    /// where it was when it ends.
     void setBusy(bool busy, const QString& text = {});
 
 Q_SIGNALS:
@@ -62,6 +64,7 @@ Q_SIGNALS:
     void verbTriggered();
 
 protected:
+    void keyPressEvent(QKeyEvent* event) override;
     void showEvent(QShowEvent* event) override;
 
 private:
@@ -79,5 +82,6 @@ private:
     QHBoxLayout* buttons_;
     QPushButton* cancel_;
     QPushButton* verb_ = nullptr;
+    QPointer<QWidget> focusBefore_; ///< Who had the focus before the work.
     bool isVerbEnabled_ = true;
 };

@@ -120,7 +120,7 @@ void DetailArea::act()
         root_.reloadBuckets();
         break;
     case DetailState::Action::readKeys:
-        root_.reloadKeys();
+        root_.reloadKeysAskingAgain();
         break;
     case DetailState::Action::stopWaiting:
         root_.stopWaiting();

@@ -7,9 +7,11 @@
 #include "accounts/views/PassphraseSheet.h"
 #include "accounts/views/RenameSheet.h"
 #include "foundation/QtText.h"
+#include "foundation/views/Announcer.h"
 #include "shell/views/ConnectedSheet.h"
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 namespace {
@@ -21,8 +23,8 @@ Sheet* makeQuestion(const KeyQuestion& question, QWidget* parent)
     return sheet;
 }
 
-/// Closes the sheet when the work is done. A failure is told in the sheet, which stays.
-Task<> runBehind(QPointer<Sheet> sheet, Task<> work)
+/// Closes the sheet when the work is done. A failure is told in the sheet, which stays; `onFailure` is called then.
+Task<> runBehind(QPointer<Sheet> sheet, Task<> work, std::function<void()> onFailure = nullptr)
 {
     std::optional<std::string> failure;
     try {
@@ -35,10 +37,13 @@ Task<> runBehind(QPointer<Sheet> sheet, Task<> work)
     if (!sheet)
         co_return;
     sheet->setBusy(false);
-    if (failure)
-        sheet->setMessage(MessageKind::danger, toQString(*failure));
-    else
+    if (!failure) {
         sheet->accept();
+        co_return;
+    }
+    sheet->setMessage(MessageKind::danger, toQString(*failure));
+    if (onFailure)
+        onFailure();
 }
 
 /// A file that opens after the sheet was closed counts as well.
@@ -187,11 +192,13 @@ void KeySheets::unlockStore()
 {
     if (bringToFront())
         return;
-    auto* const sheet = new PassphraseSheet(PassphraseSheet::Purpose::unlock, &window_);
+    auto* const sheet =
+        new PassphraseSheet(PassphraseSheet::Purpose::unlock, root_.keyStore.keychain().legacyStorePath(), &window_);
     connect(sheet, &Sheet::verbTriggered, this, [this, sheet] {
         auto passphrase = sheet->passphrase();
         sheet->setBusy(true, tr("Opening the file…"));
-        tasks_.start(runBehind(sheet, unlockAndRead(&root_, std::move(passphrase))));
+        tasks_.start(
+            runBehind(sheet, unlockAndRead(&root_, std::move(passphrase)), [sheet] { sheet->selectPassphrase(); }));
     });
     open(sheet);
 }
@@ -200,12 +207,17 @@ void KeySheets::protectStore()
 {
     if (bringToFront())
         return;
-    auto* const sheet = new PassphraseSheet(PassphraseSheet::Purpose::set, &window_);
+    auto& keychain = root_.keyStore.keychain();
+    const auto purpose = *keychain.hasPassphrase ? PassphraseSheet::Purpose::change : PassphraseSheet::Purpose::set;
+    auto* const sheet = new PassphraseSheet(purpose, keychain.legacyStorePath(), &window_);
     connect(sheet, &Sheet::verbTriggered, this, [this, sheet] {
         auto passphrase = sheet->passphrase();
-        sheet->setBusy(true, tr("Closing the file with the passphrase…"));
+        sheet->setBusy(true,
+            passphrase.empty() ? tr("Taking the passphrase off the file…")
+                               : tr("Closing the file with the passphrase…"));
         tasks_.start(runBehind(sheet, root_.keyStore.keychain().setLegacyPassphrase(std::move(passphrase))));
     });
+    connect(sheet, &QDialog::accepted, this, [this] { announce(window_, tr("Passphrase changed")); });
     open(sheet);
 }
 

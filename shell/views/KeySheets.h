@@ -31,7 +31,7 @@ public Q_SLOTS:
     void removeRevokedKeys();
     /// Asks for the passphrase of the file that keeps the keys, and connects.
     void unlockStore();
-    /// Asks for a passphrase to close that file with.
+    /// Asks for a passphrase to close that file with, or for another one, or none, when it has one.
     void protectStore();
     /// Stores a key seen at the service; the session stays.
     void addKnownKey(const KnownKey& key);

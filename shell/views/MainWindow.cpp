@@ -252,8 +252,9 @@ void MainWindow::fillAccountMenu()
             keySheets_, &KeySheets::removeRevokedKeys);
     const auto& keychain = root.keyStore.keychain();
     if (*keychain.useLegacyStore && !*keychain.needsPassphrase)
-        account_->addAction(
-            symbolIcon(Symbol::lock), tr("Protect Keys with a Passphrase…"), keySheets_, &KeySheets::protectStore);
+        account_->addAction(symbolIcon(Symbol::lock),
+            *keychain.hasPassphrase ? tr("Change the Passphrase of Keys…") : tr("Protect Keys with a Passphrase…"),
+            keySheets_, &KeySheets::protectStore);
     account_->addSeparator();
     auto* const read = account_->addAction(
         symbolIcon(Symbol::refresh), tr("Read Bucket List Again"), &root, &RootModel::reloadBuckets);

@@ -166,7 +166,29 @@ TEST(KeySwitcherTest, WithoutKeysTheHeaderSaysSoOnlyOnceTheyWereRead)
     EXPECT_EQ(keySwitcherHeader(state).keyLabel, "No Key");
     EXPECT_TRUE(keySwitcherHeader(state).notConnected);
     EXPECT_FALSE(keySwitcherContent(state).hasKeys);
+    EXPECT_FALSE(keySwitcherContent(state).unread);
 
     EXPECT_EQ(removeRevokedTitle(1), "Remove 1 Key Backblaze No Longer Has…");
     EXPECT_EQ(removeRevokedTitle(3), "Remove 3 Keys Backblaze No Longer Has…");
+}
+
+TEST(KeySwitcherTest, KeysThatCannotBeReadAreNotCalledMissing)
+{
+    KeySwitcherState waiting;
+    waiting.isWaitingForUnlock = true;
+    EXPECT_EQ(keySwitcherHeader(waiting).keyLabel, "Keys Not Read");
+    EXPECT_THAT(keySwitcherHeader(waiting).unreadReason, Optional(Eq("The keyring is locked")));
+
+    KeySwitcherState state;
+    state.isStarted = true;
+    state.storeFailure = "The keyring is locked.";
+    auto closed = state;
+    closed.needsPassphrase = true;
+    EXPECT_THAT(keySwitcherHeader(closed).unreadReason, Optional(Eq("Locked with a passphrase")));
+    EXPECT_EQ(keySwitcherHeader(state).keyLabel, "Keys Not Read");
+    EXPECT_EQ(keySwitcherContent(state).unread->text, "The keyring is locked. Nothing has been removed.");
+
+    state.keys = {reader};
+    EXPECT_FALSE(keySwitcherContent(state).unread) << "the last known list is shown";
+    EXPECT_EQ(keySwitcherHeader(state).keyLabel, "Not Connected");
 }

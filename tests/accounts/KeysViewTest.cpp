@@ -271,6 +271,10 @@ TEST_F(KeysViewTest, SelectionAndOrderSurviveADeletionAndANewOrder)
     EXPECT_THAT(shown(), Contains("aaa"));
     buttonOf(*question, QStringLiteral("Delete Key"))->click();
     ASSERT_TRUE(spinUntil([&] { return model.inFlight->empty() && !testing::Value(shown(), Contains("aaa")); }));
+    settle();
+    EXPECT_TRUE(table.currentIndex().isValid());
+    EXPECT_THAT(view.selectedKeys(), IsEmpty());
+    EXPECT_FALSE(view.commands().details->isEnabled()) << "the row that took its place was not chosen";
     EXPECT_EQ(shown().front(), "zzz");
 }
 

@@ -115,6 +115,14 @@ TEST_F(SecretServiceTest, ALockedKeyringIsWaitedForUntilTheUserHasEnough)
     EXPECT_EQ(prompter.questions, questions);
     EXPECT_FALSE(*keychain->isWaitingForUnlock);
 
+    restartKeyring(State::locked);
+    keychain->askAgain();
+    error = nullptr;
+    spawn(MainExecutor::shared(), read(keychain.get()), [&](const std::exception_ptr& failure) { error = failure; });
+    EXPECT_TRUE(spinUntil([&] { return prompter.questions > questions; })) << "a user who tries again is asked";
+    keychain->stopWaiting();
+    EXPECT_TRUE(spinUntil([&] { return error != nullptr; }));
+
     restartKeyring(State::unlocked);
     EXPECT_EQ(qtRun(keychain->entries()).size(), 1U);
 }

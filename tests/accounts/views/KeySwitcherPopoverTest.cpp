@@ -151,6 +151,23 @@ TEST_F(KeySwitcherPopoverTest, ArrowsLeadOutOfTheListAndEscapeCloses)
     EXPECT_THAT(done, IsEmpty());
 }
 
+TEST_F(KeySwitcherPopoverTest, EnterPressesTheButtonThatHasTheFocus)
+{
+    open(contentOf(2));
+    for (auto* const button : popover->findChildren<QToolButton*>()) {
+        if (button->accessibleName() == QStringLiteral("More for this key"))
+            button->setFocus();
+    }
+    press(Qt::Key_Return);
+    auto* const menu = popover->findChild<QMenu*>();
+    ASSERT_TRUE(menu && menu->isVisible());
+    menu->close();
+
+    command(QStringLiteral("Add Key"))->setFocus();
+    press(Qt::Key_Return);
+    EXPECT_THAT(done, ElementsAre("add key"));
+}
+
 TEST_F(KeySwitcherPopoverTest, AmongManyKeysLettersSearch)
 {
     auto content = contentOf(60);

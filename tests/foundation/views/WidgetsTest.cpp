@@ -177,6 +177,30 @@ TEST_F(SheetTest, ADestructiveButtonStandsApartAndIsNeverTheDefault)
     EXPECT_EQ(rejected.size(), 1);
 }
 
+TEST_F(SheetTest, EnterPressesTheButtonThatHasTheFocusElseTheDefaultOne)
+{
+    auto* const verb = sheet.setDestructiveVerb(text("Delete 3 Versions"));
+    auto* const tool = new QToolButton;
+    tool->setFocusPolicy(Qt::StrongFocus);
+    sheet.addWide(tool);
+    QSignalSpy pressed(&sheet, &Sheet::verbTriggered);
+    QSignalSpy used(tool, &QToolButton::clicked);
+    QSignalSpy closed(&sheet, &QDialog::finished);
+    sheet.open();
+
+    for (auto* const button : std::initializer_list<QAbstractButton*>{tool, verb}) {
+        button->setFocus();
+        QTest::keyClick(button, Qt::Key_Return);
+    }
+    EXPECT_EQ(used.size(), 1);
+    EXPECT_EQ(pressed.size(), 1);
+    EXPECT_TRUE(closed.isEmpty());
+    verb->clearFocus();
+    QTest::keyClick(&sheet, Qt::Key_Return);
+    EXPECT_EQ(sheet.result(), QDialog::Rejected);
+    EXPECT_EQ(closed.size(), 1);
+}
+
 TEST_F(SheetTest, TheFirstFieldHasTheFocusReturnIsTheVerbAndEscapeCancels)
 {
     auto* name = new QLineEdit;
