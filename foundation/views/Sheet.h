@@ -63,11 +63,12 @@ Q_SIGNALS:
 
 protected:
     void showEvent(QShowEvent* event) override;
+    /// Makes room for what has come into the rows.
+    void fitHeight();
 
 private:
     QLabel* makeCaption(const QString& label, QWidget* field);
     void setVerbButton(QPushButton* button);
-    void fitHeight();
 
     QVBoxLayout* column_;
     QWidget* rows_;
@@ -75,6 +76,7 @@ private:
     QWidget* messageRow_;
     MessageIcon* messageIcon_;
     QLabel* message_;
+    QString messageText_;
     LoadingLine* line_;
     QHBoxLayout* buttons_;
     QPushButton* cancel_;
