@@ -25,11 +25,13 @@ void KeysView::render()
     renderBanner(pane);
     renderCommands();
     loadIfNeeded();
-    if (!*model_.created || createdSheet_)
+    if (!*model_.created)
         return;
     if (newSheet_)
         newSheet_->accept();
-    showCreated();
+    if (!createdSheet_)
+        showCreated();
+    createdSheet_->showTwinNote(toQString(model_.twinNote->value_or("")));
 }
 
 void KeysView::renderRows(const KeysPane& pane)

@@ -318,6 +318,29 @@ TEST_F(KeysViewTest, ANewKeyGoesFromItsFormToItsSecretToItsRow)
     EXPECT_EQ(view.selectedKeys().front().bucketIDs.size(), 2U);
 }
 
+TEST_F(KeysViewTest, AKeyThatWasMadeTwiceIsNamedWhereItsTwinsSecretIsShown)
+{
+    connectWith(service.masterKey().keyID);
+    present();
+    ASSERT_TRUE(spinUntil([&] { return *model.hasLoaded; }));
+    control("faults", R"({"kind": "loseReply", "operation": "b2_create_key", "count": 1})");
+    view.commands().newKey->trigger();
+    auto* const form = view.findChild<NewKeyView*>();
+    form->findChildren<QLineEdit*>().front()->setText(QStringLiteral("backup"));
+    buttonOf(*form, QStringLiteral("Create Key"))->click();
+
+    CreatedKeyView* sheet = nullptr;
+    ASSERT_TRUE(spinUntil([&] { return (sheet = window.findChild<CreatedKeyView*>()) != nullptr; }));
+    EXPECT_THAT(fromQString(textsOf(*sheet)), HasSubstr("a second key named “backup”"));
+    ASSERT_TRUE(spinUntil([&] { return textsOf(*sheet).contains(QStringLiteral("Its keyID is ")); }));
+    const auto twin = std::ranges::find_if(*model.keys, [&](const auto& key) {
+        return key.keyName == "backup" && key.applicationKeyID != (*model.created)->key.applicationKeyID;
+    });
+    ASSERT_NE(twin, model.keys->end());
+    EXPECT_THAT(fromQString(textsOf(*sheet)), HasSubstr(twin->applicationKeyID));
+    model.forgetCreated();
+}
+
 TEST_F(KeysViewTest, ARefusedNewKeyKeepsItsForm)
 {
     connectWith(service.masterKey().keyID);
