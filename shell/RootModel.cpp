@@ -20,6 +20,9 @@ constexpr std::chrono::seconds gatheringTime(1);
 /// A keyring that answers sooner is not worth a sentence.
 constexpr std::chrono::milliseconds patience(200);
 
+/// A computer that slept through the end of a key says so this long after it woke.
+constexpr std::chrono::milliseconds longestExpiryWait = std::chrono::minutes(1);
+
 } // namespace
 
 RootModel::RootModel(const RootParts& parts)
@@ -50,6 +53,9 @@ RootModel::RootModel(const RootParts& parts)
     gathering_.setSingleShot(true);
     gathering_.setInterval(gatheringTime);
     connect(&gathering_, &QTimer::timeout, this, &RootModel::tellWrites);
+    expiry_.setSingleShot(true);
+    expiry_.setTimerType(Qt::PreciseTimer);
+    connect(&expiry_, &QTimer::timeout, this, &RootModel::tellExpiry);
     connect(&settings_, &Settings::writeFailed, this,
         [this](const QString& sentence) { noteSettings("Could not save the settings", fromQString(sentence)); });
 }
@@ -209,11 +215,8 @@ void RootModel::followSession()
     keys.reset(session);
     if (*remark && *remark == expiryNotice_)
         remark = std::nullopt;
-    expiryNotice_ = session
-        ? expiryNotice(session->key->label, session->authorization, std::chrono::system_clock::now())
-        : std::nullopt;
-    if (expiryNotice_)
-        remark = expiryNotice_;
+    expiryNotice_.reset();
+    tellExpiry();
     // Rows of another key, perhaps of another account, must not stay under the new one's name.
     browser.close();
     if (!session)
@@ -225,6 +228,29 @@ void RootModel::followSession()
         isShowingConnected = true;
     }
     tasks_.start(loadBuckets(session));
+}
+
+// At the connection and at the key's end; what was closed in between stays closed.
+void RootModel::tellExpiry()
+{
+    expiry_.stop();
+    const auto session = *keyStore.session;
+    if (!session)
+        return;
+    const auto now = std::chrono::system_clock::now();
+    const auto& end = session->authorization.applicationKeyExpirationTimestamp;
+    const bool isOver = endedKeyText(session->authorization, now).has_value();
+    auto notice = expiryNotice(session->key->label, session->authorization, now);
+    if (notice && notice != expiryNotice_) {
+        expiryNotice_ = notice;
+        remark = std::move(notice);
+        keySwitcher.markChanged();
+    }
+    if (!end || isOver)
+        return;
+    const auto left =
+        std::chrono::milliseconds(*end) - std::chrono::ceil<std::chrono::milliseconds>(now.time_since_epoch());
+    expiry_.start(std::clamp(left + std::chrono::milliseconds(1), std::chrono::milliseconds(1), longestExpiryWait));
 }
 
 Task<> RootModel::loadBuckets(std::shared_ptr<B2Session> session)

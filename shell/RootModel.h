@@ -135,6 +135,7 @@ private:
     Task<> connectFirst();
     Task<> readKeys();
     void followSession();
+    void tellExpiry();
     Task<> loadBuckets(std::shared_ptr<B2Session> session);
     Task<> rename(StoredKey key, std::string name);
     Task<> renameStored(std::string accountID, std::string name);
@@ -156,5 +157,6 @@ private:
     std::set<std::string> keysWithoutSecret_; ///< Found out when they were to connect.
     std::set<std::string> writtenBuckets_;    ///< Written to since the browser was told last.
     QTimer gathering_;
+    QTimer expiry_; ///< While the session's key has an end that is told of.
     TaskScope tasks_;
 };

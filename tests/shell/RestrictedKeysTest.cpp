@@ -128,7 +128,8 @@ TEST_F(RestrictedKeysTest, AKeyAboutToEndSaysSoAndThenWhatHappened)
     show("photos");
     ASSERT_EQ((*root.browser.session)->key->keyID, keyID);
 
-    spinUntil([] { return false; }, std::chrono::milliseconds(2300));
+    EXPECT_TRUE(spinUntil([&] { return root.notice()->text.starts_with("The key “restricted” expired on "); }));
+    EXPECT_THAT(root.keySwitcher.content().card->expires.value_or(""), HasSubstr("Expired"));
     root.browser.refresh();
     ASSERT_TRUE(spinUntil([&] { return root.browser.error->has_value(); }));
     EXPECT_THAT(**root.browser.error, HasSubstr("This key stopped working on "));
