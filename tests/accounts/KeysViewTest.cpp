@@ -9,6 +9,7 @@
 #include "foundation/QtText.h"
 #include "foundation/Settings.h"
 #include "foundation/SettingsKeys.h"
+#include "foundation/views/Banner.h"
 #include "foundation/views/DenseTableView.h"
 #include "foundation/views/EmptyState.h"
 #include "foundation/views/SecretClipboard.h"
@@ -356,6 +357,7 @@ TEST_F(KeysViewTest, ARefusedNewKeyKeepsItsForm)
     EXPECT_TRUE(spinUntil([&] { return textsOf(*form).contains(QStringLiteral("Could not create key “nobody”.")); }));
     EXPECT_TRUE(form->isVisible());
     EXPECT_TRUE(buttonOf(*form, QStringLiteral("Create Key"))->isEnabled());
+    EXPECT_FALSE(view.findChild<Banner*>()->isVisible()) << "said once";
 }
 
 TEST_F(KeysViewTest, NoNoteOfTheNewKeysFormLiesOverItsFields)
