@@ -139,6 +139,21 @@ TEST_F(RestrictedKeysTest, AKeyAboutToEndSaysSoAndThenWhatHappened)
     EXPECT_FALSE(root.notice()) << "the notice was about the other key";
 }
 
+TEST_F(RestrictedKeysTest, AKeyDeletedElsewhereIsSaidToBeGone)
+{
+    auto revoke = [](std::shared_ptr<B2Session> session, std::string keyID) -> Task<> {
+        co_await session->client->deleteKey(std::move(keyID));
+    };
+    const auto master = *root.keyStore.session;
+    const auto keyID = connectWith({.capabilities = reading});
+    show("photos");
+    qtRun(revoke(master, keyID));
+
+    root.browser.refresh();
+    ASSERT_TRUE(spinUntil([&] { return root.browser.error->has_value(); }));
+    EXPECT_THAT(**root.browser.error, HasSubstr("Backblaze rejected this key. It has been deleted"));
+}
+
 TEST_F(RestrictedKeysTest, ABucketThatIsGoneLeavesTheOthersOfTheKey)
 {
     auto make = [](std::shared_ptr<B2Session> session) -> Task<B2Bucket> {
