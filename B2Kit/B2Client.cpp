@@ -89,7 +89,8 @@ Task<B2Authorization> B2Client::authorizeAccount()
     request.url = callURL(options_.accountEndpoint, b2APIVersion, operation);
     request.headers = {{"Authorization", basicAuthorization(options_.credentials)}};
     const auto reply = co_await options_.transport->data(std::move(request));
-    requireSuccess(reply.response, reply.body);
+    if (!isSuccess(reply.response.status))
+        throw B2Error::ofAuthorization(readAPIError(reply.response.status, reply.body));
     auto record = decodeAnswer<B2Authorization>(operation, reply.body);
     // The token goes to these addresses. That of the S3-compatible API is looked at when it is used.
     requireTrustedURL(record.storage.apiURL);

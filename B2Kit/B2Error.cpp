@@ -74,6 +74,18 @@ B2Error::B2Error(Case which)
 {
 }
 
+B2Error B2Error::ofAuthorization(B2APIError refusal)
+{
+    // Both kinds of code have been seen for a key that is gone.
+    const bool isAboutKey =
+        refusal.isExpiredAuthorization() || (refusal.status == 401 && refusal.code == "unauthorized");
+    B2Error error(std::move(refusal));
+    if (isAboutKey)
+        error.description_ = "Backblaze rejected this key. It has been deleted, or it reached the lifetime it was "
+                             "created with. Connect with another key.";
+    return error;
+}
+
 B2TransportError::B2TransportError(Code code, std::string description)
     : code_(code)
     , description_(std::move(description))

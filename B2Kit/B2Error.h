@@ -69,6 +69,10 @@ public:
     // Every case converts, so that `throw B2Error(B2Error::InvalidURL{text})` reads as it should.
     explicit B2Error(Case which);
 
+    /// What the service answered when it was asked for an authorization. Where it said no to the key, `what()` is about
+    /// the key and not about the call that needed it.
+    static B2Error ofAuthorization(B2APIError refusal);
+
     const Case& which() const noexcept { return case_; }
     /// The service's refusal, or null for another case.
     const B2APIError* api() const noexcept { return std::get_if<B2APIError>(&case_); }

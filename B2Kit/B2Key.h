@@ -25,6 +25,8 @@ struct B2ApplicationKey {
 struct B2CreatedApplicationKey {
     std::string applicationKey;
     B2ApplicationKey key;
+    /// The answer to an earlier send was lost: that may have made a key of this name too, whose secret nobody knows.
+    bool mayHaveTwin = false;
 
     bool operator==(const B2CreatedApplicationKey&) const = default;
 

@@ -61,6 +61,7 @@ Task<B2CreatedApplicationKey> B2Client::createKey(B2CreateKeyRequest request)
         .version = isForOneBucket ? b2SingleBucketKeyVersion : b2APIVersion,
         .mayHaveBeenDone = &mayHaveBeenDone});
     // The secret of a key whose answer was lost is lost too, so the retry had to make another one.
+    created.mayHaveTwin = mayHaveBeenDone;
     if (mayHaveBeenDone)
         options_.log->warning("keys",
             "An answer to b2_create_key was lost, so there may be a second key named " + oneLine(request.keyName),

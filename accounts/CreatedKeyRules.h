@@ -28,6 +28,18 @@ struct CreatedKeyRules {
               "the key you are using now.";
     }
 
+    /// After an answer was lost, so that the key was asked for again.
+    ///
+    /// @param foundID  another key of the name that has come meanwhile; empty where none was seen.
+    static std::string twinNote(const std::string& name, const std::string& foundID = {})
+    {
+        if (foundID.empty())
+            return "Backblaze's first answer was lost, so a second key named “" + name
+                + "” may exist whose applicationKey nobody knows. If the list of keys shows it, delete it there.";
+        return "Backblaze's first answer was lost, and there is now a second key named “" + name
+            + "” whose applicationKey nobody knows. Its keyID is " + foundID + ". Delete it in the list of keys.";
+    }
+
     /// What goes to the clipboard: three lines, the last without an end.
     static std::string clipboardText(const B2CreatedApplicationKey& created)
     {

@@ -22,6 +22,9 @@ std::optional<std::string> expiryNotice(
     const auto end = endOf(key);
     if (!end || *end - now > noticeTime)
         return std::nullopt;
+    if (*end <= now)
+        return "The key “" + label + "” expired on " + dateText(*end)
+            + ", and transfers that run with it fail. Choose another key at the top of the sidebar, or add one.";
     return "The key “" + label + "” stops working on " + dateText(*end)
         + ", and transfers that run with it then fail. Add another key before that.";
 }

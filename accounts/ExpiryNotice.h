@@ -6,7 +6,8 @@
 #include <optional>
 #include <string>
 
-/// What to say on connecting with a key that stops working within a week, as a sentence; nothing for every other.
+/// What to say while connected with a key that stops working within a week or has done so, as a sentence; nothing for
+/// every other.
 ///
 /// @param label  the key's name here.
 std::optional<std::string> expiryNotice(

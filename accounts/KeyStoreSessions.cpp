@@ -87,8 +87,11 @@ Task<std::shared_ptr<B2Session>> KeyStore::secondSession(
             throw;
         } catch (...) {
             lastError = std::current_exception();
+            auto reason = describe(lastError);
+            if (reason.ends_with('.'))
+                reason.pop_back();
             record(B2LogLevel::info, "auth", "Could not authorize with key " + key.label,
-                describe(lastError) + ". Trying the next key for this account.");
+                reason + ". Trying the next key for this account.");
         }
     }
     if (tried.empty())

@@ -16,6 +16,12 @@ Task<std::optional<std::string>> moveKey(Keychain* from, Keychain* to, KeychainE
         const auto stored = co_await to->secret(entry.keyID);
         if (!stored || !(*stored == *secret))
             co_return "The keyring took the key but does not give it back.";
+    } else {
+        // What the keyring calls it stays.
+        if (entry.name && !co_await to->label(entry.keyID))
+            co_await to->setLabel(entry.keyID, *entry.name);
+        if (entry.accountID && !co_await to->accountID(entry.keyID))
+            co_await to->setAccountID(entry.keyID, *entry.accountID);
     }
     if (entry.accountID && !co_await to->accountName(*entry.accountID)) {
         if (auto name = co_await from->accountName(*entry.accountID))

@@ -2,6 +2,7 @@
 
 #include "B2Kit/B2RetryPolicy.h"
 #include "B2Kit/Secret.h"
+#include "accounts/CreatedKeyRules.h"
 #include "accounts/KeyPermissions.h"
 #include "accounts/NewKeyRules.h"
 #include "foundation/Texts.h"
@@ -94,6 +95,7 @@ Task<bool> KeysModel::create(B2CreateKeyRequest request, std::weak_ptr<B2Session
     }
     const std::string summary =
         presetSummary({request.capabilities.begin(), request.capabilities.end()}) + " - " + reachForLog(request);
+    const auto before = *hasLoaded ? std::optional(*keys) : std::nullopt;
     isWorking = true;
     dismissError();
     std::optional<B2CreatedApplicationKey> made;
@@ -117,11 +119,22 @@ Task<bool> KeysModel::create(B2CreateKeyRequest request, std::weak_ptr<B2Session
         co_return false;
     }
     // Whatever the session is now: its secret is told this once only.
+    const auto madeKey = made->key;
+    const bool mayHaveTwin = made->mayHaveTwin;
+    twinNote = mayHaveTwin ? std::optional(CreatedKeyRules::twinNote(name)) : std::nullopt;
     created = std::move(made);
     log_.record({B2LogLevel::notice, "keys", "Created Application Key " + name, summary});
     tellChange();
     if (*session == current)
         co_await load();
+    if (!self || !mayHaveTwin || !before || *session != current)
+        co_return true;
+    const auto twin = std::ranges::find_if(*keys, [&](const B2ApplicationKey& key) {
+        return key.keyName == madeKey.keyName && key.applicationKeyID != madeKey.applicationKeyID
+            && std::ranges::find(*before, key.applicationKeyID, &B2ApplicationKey::applicationKeyID) == before->end();
+    });
+    if (twin != keys->end() && *created && (*created)->key == madeKey)
+        twinNote = CreatedKeyRules::twinNote(name, twin->applicationKeyID);
     co_return true;
 }
 
@@ -211,6 +224,7 @@ void KeysModel::forgetCreated()
         wipe(made->applicationKey);
         made.reset();
     });
+    twinNote = std::nullopt;
 }
 
 void KeysModel::tellChange()

@@ -32,6 +32,8 @@ public:
     Observed<std::optional<std::string>> error{this};
     /// The key just made, with its secret, until `forgetCreated`. Outlives a change of the session.
     Observed<std::optional<B2CreatedApplicationKey>> created{this};
+    /// That `created` may not be the only key made, as a sentence; goes with it.
+    Observed<std::optional<std::string>> twinNote{this};
     Observed<std::shared_ptr<B2Session>> session{this};
 
     /// Told after keys were created or deleted, so that others read them again too. Does nothing at first.

@@ -145,6 +145,8 @@ std::optional<RootNotice> RootModel::notice() const
         return RootNotice{*failure, (*keyStore.connectionFailure)->canTryAgain() ? Action::tryAgain : Action::none};
     if (*remark)
         return RootNotice{**remark};
+    if (*expiry_.notice)
+        return RootNotice{**expiry_.notice};
     return std::nullopt;
 }
 
@@ -152,8 +154,10 @@ void RootModel::dismissNotice()
 {
     if (switchFailure())
         keyStore.connectionFailure = std::nullopt;
-    else
+    else if (*remark)
         remark = std::nullopt;
+    else
+        expiry_.dismiss();
 }
 
 void RootModel::rebuildKeyMenu()

@@ -1,6 +1,5 @@
 #include "shell/RootModel.h"
 
-#include "accounts/ExpiryNotice.h"
 #include "buckets/BucketReach.h"
 #include "foundation/QtText.h"
 #include "foundation/SettingsKeys.h"
@@ -35,6 +34,7 @@ RootModel::RootModel(const RootParts& parts)
     , openResumeStore_(parts.openResumeStore)
     , keychain_(parts.keychain)
     , reconnection_(keyStore)
+    , expiry_(keyStore)
 {
     for (Observable* model : std::initializer_list<Observable*>{&keyStore, &buckets, &keychain_})
         connect(model, &Observable::changed, this, [this] { markChanged(); });
@@ -51,6 +51,10 @@ RootModel::RootModel(const RootParts& parts)
     gathering_.setSingleShot(true);
     gathering_.setInterval(gatheringTime);
     connect(&gathering_, &QTimer::timeout, this, &RootModel::tellWrites);
+    connect(&expiry_, &Observable::changed, this, [this] {
+        keySwitcher.markChanged();
+        markChanged();
+    });
     connect(&settings_, &Settings::writeFailed, this,
         [this](const QString& sentence) { noteSettings("Could not save the settings", fromQString(sentence)); });
 }
@@ -208,13 +212,6 @@ void RootModel::followSession()
         return;
     buckets.reset(session);
     keys.reset(session);
-    if (*remark && *remark == expiryNotice_)
-        remark = std::nullopt;
-    expiryNotice_ = session
-        ? expiryNotice(session->key->label, session->authorization, std::chrono::system_clock::now())
-        : std::nullopt;
-    if (expiryNotice_)
-        remark = expiryNotice_;
     // Rows of another key, perhaps of another account, must not stay under the new one's name.
     browser.close();
     if (!session)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "accounts/AppContext.h"
+#include "accounts/ExpiryWatch.h"
 #include "accounts/KeyInspection.h"
 #include "accounts/KeyStore.h"
 #include "accounts/KeySwitcherModel.h"
@@ -119,7 +120,7 @@ public:
     DetailState detailState() const;
     /// Why the last switch of key failed while the old session goes on; nothing otherwise.
     std::optional<std::string> switchFailure() const;
-    /// What stands above the panes: a wait for the keyring, a failed switch, else the last remark.
+    /// What stands above the panes: a wait for the keyring, a failed switch, the last remark, else the key's end.
     std::optional<RootNotice> notice() const;
     void dismissNotice();
 
@@ -155,10 +156,10 @@ private:
     ResumeStore* resumeStore_ = nullptr;
     Keychain& keychain_;
     bool isStartSlow_ = false;
-    std::optional<std::string> expiryNotice_; ///< Of the session's key, as it was told in `remark`.
     std::set<std::string> keysWithoutSecret_; ///< Found out when they were to connect.
     std::set<std::string> writtenBuckets_;    ///< Written to since the browser was told last.
     QTimer gathering_;
     Reconnection reconnection_;
+    ExpiryWatch expiry_;
     TaskScope tasks_;
 };

@@ -5,7 +5,9 @@
 #include "foundation/views/Announcer.h"
 #include "foundation/views/Icons.h"
 #include "foundation/views/Labels.h"
+#include "foundation/views/NameText.h"
 #include "foundation/views/SecretClipboard.h"
+#include "foundation/views/SymbolView.h"
 
 #include <QCheckBox>
 #include <QPointer>
@@ -16,6 +18,8 @@ CreatedKeyView::CreatedKeyView(B2CreatedApplicationKey created, AddKey add, std:
     : Sheet(toQString(CreatedKeyRules::title), {}, parent)
     , created_(std::move(created))
     , add_(std::move(add))
+    , twin_(new QWidget(this))
+    , twinText_(makeLabel({}, TextSize::normal, QFont::Normal, twin_))
     , copyButton_(new QPushButton(symbolIcon(Symbol::copy), tr("Copy keyName, keyID and applicationKey"), this))
     , acknowledged_(new QCheckBox(tr("I have saved the applicationKey somewhere safe"), this))
     , addToKestrovan_(new QCheckBox(tr("Add this key to Kestrovan"), this))
@@ -55,6 +59,17 @@ void CreatedKeyView::buildFields(std::string_view keyPlace)
     addText(tr("keyID"), created_.key.applicationKeyID);
     addText(tr("applicationKey"), created_.applicationKey);
 
+    auto* const line = new QHBoxLayout(twin_);
+    line->setContentsMargins({});
+    line->setSpacing(Spacing::small);
+    line->addWidget(new MessageIcon(MessageKind::warning, twin_), 0, Qt::AlignTop);
+    line->addWidget(twinText_, 1);
+    twinText_->setObjectName(QStringLiteral("twinNote"));
+    twinText_->setWordWrap(true);
+    twinText_->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    twin_->setVisible(false);
+    addWide(twin_);
+
     auto* const options = new QWidget(this);
     auto* const column = new QVBoxLayout(options);
     column->setContentsMargins({});
@@ -72,6 +87,17 @@ void CreatedKeyView::buildFields(std::string_view keyPlace)
     addToKestrovan_->setVisible(add_ != nullptr);
     text->setVisible(add_ != nullptr);
     addWide(options);
+}
+
+void CreatedKeyView::showTwinNote(const QString& text)
+{
+    const auto shown = breakable(text);
+    if (shown == twinText_->text())
+        return;
+    twinText_->setText(shown);
+    twin_->setVisible(!text.isEmpty());
+    fitHeight();
+    announce(*this, text);
 }
 
 void CreatedKeyView::copy()

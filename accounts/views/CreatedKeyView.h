@@ -12,6 +12,7 @@
 #include <string_view>
 
 class QCheckBox;
+class QLabel;
 
 /// The only sight of a new key's secret. Stays until the secret was copied or the user says that it is safe.
 ///
@@ -28,6 +29,9 @@ public:
     CreatedKeyView(B2CreatedApplicationKey created, AddKey add, std::string_view keyPlace, QWidget* parent);
     ~CreatedKeyView() override;
 
+    /// Says that there may be another key of the name; an empty text says nothing.
+    void showTwinNote(const QString& text);
+
     /// Refused until the secret is safe: Escape, the close button and `close` come here too.
     void reject() override;
 
@@ -41,6 +45,8 @@ private:
     B2CreatedApplicationKey created_;
     AddKey add_;
     CreatedKeyRules rules_;
+    QWidget* twin_;
+    QLabel* twinText_;
     QPushButton* copyButton_;
     QCheckBox* acknowledged_;
     QCheckBox* addToKestrovan_;

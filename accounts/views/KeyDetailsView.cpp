@@ -2,6 +2,7 @@
 
 #include "foundation/QtText.h"
 #include "foundation/views/Labels.h"
+#include "foundation/views/NameText.h"
 
 #include <QPushButton>
 #include <QScrollArea>
@@ -14,9 +15,14 @@ constexpr int mostReachLines = 8;
 
 QLabel* wrapping(const QString& text)
 {
-    auto* const label = makeLabel(text);
+    const auto shown = breakable(text);
+    auto* const label = makeLabel(shown);
     label->setWordWrap(true);
-    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    // What has been made to wrap must not be copied so.
+    if (shown == text)
+        label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    else
+        label->setToolTip(text.toHtmlEscaped());
     label->setMinimumWidth(1);
     return label;
 }
@@ -74,7 +80,7 @@ KeyDetailsView::KeyDetailsView(const KeyDetailsInputs& inputs, bool canTakeName,
 void KeyDetailsView::addText(const QString& label, const std::string& text, const std::string& note)
 {
     auto* const value = wrapping(toQString(text));
-    value->setAccessibleName(label + QStringLiteral(": ") + value->text());
+    value->setAccessibleName(label + QStringLiteral(": ") + toQString(text));
     addRow(label, value, toQString(note));
 }
 

@@ -134,9 +134,10 @@ void KeySwitcherCardView::setFact(int row, const QString& name, const std::optio
 void KeySwitcherCardView::setAttempt(const KeySwitcherCard& card)
 {
     const QString text = showableName(toQString(card.notConnected.value_or("")));
-    const bool isNew = text != attemptText_->text();
+    const QString shown = breakable(text);
+    const bool isNew = shown != attemptText_->text();
     attemptIcon_->setKind(card.isConnecting ? MessageKind::notice : MessageKind::warning);
-    attemptText_->setText(text);
+    attemptText_->setText(shown);
     // The focus does not fall to a button of another meaning.
     if (!card.canRetry && retry_->hasFocus())
         more_->setFocus(Qt::OtherFocusReason);

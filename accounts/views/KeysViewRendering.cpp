@@ -25,11 +25,13 @@ void KeysView::render()
     renderBanner(pane);
     renderCommands();
     loadIfNeeded();
-    if (!*model_.created || createdSheet_)
+    if (!*model_.created)
         return;
     if (newSheet_)
         newSheet_->accept();
-    showCreated();
+    if (!createdSheet_)
+        showCreated();
+    createdSheet_->showTwinNote(toQString(model_.twinNote->value_or("")));
 }
 
 void KeysView::renderRows(const KeysPane& pane)
@@ -109,6 +111,9 @@ void KeysView::showMessage(const KeysPane& pane)
 
 void KeysView::renderBanner(const KeysPane& pane)
 {
+    // The form that asked says itself why there is no key, as long as its session stands.
+    if (newSheet_ && newSheet_->hasAsked() && newSheet_->session().lock() == *model_.session && !*model_.hasLoadFailed)
+        dismissedError_ = *model_.error;
     if (!pane.banner || dismissedError_ == pane.banner) {
         banner_->dismiss();
         return;

@@ -28,6 +28,8 @@ public:
     const NewKeyForm& form() const { return form_; }
     /// The session whose buckets and permissions are offered.
     std::weak_ptr<B2Session> session() const { return session_; }
+    /// Has it asked for a key and not shown yet what became of it?
+    bool hasAsked() const { return hasAsked_; }
 
 Q_SIGNALS:
     /// The form is in order, and the question about several buckets was answered.

@@ -213,7 +213,9 @@ void ObjectBrowserView::renderStatus()
         if (row->kind != RowKind::folder)
             counts.selectedBytes = counts.selectedBytes.value_or(0) + row->file.contentLength;
     }
-    const bool isShown = *model_.bucket && (counts.loaded > 0 || (!*model_.isLoading && !*model_.error));
+    const auto& session = *model_.session;
+    const bool isRefused = session && listRefusal(session->authorization);
+    const bool isShown = *model_.bucket && !isRefused && (counts.loaded > 0 || (!*model_.isLoading && !*model_.error));
     status_->setText(isShown ? toQString(statusText(counts)) : QString());
     if (counts.isFiltered) {
         status_->setDetail(toQString(filterNote(counts.hasMore)));

@@ -2,6 +2,7 @@
 
 #include "foundation/views/Announcer.h"
 #include "foundation/views/Labels.h"
+#include "foundation/views/NameText.h"
 #include "foundation/views/SymbolView.h"
 
 #include <QHBoxLayout>
@@ -46,7 +47,8 @@ void Banner::showMessage(MessageKind kind, const QString& text, const QString& a
 {
     kind_ = kind;
     icon_->setKind(kind);
-    text_->setText(text);
+    sentence_ = text;
+    text_->setText(breakable(text));
     action_->setText(action);
     action_->setVisible(!action.isEmpty());
     setAccessibleName(icon_->accessibleName() + QStringLiteral(": ") + text);
@@ -58,11 +60,6 @@ void Banner::showMessage(MessageKind kind, const QString& text, const QString& a
 void Banner::dismiss()
 {
     setVisible(false);
-}
-
-QString Banner::text() const
-{
-    return text_->text();
 }
 
 void Banner::setClosable(bool closable)

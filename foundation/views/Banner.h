@@ -22,7 +22,7 @@ public:
     void showMessage(MessageKind kind, const QString& text, const QString& action = {});
     void dismiss();
 
-    QString text() const;
+    const QString& text() const { return sentence_; }
     MessageKind kind() const { return kind_; }
 
     /// A message that must not be lost has no close button.
@@ -37,6 +37,7 @@ protected:
 
 private:
     MessageKind kind_ = MessageKind::notice;
+    QString sentence_;
     MessageIcon* icon_;
     QLabel* text_;
     QPushButton* action_;

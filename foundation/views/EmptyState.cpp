@@ -1,6 +1,7 @@
 #include "foundation/views/EmptyState.h"
 
 #include "foundation/views/Labels.h"
+#include "foundation/views/NameText.h"
 #include "foundation/views/SymbolView.h"
 
 #include <QBoxLayout>
@@ -55,8 +56,8 @@ EmptyState::EmptyState(QWidget* parent)
 void EmptyState::showText(Symbol symbol, const QString& title, const QString& body)
 {
     icon_->setSymbol(symbol, SymbolTint::secondary);
-    title_->setText(title);
-    body_->setText(body);
+    title_->setText(breakable(title));
+    body_->setText(breakable(body));
     body_->setVisible(!body.isEmpty());
     setAccessibleName(title);
     setAccessibleDescription(body);

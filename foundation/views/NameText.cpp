@@ -1,10 +1,15 @@
 #include "foundation/views/NameText.h"
 
+#include <QTextBoundaryFinder>
+
 #include <algorithm>
 
 namespace {
 
 constexpr int longestExtension = 10;
+/// Runs up to this length fit on any line; longer ones may break after each piece.
+constexpr qsizetype longestWord = 32;
+constexpr qsizetype pieceLength = 4;
 constexpr int longestMeasured = 400;
 
 bool deceives(QChar character)
@@ -30,6 +35,32 @@ QString showableName(QString name)
 {
     std::ranges::replace_if(name, deceives, QChar(QChar::ReplacementCharacter));
     return name;
+}
+
+QString breakable(const QString& text)
+{
+    QString broken;
+    qsizetype begin = 0;
+    while (begin < text.size()) {
+        auto end = begin;
+        while (end < text.size() && !text[end].isSpace())
+            ++end;
+        const auto word = text.mid(begin, end - begin);
+        QTextBoundaryFinder letters(QTextBoundaryFinder::Grapheme, word);
+        qsizetype piece = 0;
+        for (auto at = letters.toNextBoundary(); word.size() > longestWord && at > 0 && at < word.size();
+            at = letters.toNextBoundary()) {
+            if (at - piece < pieceLength)
+                continue;
+            broken += word.mid(piece, at - piece) + QChar(0x200b);
+            piece = at;
+        }
+        broken += word.mid(piece);
+        while (end < text.size() && text[end].isSpace())
+            broken += text[end++];
+        begin = end;
+    }
+    return broken;
 }
 
 QString extensionOf(const QString& name)

@@ -9,6 +9,10 @@
 /// direction of text around become U+FFFD. Everything else stays.
 QString showableName(QString name);
 
+/// A text for a label that wraps: every long run without a space gets places to break, which cannot be seen. Not for
+/// texts that are copied or compared.
+QString breakable(const QString& text);
+
 /// The extension with its dot, or nothing: at most 10 characters after the last dot, which is not the first character.
 QString extensionOf(const QString& name);
 

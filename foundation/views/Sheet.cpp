@@ -4,6 +4,7 @@
 #include "foundation/views/ButtonKeys.h"
 #include "foundation/views/Labels.h"
 #include "foundation/views/LoadingLine.h"
+#include "foundation/views/NameText.h"
 #include "foundation/views/Style.h"
 #include "foundation/views/SymbolView.h"
 
@@ -14,6 +15,7 @@
 #include <QRadioButton>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -78,9 +80,9 @@ Sheet::Sheet(const QString& title, const QString& purpose, QWidget* parent)
     setMaximumWidth(widest);
     setSizeGripEnabled(false);
 
-    auto* heading = makeLabel(title, TextSize::title, QFont::DemiBold, this);
+    auto* heading = makeLabel(breakable(title), TextSize::title, QFont::DemiBold, this);
     heading->setWordWrap(true);
-    auto* sentence = makeSecondaryLabel(purpose, TextSize::normal, this);
+    auto* sentence = makeSecondaryLabel(breakable(purpose), TextSize::normal, this);
     sentence->setVisible(!purpose.isEmpty());
     setAccessibleDescription(purpose);
 
@@ -207,9 +209,9 @@ void Sheet::setVerbEnabled(bool enabled, const QString& reason)
 
 void Sheet::setMessage(MessageKind kind, const QString& text)
 {
-    const bool isNew = text != message_->text();
+    const bool isNew = std::exchange(messageText_, text) != text;
     messageIcon_->setKind(kind);
-    message_->setText(text);
+    message_->setText(breakable(text));
     messageRow_->setVisible(!text.isEmpty());
     // A message that comes later must not press the rows together.
     if (isVisible())
@@ -237,6 +239,7 @@ void Sheet::setBusy(bool busy, const QString& text)
 // As high as its texts need at this width: a wrapping label's own guess is for a narrower one.
 void Sheet::fitHeight()
 {
+    form_->activate();
     column_->activate();
     if (column_->hasHeightForWidth())
         resize(width(),

@@ -66,11 +66,12 @@ Q_SIGNALS:
 protected:
     void keyPressEvent(QKeyEvent* event) override;
     void showEvent(QShowEvent* event) override;
+    /// Makes room for what has come into the rows.
+    void fitHeight();
 
 private:
     QLabel* makeCaption(const QString& label, QWidget* field);
     void setVerbButton(QPushButton* button);
-    void fitHeight();
 
     QVBoxLayout* column_;
     QWidget* rows_;
@@ -78,6 +79,7 @@ private:
     QWidget* messageRow_;
     MessageIcon* messageIcon_;
     QLabel* message_;
+    QString messageText_;
     LoadingLine* line_;
     QHBoxLayout* buttons_;
     QPushButton* cancel_;

@@ -7,6 +7,9 @@
 
 #include <QFileDialog>
 
+#include <string>
+#include <tuple>
+
 TransferDialogs::TransferDialogs(Application& application, QWidget& window)
     : QObject(&window)
     , application_(application)
@@ -20,10 +23,19 @@ QFileDialog* TransferDialogs::makeUploadDialog(const QString& title)
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setLabelText(QFileDialog::Accept, tr("Upload"));
     dialog->setDirectory(uploadsFrom_);
+    auto place = [&browser = application_.root->browser] {
+        const auto& bucket = *browser.bucket;
+        return std::tuple(*browser.session, bucket ? bucket->bucketID : std::string(), *browser.prefix);
+    };
     // Qt's own dialog, used where the desktop has none, never emits urlsSelected.
-    connect(dialog, &QFileDialog::accepted, this, [this, dialog] {
+    connect(dialog, &QFileDialog::accepted, this, [this, dialog, place, shown = place()] {
         uploadsFrom_ = dialog->directory().absolutePath();
-        Q_EMIT uploadChosen(dialog->selectedUrls());
+        // A switch of key that had begun before may have ended under the dialog.
+        if (place() == shown)
+            Q_EMIT uploadChosen(dialog->selectedUrls());
+        else
+            application_.root->remark =
+                "Nothing was uploaded, because another folder was opened meanwhile. Choose the files again.";
     });
     return dialog;
 }

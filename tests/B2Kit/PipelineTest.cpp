@@ -246,6 +246,20 @@ TEST_F(PipelineTest, AForbiddenCallHasASentence)
     EXPECT_EQ(transport->count(fileInfo), 1U);
 }
 
+TEST_F(PipelineTest, AKeyThatIsGoneIsToldApartFromACallItMayNotMake)
+{
+    for (const auto* const code : {"unauthorized", "bad_auth_token"}) {
+        run(client->reauthorize());
+        transport->refuse(fileInfo, 401, "bad_auth_token").refuse("b2_authorize_account", 401, code, "");
+
+        EXPECT_EQ(failureOf(client->fileInfo("4_z1")),
+            "Backblaze rejected this key. It has been deleted, or it reached the lifetime it was created with. "
+            "Connect with another key.");
+    }
+    transport->refuse("b2_authorize_account", 401, "unsupported", "Not in this version");
+    EXPECT_EQ(failureOf(client->reauthorize()), "B2 401 unsupported: Not in this version");
+}
+
 TEST_F(PipelineTest, AnAnswerThatIsNoRecordNamesTheOperation)
 {
     for (const auto* body : {"", "{", R"({"fileName": 5, "action": "upload"})", "[]"}) {

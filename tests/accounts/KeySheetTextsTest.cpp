@@ -46,4 +46,5 @@ TEST(ExpiryNoticeTest, SpeaksWithinAWeekOfTheEnd)
     EXPECT_FALSE(expiryNotice("Office", {}, now));
     EXPECT_FALSE(expiryNotice("Office", ending(8 * 24h), now));
     EXPECT_THAT(expiryNotice("Office", ending(24h), now).value_or(""), HasSubstr("The key “Office” stops working on"));
+    EXPECT_THAT(expiryNotice("Office", ending(-1s), now).value_or(""), HasSubstr("The key “Office” expired on"));
 }

@@ -9,6 +9,7 @@
 #include "foundation/QtText.h"
 #include "foundation/Settings.h"
 #include "foundation/SettingsKeys.h"
+#include "foundation/views/Banner.h"
 #include "foundation/views/DenseTableView.h"
 #include "foundation/views/EmptyState.h"
 #include "foundation/views/SecretClipboard.h"
@@ -322,6 +323,29 @@ TEST_F(KeysViewTest, ANewKeyGoesFromItsFormToItsSecretToItsRow)
     EXPECT_EQ(view.selectedKeys().front().bucketIDs.size(), 2U);
 }
 
+TEST_F(KeysViewTest, AKeyThatWasMadeTwiceIsNamedWhereItsTwinsSecretIsShown)
+{
+    connectWith(service.masterKey().keyID);
+    present();
+    ASSERT_TRUE(spinUntil([&] { return *model.hasLoaded; }));
+    control("faults", R"({"kind": "loseReply", "operation": "b2_create_key", "count": 1})");
+    view.commands().newKey->trigger();
+    auto* const form = view.findChild<NewKeyView*>();
+    form->findChildren<QLineEdit*>().front()->setText(QStringLiteral("backup"));
+    buttonOf(*form, QStringLiteral("Create Key"))->click();
+
+    CreatedKeyView* sheet = nullptr;
+    ASSERT_TRUE(spinUntil([&] { return (sheet = window.findChild<CreatedKeyView*>()) != nullptr; }));
+    EXPECT_THAT(fromQString(textsOf(*sheet)), HasSubstr("a second key named “backup”"));
+    ASSERT_TRUE(spinUntil([&] { return textsOf(*sheet).contains(QStringLiteral("Its keyID is ")); }));
+    const auto twin = std::ranges::find_if(*model.keys, [&](const auto& key) {
+        return key.keyName == "backup" && key.applicationKeyID != (*model.created)->key.applicationKeyID;
+    });
+    ASSERT_NE(twin, model.keys->end());
+    EXPECT_THAT(fromQString(textsOf(*sheet)), HasSubstr(twin->applicationKeyID));
+    model.forgetCreated();
+}
+
 TEST_F(KeysViewTest, ARefusedNewKeyKeepsItsForm)
 {
     connectWith(service.masterKey().keyID);
@@ -337,6 +361,7 @@ TEST_F(KeysViewTest, ARefusedNewKeyKeepsItsForm)
     EXPECT_TRUE(spinUntil([&] { return textsOf(*form).contains(QStringLiteral("Could not create key “nobody”.")); }));
     EXPECT_TRUE(form->isVisible());
     EXPECT_TRUE(buttonOf(*form, QStringLiteral("Create Key"))->isEnabled());
+    EXPECT_FALSE(view.findChild<Banner*>()->isVisible()) << "said once";
 }
 
 TEST_F(KeysViewTest, NoNoteOfTheNewKeysFormLiesOverItsFields)

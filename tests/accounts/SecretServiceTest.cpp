@@ -163,9 +163,11 @@ TEST_F(SecretServiceTest, AKeyringThatComesLaterTakesOverTheFile)
     FileKeychain file(directory, log);
     qtRun(file.save("key-1", canary, "Laptop", "account-1"));
     qtRun(file.save("key-2", "other", "Desk", std::nullopt));
+    qtRun(file.save("key-3", "third", "Named here", "account-1"));
     qtRun(file.setAccountName("account-1", "Office"));
     startKeyring(State::unlocked);
     qtRun(makeKeychain()->save("key-2", "not the same", "Elsewhere", std::nullopt));
+    qtRun(makeKeychain()->save("key-3", "third", std::nullopt, std::nullopt));
     restartKeyring(State::locked);
     SystemKeychain keychain(settings, log, directory);
     qtRun(keychain.probeOnce());
@@ -174,7 +176,8 @@ TEST_F(SecretServiceTest, AKeyringThatComesLaterTakesOverTheFile)
     restartKeyring(State::unlocked);
 
     EXPECT_THAT(qtRun(keychain.entries()),
-        ElementsAre(KeychainEntry{"key-1", "Laptop", "account-1"}, KeychainEntry{"key-2", "Elsewhere", {}}));
+        ElementsAre(KeychainEntry{"key-1", "Laptop", "account-1"}, KeychainEntry{"key-2", "Elsewhere", {}},
+            KeychainEntry{"key-3", "Named here", "account-1"}));
     EXPECT_EQ(secretOf(keychain, "key-1"), canary);
     EXPECT_EQ(qtRun(keychain.accountName("account-1")), "Office");
     EXPECT_EQ(secretOf(file, "key-1"), std::nullopt);

@@ -124,11 +124,19 @@ TEST_F(RestrictedKeysTest, AKeyAboutToEndSaysSoAndThenWhatHappened)
 {
     const auto keyID = connectWith({.capabilities = reading, .validDurationInSeconds = 2});
     ASSERT_TRUE(root.notice());
+    root.remark = "Something else.";
+    EXPECT_EQ(root.notice()->text, "Something else.");
+    root.dismissNotice();
+    ASSERT_TRUE(root.notice());
     EXPECT_THAT(root.notice()->text, HasSubstr("The key “restricted” stops working on "));
+    root.dismissNotice();
+    EXPECT_FALSE(root.notice());
     show("photos");
     ASSERT_EQ((*root.browser.session)->key->keyID, keyID);
 
-    spinUntil([] { return false; }, std::chrono::milliseconds(2300));
+    ASSERT_TRUE(spinUntil([&] { return root.notice().has_value(); }));
+    EXPECT_THAT(root.notice()->text, HasSubstr("The key “restricted” expired on "));
+    EXPECT_THAT(root.keySwitcher.content().card->expires.value_or(""), HasSubstr("Expired"));
     root.browser.refresh();
     ASSERT_TRUE(spinUntil([&] { return root.browser.error->has_value(); }));
     EXPECT_THAT(**root.browser.error, HasSubstr("This key stopped working on "));
@@ -136,6 +144,21 @@ TEST_F(RestrictedKeysTest, AKeyAboutToEndSaysSoAndThenWhatHappened)
     root.switchTo(first);
     ASSERT_TRUE(isBrowsing(first));
     EXPECT_FALSE(root.notice()) << "the notice was about the other key";
+}
+
+TEST_F(RestrictedKeysTest, AKeyDeletedElsewhereIsSaidToBeGone)
+{
+    auto revoke = [](std::shared_ptr<B2Session> session, std::string keyID) -> Task<> {
+        co_await session->client->deleteKey(std::move(keyID));
+    };
+    const auto master = *root.keyStore.session;
+    const auto keyID = connectWith({.capabilities = reading});
+    show("photos");
+    qtRun(revoke(master, keyID));
+
+    root.browser.refresh();
+    ASSERT_TRUE(spinUntil([&] { return root.browser.error->has_value(); }));
+    EXPECT_THAT(**root.browser.error, HasSubstr("Backblaze rejected this key. It has been deleted"));
 }
 
 TEST_F(RestrictedKeysTest, ABucketThatIsGoneLeavesTheOthersOfTheKey)

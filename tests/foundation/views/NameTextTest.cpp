@@ -51,6 +51,19 @@ TEST(NameTextTest, WhatCouldDeceiveIsMadeVisible)
     EXPECT_EQ(showableName(text("صورة العائلة 🏔.png")), text("صورة العائلة 🏔.png"));
 }
 
+TEST(NameTextTest, OnlyAWordTooLongForALineIsMadeToBreakAndNoLetterIsParted)
+{
+    const QString usual = text("“Office”  has 0044a1b2c3d4e5f0000000007\nand");
+    EXPECT_EQ(breakable(usual), usual);
+
+    const QString family = text("👨‍👩‍👧");
+    const QString name = text("Remove “") + family.repeated(40) + text("”?");
+    QString broken = breakable(name);
+    EXPECT_EQ(broken.count(family), 40);
+    EXPECT_GT(broken.count(QChar(0x200b)), 10);
+    EXPECT_EQ(broken.remove(QChar(0x200b)), name);
+}
+
 TEST(NameTextTest, AnExtensionIsShortAndNotTheWholeName)
 {
     EXPECT_EQ(extensionOf(text("a.tar.gz")), text(".gz"));

@@ -103,6 +103,34 @@ TEST(EmptyStateTest, StaysNarrowAndCentredInAWidePlace)
     EXPECT_NEAR(button->mapTo(&state, button->rect().center()).x(), 590, 3);
 }
 
+TEST(BannerTest, ALongNameWrapsAndTheEndOfTheSentenceIsSeen)
+{
+    const QString sentence = text("Couldn't switch to “") + QString(100, u'L') + text("”. Still connected with “")
+        + QString(100, u'N') + text("”.");
+    QWidget window;
+    auto* const banner = new Banner;
+    auto* const state = new EmptyState;
+    auto* const column = new QVBoxLayout(&window);
+    column->addWidget(banner);
+    column->addWidget(state, 1);
+    banner->showMessage(MessageKind::warning, sentence, text("Try Again"));
+    state->showText(Symbol::key, QString(100, u'N'), sentence);
+    window.resize(620, 600);
+    window.show();
+    QApplication::processEvents();
+
+    EXPECT_EQ(window.width(), 620);
+    EXPECT_EQ(banner->text(), sentence);
+    for (const auto* const label : window.findChildren<QLabel*>()) {
+        if (!label->wordWrap())
+            continue;
+        const QRect needed = label->fontMetrics().boundingRect(
+            QRect(0, 0, label->contentsRect().width(), 10000), Qt::TextWordWrap, label->text());
+        EXPECT_LE(needed.width(), label->contentsRect().width());
+        EXPECT_LE(needed.height(), label->contentsRect().height()) << qPrintable(label->text());
+    }
+}
+
 TEST(SearchFieldTest, EscapeEmptiesFirstAndLeavesThen)
 {
     SearchField field(text("Find"));

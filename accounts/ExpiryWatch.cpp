@@ -1,0 +1,56 @@
+#include "accounts/ExpiryWatch.h"
+
+#include "accounts/ExpiryNotice.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace {
+
+/// A computer that slept through the end of a key says so this long after it woke.
+constexpr std::chrono::milliseconds longestWait = std::chrono::minutes(1);
+
+} // namespace
+
+ExpiryWatch::ExpiryWatch(KeyStore& store)
+    : store_(store)
+{
+    timer_.setSingleShot(true);
+    timer_.setTimerType(Qt::PreciseTimer);
+    connect(&timer_, &QTimer::timeout, this, &ExpiryWatch::tell);
+    connect(&store_, &Observable::changed, this, &ExpiryWatch::follow);
+}
+
+void ExpiryWatch::follow()
+{
+    if (*store_.session == session_)
+        return;
+    session_ = *store_.session;
+    told_.reset();
+    notice = std::nullopt;
+    tell();
+}
+
+void ExpiryWatch::tell()
+{
+    timer_.stop();
+    if (!session_)
+        return;
+    const auto now = std::chrono::system_clock::now();
+    auto text = expiryNotice(session_->key->label, session_->authorization, now);
+    if (text && text != told_) {
+        told_ = text;
+        notice = std::move(text);
+    }
+    const auto& end = session_->authorization.applicationKeyExpirationTimestamp;
+    if (!end || endedKeyText(session_->authorization, now))
+        return;
+    const auto left =
+        std::chrono::milliseconds(*end) - std::chrono::ceil<std::chrono::milliseconds>(now.time_since_epoch());
+    timer_.start(std::clamp(left + std::chrono::milliseconds(1), std::chrono::milliseconds(1), longestWait));
+}
+
+void ExpiryWatch::dismiss()
+{
+    notice = std::nullopt;
+}
