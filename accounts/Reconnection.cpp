@@ -32,3 +32,11 @@ void Reconnection::follow()
     else if (!timer_.isActive())
         timer_.start(pause_);
 }
+
+Task<> Reconnection::shutDown()
+{
+    disconnect(&store_, nullptr, this, nullptr);
+    timer_.stop();
+    tasks_.cancelAll();
+    co_await tasks_.drain();
+}

@@ -20,6 +20,9 @@ public:
     /// @param store  outlives this.
     explicit Reconnection(KeyStore& store, std::chrono::milliseconds pause = firstPause, QObject* parent = nullptr);
 
+    /// Ends for good: a running attempt is asked to stop and waited for. To be awaited before the store goes.
+    Task<> shutDown();
+
 private:
     void follow();
 

@@ -352,5 +352,6 @@ DetailState RootModel::detailState() const
 Task<> RootModel::shutDown()
 {
     tasks_.cancelAll();
+    co_await reconnection_.shutDown();
     co_await tasks_.drain();
 }

@@ -162,7 +162,7 @@ TEST_F(KeyStoreTest, ConnectsAgainByItselfOnceTheServiceCanBeReached)
 {
     using namespace std::chrono_literals;
     qtRun(store.reload());
-    const Reconnection reconnection(store, 5ms);
+    Reconnection reconnection(store, 5ms);
     store.lastAttempted = stored(master.keyID);
     store.connectionFailure = ConnectionFailure{ConnectionFailure::Kind::keyRejected, "No."};
     spinUntil([] { return false; }, 50ms);
@@ -171,4 +171,5 @@ TEST_F(KeyStoreTest, ConnectsAgainByItselfOnceTheServiceCanBeReached)
     store.connectionFailure = ConnectionFailure{ConnectionFailure::Kind::unreachable, "No network."};
     EXPECT_TRUE(spinUntil([&] { return *store.session != nullptr; }));
     EXPECT_FALSE(*store.connectionFailure);
+    qtRun(reconnection.shutDown());
 }
