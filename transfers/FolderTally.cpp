@@ -122,10 +122,15 @@ void FolderTally::finish(std::string place)
     run_.setState(Transfer::State::failed(ofFiles(failed_, fileCount_) + " failed"));
 }
 
-void FolderTally::stop()
+void FolderTally::stop(std::optional<std::string> interrupted)
 {
     publish();
-    record(B2LogLevel::notice, "Stopped after " + ofFiles(completed_, fileCount_));
+    if (interrupted)
+        interrupted =
+            fmt::format("“{}” was sent in part. Its parts stay stored and billed: the folder's Resume goes on "
+                        "from them, and \"Unfinished Uploads\" removes them.",
+                *interrupted);
+    record(B2LogLevel::notice, "Stopped after " + ofFiles(completed_, fileCount_), std::move(interrupted));
     run_.setState(Transfer::State::cancelled());
 }
 

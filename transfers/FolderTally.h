@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,7 +35,8 @@ public:
     /// @param place  where the files have gone.
     void finish(std::string place);
     /// The same after a stop.
-    void stop();
+    /// @param interrupted  the file that was sent in part; its parts stay stored.
+    void stop(std::optional<std::string> interrupted = {});
 
 private:
     void count(std::int64_t size, bool hasMoved);

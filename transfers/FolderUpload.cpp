@@ -162,6 +162,7 @@ Task<> runFolderUpload(FolderUploadOrder order, TransferRun run, UploadContext c
 
     if (!stop.stop_requested())
         co_await tellRefused(&tally, &found);
+    std::optional<std::string> interrupted;
     for (const auto& file : found.files) {
         if (stop.stop_requested())
             break;
@@ -175,9 +176,11 @@ Task<> runFolderUpload(FolderUploadOrder order, TransferRun run, UploadContext c
         UploadOrder upload{order.folder / file.relativePath, order.bucket, order.session};
         co_await runUpload(std::move(upload), {child, child->attempt()}, context);
         keep(tally, *order.progress, file, child);
+        if (*child->resumableFileID && child->state->is(Transfer::State::Case::cancelled))
+            interrupted = file.relativePath;
     }
     if (stop.stop_requested())
-        tally.stop();
+        tally.stop(interrupted);
     else
         tally.finish(run.transfer->remoteName);
 }

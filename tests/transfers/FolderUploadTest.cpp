@@ -134,6 +134,23 @@ TEST_F(FolderUploadTest, GoesOnWithALargeFileThatWasInterrupted)
     EXPECT_THAT(storedNames(), UnorderedElementsAre("photos/large.bin", "photos/z.txt"));
 }
 
+TEST_F(FolderUploadTest, SaysWhichLargeFileAStopLeftInParts)
+{
+    writeFile(folder / "large.bin", "");
+    std::filesystem::resize_file(folder / "large.bin", largeFileThreshold + 1'000'000);
+    plant(R"({"kind": "trickle", "operation": "b2_upload_part", "in": "request", "bytesPerSecond": 5000})");
+    const auto transfer = upload(folder);
+    EXPECT_TRUE(spinUntil([&] {
+        const auto& child = *transfer->activeChild;
+        return child && *child->resumableFileID;
+    }));
+
+    queue.cancel(transfer);
+    EXPECT_TRUE(spinUntil([&] { return transfer->state->is(State::Case::cancelled) && !lines().empty(); }));
+    ASSERT_TRUE(spinUntil([&] { return lines().back().starts_with("Stopped after 0 of 1 file"); }));
+    EXPECT_THAT(log.entries().back().detail.value_or(""), HasSubstr("“large.bin” was sent in part"));
+}
+
 TEST_F(FolderUploadTest, ShowsTheRunningFileOnTheFoldersRow)
 {
     writeFile(folder / "sub" / "slow.bin", std::string(3'000'000, 'x'));
