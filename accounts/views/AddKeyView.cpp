@@ -58,8 +58,13 @@ AddKeyView::AddKeyView(KeyStore& store, std::optional<KnownKey> known, AfterAddi
     }
 
     connect(label_, &QLineEdit::textChanged, this, &AddKeyView::render);
-    connect(keyID_, &QLineEdit::textChanged, this, &AddKeyView::render);
-    connect(applicationKey_, &SecretField::changed, this, &AddKeyView::render);
+    // What was said is about the key that was tried.
+    const auto changeKey = [this] {
+        model_.error = std::nullopt;
+        render();
+    };
+    connect(keyID_, &QLineEdit::textChanged, this, changeKey);
+    connect(applicationKey_, &SecretField::changed, this, changeKey);
     connect(this, &Sheet::verbTriggered, this, &AddKeyView::submit);
     connect(&model_, &Observable::changed, this, &AddKeyView::render);
     render();

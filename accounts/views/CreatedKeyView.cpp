@@ -96,7 +96,7 @@ void CreatedKeyView::showTwinNote(const QString& text)
         return;
     twinText_->setText(shown);
     twin_->setVisible(!text.isEmpty());
-    fitHeight();
+    makeRoom();
     announce(*this, text);
 }
 

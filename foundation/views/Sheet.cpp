@@ -213,9 +213,7 @@ void Sheet::setMessage(MessageKind kind, const QString& text)
     messageIcon_->setKind(kind);
     message_->setText(breakable(text));
     messageRow_->setVisible(!text.isEmpty());
-    // A message that comes later must not press the rows together.
-    if (isVisible())
-        fitHeight();
+    makeRoom();
     if (isNew && !text.isEmpty()) {
         announce(*messageRow_, text);
     }
@@ -237,14 +235,17 @@ void Sheet::setBusy(bool busy, const QString& text)
 }
 
 // As high as its texts need at this width: a wrapping label's own guess is for a narrower one.
-void Sheet::fitHeight()
+int Sheet::fittingHeight()
 {
     form_->activate();
     column_->activate();
-    if (column_->hasHeightForWidth())
-        resize(width(),
-            isVisible() ? std::max(height(), column_->totalHeightForWidth(width()))
-                        : column_->totalHeightForWidth(width()));
+    return column_->hasHeightForWidth() ? column_->totalHeightForWidth(width()) : column_->totalSizeHint().height();
+}
+
+void Sheet::makeRoom()
+{
+    if (isVisible())
+        resize(width(), std::max(height(), fittingHeight()));
 }
 
 void Sheet::keyPressEvent(QKeyEvent* event)
@@ -256,7 +257,7 @@ void Sheet::keyPressEvent(QKeyEvent* event)
 void Sheet::showEvent(QShowEvent* event)
 {
     if (!event->spontaneous())
-        fitHeight();
+        resize(width(), fittingHeight());
     QDialog::showEvent(event);
     if (QWidget* field = firstField(rows_); field != nullptr && !rows_->isAncestorOf(focusWidget())) {
         field->setFocus(Qt::OtherFocusReason);

@@ -66,10 +66,11 @@ Q_SIGNALS:
 protected:
     void keyPressEvent(QKeyEvent* event) override;
     void showEvent(QShowEvent* event) override;
-    /// Makes room for what has come into the rows.
-    void fitHeight();
+    /// Grows the open sheet for what has come into the rows; nothing jumps when it goes.
+    void makeRoom();
 
 private:
+    int fittingHeight();
     QLabel* makeCaption(const QString& label, QWidget* field);
     void setVerbButton(QPushButton* button);
 
