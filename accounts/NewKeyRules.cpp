@@ -36,6 +36,16 @@ std::optional<std::string> refusalOf(const std::string& name, bool hasGrants, bo
     return std::nullopt;
 }
 
+std::string prefixNoteOf(const std::string& prefix)
+{
+    if (prefix.starts_with('/'))
+        return "Names in a bucket have no “/” at their start as a rule. Leave it out to reach a folder.";
+    if (prefix.empty() || prefix.ends_with('/'))
+        return {};
+    const auto shown = singleLine(prefix);
+    return "Reaches every name that begins so, “" + shown + "-old” too. For the folder alone, end it with “/”.";
+}
+
 } // namespace
 
 std::string_view lifetimeLabel(KeyLifetime lifetime)
@@ -95,6 +105,7 @@ NewKeyRules::NewKeyRules(const NewKeyForm& form, const std::set<B2Capability>& h
     else if (form.bucketIDs.size() > 1)
         reachNote = "Only software on Backblaze's version 4 API can use a key that names several buckets. Most B2 "
                     "tools cannot.";
+    prefixNote = prefixNoteOf(form.prefix);
     refusal = refusalOf(trimmed(form.name), hasGrants, !capabilities.empty());
     asksFirst = form.bucketIDs.size() > 1;
 }

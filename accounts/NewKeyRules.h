@@ -43,6 +43,7 @@ struct NewKeyRules {
     std::string riskNote;
     std::string reachNote;              ///< How far the key reaches, when that needs saying.
     std::string leftOut;                ///< Which permissions are left out and what is granted, when any are.
+    std::string prefixNote;             ///< What the prefix reaches, when that is not what one would think.
     std::optional<std::string> refusal; ///< Why the key cannot be created yet.
     bool asksFirst = false;             ///< A key over several buckets, which most software refuses.
 };

@@ -5,6 +5,7 @@
 #include "accounts/views/PermissionList.h"
 #include "foundation/QtText.h"
 #include "foundation/views/Labels.h"
+#include "foundation/views/NameText.h"
 
 #include <QComboBox>
 #include <QLineEdit>
@@ -38,7 +39,7 @@ QWidget* stacked(std::initializer_list<QWidget*> widgets, QWidget* parent)
 
 void setNote(QLabel& note, const std::string& text)
 {
-    note.setText(toQString(text));
+    note.setText(breakable(toQString(text)));
     note.setVisible(!text.empty());
 }
 
@@ -59,6 +60,7 @@ NewKeyView::NewKeyView(KeysModel& model, std::vector<B2Bucket> buckets, QWidget*
     , reach_(makeSecondaryLabel({}, TextSize::small))
     , leftOut_(makeSecondaryLabel({}, TextSize::small))
     , prefix_(new QLineEdit)
+    , prefixNote_(makeSecondaryLabel({}, TextSize::small))
     , lifetime_(new QComboBox)
 {
     setObjectName(QStringLiteral("newKey"));
@@ -99,7 +101,7 @@ void NewKeyView::buildFields()
     addRow(tr("Buckets"), stacked({chooser_, reach_, leftOut_}, this));
 
     prefix_->setPlaceholderText(tr("optional, e.g. backups/"));
-    addRow(tr("Only under prefix"), prefix_);
+    addRow(tr("Only under prefix"), stacked({prefix_, prefixNote_}, this));
 
     for (const auto lifetime : allKeyLifetimes)
         lifetime_->addItem(toQString(lifetimeLabel(lifetime)));
@@ -130,6 +132,8 @@ void NewKeyView::render()
     setNote(*risk_, now.riskNote);
     setNote(*reach_, now.reachNote);
     setNote(*leftOut_, now.leftOut);
+    setNote(*prefixNote_, now.prefixNote);
+    prefix_->setAccessibleDescription(toQString(now.prefixNote));
     chooser_->setAccessibleDescription(reach_->text());
 
     QString chosen = tr("All Buckets");

@@ -65,6 +65,7 @@ private:
     QLabel* reach_;
     QLabel* leftOut_;
     QLineEdit* prefix_;
+    QLabel* prefixNote_;
     QComboBox* lifetime_;
     bool isWorking_ = false;
     bool hasAsked_ = false; ///< What became of it has not been told yet.

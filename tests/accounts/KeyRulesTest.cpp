@@ -99,6 +99,19 @@ TEST(NewKeyRulesTest, FullControlIsWhatTheKeyInUseHas)
     EXPECT_EQ(NewKeyRules(form, everything()).capabilities, everything());
 }
 
+TEST(NewKeyRulesTest, APrefixThatIsNoFolderIsExplained)
+{
+    NewKeyForm form{.name = "n"};
+    for (const auto* plain : {"", "backups/"}) {
+        form.prefix = plain;
+        EXPECT_THAT(NewKeyRules(form, everything()).prefixNote, IsEmpty());
+    }
+    form.prefix = "/backups/";
+    EXPECT_THAT(NewKeyRules(form, everything()).prefixNote, HasSubstr("Leave it out"));
+    form.prefix = "back\nup";
+    EXPECT_THAT(NewKeyRules(form, everything()).prefixNote, HasSubstr("“back␊up-old” too"));
+}
+
 TEST(NewKeyRulesTest, ReachIsSaidUnlessItIsOneBucket)
 {
     NewKeyForm form{.name = "n"};
