@@ -33,7 +33,7 @@ struct Fault {
     std::int64_t after = 0;            ///< Matching requests let through first.
     std::optional<std::int64_t> count; ///< Then struck; unset: all.
     double probability = 1;
-    std::string nameContains; ///< Only requests whose path or file name holds this text.
+    std::string nameContains; ///< Only requests whose file name holds this text; the path, where none is sent.
 
     int status = 503;
     std::string code;
