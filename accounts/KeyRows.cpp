@@ -64,9 +64,10 @@ std::string nameMarkOf(const B2ApplicationKey& key, const StoredKey& stored)
 
 std::string dayOf(const B2ApplicationKey& key, std::chrono::system_clock::time_point now)
 {
-    if (!key.expirationTimestamp
-        || *key.expirationTimestamp <= std::chrono::floor<std::chrono::milliseconds>(now.time_since_epoch()).count())
-        return expiryText(key, now);
+    if (!key.expirationTimestamp)
+        return "Never";
+    if (*key.expirationTimestamp <= std::chrono::floor<std::chrono::milliseconds>(now.time_since_epoch()).count())
+        return "Expired";
     const auto date = QDateTime::fromMSecsSinceEpoch(*key.expirationTimestamp).date();
     return fromQString(QLocale().toString(date, QLocale::ShortFormat));
 }
@@ -187,7 +188,7 @@ std::string expiryText(const B2ApplicationKey& key, std::chrono::system_clock::t
     if (!key.expirationTimestamp)
         return "Never";
     const std::chrono::system_clock::time_point date(std::chrono::milliseconds(*key.expirationTimestamp));
-    return date <= now ? "Expired" : dateText(date);
+    return (date <= now ? "Expired " : "") + dateText(date);
 }
 
 DeleteKeysQuestion::DeleteKeysQuestion(const std::vector<B2ApplicationKey>& keys)

@@ -73,7 +73,7 @@ std::vector<KeyRow> makeKeyRows(
 /// The names of the buckets a key is limited to; the id of one that cannot be seen.
 std::vector<std::string> bucketNames(const B2ApplicationKey& key, const std::vector<B2Bucket>& buckets);
 
-/// "Never", a date, or "Expired".
+/// "Never", a date, or "Expired" with the date.
 std::string expiryText(const B2ApplicationKey& key, std::chrono::system_clock::time_point now);
 
 /// The question before keys are deleted.

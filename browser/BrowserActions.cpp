@@ -1,8 +1,10 @@
 #include "browser/BrowserActions.h"
 
+#include "accounts/ExpiryNotice.h"
 #include "browser/RowTexts.h"
 
 #include <algorithm>
+#include <chrono>
 
 namespace {
 
@@ -22,11 +24,15 @@ std::optional<std::string> listRefusal(const B2Authorization& key)
 
 std::optional<std::string> uploadRefusal(const B2Authorization& key)
 {
+    if (auto ended = endedKeyText(key, std::chrono::system_clock::now()))
+        return ended;
     return lacks(key, B2Capabilities::writeFiles, "upload files");
 }
 
 std::optional<std::string> downloadRefusal(const B2Authorization& key, const std::vector<const BrowserRow*>& rows)
 {
+    if (auto ended = endedKeyText(key, std::chrono::system_clock::now()))
+        return ended;
     if (auto refusal = lacks(key, B2Capabilities::readFiles, "download files"))
         return refusal;
     if (rows.empty())

@@ -1,5 +1,6 @@
 #include "foundation/ProcessHardening.h"
 #include "foundation/QtText.h"
+#include "foundation/views/ContextMenuKey.h"
 #include "foundation/views/Theme.h"
 #include "shell/Application.h"
 #include "shell/CommandLine.h"
@@ -102,6 +103,7 @@ int main(int argc, char** argv)
     QGuiApplication::setDesktopFileName(QStringLiteral("com.zantro.kestrovan"));
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/kestrovan/com.zantro.kestrovan.svg")));
     QGuiApplication::setQuitOnLastWindowClosed(false);
+    const ContextMenuKey contextMenuKey(qt);
     Theme theme;
     try {
         return runProgram(*commandLine, std::move(secret), isHardened, theme);

@@ -212,7 +212,7 @@ void KeySwitcherPopover::search(const QString& text)
 {
     rows_.setFilter(text);
     renderNote();
-    list_->choose(text.isEmpty() ? QModelIndex() : rows_.nextKey(0, 1));
+    list_->choose(text.isEmpty() ? QModelIndex() : rows_.bestMatch());
     if (text.isEmpty())
         list_->scrollToTop();
     followScroll();

@@ -108,6 +108,21 @@ QModelIndex KeySwitcherRowsModel::nextKey(int row, int step) const
     return {};
 }
 
+QModelIndex KeySwitcherRowsModel::bestMatch() const
+{
+    QModelIndex best = nextKey(0, 1);
+    qsizetype bestPlace = -1;
+    for (int row = 0; row < rowCount(); ++row) {
+        const auto* const key = keyAt(index(row));
+        const auto place = key ? toQString(key->title).indexOf(filter_, 0, Qt::CaseInsensitive) : -1;
+        if (place < 0 || (bestPlace >= 0 && (place > 0 || bestPlace == 0)))
+            continue;
+        best = index(row);
+        bestPlace = place;
+    }
+    return best;
+}
+
 std::size_t KeySwitcherRowsModel::keyCount() const
 {
     std::size_t count = 0;

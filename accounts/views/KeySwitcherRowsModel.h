@@ -26,6 +26,10 @@ public:
     /// The nearest key at or beyond `row`, going down (1) or up (-1); invalid when there is none.
     QModelIndex nextKey(int row, int step) const;
 
+    /// The key that a search most likely means: one whose name begins with the text, else one whose name holds it, else
+    /// the first.
+    QModelIndex bestMatch() const;
+
     /// Without the filter.
     std::size_t keyCount() const;
 

@@ -42,6 +42,7 @@ KeysCommands::KeysCommands(QObject* parent)
           {Qt::ALT | Qt::Key_Return, Qt::ALT | Qt::Key_Enter}, QAction::LowPriority))
     , switchTo(make(this, Symbol::plug, tr("Switch to This Key"), toText(relationHelp(KeyRelation::held))))
     , add(make(this, Symbol::key, tr("Add to Kestrovan…"), toText(relationHelp(KeyRelation::notHeld))))
+    , rename(make(this, Symbol::key, tr("Rename Key…"), tr("Give this key another name in Kestrovan"), {Qt::Key_F2}))
     , takeName(make(this, Symbol::check, tr("Use This Name in Kestrovan"), toText(storedNameHelp)))
     , copyID(make(this, Symbol::copy, tr("Copy keyID"), tr("Copy the keyID of this key")))
 {
@@ -51,7 +52,7 @@ KeysCommands::KeysCommands(QObject* parent)
 
 QList<QAction*> KeysCommands::all() const
 {
-    return {newKey, remove, refresh, details, switchTo, add, takeName, copyID};
+    return {newKey, remove, refresh, details, switchTo, add, rename, takeName, copyID};
 }
 
 void KeysCommands::update(const KeysPane& pane, int selected, const KeyRow* row)
@@ -68,6 +69,9 @@ void KeysCommands::update(const KeysPane& pane, int selected, const KeyRow* row)
     switchTo->setToolTip(toQString(relationHelp(row ? row->relation : KeyRelation::held)));
     add->setEnabled(row && row->canAdd());
     add->setToolTip(toQString(relationHelp(row ? row->relation : KeyRelation::notHeld)));
+    rename->setEnabled(row && row->stored);
+    rename->setToolTip(row && !row->stored ? tr("Only a key that Kestrovan holds can have a name of its own here")
+                                           : rename->property("tip").toString());
     takeName->setEnabled(row && row->canTakeName());
 }
 

@@ -22,6 +22,7 @@ public:
     QAction* const details;
     QAction* const switchTo;
     QAction* const add;
+    QAction* const rename;
     QAction* const takeName;
     QAction* const copyID;
 

@@ -153,6 +153,10 @@ void KeysView::connectCommands()
         if (const auto* const row = targetRow(); row && row->canAdd())
             Q_EMIT addRequested(toQString(row->key.applicationKeyID), toQString(row->key.keyName));
     });
+    connect(commands_->rename, &QAction::triggered, this, [this] {
+        if (const auto* const row = targetRow(); row && row->stored)
+            Q_EMIT renameSheetRequested(*row->stored);
+    });
     connect(commands_->takeName, &QAction::triggered, this, [this] {
         if (const auto* const row = targetRow(); row && row->canTakeName())
             Q_EMIT renameRequested(*row->stored, toQString(row->key.keyName));
@@ -225,6 +229,8 @@ void KeysView::showMenu(const QPoint& position)
     if (const auto* const row = targetRow()) {
         menu->addAction(commands_->details);
         menu->addAction(row->canAdd() ? commands_->add : commands_->switchTo);
+        if (row->stored)
+            menu->addAction(commands_->rename);
         if (row->canTakeName())
             menu->addAction(commands_->takeName);
         menu->addAction(commands_->copyID);

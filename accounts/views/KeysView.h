@@ -60,6 +60,8 @@ Q_SIGNALS:
     /// A key seen at the service is to be stored, with its secret yet to be asked for.
     void addRequested(const QString& keyID, const QString& name);
     void switchRequested(const QString& keyID);
+    /// The user wants to give the stored key another name.
+    void renameSheetRequested(const StoredKey& key);
     /// The stored key is to take the name it has at the service.
     void renameRequested(const StoredKey& key, const QString& name);
 

@@ -1,5 +1,6 @@
 // The half of the pane that copies the model's state to the widgets.
 
+#include "accounts/ExpiryNotice.h"
 #include "browser/BrowserActions.h"
 #include "browser/BrowserTexts.h"
 #include "browser/PrefixPath.h"
@@ -23,6 +24,19 @@
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QStackedWidget>
+
+#include <chrono>
+
+namespace {
+
+/// A key whose time is over is not heard at another try either.
+QString retryVerb(const std::shared_ptr<B2Session>& session)
+{
+    const bool isOver = session && endedKeyText(session->authorization, std::chrono::system_clock::now());
+    return isOver ? QString() : ObjectBrowserView::tr("Try Again");
+}
+
+} // namespace
 
 void ObjectBrowserView::render()
 {
@@ -110,7 +124,7 @@ void ObjectBrowserView::renderBanner()
     if (*model_.error && !isCentred && !dismissedError_) {
         const auto sentence = toQString(**model_.error);
         if (!banner_->isVisibleTo(this) || banner_->text() != sentence)
-            banner_->showMessage(MessageKind::danger, sentence, tr("Try Again"));
+            banner_->showMessage(MessageKind::danger, sentence, retryVerb(*model_.session));
     } else if (notice_) {
         if (!banner_->isVisibleTo(this) || banner_->text() != *notice_)
             banner_->showMessage(MessageKind::warning, *notice_);
@@ -142,7 +156,7 @@ void ObjectBrowserView::renderContent()
     } else if (isFirst && *model_.error) {
         firstAction_ = &BrowserModel::retry;
         showMessage(static_cast<int>(Symbol::error), tr("Couldn't read “%1”").arg(placeName()),
-            toQString(**model_.error), tr("Try Again"));
+            toQString(**model_.error), retryVerb(session));
     } else if (isFirst) {
         const bool isCurrent = *model_.mode == BrowserMode::current;
         showMessage(static_cast<int>(Symbol::folderOpen),

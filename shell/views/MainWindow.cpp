@@ -135,6 +135,7 @@ void MainWindow::buildLayout()
     connect(sidebar_, &Sidebar::renameKeyRequested, keySheets_, &KeySheets::renameKey);
     connect(sidebar_, &Sidebar::removeKeyRequested, keySheets_, &KeySheets::removeKey);
     connect(sidebar_, &Sidebar::removeRevokedKeysRequested, keySheets_, &KeySheets::removeRevokedKeys);
+    connect(&detail_->keys(), &KeysView::renameSheetRequested, keySheets_, &KeySheets::renameKey);
     connect(&detail_->keys(), &KeysView::renameRequested, this,
         [this](const StoredKey& key, const QString& name) { application_.root->renameKey(key, fromQString(name)); });
     connect(transfers_, &TransfersView::filesDropped, this, [this](const QList<QUrl>& urls) {
@@ -269,7 +270,8 @@ void MainWindow::buildKeysMenu()
     const auto& commands = detail_->keys().commands();
     keysMenu_->addActions({commands.newKey, commands.remove});
     keysMenu_->addSeparator();
-    keysMenu_->addActions({commands.details, commands.switchTo, commands.add, commands.takeName, commands.copyID});
+    keysMenu_->addActions(
+        {commands.details, commands.switchTo, commands.add, commands.rename, commands.takeName, commands.copyID});
     keysMenu_->addSeparator();
     keysMenu_->addAction(commands.refresh);
 }

@@ -140,6 +140,7 @@ TEST_F(RestrictedKeysTest, AKeyAboutToEndSaysSoAndThenWhatHappened)
     root.browser.refresh();
     ASSERT_TRUE(spinUntil([&] { return root.browser.error->has_value(); }));
     EXPECT_THAT(**root.browser.error, HasSubstr("This key stopped working on "));
+    EXPECT_THAT(uploadRefusal(authorization()).value_or(""), HasSubstr("This key stopped working on "));
 
     root.switchTo(first);
     ASSERT_TRUE(isBrowsing(first));

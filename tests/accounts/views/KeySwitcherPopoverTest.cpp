@@ -332,6 +332,21 @@ TEST(KeySwitcherHeaderTest, NamesTheStateAndOpensASwitcherThatFollowsTheKeys)
     header.popover()->close();
 }
 
+TEST(KeySwitcherRowsModelTest, ASearchMeansANameBeforeAnythingElse)
+{
+    auto content = contentOf(20);
+    content.groups.front().rows[2].subtitle = "Master Application Key 1";
+    content.groups.front().rows[5].title = "19 apples";
+    KeySwitcherRowsModel model;
+    model.show(content.groups);
+    model.setFilter(QStringLiteral("master"));
+    EXPECT_EQ(model.keyAt(model.bestMatch())->key.keyID, content.groups.front().rows[2].key.keyID);
+    model.setFilter(QStringLiteral("19"));
+    EXPECT_EQ(model.keyAt(model.bestMatch())->title, "19 apples");
+    model.setFilter(QStringLiteral("none such"));
+    EXPECT_FALSE(model.bestMatch().isValid());
+}
+
 TEST(KeySwitcherRowsModelTest, StaysAValidModelThroughFilterAndChange)
 {
     KeySwitcherRowsModel model;

@@ -1,4 +1,5 @@
 #include "foundation/views/Banner.h"
+#include "foundation/views/ContextMenuKey.h"
 #include "foundation/views/EmptyState.h"
 #include "foundation/views/LoadingLine.h"
 #include "foundation/views/PaneToolBar.h"
@@ -248,6 +249,32 @@ TEST_F(SheetTest, TheFirstFieldHasTheFocusReturnIsTheVerbAndEscapeCancels)
     EXPECT_EQ(pressed.size(), 1);
     QTest::keyClick(&sheet, Qt::Key_Escape);
     EXPECT_EQ(rejected.size(), 1);
+}
+
+TEST(ContextMenuKeyTest, ShiftF10AsksAsTheMenuKeyDoes)
+{
+    class Field final : public QWidget {
+    public:
+        int asked = 0;
+
+    protected:
+        void contextMenuEvent(QContextMenuEvent* event) override
+        {
+            EXPECT_EQ(event->reason(), QContextMenuEvent::Keyboard);
+            ++asked;
+        }
+    };
+    const ContextMenuKey menuKey(*QCoreApplication::instance());
+    Field field;
+    field.setFocusPolicy(Qt::StrongFocus);
+    field.show();
+    field.activateWindow();
+    field.setFocus();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QApplication::focusWidget() == &field; }));
+    QTest::keyClick(&field, Qt::Key_F10);
+    EXPECT_EQ(field.asked, 0);
+    QTest::keyClick(&field, Qt::Key_F10, Qt::ShiftModifier);
+    EXPECT_EQ(field.asked, 1);
 }
 
 TEST_F(SheetTest, ADisabledVerbSaysWhyAndWorkLocksTheRows)
