@@ -170,6 +170,7 @@ void NewKeyView::refit()
     const int height = std::min(needed, screen()->availableGeometry().height() - frame);
     setMinimumHeight(height);
     resize(width(), height);
+    keepOnScreen();
 }
 
 void NewKeyView::followModel()

@@ -13,6 +13,7 @@
 #include <QFormLayout>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScreen>
 
 #include <algorithm>
 #include <utility>
@@ -244,8 +245,19 @@ int Sheet::fittingHeight()
 
 void Sheet::makeRoom()
 {
-    if (isVisible())
-        resize(width(), std::max(height(), fittingHeight()));
+    if (!isVisible())
+        return;
+    resize(width(), std::max(height(), fittingHeight()));
+    keepOnScreen();
+}
+
+void Sheet::keepOnScreen()
+{
+    const QRect room = screen()->availableGeometry();
+    const QRect frame = frameGeometry();
+    const int below = frame.bottom() - room.bottom();
+    if (isVisible() && below > 0)
+        move(frame.left(), std::max(room.top(), frame.top() - below));
 }
 
 void Sheet::keyPressEvent(QKeyEvent* event)

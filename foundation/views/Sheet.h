@@ -68,6 +68,8 @@ protected:
     void showEvent(QShowEvent* event) override;
     /// Grows the open sheet for what has come into the rows; nothing jumps when it goes.
     void makeRoom();
+    /// Moves the open sheet up when its end lies below the screen's.
+    void keepOnScreen();
 
 private:
     int fittingHeight();

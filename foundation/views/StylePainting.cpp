@@ -191,7 +191,9 @@ void paintCheckMark(QPainter& painter, const QStyleOption& option, bool isRound)
                                   : palette.color(QPalette::Disabled, QPalette::Text);
     if (isOn) {
         const QColor fill = isEnabled ? palette.color(QPalette::Active, QPalette::Highlight) : hairline(palette);
-        paintOutlined(painter, option.rect, fill, {}, radius);
+        // On a selected row, which has the same colour, the box keeps an edge.
+        const QColor edge = has(option, QStyle::State_Selected) ? mark : QColor();
+        paintOutlined(painter, option.rect, fill, edge, radius);
     } else {
         const QColor ground = palette.color(QPalette::Base);
         const QColor outline = mixed(palette.color(QPalette::Active, QPalette::Text), ground, isEnabled ? 0.5 : 0.2);

@@ -1,6 +1,14 @@
 #include "shell/views/StagedWindow.h"
 
 #include <QEvent>
+#include <QScreen>
+
+namespace {
+
+/// Room for a title bar and borders, which nobody knows before the window shows.
+constexpr QSize frame(12, 44);
+
+} // namespace
 
 StagedWindow::StagedWindow(QWidget& window, Settings& settings, std::string key, QSize firstSize)
     : QObject(&window)
@@ -10,7 +18,7 @@ StagedWindow::StagedWindow(QWidget& window, Settings& settings, std::string key,
 {
     const auto stored = settings.text(key_);
     if (!stored || !window.restoreGeometry(QByteArray::fromBase64(QByteArray::fromStdString(*stored))))
-        window.resize(firstSize);
+        window.resize(firstSize.boundedTo(window.screen()->availableSize() - frame));
     window.installEventFilter(this);
 }
 
