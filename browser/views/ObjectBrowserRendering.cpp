@@ -114,6 +114,9 @@ void ObjectBrowserView::renderPath()
             const auto& reachable = step.prefix.starts_with(root) ? step.prefix : root;
             segments.append({toQString(step.name), toQString(reachable), {}});
         }
+        // The reach of a restricted key may end within a name, which is no folder.
+        if (!model_.prefix->empty() && !model_.prefix->ends_with('/'))
+            segments.last().title += QStringLiteral("…");
     }
     path_->setSegments(segments);
 }
