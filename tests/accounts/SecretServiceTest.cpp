@@ -191,7 +191,7 @@ TEST_F(SecretServiceTest, AFileWithAPassphraseIsNamedAndKept)
     const auto directory = home() / "data" / "kestrovan";
     FileKeychain file(directory, log);
     qtRun(file.save("key-1", canary, "Laptop", std::nullopt));
-    qtRun(file.setLegacyPassphrase("passphrase"));
+    qtRun(file.setLegacyPassphrase({}, "passphrase"));
     startKeyring(State::unlocked);
 
     SystemKeychain keychain(settings, log, directory);
