@@ -123,11 +123,16 @@ void KeySheets::addKey()
         sheet_->setMessage(MessageKind::notice, tr("Unlock your keys first, then add another one."));
         // After what the sheet does itself when it closes.
         connect(sheet_, &QDialog::finished, this, [this](int outcome) {
-            if (outcome == QDialog::Accepted)
-                addKey();
+            if (outcome == QDialog::Accepted && !bringToFront())
+                openAddKey();
         });
         return;
     }
+    openAddKey();
+}
+
+void KeySheets::openAddKey()
+{
     auto* const sheet = new AddKeyView(root_.keyStore, {}, AfterAdding::switchToNewKey, &window_);
     // A check that is ended late may have stored the key already.
     connect(sheet, &QDialog::rejected, &root_, &RootModel::reloadKeys);

@@ -43,6 +43,7 @@ public Q_SLOTS:
 private:
     static Task<> askAboutRevoked(QPointer<KeySheets> self);
 
+    void openAddKey();
     void changePassphrase(PassphraseSheet::Purpose purpose, PassphraseChange change);
     bool bringToFront();
     void open(Sheet* sheet);

@@ -8,6 +8,7 @@
 #include "foundation/QtText.h"
 #include "foundation/SettingsKeys.h"
 #include "foundation/views/Banner.h"
+#include "foundation/views/ButtonKeys.h"
 #include "foundation/views/DenseTableView.h"
 #include "foundation/views/Icons.h"
 #include "foundation/views/Measures.h"
@@ -388,6 +389,12 @@ void MainWindow::closeEvent(QCloseEvent* event)
 {
     event->ignore();
     askToQuit();
+}
+
+void MainWindow::keyPressEvent(QKeyEvent* event)
+{
+    if (!pressFocusedButton(*this, *event))
+        QMainWindow::keyPressEvent(event);
 }
 
 void MainWindow::askToQuit()
