@@ -118,6 +118,10 @@ TEST_F(StoredKeysFileTest, LockedKeysAreUnlockedByKeyboardAndNothingHiddenIsChos
     QMenu keys;
     Sidebar::fillKeyMenu(keys, *application->context, *application->root);
     EXPECT_EQ(textsOf(keys), QStringList(QStringLiteral("Your keys are locked with a passphrase")));
+    auto* const account = window->menuBar()->actions().at(4)->menu();
+    Q_EMIT account->aboutToShow();
+    EXPECT_EQ(textsOf(*account).mid(0, 3),
+        QStringList({QStringLiteral("Key in Use"), QStringLiteral("Unlock…"), QStringLiteral("Add Key…")}));
 
     window->keySheets().addKey();
     ASSERT_TRUE(isOpen<PassphraseSheet>()) << "a whole form would be typed in vain";
