@@ -74,8 +74,10 @@ Task<bool> SystemKeychain::takeOverFile()
             fmt::format(
                 "Moved {} into the Keychain", countText(static_cast<std::int64_t>(move.moved.size()), "key", "keys")),
             fmt::format("{}, from “{}”.", fmt::join(move.moved, ", "), path_.string())});
-    if (move.kept.empty())
+    if (move.kept.empty()) {
+        remark = std::nullopt; // Of an earlier try.
         co_return true;
+    }
     log_.record({B2LogLevel::warning, "keys",
         fmt::format("Could not move {} into the Keychain",
             countText(static_cast<std::int64_t>(move.kept.size()), "key", "keys")),
