@@ -42,7 +42,6 @@ Task<std::invoke_result_t<Work, KeychainFile&>> FileKeychain::onFile(Work work)
     struct Outcome {
         std::optional<std::conditional_t<std::is_void_v<Result>, bool, Result>> value;
         std::exception_ptr error;
-        std::optional<std::string> remark;
         std::optional<bool> isByPassphrase;
         bool isLocked = false;
     };
@@ -54,10 +53,6 @@ Task<std::invoke_result_t<Work, KeychainFile&>> FileKeychain::onFile(Work work)
                 work(*file);
             else
                 result.value.emplace(work(*file));
-        } catch (const Failure& failure) {
-            result.error = std::current_exception();
-            if (failure.status == isDamaged)
-                result.remark = failure.what();
         } catch (...) {
             result.error = std::current_exception();
         }
@@ -74,9 +69,6 @@ Task<std::invoke_result_t<Work, KeychainFile&>> FileKeychain::onFile(Work work)
             (*keychain)->hasPassphrase = *outcome.isByPassphrase;
             (*keychain)->needsPassphrase = outcome.isLocked;
         }
-        // The next reading finds no file any more, and must not be the end of the sentence.
-        if (outcome.remark)
-            (*keychain)->remark = std::move(outcome.remark);
     }
     if (outcome.error)
         std::rethrow_exception(outcome.error);
@@ -112,8 +104,9 @@ Task<> FileKeychain::save(
     std::string keyID, Secret secret, std::optional<std::string> label, std::optional<std::string> accountID)
 {
     const auto shared = std::make_shared<Secret>(std::move(secret));
-    co_await onFile([keyID, label, accountID, shared](KeychainFile& file) {
-        file.change([&](KeychainFile::Entries& entries) {
+    const std::weak_ptr<FileKeychain*> self = self_;
+    auto aside = co_await onFile([keyID, label, accountID, shared](KeychainFile& file) {
+        return file.add([&](KeychainFile::Entries& entries) {
             auto& entry = findOrAdd(entries, keyItemService, keyID);
             entry.secret = std::move(*shared);
             if (label)
@@ -122,6 +115,11 @@ Task<> FileKeychain::save(
                 entry.item.generic = accountID;
         });
     });
+    const auto keychain = self.lock();
+    if (keychain && aside) {
+        (*keychain)->log_.record({B2LogLevel::warning, "keys", "Began a new file for the stored keys", *aside});
+        (*keychain)->remark = std::move(aside);
+    }
 }
 
 Task<> FileKeychain::setLabel(std::string keyID, std::string label)
@@ -182,12 +180,13 @@ Task<> FileKeychain::unlockLegacyStore(Secret passphrase)
     co_await onFile([shared](KeychainFile& file) { file.unlock(*shared); });
 }
 
-Task<> FileKeychain::setLegacyPassphrase(Secret passphrase)
+Task<> FileKeychain::setLegacyPassphrase(Secret current, Secret next)
 {
-    const bool isTakenOff = passphrase.empty();
-    const auto shared = std::make_shared<Secret>(std::move(passphrase));
+    const bool isTakenOff = next.empty();
+    const auto old = std::make_shared<Secret>(std::move(current));
+    const auto shared = std::make_shared<Secret>(std::move(next));
     auto* const log = &log_;
-    co_await onFile([shared](KeychainFile& file) { file.setPassphrase(*shared); });
+    co_await onFile([old, shared](KeychainFile& file) { file.setPassphrase(*old, *shared); });
     log->record({B2LogLevel::notice, "keys",
         isTakenOff ? "Took the passphrase off the stored keys" : "Set a passphrase for the stored keys",
         isTakenOff ? "What opens their file lies beside it again." : "Kestrovan asks for it at each start."});

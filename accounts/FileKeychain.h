@@ -24,7 +24,7 @@ public:
     Task<std::optional<std::string>> accountName(std::string accountID) override;
     Task<> setAccountName(std::string accountID, std::string name) override;
     Task<> unlockLegacyStore(Secret passphrase) override;
-    Task<> setLegacyPassphrase(Secret passphrase) override;
+    Task<> setLegacyPassphrase(Secret current, Secret next) override;
 
 private:
     /// Runs work on the file, then shows whether it has a passphrase and needs it.

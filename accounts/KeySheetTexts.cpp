@@ -8,6 +8,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace {
 
 std::string labelList(const std::vector<StoredKey>& keys)
@@ -67,6 +69,26 @@ std::string forgottenPassphraseText(const std::filesystem::path& store)
     return fmt::format("Nobody can read these keys without the passphrase. If it is lost, move “{}” away and add keys "
                        "again; Backblaze makes new ones. Your buckets and files are not touched by this.",
         store.string());
+}
+
+bool isShortPassphrase(const Secret& passphrase)
+{
+    constexpr auto fewest = 12;
+    // The bytes of UTF-8 that begin a character.
+    return std::ranges::count_if(passphrase.reveal(), [](char byte) { return (byte & 0xc0) != 0x80; }) < fewest;
+}
+
+std::string passphraseChangeText(PassphraseChange change)
+{
+    switch (change) {
+    case PassphraseChange::set:
+        return "Your stored keys are now closed with your passphrase, and Kestrovan asks for it at each start.";
+    case PassphraseChange::changed:
+        return "The passphrase of your stored keys was changed; the old one no longer opens them.";
+    case PassphraseChange::takenOff:
+        return "The passphrase of your stored keys was taken off, and what opens their file lies beside it.";
+    }
+    return {};
 }
 
 std::optional<std::string> keptKeysText(const RevokedKeysOutcome& outcome)

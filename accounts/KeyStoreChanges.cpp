@@ -25,6 +25,18 @@ bool isRefusalOfKey(const std::exception_ptr& error)
     }
 }
 
+/// A store that cannot be opened takes new keys all the same: it sets aside what it had.
+Task<std::vector<KeychainEntry>> entriesBeforeAdding(Keychain* keychain)
+{
+    try {
+        co_return co_await keychain->entries();
+    } catch (const Keychain::Failure& failure) {
+        if (failure.status != Keychain::isDamaged)
+            throw;
+    }
+    co_return std::vector<KeychainEntry>();
+}
+
 } // namespace
 
 /// A key that the service has accepted and the secret store has taken.
@@ -46,7 +58,7 @@ Task<std::shared_ptr<const KeyStore::Accepted>> KeyStore::acceptAndStore(
     const bool isLogged = announcement == Announcement::logged;
     keyID = trimmed(keyID);
     Secret secret = applicationKey.trimmed();
-    for (const auto& entry : co_await keychain_.entries()) {
+    for (const auto& entry : co_await entriesBeforeAdding(&keychain_)) {
         if (entry.keyID == keyID)
             throw AddFailure(entry.name.value_or(std::string(unnamedKeyLabel)));
     }

@@ -41,7 +41,7 @@ std::optional<UnreadKeys> unreadKeys(const KeySwitcherState& state)
             "Your keys are in the desktop's keyring, which is locked. Answer its question to go on."};
     if (state.needsPassphrase)
         return UnreadKeys{"Locked with a passphrase",
-            "The file that keeps your keys on this computer is closed by a passphrase. Unlock it to connect."};
+            "The file that keeps your keys on this computer is closed by a passphrase. Unlock it to connect.", true};
     if (state.storeFailure)
         return UnreadKeys{"They could not be read", *state.storeFailure + " Nothing has been removed."};
     if (!state.isStarted)

@@ -13,8 +13,9 @@
 
 /// Why the stored keys are not at hand, so that nobody knows whether there are any.
 struct UnreadKeys {
-    std::string reason; ///< A few words; empty while the first reading takes its time.
-    std::string text;   ///< Sentences.
+    std::string reason;     ///< A few words; empty while the first reading takes its time.
+    std::string text;       ///< Sentences.
+    bool canUnlock = false; ///< With the passphrase of the file that keeps them.
 
     bool operator==(const UnreadKeys&) const = default;
 };
@@ -96,6 +97,7 @@ struct KeySwitcherActions {
     std::function<void(StoredKey)> remove;
     std::function<void()> removeRevoked;
     std::function<void()> addKey;
+    std::function<void()> unlock; ///< Asks for the passphrase of the file that keeps the keys.
     std::function<void()> retry;
 };
 

@@ -47,7 +47,7 @@ Task<> Keychain::unlockLegacyStore(Secret)
     co_return;
 }
 
-Task<> Keychain::setLegacyPassphrase(Secret)
+Task<> Keychain::setLegacyPassphrase(Secret, Secret)
 {
     co_return;
 }
@@ -59,14 +59,17 @@ std::string_view Keychain::place() const
 
 std::string legacyStoreNote(bool hasPassphrase)
 {
-    const std::string place = "This desktop has no keyring that Kestrovan could use, so keys are kept in an encrypted "
-                              "file that only your user account can read. ";
+    const std::string place =
+        "This desktop has no keyring that Kestrovan can use, so it keeps your keys in an encrypted "
+        "file. Only your user account can read that file. ";
     if (hasPassphrase)
         return place
-            + "The file opens with your passphrase, which is stored nowhere: Kestrovan asks for it at each start, and "
-              "without it the stored keys are lost.";
+            + "It opens with your passphrase. Kestrovan asks for it at each start and stores it nowhere: without it, "
+              "the "
+              "stored keys are lost.";
     return place
-        + "Without a passphrase, what opens the file lies beside it: the encryption then protects the file alone, in a "
-          "copy or a backup without its neighbour, and not against other programs you run. Set a passphrase, or "
-          "install a keyring such as GNOME Keyring or KWallet, for more.";
+        + "What opens it lies beside it, so another program that you run could read both. A passphrase protects more: "
+          "set one in the Account menu, with “Protect Keys with a Passphrase…”. So does a keyring such as GNOME "
+          "Keyring "
+          "or KWallet.";
 }

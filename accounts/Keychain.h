@@ -47,7 +47,7 @@ public:
     static constexpr std::int32_t tooSlow = -25291;         ///< No answer within 5 seconds.
     static constexpr std::int32_t hasDied = -25295;         ///< The service ended while it was asked.
     static constexpr std::int32_t wrongPassphrase = -25293; ///< Of the legacy store; or none was given yet.
-    static constexpr std::int32_t isDamaged = -67049;       ///< The legacy store's file, which has been set aside.
+    static constexpr std::int32_t isDamaged = -67049;       ///< The legacy store's file, or what opens it.
     static constexpr std::int32_t cannotWrite = -61;        ///< The legacy store's file or folder.
     static constexpr std::int32_t refused = -50;            ///< Anything else the store said.
 
@@ -108,8 +108,10 @@ public:
     /// Opens a legacy store that has a passphrase.
     /// @throws Failure (`wrongPassphrase`); the store stays closed.
     virtual Task<> unlockLegacyStore(Secret passphrase);
-    /// Encrypts the open legacy store by a passphrase from now on, or by a key file when it is empty.
-    virtual Task<> setLegacyPassphrase(Secret passphrase);
+    /// Encrypts the open legacy store by a passphrase from now on, or by a key file when `next` is empty. `current`
+    /// counts only where there is a passphrase.
+    /// @throws Failure (`wrongPassphrase`) when `current` is not it; nothing has changed then.
+    virtual Task<> setLegacyPassphrase(Secret current, Secret next);
 };
 
 /// What the legacy store means for the user, to be read before a key is given to it.

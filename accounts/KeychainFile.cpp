@@ -1,19 +1,16 @@
 #include "accounts/KeychainFile.h"
 
 #include "accounts/KeychainRecord.h"
+#include "accounts/PrivateFile.h"
 #include "foundation/AtomicFile.h"
 #include "foundation/Paths.h"
 
 #include <fmt/format.h>
-#include <fmt/std.h>
 
-#include <cerrno>
 #include <chrono>
 #include <fcntl.h>
-#include <fstream>
 #include <sodium.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -25,7 +22,6 @@ constexpr std::string_view magic = "kestrovan keys 1"; // The number stands for 
 constexpr auto derivationOperations = crypto_pwhash_OPSLIMIT_MODERATE;
 constexpr auto derivationMemory = crypto_pwhash_MEMLIMIT_MODERATE;
 constexpr std::size_t checkSize = crypto_generichash_BYTES_MIN;
-constexpr std::uintmax_t maxFileBytes = 16'000'000;
 constexpr auto patience = 5s;
 
 unsigned char* bytes(std::string& text)
@@ -66,60 +62,9 @@ Secret keyFrom(const Secret& passphrase, const std::string& salt)
     return Secret(std::move(key));
 }
 
-Keychain::Failure cannotRead(const std::filesystem::path& file, int error)
-{
-    return {Keychain::cannotWrite,
-        fmt::format("The stored keys in “{}” couldn't be read: {}. The file stays as it is.", file.string(),
-            std::error_code(error, std::generic_category()).message())};
-}
-
-Keychain::Failure cannotSave(const std::filesystem::path& file, const std::error_code& error)
-{
-    return {Keychain::cannotWrite,
-        fmt::format(
-            "The keys couldn't be saved in “{}”: {}. What was stored before is kept.", file.string(), error.message())};
-}
-
 Keychain::Failure needsPassphraseFailure()
 {
     return {Keychain::wrongPassphrase, "The stored keys are locked with your passphrase. Enter it to use them."};
-}
-
-/// The whole file, or nothing when there is none. A file that others could read is closed to them.
-std::optional<std::string> contentOf(const std::filesystem::path& file)
-{
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
-    if (descriptor < 0) {
-        if (errno == ENOENT)
-            return std::nullopt;
-        throw cannotRead(file, errno);
-    }
-    const auto fail = [&](int error) {
-        ::close(descriptor);
-        return cannotRead(file, error);
-    };
-    struct stat status{};
-    if (::fstat(descriptor, &status) != 0)
-        throw fail(errno);
-    if (!S_ISREG(status.st_mode) || static_cast<std::uintmax_t>(status.st_size) > maxFileBytes)
-        throw fail(EINVAL);
-    if ((status.st_mode & 0077) != 0)
-        ::fchmod(descriptor, 0600);
-    std::string content(static_cast<std::size_t>(status.st_size), '\0');
-    std::size_t have = 0;
-    while (have < content.size()) {
-        const auto count = ::read(descriptor, content.data() + have, content.size() - have);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            throw fail(errno);
-        if (count == 0)
-            break;
-        have += static_cast<std::size_t>(count);
-    }
-    content.resize(have);
-    ::close(descriptor);
-    return content;
 }
 
 } // namespace
@@ -181,14 +126,42 @@ KeychainFile::Entries KeychainFile::read()
 
 void KeychainFile::change(const std::function<void(Entries&)>& edit)
 {
+    edited(edit, WhenClosed::fail);
+}
+
+std::optional<std::string> KeychainFile::add(const std::function<void(Entries&)>& edit)
+{
+    return edited(edit, WhenClosed::setAside);
+}
+
+std::optional<std::string> KeychainFile::edited(const std::function<void(Entries&)>& edit, WhenClosed whenClosed)
+{
     if (const auto error = makePrivateDirectory(directory_))
-        throw cannotSave(directory_, error);
+        throw cannotSaveKeys(directory_, error);
     const Lock lock(*this);
-    const auto box = readBox();
-    Entries entries = box ? open(*box) : Entries();
+    std::optional<std::string> aside;
+    auto box = readBox();
+    Entries entries;
+    try {
+        if (box)
+            entries = open(*box);
+    } catch (const Keychain::Failure& failure) {
+        if (failure.status != Keychain::isDamaged || whenClosed == WhenClosed::fail)
+            throw;
+        aside = setAside();
+        box.reset();
+    }
     edit(entries);
-    Header header = box ? headerOf(*box) : Header();
-    write(entries, header, box ? keyFor(header) : makeKeyFile());
+    Header header;
+    if (box) {
+        header = headerOf(*box);
+    } else if (!passphraseKey_.empty()) {
+        // What was closed with a passphrase stays so.
+        header.isByPassphrase = true;
+        header.salt = passphraseSalt_;
+    }
+    write(entries, header, box || header.isByPassphrase ? keyFor(header) : makeKeyFile());
+    return aside;
 }
 
 void KeychainFile::unlock(const Secret& passphrase)
@@ -200,28 +173,34 @@ void KeychainFile::unlock(const Secret& passphrase)
     const auto header = headerOf(*box);
     if (!header.isByPassphrase)
         return;
-    auto key = keyFrom(passphrase, header.salt);
-    if (checkOf(key) != header.check)
-        throw Keychain::Failure(
-            Keychain::wrongPassphrase, "This is not the passphrase of the stored keys. They stay locked.");
-    passphraseKey_ = std::move(key);
+    passphraseKey_ =
+        verifiedKey(passphrase, header, "This is not the passphrase of the stored keys. They stay locked.");
     passphraseSalt_ = header.salt;
 }
 
-void KeychainFile::setPassphrase(const Secret& passphrase)
+void KeychainFile::setPassphrase(const Secret& current, const Secret& next)
 {
     if (const auto error = makePrivateDirectory(directory_))
-        throw cannotSave(directory_, error);
+        throw cannotSaveKeys(directory_, error);
     const Lock lock(*this);
     const auto box = readBox();
+    if (box) {
+        const auto old = headerOf(*box);
+        if (old.isByPassphrase) {
+            passphraseKey_ = verifiedKey(
+                current, old, "This is not the current passphrase of the stored keys. Nothing was changed.");
+            passphraseSalt_ = old.salt;
+        }
+    }
     const Entries entries = box ? open(*box) : Entries();
     Header header;
-    header.isByPassphrase = !passphrase.empty();
+    header.isByPassphrase = !next.empty();
     if (!header.isByPassphrase) {
         write(entries, header, makeKeyFile());
+        passphraseKey_ = Secret();
         return;
     }
-    auto key = keyFrom(passphrase, header.salt);
+    auto key = keyFrom(next, header.salt);
     write(entries, header, key);
     passphraseKey_ = std::move(key);
     passphraseSalt_ = header.salt;
@@ -248,7 +227,7 @@ bool KeychainFile::needsPassphrase()
 
 std::optional<std::string> KeychainFile::readBox()
 {
-    return contentOf(path());
+    return privateFileContent(path());
 }
 
 KeychainFile::Header KeychainFile::headerOf(const std::string& box)
@@ -256,7 +235,7 @@ KeychainFile::Header KeychainFile::headerOf(const std::string& box)
     const std::string_view text(box);
     if (text.size() < Header::size + crypto_secretbox_NONCEBYTES + crypto_secretbox_MACBYTES || !text.starts_with(magic)
         || (text[magic.size()] != 'p' && text[magic.size()] != 'k'))
-        setAside("It is damaged");
+        throw damaged();
     Header header;
     header.isByPassphrase = text[magic.size()] == 'p';
     header.salt = text.substr(magic.size() + 1, crypto_pwhash_SALTBYTES);
@@ -273,10 +252,10 @@ KeychainFile::Entries KeychainFile::open(const std::string& box)
     const auto sealed = rest.substr(nonce.size());
     std::string plain(sealed.size() - crypto_secretbox_MACBYTES, '\0');
     if (crypto_secretbox_open_easy(bytes(plain), bytes(sealed), sealed.size(), bytes(nonce), bytes(key.reveal())) != 0)
-        setAside("It is damaged");
+        throw damaged();
     auto entries = parseKeychainRecord(Secret(std::move(plain)));
     if (!entries)
-        setAside("It was written by another version of Kestrovan");
+        throw cannotOpen("it was written by another version of Kestrovan", "Use that version");
     return std::move(*entries);
 }
 
@@ -287,17 +266,42 @@ Secret KeychainFile::keyFor(const Header& header)
             throw needsPassphraseFailure();
         return passphraseKey_.copy();
     }
-    auto content = contentOf(keyPath());
-    Secret key = content ? Secret(std::move(*content)) : Secret();
+    return keyFromFile(header);
+}
+
+Secret KeychainFile::keyFromFile(const Header& header)
+{
+    const auto fail = [this](std::string_view reason) {
+        return cannotOpen(
+            fmt::format("its key file, “{}” in the same folder, {}", keyPath().filename().string(), reason),
+            "Put the right key file back, for example from a backup");
+    };
+    std::optional<std::string> content;
+    try {
+        content = privateFileContent(keyPath());
+    } catch (const Keychain::Failure&) {
+        throw fail("can't be read");
+    }
+    if (!content)
+        throw fail("is missing");
+    Secret key(std::move(*content));
     if (key.reveal().size() != crypto_secretbox_KEYBYTES || checkOf(key) != header.check)
-        setAside(fmt::format("“{}”, which opens it, is missing or is not its own", keyPath().string()));
+        throw fail("is not the one that opens it");
+    return key;
+}
+
+Secret KeychainFile::verifiedKey(const Secret& passphrase, const Header& header, const std::string& refusal)
+{
+    auto key = keyFrom(passphrase, header.salt);
+    if (checkOf(key) != header.check)
+        throw Keychain::Failure(Keychain::wrongPassphrase, refusal);
     return key;
 }
 
 /// The key in the key file, which is made if there is none.
 Secret KeychainFile::makeKeyFile()
 {
-    if (auto content = contentOf(keyPath())) {
+    if (auto content = privateFileContent(keyPath())) {
         // It may still open a file that was set aside.
         Secret key(std::move(*content));
         if (key.reveal().size() == crypto_secretbox_KEYBYTES)
@@ -305,7 +309,7 @@ Secret KeychainFile::makeKeyFile()
     }
     Secret key(randomBytes(crypto_secretbox_KEYBYTES));
     if (const auto error = replaceFile(keyPath(), key.reveal()))
-        throw cannotSave(keyPath(), error);
+        throw cannotSaveKeys(keyPath(), error);
     return key;
 }
 
@@ -319,23 +323,36 @@ void KeychainFile::write(const Entries& entries, const Header& header, const Sec
     crypto_secretbox_easy(
         bytes(sealed), bytes(plain.reveal()), plain.reveal().size(), bytes(nonce), bytes(key.reveal()));
     if (const auto error = replaceFile(path(), written.text() + nonce + sealed))
-        throw cannotSave(path(), error);
+        throw cannotSaveKeys(path(), error);
 }
 
-void KeychainFile::setAside(const std::string& reason)
+Keychain::Failure KeychainFile::cannotOpen(const std::string& reason, const std::string& help) const
 {
-    for (int number = 1;; ++number) {
-        auto aside = path();
-        aside += ".damaged-" + std::to_string(number);
-        if (::renameat2(AT_FDCWD, path().c_str(), AT_FDCWD, aside.c_str(), RENAME_NOREPLACE) == 0)
-            throw Keychain::Failure(Keychain::isDamaged,
-                fmt::format("The file of the stored keys can't be opened. {}. It has been set aside as “{}”, and the "
-                            "keys have to be added again.",
-                    reason, aside.string()));
-        if (errno != EEXIST)
-            throw Keychain::Failure(Keychain::isDamaged,
-                fmt::format("The file of the stored keys, “{}”, can't be opened. {}. It stays as it is, and no key "
-                            "can be stored.",
-                    path().string(), reason));
+    return {Keychain::isDamaged,
+        fmt::format("Your keys are in “{}”, which can't be opened: {}. {}, then try again. The file is kept, "
+                    "also when you add a key.",
+            path().string(), reason, help)};
+}
+
+Keychain::Failure KeychainFile::damaged() const
+{
+    return cannotOpen("it is damaged", "Put a good copy in its place, for example from a backup");
+}
+
+/// Gives another name to the file, and to a key file that is none.
+std::string KeychainFile::setAside()
+{
+    const auto box = setFileAside(path());
+    std::string text =
+        fmt::format("The file of your earlier keys couldn't be opened and was set aside as “{}”; a new one was begun.",
+            box.string());
+    try {
+        auto content = privateFileContent(keyPath());
+        const Secret key = content ? Secret(std::move(*content)) : Secret();
+        if (!content || key.reveal().size() == crypto_secretbox_KEYBYTES)
+            return text + " Nothing was deleted.";
+    } catch (const Keychain::Failure&) {
+        // What cannot be read must not be overwritten either.
     }
+    return text + fmt::format(" So was its key file, as “{}”. Nothing was deleted.", setFileAside(keyPath()).string());
 }

@@ -55,25 +55,29 @@ Task<bool> SystemKeychain::takeOverFile()
     try {
         move = co_await moveKeys(file_, keyring_);
     } catch (const Failure& failure) {
-        log_.record({B2LogLevel::warning, "keys", fmt::format("Could not look for keys in “{}”", path_.string()),
-            failure.what()});
+        // Reading tries again each time, and need not say the same again.
+        if (*remark != failure.what())
+            log_.record({B2LogLevel::warning, "keys", fmt::format("Could not look for keys in “{}”", path_.string()),
+                failure.what()});
         if (failure.status == wrongPassphrase)
             remark = fmt::format("Keys from the time before this desktop had a keyring are in “{}”, closed with your "
                                  "passphrase. Kestrovan uses the keyring now and does not show them. Keep that file: "
                                  "it still opens where no keyring runs. Delete it only after each of its keys was "
                                  "added again.",
                 path_.string());
-        else if (failure.status != isDamaged) // Which the file itself has told.
+        else
             remark = failure.what();
-        co_return failure.status == wrongPassphrase || failure.status == isDamaged;
+        co_return failure.status == wrongPassphrase;
     }
     if (!move.moved.empty())
         log_.record({B2LogLevel::notice, "keys",
             fmt::format(
                 "Moved {} into the Keychain", countText(static_cast<std::int64_t>(move.moved.size()), "key", "keys")),
             fmt::format("{}, from “{}”.", fmt::join(move.moved, ", "), path_.string())});
-    if (move.kept.empty())
+    if (move.kept.empty()) {
+        remark = std::nullopt; // Of an earlier try.
         co_return true;
+    }
     log_.record({B2LogLevel::warning, "keys",
         fmt::format("Could not move {} into the Keychain",
             countText(static_cast<std::int64_t>(move.kept.size()), "key", "keys")),
@@ -175,7 +179,7 @@ Task<> SystemKeychain::unlockLegacyStore(Secret passphrase)
     co_await file_.unlockLegacyStore(std::move(passphrase));
 }
 
-Task<> SystemKeychain::setLegacyPassphrase(Secret passphrase)
+Task<> SystemKeychain::setLegacyPassphrase(Secret current, Secret next)
 {
-    co_await file_.setLegacyPassphrase(std::move(passphrase));
+    co_await file_.setLegacyPassphrase(std::move(current), std::move(next));
 }

@@ -30,7 +30,7 @@ public:
     void askAgain() override;
     std::filesystem::path legacyStorePath() const override { return path_; }
     Task<> unlockLegacyStore(Secret passphrase) override;
-    Task<> setLegacyPassphrase(Secret passphrase) override;
+    Task<> setLegacyPassphrase(Secret current, Secret next) override;
 
 private:
     /// The store of this process.

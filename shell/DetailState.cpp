@@ -22,9 +22,12 @@ std::optional<DetailState> withoutStore(const DetailInputs& inputs)
         return notice("Your Keys Are Locked",
             "The file that keeps your keys on this computer is closed by a passphrase. Enter it to connect.",
             Action::unlock);
-    if (inputs.storeFailure && inputs.keyCount == 0)
-        return notice(
+    if (inputs.storeFailure && inputs.keyCount == 0) {
+        auto state = notice(
             "Your Keys Could Not Be Read", *inputs.storeFailure + "\nNothing has been removed.", Action::readKeys);
+        state.notice.offersAddKey = true;
+        return state;
+    }
     return std::nullopt;
 }
 

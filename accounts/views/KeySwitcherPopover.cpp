@@ -79,6 +79,7 @@ KeySwitcherPopover::KeySwitcherPopover(KeySwitcherActions actions, QWidget& head
     , list_(new KeySwitcherList(rows_, this))
     , further_(new QToolButton(this))
     , removeRevoked_(makeCommand(Symbol::trash, {}, this))
+    , unlock_(makeCommand(Symbol::lock, tr("Unlock…"), this))
     , addKey_(makeCommand(Symbol::add, tr("Add Key…"), this))
 {
     setObjectName(QStringLiteral("keySwitcher"));
@@ -112,6 +113,7 @@ KeySwitcherPopover::KeySwitcherPopover(KeySwitcherActions actions, QWidget& head
     connect(list_->verticalScrollBar(), &QScrollBar::valueChanged, this, &KeySwitcherPopover::followScroll);
     connect(list_->verticalScrollBar(), &QScrollBar::rangeChanged, this, &KeySwitcherPopover::followScroll);
     connect(removeRevoked_, &QToolButton::clicked, this, [this] { act(actions_.removeRevoked); });
+    connect(unlock_, &QToolButton::clicked, this, [this] { act(actions_.unlock); });
     connect(addKey_, &QToolButton::clicked, this, [this] { act(actions_.addKey); });
 }
 
@@ -137,6 +139,7 @@ void KeySwitcherPopover::build()
     footer->setContentsMargins(Spacing::tight, Spacing::tight, Spacing::tight, Spacing::tight);
     footer->setSpacing(0);
     footer->addWidget(removeRevoked_, 0, Qt::AlignLeft);
+    footer->addWidget(unlock_, 0, Qt::AlignLeft);
     footer->addWidget(addKey_, 0, Qt::AlignLeft);
 
     auto* const column = new QVBoxLayout(this);
@@ -176,6 +179,7 @@ void KeySwitcherPopover::setContent(const KeySwitcherContent& content)
 
     removeRevoked_->setText(toQString(removeRevokedTitle(content_.revokedCount)));
     removeRevoked_->setVisible(content_.revokedCount > 0);
+    unlock_->setVisible(content_.unread && content_.unread->canUnlock);
     renderNote();
     if (isVisible())
         fit();
@@ -232,7 +236,7 @@ void KeySwitcherPopover::openUnderHeader()
     else if (list_->isVisible())
         list_->setFocus(Qt::PopupFocusReason);
     else
-        addKey_->setFocus(Qt::PopupFocusReason);
+        (unlock_->isVisible() ? unlock_ : addKey_)->setFocus(Qt::PopupFocusReason);
 }
 
 void KeySwitcherPopover::fit()

@@ -58,5 +58,6 @@ private:
     KeySwitcherList* list_;
     QToolButton* further_;
     QToolButton* removeRevoked_;
+    QToolButton* unlock_;
     QToolButton* addKey_;
 };

@@ -21,24 +21,40 @@ QString titleOf(Purpose purpose)
         return PassphraseSheet::tr("Protect Your Keys");
     case Purpose::change:
         return PassphraseSheet::tr("Change the Passphrase of Your Keys");
+    case Purpose::takeOff:
+        return PassphraseSheet::tr("Take Off the Passphrase of Your Keys?");
     }
     return {};
 }
 
 QString textOf(Purpose purpose)
 {
-    const QString warning =
-        PassphraseSheet::tr("Kestrovan then asks for this passphrase at each start. It is stored nowhere: without it "
-                            "the keys in the file cannot be read again, by you or by anyone else.");
     switch (purpose) {
     case Purpose::unlock:
         return PassphraseSheet::tr("The file that keeps your keys on this computer is closed by a passphrase.");
     case Purpose::set:
-        return warning;
     case Purpose::change:
-        return warning
-            + PassphraseSheet::tr(" Leave both fields empty to take the passphrase off: what opens the file then lies "
-                                  "beside it.");
+        return PassphraseSheet::tr("Kestrovan asks for this passphrase at each start. It is stored nowhere: without it "
+                                   "the keys in the file cannot be read again, by you or by anyone else.");
+    case Purpose::takeOff:
+        return PassphraseSheet::tr(
+            "What opens the file of your keys then lies beside it. Kestrovan no longer asks, and "
+            "another program that you run could read your keys.");
+    }
+    return {};
+}
+
+QString verbOf(Purpose purpose)
+{
+    switch (purpose) {
+    case Purpose::unlock:
+        return PassphraseSheet::tr("Unlock");
+    case Purpose::set:
+        return PassphraseSheet::tr("Set Passphrase");
+    case Purpose::change:
+        return PassphraseSheet::tr("Change Passphrase");
+    case Purpose::takeOff:
+        return PassphraseSheet::tr("Take Off Passphrase");
     }
     return {};
 }
@@ -47,61 +63,88 @@ QString textOf(Purpose purpose)
 
 PassphraseSheet::PassphraseSheet(Purpose purpose, const std::filesystem::path& store, QWidget* parent)
     : Sheet(titleOf(purpose), textOf(purpose), parent)
-    , purpose_(purpose)
-    , first_(new SecretField(tr("passphrase"), this))
 {
     setObjectName(QStringLiteral("passphrase"));
-    setVerb(purpose == Purpose::unlock ? tr("Unlock") : tr("Set Passphrase"));
-    addRow(tr("Passphrase"), first_);
-    if (purpose == Purpose::unlock) {
-        if (!store.empty())
-            addWide(makeSecondaryLabel(toQString(forgottenPassphraseText(store)), TextSize::small, this));
-    } else {
-        second_ = new SecretField(tr("passphrase again"), this);
-        addRow(tr("Again"), second_);
-        // From field to field; what shows them comes after.
-        setTabOrder(&first_->edit(), &second_->edit());
-        setTabOrder(&second_->edit(), &first_->revealButton());
-        setTabOrder(&first_->revealButton(), &second_->revealButton());
-        connect(second_, &SecretField::changed, this, &PassphraseSheet::render);
+    if (purpose == Purpose::takeOff)
+        setDestructiveVerb(verbOf(purpose));
+    else
+        setVerb(verbOf(purpose));
+    if (purpose == Purpose::unlock)
+        current_ = addField(tr("Passphrase"), tr("passphrase"));
+    else if (purpose != Purpose::set)
+        current_ = addField(tr("Current passphrase"), tr("current passphrase"));
+    if (purpose == Purpose::set || purpose == Purpose::change) {
+        new_ = addField(
+            purpose == Purpose::set ? tr("Passphrase") : tr("New passphrase"), tr("new passphrase"), passphraseAdvice);
+        again_ = addField(tr("Again"), tr("new passphrase again"));
+    } else if (!store.empty()) {
+        addWide(makeSecondaryLabel(toQString(forgottenPassphraseText(store)), TextSize::small, this));
     }
-    connect(first_, &SecretField::changed, this, &PassphraseSheet::render);
+    // From field to field; what shows them comes after.
+    const auto fields = findChildren<SecretField*>();
+    for (qsizetype i = 1; i < fields.size(); ++i)
+        setTabOrder(&fields[i - 1]->edit(), &fields[i]->edit());
+    if (!fields.isEmpty())
+        setTabOrder(&fields.last()->edit(), &fields.first()->revealButton());
+    for (qsizetype i = 1; i < fields.size(); ++i)
+        setTabOrder(&fields[i - 1]->revealButton(), &fields[i]->revealButton());
     render();
 }
 
-Secret PassphraseSheet::passphrase() const
+SecretField* PassphraseSheet::addField(const QString& label, const QString& name, std::string_view advice)
 {
-    return first_->secret();
+    auto* const field = new SecretField(name, this);
+    addRow(label, field, toQString(advice));
+    connect(field, &SecretField::changed, this, &PassphraseSheet::render);
+    return field;
+}
+
+Secret PassphraseSheet::currentPassphrase() const
+{
+    return current_ ? current_->secret() : Secret();
+}
+
+Secret PassphraseSheet::newPassphrase() const
+{
+    return new_ ? new_->secret() : Secret();
 }
 
 void PassphraseSheet::selectPassphrase()
 {
-    first_->edit().setFocus(Qt::OtherFocusReason);
-    first_->edit().selectAll();
+    auto& edit = (current_ ? current_ : new_)->edit();
+    edit.setFocus(Qt::OtherFocusReason);
+    edit.selectAll();
 }
 
 void PassphraseSheet::render()
 {
     QString refusal;
     QString message;
-    const bool takesOff = purpose_ == Purpose::change && first_->secret().empty();
-    if (first_->isEmpty() && !takesOff) {
-        refusal = tr("Enter the passphrase.");
-    } else if (second_ && second_->secret() != first_->secret()) {
+    MessageKind kind = MessageKind::notice;
+    if (current_ && current_->secret().empty()) {
+        refusal = new_ ? tr("Enter the current passphrase.") : tr("Enter the passphrase.");
+    } else if (new_ && new_->isEmpty()) {
+        refusal = current_ ? tr("Enter a new passphrase.") : tr("Enter a passphrase.");
+    } else if (again_ && again_->secret() != new_->secret()) {
         refusal = tr("Enter the same passphrase twice.");
-        if (!second_->isEmpty())
-            message = tr("The two passphrases are not the same.");
     }
-    if (purpose_ == Purpose::change)
-        setVerbText(takesOff ? tr("Take Off Passphrase") : tr("Change Passphrase"));
+    if (again_ && !again_->isEmpty()) {
+        if (again_->secret() != new_->secret()) {
+            message = tr("The two passphrases are not the same.");
+        } else if (isShortPassphrase(new_->secret())) {
+            message = toQString(shortPassphraseText);
+            kind = MessageKind::warning;
+        }
+    }
     setVerbEnabled(refusal.isEmpty(), refusal);
-    setMessage(MessageKind::notice, message);
+    setMessage(kind, message);
 }
 
 void PassphraseSheet::done(int result)
 {
-    first_->wipe();
-    if (second_)
-        second_->wipe();
+    for (auto* const field : {current_, new_, again_}) {
+        if (field)
+            field->wipe();
+    }
     Sheet::done(result);
 }

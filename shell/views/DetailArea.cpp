@@ -8,6 +8,7 @@
 #include "foundation/views/EmptyState.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QTimer>
 
 namespace {
@@ -105,7 +106,11 @@ void DetailArea::render()
         setCurrentWidget(keys_);
         break;
     }
+    const bool hasNewAction = state.action != DetailState::Action::none && state.action != shown_.action;
     shown_ = state;
+    // What stands in the way of everything else is what Return does.
+    if (hasNewAction && !*root_.keyStore.session && !QApplication::activePopupWidget())
+        takeFocus();
 }
 
 void DetailArea::act()

@@ -1,13 +1,10 @@
 #include "shell/views/KeySheets.h"
 
 #include "accounts/KeyNames.h"
-#include "accounts/KeySheetTexts.h"
 #include "accounts/views/AddKeyView.h"
 #include "accounts/views/KeyDetailsView.h"
-#include "accounts/views/PassphraseSheet.h"
 #include "accounts/views/RenameSheet.h"
 #include "foundation/QtText.h"
-#include "foundation/views/Announcer.h"
 #include "shell/views/ConnectedSheet.h"
 
 #include <algorithm>
@@ -52,6 +49,14 @@ Task<> unlockAndRead(QPointer<RootModel> root, Secret passphrase)
     co_await root->keyStore.keychain().unlockLegacyStore(std::move(passphrase));
     if (root)
         root->reloadKeys();
+}
+
+/// Is told above the panes when it is done, whether the sheet is still open or not.
+Task<> setPassphrase(QPointer<RootModel> root, Secret current, Secret next, PassphraseChange change)
+{
+    co_await root->keyStore.keychain().setLegacyPassphrase(std::move(current), std::move(next));
+    if (root)
+        root->remark = passphraseChangeText(change);
 }
 
 } // namespace
@@ -113,6 +118,21 @@ void KeySheets::addKey()
 {
     if (bringToFront())
         return;
+    if (*root_.keyStore.keychain().needsPassphrase) {
+        unlockStore();
+        sheet_->setMessage(MessageKind::notice, tr("Unlock your keys first, then add another one."));
+        // After what the sheet does itself when it closes.
+        connect(sheet_, &QDialog::finished, this, [this](int outcome) {
+            if (outcome == QDialog::Accepted && !bringToFront())
+                openAddKey();
+        });
+        return;
+    }
+    openAddKey();
+}
+
+void KeySheets::openAddKey()
+{
     auto* const sheet = new AddKeyView(root_.keyStore, {}, AfterAdding::switchToNewKey, &window_);
     // A check that is ended late may have stored the key already.
     connect(sheet, &QDialog::rejected, &root_, &RootModel::reloadKeys);
@@ -195,7 +215,7 @@ void KeySheets::unlockStore()
     auto* const sheet =
         new PassphraseSheet(PassphraseSheet::Purpose::unlock, root_.keyStore.keychain().legacyStorePath(), &window_);
     connect(sheet, &Sheet::verbTriggered, this, [this, sheet] {
-        auto passphrase = sheet->passphrase();
+        auto passphrase = sheet->currentPassphrase();
         sheet->setBusy(true, tr("Opening the file…"));
         tasks_.start(
             runBehind(sheet, unlockAndRead(&root_, std::move(passphrase)), [sheet] { sheet->selectPassphrase(); }));
@@ -205,19 +225,30 @@ void KeySheets::unlockStore()
 
 void KeySheets::protectStore()
 {
+    const bool isChange = *root_.keyStore.keychain().hasPassphrase;
+    changePassphrase(isChange ? PassphraseSheet::Purpose::change : PassphraseSheet::Purpose::set,
+        isChange ? PassphraseChange::changed : PassphraseChange::set);
+}
+
+void KeySheets::takeOffPassphrase()
+{
+    changePassphrase(PassphraseSheet::Purpose::takeOff, PassphraseChange::takenOff);
+}
+
+void KeySheets::changePassphrase(PassphraseSheet::Purpose purpose, PassphraseChange change)
+{
     if (bringToFront())
         return;
-    auto& keychain = root_.keyStore.keychain();
-    const auto purpose = *keychain.hasPassphrase ? PassphraseSheet::Purpose::change : PassphraseSheet::Purpose::set;
-    auto* const sheet = new PassphraseSheet(purpose, keychain.legacyStorePath(), &window_);
-    connect(sheet, &Sheet::verbTriggered, this, [this, sheet] {
-        auto passphrase = sheet->passphrase();
+    auto* const sheet = new PassphraseSheet(purpose, root_.keyStore.keychain().legacyStorePath(), &window_);
+    connect(sheet, &Sheet::verbTriggered, this, [this, sheet, change] {
+        auto current = sheet->currentPassphrase();
+        auto next = sheet->newPassphrase();
         sheet->setBusy(true,
-            passphrase.empty() ? tr("Taking the passphrase off the file…")
-                               : tr("Closing the file with the passphrase…"));
-        tasks_.start(runBehind(sheet, root_.keyStore.keychain().setLegacyPassphrase(std::move(passphrase))));
+            change == PassphraseChange::takenOff ? tr("Taking the passphrase off the file…")
+                                                 : tr("Closing the file with the passphrase…"));
+        tasks_.start(runBehind(sheet, setPassphrase(&root_, std::move(current), std::move(next), change),
+            [sheet] { sheet->selectPassphrase(); }));
     });
-    connect(sheet, &QDialog::accepted, this, [this] { announce(window_, tr("Passphrase changed")); });
     open(sheet);
 }
 

@@ -1,8 +1,9 @@
 #pragma once
 
 #include "accounts/AddKeyModel.h"
+#include "accounts/KeySheetTexts.h"
+#include "accounts/views/PassphraseSheet.h"
 #include "foundation/TaskScope.h"
-#include "foundation/views/Sheet.h"
 #include "shell/RootModel.h"
 
 #include <QObject>
@@ -21,7 +22,7 @@ public:
     Sheet* sheet() const { return sheet_; }
 
 public Q_SLOTS:
-    /// Asks for a key, and connects with it.
+    /// Asks for a key, and connects with it; for the passphrase first where the stored keys are closed.
     void addKey();
     void renameKey(const StoredKey& key);
     void renameAccount(const std::string& accountID);
@@ -31,8 +32,9 @@ public Q_SLOTS:
     void removeRevokedKeys();
     /// Asks for the passphrase of the file that keeps the keys, and connects.
     void unlockStore();
-    /// Asks for a passphrase to close that file with, or for another one, or none, when it has one.
+    /// Asks for a passphrase to close that file with, or for another one when it has one.
     void protectStore();
+    void takeOffPassphrase();
     /// Stores a key seen at the service; the session stays.
     void addKnownKey(const KnownKey& key);
     /// Shows a key's details; does nothing for one of which nothing is known.
@@ -41,6 +43,8 @@ public Q_SLOTS:
 private:
     static Task<> askAboutRevoked(QPointer<KeySheets> self);
 
+    void openAddKey();
+    void changePassphrase(PassphraseSheet::Purpose purpose, PassphraseChange change);
     bool bringToFront();
     void open(Sheet* sheet);
     void follow();

@@ -8,6 +8,7 @@
 #include "foundation/QtText.h"
 #include "foundation/SettingsKeys.h"
 #include "foundation/views/Banner.h"
+#include "foundation/views/ButtonKeys.h"
 #include "foundation/views/DenseTableView.h"
 #include "foundation/views/Icons.h"
 #include "foundation/views/Measures.h"
@@ -131,6 +132,7 @@ void MainWindow::buildLayout()
         keySheets_->addKnownKey({fromQString(keyID), fromQString(name)});
     });
     connect(sidebar_, &Sidebar::addKeyRequested, keySheets_, &KeySheets::addKey);
+    connect(sidebar_, &Sidebar::unlockRequested, keySheets_, &KeySheets::unlockStore);
     connect(sidebar_, &Sidebar::keyDetailsRequested, keySheets_, &KeySheets::inspectKey);
     connect(sidebar_, &Sidebar::renameKeyRequested, keySheets_, &KeySheets::renameKey);
     connect(sidebar_, &Sidebar::removeKeyRequested, keySheets_, &KeySheets::removeKey);
@@ -227,6 +229,8 @@ void MainWindow::fillAccountMenu()
     auto* const keys = account_->addMenu(symbolIcon(Symbol::key), tr("Key in Use"));
     keys->setToolTipsVisible(true);
     Sidebar::fillKeyMenu(*keys, *application_.context, root);
+    if (*root.keyStore.keychain().needsPassphrase)
+        account_->addAction(symbolIcon(Symbol::lock), tr("Unlock…"), keySheets_, &KeySheets::unlockStore);
     account_->addAction(symbolIcon(Symbol::add), tr("Add Key…"), keySheets_, &KeySheets::addKey);
     account_->addSeparator();
 
@@ -252,10 +256,13 @@ void MainWindow::fillAccountMenu()
                                        : tr("Remove %1 Keys Backblaze No Longer Has…").arg(count),
             keySheets_, &KeySheets::removeRevokedKeys);
     const auto& keychain = root.keyStore.keychain();
-    if (*keychain.useLegacyStore && !*keychain.needsPassphrase)
+    if (*keychain.useLegacyStore && !*keychain.needsPassphrase) {
         account_->addAction(symbolIcon(Symbol::lock),
             *keychain.hasPassphrase ? tr("Change the Passphrase of Keys…") : tr("Protect Keys with a Passphrase…"),
             keySheets_, &KeySheets::protectStore);
+        if (*keychain.hasPassphrase)
+            account_->addAction(tr("Take Off the Passphrase of Keys…"), keySheets_, &KeySheets::takeOffPassphrase);
+    }
     account_->addSeparator();
     auto* const read = account_->addAction(
         symbolIcon(Symbol::refresh), tr("Read Bucket List Again"), &root, &RootModel::reloadBuckets);
@@ -384,6 +391,12 @@ void MainWindow::closeEvent(QCloseEvent* event)
 {
     event->ignore();
     askToQuit();
+}
+
+void MainWindow::keyPressEvent(QKeyEvent* event)
+{
+    if (!pressFocusedButton(*this, *event))
+        QMainWindow::keyPressEvent(event);
 }
 
 void MainWindow::askToQuit()

@@ -143,6 +143,10 @@ void Sidebar::buildSurfaces()
 
 void Sidebar::takeFocus()
 {
+    if (!list_->isEnabled()) {
+        switcher_->setFocus(Qt::OtherFocusReason);
+        return;
+    }
     const auto& selection = *root_.selection;
     const bool isSurface = selection && selection->kind != SidebarItem::Kind::bucket && surfaces_->isVisible();
     (isSurface ? surfaces_ : list_)->setFocus(Qt::OtherFocusReason);
@@ -157,7 +161,7 @@ bool Sidebar::crossLists(QObject* from, int key)
         list_->setCurrentIndex(shown_.index(0, 0));
         return true;
     }
-    if (from == list_ && key == Qt::Key_Up && list_->currentIndex().row() <= 0) {
+    if (from == list_ && key == Qt::Key_Up && surfaces_->isVisible() && list_->currentIndex().row() <= 0) {
         surfaces_->setFocus(Qt::BacktabFocusReason);
         surfaces_->setCurrentIndex(surfaceRows_.index(surfaceRows_.rowCount() - 1, 0));
         return true;
@@ -196,6 +200,9 @@ void Sidebar::render()
     title_->setVisible(hasSession);
     surfacesTitle_->setVisible(hasSession);
     surfaces_->setVisible(hasSession);
+    // What shows nothing takes no keyboard and chooses nothing.
+    surfaces_->setEnabled(hasSession);
+    list_->setEnabled(hasSession);
     renderSurfaces();
     QString note;
     if (hasSession && isEmpty && isLoading)
@@ -252,8 +259,13 @@ void Sidebar::fillKeyMenu(QMenu& menu, const AppContext& context, RootModel& roo
         group->addAction(action);
         QObject::connect(action, &QAction::triggered, &root, [&root, id = entry.id] { root.switchTo(id); });
     }
-    if (context.keyMenu->empty())
-        menu.addAction(QObject::tr("No key stored"))->setEnabled(false);
+    if (!context.keyMenu->empty())
+        return;
+    QString text = QObject::tr("No key stored");
+    if (const auto unread = root.keySwitcher.content().unread)
+        text = unread->canUnlock ? QObject::tr("Your keys are locked with a passphrase")
+                                 : QObject::tr("Your keys have not been read");
+    menu.addAction(text)->setEnabled(false);
 }
 
 KeySwitcherActions Sidebar::switcherActions()
@@ -264,12 +276,13 @@ KeySwitcherActions Sidebar::switcherActions()
         .remove = [this](const StoredKey& key) { Q_EMIT removeKeyRequested(key); },
         .removeRevoked = [this] { Q_EMIT removeRevokedKeysRequested(); },
         .addKey = [this] { Q_EMIT addKeyRequested(); },
+        .unlock = [this] { Q_EMIT unlockRequested(); },
         .retry = [this] { root_.tryAgain(); }};
 }
 
 void Sidebar::chooseSurface(const QModelIndex& index)
 {
-    if (!isRendering_ && index.isValid())
+    if (!isRendering_ && surfaces_->isEnabled() && index.isValid())
         root_.select({static_cast<SidebarItem::Kind>(index.data(kindRole).toInt()), {}});
 }
 

@@ -32,6 +32,7 @@ public:
 Q_SIGNALS:
     // Of the key switcher.
     void addKeyRequested();
+    void unlockRequested();
     void keyDetailsRequested(const StoredKey& key);
     void renameKeyRequested(const StoredKey& key);
     void removeKeyRequested(const StoredKey& key);

@@ -185,6 +185,8 @@ TEST(KeySwitcherTest, KeysThatCannotBeReadAreNotCalledMissing)
     auto closed = state;
     closed.needsPassphrase = true;
     EXPECT_THAT(keySwitcherHeader(closed).unreadReason, Optional(Eq("Locked with a passphrase")));
+    EXPECT_TRUE(keySwitcherContent(closed).unread->canUnlock);
+    EXPECT_FALSE(keySwitcherContent(state).unread->canUnlock) << "a passphrase is no help there";
     EXPECT_EQ(keySwitcherHeader(state).keyLabel, "Keys Not Read");
     EXPECT_EQ(keySwitcherContent(state).unread->text, "The keyring is locked. Nothing has been removed.");
 

@@ -18,7 +18,7 @@ class KeychainFileTest : public testing::Test {
 protected:
     static void addKey(KeychainFile& store, const std::string& keyID)
     {
-        store.change([&](KeychainFile::Entries& entries) {
+        store.add([&](KeychainFile::Entries& entries) {
             entries.push_back({{std::string(keyItemService), keyID, "Laptop", "account", true}, "secret of " + keyID});
         });
     }
@@ -73,7 +73,7 @@ TEST_F(KeychainFileTest, KeepsSecretsEncryptedAndForTheirOwnerAlone)
 TEST_F(KeychainFileTest, APassphraseTakesThePlaceOfTheKeyFile)
 {
     addKey(file, "key-1");
-    file.setPassphrase("horse");
+    file.setPassphrase({}, "horse");
     EXPECT_FALSE(std::filesystem::exists(file.keyPath()));
     addKey(file, "key-2");
 
@@ -86,54 +86,80 @@ TEST_F(KeychainFileTest, APassphraseTakesThePlaceOfTheKeyFile)
     EXPECT_FALSE(next.needsPassphrase());
     EXPECT_EQ(next.read().size(), 2U);
 
-    next.setPassphrase({});
+    EXPECT_EQ(statusOf([&] { next.setPassphrase("hors", {}); }), Keychain::wrongPassphrase);
+    EXPECT_EQ(statusOf([&] { next.setPassphrase({}, "cow"); }), Keychain::wrongPassphrase) << "though it is open";
+    EXPECT_TRUE(KeychainFile(directory).hasPassphrase());
+    next.setPassphrase("horse", "cow");
+    next.setPassphrase("cow", {});
     EXPECT_EQ(KeychainFile(directory).read().size(), 2U);
     EXPECT_FALSE(KeychainFile(directory).hasPassphrase());
 }
 
-TEST_F(KeychainFileTest, ADamagedFileIsSetAsideAndNotOverwritten)
+TEST_F(KeychainFileTest, ADamagedFileIsLeftInPlaceAndSetAsideForANewKeyOnly)
 {
     addKey(file, "key-1");
     for (const std::size_t position : {std::size_t(3), std::size_t(40), contentOf(file.path()).size() - 1}) {
         damage(file.path(), position);
         const auto damaged = contentOf(file.path());
 
-        EXPECT_EQ(statusOf([&] { addKey(file, "key-2"); }), Keychain::isDamaged) << position;
+        EXPECT_EQ(statusOf([&] { file.read(); }), Keychain::isDamaged) << position;
+        EXPECT_EQ(statusOf([&] { file.change([](auto& entries) { entries.clear(); }); }), Keychain::isDamaged);
+        EXPECT_EQ(statusOf([&] { file.setPassphrase({}, "horse"); }), Keychain::isDamaged);
+        EXPECT_EQ(contentOf(file.path()), damaged);
 
-        EXPECT_FALSE(std::filesystem::exists(file.path()));
+        addKey(file, "key-1");
+        EXPECT_EQ(file.read().size(), 1U);
         int copies = 0;
         for (const auto& entry : std::filesystem::directory_iterator(directory))
             copies += contentOf(entry.path()) == damaged ? 1 : 0;
         EXPECT_EQ(copies, 1);
-        addKey(file, "key-1");
     }
-    EXPECT_EQ(file.read().size(), 1U);
 }
 
-TEST_F(KeychainFileTest, ThatAFileWasSetAsideIsStillSaidAfterTheNextReading)
+TEST_F(KeychainFileTest, AFileWhoseKeyIsMissingOpensOnceTheKeyIsBack)
 {
     addKey(file, "key-1");
-    damage(file.path(), contentOf(file.path()).size() - 1);
+    const auto key = contentOf(file.keyPath());
+    std::filesystem::remove(file.keyPath());
     Settings settings{{}};
     ActivityLog log(settings, directory / "Logs");
     FileKeychain keychain(directory, log);
 
-    EXPECT_THROW(qtRun(keychain.entries()), Keychain::Failure);
-    EXPECT_TRUE(qtRun(keychain.entries()).empty());
+    for (const auto* const content : {"", "cut short", "thirty-two bytes of another file"}) {
+        if (*content != '\0')
+            std::ofstream(file.keyPath(), std::ios::binary) << content;
+        try {
+            qtRun(keychain.entries());
+            ADD_FAILURE() << content;
+        } catch (const Keychain::Failure& failure) {
+            EXPECT_THAT(failure.what(), AllOf(HasSubstr(file.path().string()), HasSubstr("“keys.key”")));
+        }
+    }
+    EXPECT_FALSE(*keychain.remark) << "the page says it";
 
-    EXPECT_THAT(keychain.remark->value_or(""), HasSubstr("the keys have to be added again."));
+    std::ofstream(file.keyPath(), std::ios::binary) << key;
+    EXPECT_EQ(qtRun(keychain.entries()).size(), 1U);
 }
 
-TEST_F(KeychainFileTest, AFileWhoseKeyIsMissingIsSetAsideToo)
+TEST_F(KeychainFileTest, ANewKeySetsAsideWhatCannotBeOpenedAndSaysWhere)
 {
     addKey(file, "key-1");
-    std::filesystem::rename(file.keyPath(), directory / "moved");
-    EXPECT_EQ(statusOf([&] { file.read(); }), Keychain::isDamaged);
+    const auto box = contentOf(file.path());
+    std::ofstream(file.keyPath(), std::ios::binary | std::ios::app) << '\n';
+    const auto key = contentOf(file.keyPath());
+    Settings settings{{}};
+    ActivityLog log(settings, directory / "Logs");
+    FileKeychain keychain(directory, log);
 
-    // With its key it can be put back.
-    std::filesystem::rename(directory / "moved", file.keyPath());
-    std::filesystem::rename(file.path().string() + ".damaged-1", file.path());
-    EXPECT_EQ(file.read().size(), 1U);
+    EXPECT_THROW(qtRun(keychain.setLabel("key-1", "Desk")), Keychain::Failure);
+    qtRun(keychain.save("key-2", "secret", std::nullopt, std::nullopt));
+
+    EXPECT_EQ(qtRun(keychain.entries()).size(), 1U);
+    const auto told = keychain.remark->value_or("");
+    for (const auto& [path, content] : {std::pair(file.path(), box), std::pair(file.keyPath(), key)}) {
+        EXPECT_EQ(contentOf(path.string() + ".set-aside-1"), content);
+        EXPECT_THAT(told, HasSubstr(path.string() + ".set-aside-1"));
+    }
 }
 
 TEST_F(KeychainFileTest, AFileThatCannotBeReadStaysAsItIs)

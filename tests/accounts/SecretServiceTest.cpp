@@ -9,6 +9,7 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 namespace {
 
@@ -191,7 +192,7 @@ TEST_F(SecretServiceTest, AFileWithAPassphraseIsNamedAndKept)
     const auto directory = home() / "data" / "kestrovan";
     FileKeychain file(directory, log);
     qtRun(file.save("key-1", canary, "Laptop", std::nullopt));
-    qtRun(file.setLegacyPassphrase("passphrase"));
+    qtRun(file.setLegacyPassphrase({}, "passphrase"));
     startKeyring(State::unlocked);
 
     SystemKeychain keychain(settings, log, directory);
@@ -200,6 +201,25 @@ TEST_F(SecretServiceTest, AFileWithAPassphraseIsNamedAndKept)
     EXPECT_THAT(keychain.remark->value_or(""), HasSubstr((directory / "keys.box").string()));
     EXPECT_FALSE(*keychain.needsPassphrase) << "nobody is asked for it";
     EXPECT_EQ(secretOf(file, "key-1"), canary);
+}
+
+TEST_F(SecretServiceTest, AFileWithoutItsKeyFileIsNamedAndTakenOverOnceThatIsBack)
+{
+    const auto directory = home() / "data" / "kestrovan";
+    FileKeychain file(directory, log);
+    qtRun(file.save("key-1", canary, "Laptop", std::nullopt));
+    std::filesystem::rename(directory / "keys.key", directory / "elsewhere");
+    startKeyring(State::unlocked);
+    SystemKeychain keychain(settings, log, directory);
+    for (int reading = 0; reading < 2; ++reading) {
+        EXPECT_THAT(qtRun(keychain.entries()), IsEmpty());
+        EXPECT_THAT(keychain.remark->value_or(""), HasSubstr("“keys.key” in the same folder, is missing"));
+    }
+
+    std::filesystem::rename(directory / "elsewhere", directory / "keys.key");
+    EXPECT_THAT(qtRun(keychain.entries()), SizeIs(1));
+    EXPECT_EQ(secretOf(keychain, "key-1"), canary);
+    EXPECT_FALSE(*keychain.remark) << "it is no longer so";
 }
 
 TEST_F(SecretServiceTest, AKeyringThatHangsFreezesNothing)

@@ -58,7 +58,7 @@ TEST_F(PassphraseSheetTest, AWrongPassphraseIsSelectedToBeTypedAnew)
 
     sheet->selectPassphrase();
     QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("cow"));
-    EXPECT_EQ(sheet->passphrase(), Secret("cow"));
+    EXPECT_EQ(sheet->currentPassphrase(), Secret("cow"));
 }
 
 TEST_F(PassphraseSheetTest, ANewPassphraseIsTypedTwiceAndASlipIsNamed)
@@ -79,20 +79,45 @@ TEST_F(PassphraseSheetTest, ANewPassphraseIsTypedTwiceAndASlipIsNamed)
     EXPECT_TRUE(verb()->isEnabled());
 }
 
-TEST_F(PassphraseSheetTest, AnOldPassphraseIsChangedOrTakenOffOnlyByEmptyFields)
+TEST_F(PassphraseSheetTest, AnOldPassphraseIsChangedOnlyWithItAndForAnother)
 {
     open(PassphraseSheet::Purpose::change);
-    EXPECT_EQ(verb()->text(), QStringLiteral("Take Off Passphrase"));
+    ASSERT_EQ(fields.size(), 3);
+    EXPECT_FALSE(verb()->isEnabled()) << "nothing typed changes nothing";
+    fields[0]->setText(QStringLiteral("horse"));
+    EXPECT_FALSE(verb()->isEnabled()) << "two empty fields are no passphrase";
+    for (auto* const field : {fields[1], fields[2]})
+        field->setText(QStringLiteral("correct horse battery"));
     EXPECT_TRUE(verb()->isEnabled());
-    for (const auto* const slip : {"  ", "horse"}) {
-        fields.front()->setText(QString::fromLatin1(slip));
-        EXPECT_EQ(verb()->text(), QStringLiteral("Change Passphrase"));
-        EXPECT_FALSE(verb()->isEnabled());
+    EXPECT_EQ(sheet->currentPassphrase(), Secret("horse"));
+    EXPECT_EQ(sheet->newPassphrase(), Secret("correct horse battery"));
+    fields[0]->clear();
+    EXPECT_FALSE(verb()->isEnabled());
+}
+
+TEST_F(PassphraseSheetTest, ReturnTakesNoPassphraseOff)
+{
+    open(PassphraseSheet::Purpose::takeOff);
+    ASSERT_EQ(fields.size(), 1);
+    EXPECT_FALSE(verb()->isEnabled());
+    bool isAsked = false;
+    QObject::connect(sheet.get(), &Sheet::verbTriggered, [&] { isAsked = true; });
+    QTest::keyClicks(fields.front(), QStringLiteral("horse"));
+    EXPECT_TRUE(verb()->isEnabled());
+    QTest::keyClick(fields.front(), Qt::Key_Return);
+    EXPECT_FALSE(isAsked);
+}
+
+TEST_F(PassphraseSheetTest, AShortPassphraseIsAllowedButNamed)
+{
+    open(PassphraseSheet::Purpose::set);
+    for (const auto& [text, isShort] :
+        {std::pair(QStringLiteral("äöüäöüäöüäö"), true), {QStringLiteral("äöüäöüäöüäöü"), false}}) {
+        for (auto* const field : fields)
+            field->setText(text);
+        EXPECT_EQ(shows(QStringLiteral("This passphrase is short.")), isShort);
+        EXPECT_TRUE(verb()->isEnabled());
     }
-    fields.back()->setText(QStringLiteral("horse"));
-    EXPECT_TRUE(verb()->isEnabled());
-    fields.front()->clear();
-    EXPECT_FALSE(verb()->isEnabled()) << "one empty field takes nothing off";
 }
 
 TEST_F(PassphraseSheetTest, WhoHasForgottenThePassphraseReadsWhichFileToMoveAway)
