@@ -65,11 +65,9 @@ std::string legacyStoreNote(bool hasPassphrase)
     if (hasPassphrase)
         return place
             + "It opens with your passphrase. Kestrovan asks for it at each start and stores it nowhere: without it, "
-              "the "
-              "stored keys are lost.";
+              "the stored keys are lost.";
     return place
         + "What opens it lies beside it, so another program that you run could read both. A passphrase protects more: "
           "set one in the Account menu, with “Protect Keys with a Passphrase…”. So does a keyring such as GNOME "
-          "Keyring "
-          "or KWallet.";
+          "Keyring or KWallet.";
 }

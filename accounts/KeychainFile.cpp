@@ -204,7 +204,10 @@ void KeychainFile::setPassphrase(const Secret& current, const Secret& next)
     write(entries, header, key);
     passphraseKey_ = std::move(key);
     passphraseSalt_ = header.salt;
-    std::error_code ignored; // It opens nothing any more.
+    // The key file opens nothing any more, but perhaps an earlier box.
+    if (wasSetAside(path()))
+        return;
+    std::error_code ignored;
     std::filesystem::remove(keyPath(), ignored);
 }
 

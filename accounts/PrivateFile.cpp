@@ -10,6 +10,7 @@
 namespace {
 
 constexpr std::uintmax_t maxFileBytes = 16'000'000;
+constexpr auto setAsideMark = ".set-aside-";
 
 Keychain::Failure cannotRead(const std::filesystem::path& file, int error)
 {
@@ -63,11 +64,17 @@ std::optional<std::string> privateFileContent(const std::filesystem::path& file)
     return content;
 }
 
+bool wasSetAside(const std::filesystem::path& file)
+{
+    std::error_code error;
+    return std::filesystem::exists(std::filesystem::path(file) += setAsideMark + std::string("1"), error) || error;
+}
+
 std::filesystem::path setFileAside(const std::filesystem::path& file)
 {
     for (int number = 1;; ++number) {
         auto aside = file;
-        aside += ".set-aside-" + std::to_string(number);
+        aside += setAsideMark + std::to_string(number);
         if (::renameat2(AT_FDCWD, file.c_str(), AT_FDCWD, aside.c_str(), RENAME_NOREPLACE) == 0)
             return aside;
         if (errno != EEXIST)

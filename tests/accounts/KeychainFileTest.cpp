@@ -162,6 +162,21 @@ TEST_F(KeychainFileTest, ANewKeySetsAsideWhatCannotBeOpenedAndSaysWhere)
     }
 }
 
+TEST_F(KeychainFileTest, AKeyFileStaysWhileItMayOpenABoxThatWasSetAside)
+{
+    addKey(file, "key-1");
+    const auto box = contentOf(file.path());
+    const auto key = contentOf(file.keyPath());
+    std::ofstream(file.path(), std::ios::binary) << box.substr(0, box.size() - 1);
+    EXPECT_TRUE(file.add([](KeychainFile::Entries&) {}));
+    file.setPassphrase({}, "passphrase");
+    EXPECT_EQ(contentOf(file.keyPath()), key);
+
+    std::filesystem::remove(file.path().string() + ".set-aside-1");
+    file.setPassphrase("passphrase", "another");
+    EXPECT_FALSE(std::filesystem::exists(file.keyPath()));
+}
+
 TEST_F(KeychainFileTest, AFileThatCannotBeReadStaysAsItIs)
 {
     std::filesystem::create_directories(file.path());
