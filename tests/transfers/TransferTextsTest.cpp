@@ -147,9 +147,14 @@ TEST(TransferTextsTest, TellsHowAFolderFares)
     EXPECT_THAT(statusOf(*folder).help, StartsWith("7 of 12 files failed\n\na\u240Ab.jpg: It is gone.\n"));
     EXPECT_THAT(statusOf(*folder).help, testing::EndsWith("\nand 2 more"));
 
-    const std::vector<FileProblem> mixed{{"a", "Skipped.", false}, {"b", "Gone."}, {"c", "Skipped.", false}};
-    EXPECT_EQ(problemLines(failuresFirst(mixed), 2), "b: Gone.\na: Skipped.\nand 1 more");
-    EXPECT_EQ(problemSummary(mixed), "1 file failed, 2 files were skipped.");
+    folder->fileProblems = {{"link", "It is a link.", FileProblem::Kind::leftOut}};
+    folder->itemsLeftOut = 1;
+    folder->filesSkipped = 0;
+    folder->bucket = B2Bucket{.bucketName = "archive"};
+    EXPECT_EQ(secondLine(*folder), "7 of 12 files failed · 1 left out · to archive");
+    folder->state = State::finished();
+    EXPECT_EQ(statusOf(*folder).text, "Done · 12 files");
+    EXPECT_EQ(statusOf(*folder).help, "Done · 12 files\n\nlink: It is a link.");
 }
 
 TEST(TransferTextsTest, CountsTheFailedApart)

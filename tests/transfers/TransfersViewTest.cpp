@@ -182,6 +182,20 @@ TEST_F(TransfersViewTest, ShowsWhatFailedOfAFolderAndCopiesIt)
         fromQString(QGuiApplication::clipboard()->text()), "a/<b>.jpg: It is gone.\nc.jpg: Its name is too long.");
 }
 
+TEST_F(TransfersViewTest, ShowsWhatWasLeftOutThoughNothingFailed)
+{
+    const auto folder = add("photos/", State::finished(), Kind::upload);
+    folder->fileProblems = {{"link", "It is a link.", FileProblem::Kind::leftOut}};
+    view.focusList();
+
+    QTest::keyClick(&list(), Qt::Key_Return);
+
+    const auto* const sheet = view.findChild<TransferProblemsSheet*>();
+    ASSERT_NE(sheet, nullptr);
+    EXPECT_EQ(sheet->windowTitle(), QStringLiteral("Not Sent"));
+    EXPECT_EQ(fromQString(sheet->findChild<QTextBrowser*>()->toPlainText()), "link\nIt is a link.");
+}
+
 TEST_F(TransfersViewTest, GoesFromOneFailedRowToTheNext)
 {
     for (int i = 0; i < 60; ++i)
