@@ -23,13 +23,26 @@ const Transfer& sender(const Transfer& transfer)
     return *transfer.activeChild ? **transfer.activeChild : transfer;
 }
 
+/// "Part 4: B2 storage busy, retrying in 3 s (1 of 19)".
+std::string partText(const std::pair<const int, std::string>& trouble)
+{
+    return fmt::format("Part {}: {}", trouble.first, trouble.second);
+}
+
 std::string troubleHelp(const Transfer& transfer)
 {
     if (transfer.kind == Transfer::Kind::download)
         return "Backblaze did not send the file. Trying again after a pause";
-    const bool isWhole = sender(transfer).partsInTrouble->contains(0);
-    return fmt::format(
-        "Backblaze refused {}. Retrying with a fresh upload URL after a pause", isWhole ? "the file" : "a part");
+    const auto& troubles = *sender(transfer).partsInTrouble;
+    auto help = fmt::format("Backblaze refused {}. Retrying with a fresh upload URL after a pause",
+        troubles.contains(0) ? "the file" : "a part");
+    if (troubles.size() == 1)
+        return help;
+    // Of several the row gives the number alone.
+    help += '\n';
+    for (const auto& trouble : troubles)
+        help += '\n' + partText(trouble);
+    return help;
 }
 
 TransferStatus runningStatus(const Transfer& transfer)
@@ -141,8 +154,8 @@ std::optional<std::string> troubleText(const Transfer& transfer)
         return {};
     if (troubles.size() == 1) {
         // A file that is not sent in parts is its own part, with the number 0.
-        const auto& [number, text] = *troubles.begin();
-        return number == 0 ? text : fmt::format("Part {}: {}", number, text);
+        const auto& trouble = *troubles.begin();
+        return trouble.first == 0 ? trouble.second : partText(trouble);
     }
     return fmt::format("{} parts retrying", troubles.size());
 }
@@ -196,6 +209,10 @@ std::string secondLine(const Transfer& transfer)
         add(singleLine(*child));
     if (isRunning && sender(transfer).partsAtStart->value_or(0) > 0)
         add(alreadyUploadedText(**sender(transfer).partsAtStart));
+    // How much of it stays stored.
+    const bool isKept = transfer.state->is(Case::cancelled) && *transfer.resumableFileID;
+    if (const auto parts = partsText(transfer); parts && isKept)
+        add(*parts);
     if (const auto place = placeText(transfer))
         add(singleLine(*place));
     return line;

@@ -43,8 +43,8 @@ std::optional<std::string> childText(const Transfer& transfer);
 /// "3 parts already uploaded", of an upload that goes on from an earlier one.
 std::string alreadyUploadedText(int partCount);
 
-/// The row's second line: its status, what failed or was left out, the file on its way, what it goes on from, its
-/// place.
+/// The row's second line: its status, what failed or was left out, the file on its way, what it goes on from, what
+/// stays stored of it, its place.
 std::string secondLine(const Transfer& transfer);
 
 /// "2h 5m left".

@@ -8,11 +8,13 @@
 #include <QClipboard>
 #include <QDesktopServices>
 #include <QDropEvent>
+#include <QHelpEvent>
 #include <QMimeData>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTextBrowser>
+#include <QToolTip>
 
 #include <algorithm>
 
@@ -138,6 +140,25 @@ TEST_F(TransfersViewTest, OffersTheButtonOfTheRowThePointerIsOn)
 
     EXPECT_TRUE(hasButton(0));
     EXPECT_FALSE(hasButton(1));
+}
+
+TEST_F(TransfersViewTest, HelpThatStandsOpenFollowsTheState)
+{
+    const auto upload = add("a", State::running(), Kind::upload);
+    upload->partsCompleted = 1;
+    upload->partCount = 2;
+    upload->resumableFileID = "4_z1";
+    const QPoint place = rowRect(0).center();
+    QTest::mouseMove(list().viewport(), place);
+    QCoreApplication::processEvents();
+    QHelpEvent asked(QEvent::ToolTip, place, list().viewport()->mapToGlobal(place));
+    QCoreApplication::sendEvent(list().viewport(), &asked);
+    ASSERT_TRUE(QToolTip::text().contains(QStringLiteral("Cancel now")));
+
+    upload->state = State::cancelled();
+
+    EXPECT_TRUE(spinUntil([] { return QToolTip::text().contains(QStringLiteral("Resume goes on")); }));
+    QToolTip::hideText();
 }
 
 TEST_F(TransfersViewTest, OffersToSkipAChecksumBesideCancel)
