@@ -73,6 +73,8 @@ Task<> RootModel::launch()
     co_await keychain_.probeOnce();
     if (openResumeStore_)
         resumeStore_ = co_await openResumeStore_();
+    if (resumeStore_)
+        interrupted_.begin(*resumeStore_, settings_);
     co_await keyStore.reload();
     keyStore.isStarted = true;
     tasks_.start(log_.loadPersisted());
@@ -233,6 +235,19 @@ Task<> RootModel::loadBuckets(std::shared_ptr<B2Session> session)
         co_return;
     restoreSelection();
     showSelection();
+    tellInterruptedUploads();
+}
+
+void RootModel::tellInterruptedUploads()
+{
+    const auto isOpen = [this, running = queue_.inFlightFileIDs()](const std::string& fileID) {
+        return resumeStore_->upload(fileID) && !running.contains(fileID);
+    };
+    const auto sentence = interrupted_.tell(*buckets.buckets, isOpen);
+    if (!sentence)
+        return;
+    log_.record({B2LogLevel::notice, "transfer", *sentence, {}});
+    remark = *remark ? **remark + " " + *sentence : *sentence;
 }
 
 Task<> RootModel::selectByKeyID(std::string keyID)

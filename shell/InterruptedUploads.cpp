@@ -1,0 +1,72 @@
+#include "shell/InterruptedUploads.h"
+
+#include "foundation/Settings.h"
+#include "foundation/SettingsKeys.h"
+#include "foundation/Texts.h"
+
+#include <algorithm>
+#include <chrono>
+#include <map>
+
+namespace {
+
+std::string inQuotes(const std::string& name)
+{
+    return "“" + singleLine(name) + "”";
+}
+
+/// "“a”", "“a” and “b”", "“a”, “b” and 3 more buckets".
+std::string bucketsText(const std::map<std::string, int>& counts)
+{
+    constexpr std::size_t mostNamed = 3;
+    std::vector<std::string> names;
+    for (const auto& [name, count] : counts)
+        names.push_back(inQuotes(name));
+    if (names.size() > mostNamed) {
+        const auto rest = static_cast<std::int64_t>(names.size() - mostNamed);
+        names.resize(mostNamed);
+        names.push_back(countText(rest, "more bucket", "more buckets"));
+    }
+    auto text = names.front();
+    for (std::size_t i = 1; i < names.size(); ++i)
+        text += (i + 1 == names.size() ? " and " : ", ") + names[i];
+    return text;
+}
+
+} // namespace
+
+void InterruptedUploads::begin(const ResumeStore& store, Settings& settings)
+{
+    using std::chrono::milliseconds;
+    const std::chrono::system_clock::time_point lastStart{
+        milliseconds(settings.integer(SettingsKeys::lastStart).value_or(0))};
+    uploads_ = store.uploads();
+    std::erase_if(uploads_, [&](const ResumableUpload& upload) { return upload.startedAt < lastStart; });
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    settings.set(SettingsKeys::lastStart, std::chrono::ceil<milliseconds>(now).count());
+}
+
+std::optional<std::string> InterruptedUploads::tell(
+    const std::vector<B2Bucket>& buckets, const std::function<bool(const std::string& fileID)>& isOpen)
+{
+    std::map<std::string, int> counts;
+    std::string lastName;
+    std::int64_t total = 0;
+    std::erase_if(uploads_, [&](const ResumableUpload& upload) {
+        const auto bucket = std::ranges::find(buckets, upload.bucketID, &B2Bucket::bucketID);
+        if (bucket == buckets.end())
+            return false;
+        if (isOpen(upload.fileID)) {
+            ++counts[bucket->bucketName];
+            ++total;
+            lastName = upload.remoteName.substr(upload.remoteName.rfind('/') + 1);
+        }
+        return true;
+    });
+    if (total == 0)
+        return std::nullopt;
+    const bool isOne = total == 1;
+    return (isOne ? inQuotes(lastName) + " was" : countText(total, "upload", "uploads") + " were")
+        + " not finished when Kestrovan was last open. What was sent stays stored and billed: resume or remove "
+        + (isOne ? "it" : "them") + " in Unfinished Uploads of " + bucketsText(counts) + ".";
+}
