@@ -46,27 +46,34 @@ void InterruptedUploads::begin(const ResumeStore& store, Settings& settings)
     settings.set(SettingsKeys::lastStart, std::chrono::ceil<milliseconds>(now).count());
 }
 
-std::optional<std::string> InterruptedUploads::tell(
-    const std::vector<B2Bucket>& buckets, const std::function<bool(const std::string& fileID)>& isOpen)
+std::optional<std::string> InterruptedUploads::tell(const std::vector<B2Bucket>& buckets, const IsOpen& isOpen)
 {
     std::map<std::string, int> counts;
+    std::vector<std::string> fileIDs;
     std::string lastName;
-    std::int64_t total = 0;
     std::erase_if(uploads_, [&](const ResumableUpload& upload) {
         const auto bucket = std::ranges::find(buckets, upload.bucketID, &B2Bucket::bucketID);
         if (bucket == buckets.end())
             return false;
         if (isOpen(upload.fileID)) {
             ++counts[bucket->bucketName];
-            ++total;
+            fileIDs.push_back(upload.fileID);
             lastName = upload.remoteName.substr(upload.remoteName.rfind('/') + 1);
         }
         return true;
     });
-    if (total == 0)
+    if (fileIDs.empty())
         return std::nullopt;
+    const auto total = static_cast<std::int64_t>(fileIDs.size());
     const bool isOne = total == 1;
-    return (isOne ? inQuotes(lastName) + " was" : countText(total, "upload", "uploads") + " were")
+    toldFileIDs_ = std::move(fileIDs);
+    sentence_ = (isOne ? inQuotes(lastName) + " was" : countText(total, "upload", "uploads") + " were")
         + " not finished when Kestrovan was last open. What was sent stays stored and billed: resume or remove "
         + (isOne ? "it" : "them") + " in Unfinished Uploads of " + bucketsText(counts) + ".";
+    return sentence_;
+}
+
+bool InterruptedUploads::isOutdated(const std::string& text, const IsOpen& isOpen) const
+{
+    return text == sentence_ && std::ranges::none_of(toldFileIDs_, isOpen);
 }

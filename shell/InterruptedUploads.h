@@ -20,11 +20,17 @@ public:
     /// Looks up what the last run left, and notes that this run begins.
     void begin(const ResumeStore& store, Settings& settings);
 
-    /// @param isOpen  is the upload neither ended nor on its way by now?
-    /// @returns a sentence about those in the buckets, which are forgotten with it; nothing when there are none.
-    std::optional<std::string> tell(
-        const std::vector<B2Bucket>& buckets, const std::function<bool(const std::string& fileID)>& isOpen);
+    /// Is the upload neither ended nor on its way by now?
+    using IsOpen = std::function<bool(const std::string& fileID)>;
+
+    /// @returns a sentence about those in the buckets, each told of once; nothing when there are none.
+    std::optional<std::string> tell(const std::vector<B2Bucket>& buckets, const IsOpen& isOpen);
+
+    /// Is the text the last sentence, and none of its uploads open any more?
+    bool isOutdated(const std::string& text, const IsOpen& isOpen) const;
 
 private:
-    std::vector<ResumableUpload> uploads_;
+    std::vector<ResumableUpload> uploads_; ///< Not told of yet.
+    std::string sentence_;
+    std::vector<std::string> toldFileIDs_;
 };

@@ -5,10 +5,12 @@
 #include "foundation/SettingsKeys.h"
 
 #include <QCoreApplication>
+#include <QPointer>
 #include <QSysInfo>
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <utility>
 
 namespace {
@@ -134,6 +136,7 @@ void RootModel::noteCancelledUpload(const std::string& fileID)
 {
     if (resumeStore_)
         resumeStore_->remove(fileID);
+    dropOutdatedRemark();
     if (const auto& bucket = *unfinishedUploads.bucket)
         noteWrite(bucket->bucketID);
 }
@@ -158,7 +161,11 @@ Task<std::optional<std::string>> RootModel::resumeUpload(std::string fileID)
     auto known = resumeStore_ ? resumeStore_->upload(fileID) : std::nullopt;
     if (!known || !session || !bucket)
         co_return "Kestrovan no longer knows which file this upload comes from. The parts already sent stay stored.";
-    co_return co_await queue_.resume(std::move(*known), *bucket, session);
+    const QPointer<RootModel> self = this;
+    auto refusal = co_await queue_.resume(std::move(*known), *bucket, session);
+    if (self)
+        dropOutdatedRemark();
+    co_return refusal;
 }
 
 void RootModel::tellWrites()
@@ -240,14 +247,22 @@ Task<> RootModel::loadBuckets(std::shared_ptr<B2Session> session)
 
 void RootModel::tellInterruptedUploads()
 {
-    const auto isOpen = [this, running = queue_.inFlightFileIDs()](const std::string& fileID) {
-        return resumeStore_->upload(fileID) && !running.contains(fileID);
-    };
-    const auto sentence = interrupted_.tell(*buckets.buckets, isOpen);
+    const auto sentence = interrupted_.tell(*buckets.buckets, std::bind_front(&RootModel::isOpenUpload, this));
     if (!sentence)
         return;
     log_.record({B2LogLevel::notice, "transfer", *sentence, {}});
     remark = *remark ? **remark + " " + *sentence : *sentence;
+}
+
+void RootModel::dropOutdatedRemark()
+{
+    if (*remark && interrupted_.isOutdated(**remark, std::bind_front(&RootModel::isOpenUpload, this)))
+        remark = std::nullopt;
+}
+
+bool RootModel::isOpenUpload(const std::string& fileID) const
+{
+    return canResume(fileID) && !queue_.inFlightFileIDs().contains(fileID);
 }
 
 Task<> RootModel::selectByKeyID(std::string keyID)

@@ -136,6 +136,8 @@ private:
     void noteCancelledUpload(const std::string& fileID);
     void tellWrites();
     void tellInterruptedUploads();
+    void dropOutdatedRemark();
+    bool isOpenUpload(const std::string& fileID) const;
     void noteSettings(std::string message, std::string sentence);
     Task<> launch();
     Task<> connectFirst();
