@@ -23,8 +23,10 @@ struct SettingsKeys {
     static constexpr std::string_view activityLogFrame = "activityLogFrame";                ///< text
     static constexpr std::string_view replicationJobs = "replicationJobs";                  ///< bytes, JSON
     static constexpr std::string_view replicationReports = "replicationReports";            ///< bytes, JSON
+    static constexpr std::string_view lastStart = "lastStart"; ///< integer, milliseconds since 1970
     /// Bytes of a path, because a path need not be text.
     static constexpr std::string_view downloadDestination = "downloadDestination";
+    static constexpr std::string_view uploadFolder = "uploadFolder"; ///< the same: where uploads were chosen last
 
     /// The bucket last selected under a key: text.
     static std::string lastBucket(std::string_view keyID) { return "lastBucket." + std::string(keyID); }

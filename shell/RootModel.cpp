@@ -5,10 +5,12 @@
 #include "foundation/SettingsKeys.h"
 
 #include <QCoreApplication>
+#include <QPointer>
 #include <QSysInfo>
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <utility>
 
 namespace {
@@ -73,6 +75,8 @@ Task<> RootModel::launch()
     co_await keychain_.probeOnce();
     if (openResumeStore_)
         resumeStore_ = co_await openResumeStore_();
+    if (resumeStore_)
+        interrupted_.begin(*resumeStore_, settings_);
     co_await keyStore.reload();
     keyStore.isStarted = true;
     tasks_.start(log_.loadPersisted());
@@ -132,6 +136,7 @@ void RootModel::noteCancelledUpload(const std::string& fileID)
 {
     if (resumeStore_)
         resumeStore_->remove(fileID);
+    dropOutdatedRemark();
     if (const auto& bucket = *unfinishedUploads.bucket)
         noteWrite(bucket->bucketID);
 }
@@ -156,7 +161,11 @@ Task<std::optional<std::string>> RootModel::resumeUpload(std::string fileID)
     auto known = resumeStore_ ? resumeStore_->upload(fileID) : std::nullopt;
     if (!known || !session || !bucket)
         co_return "Kestrovan no longer knows which file this upload comes from. The parts already sent stay stored.";
-    co_return co_await queue_.resume(std::move(*known), *bucket, session);
+    const QPointer<RootModel> self = this;
+    auto refusal = co_await queue_.resume(std::move(*known), *bucket, session);
+    if (self)
+        dropOutdatedRemark();
+    co_return refusal;
 }
 
 void RootModel::tellWrites()
@@ -233,6 +242,27 @@ Task<> RootModel::loadBuckets(std::shared_ptr<B2Session> session)
         co_return;
     restoreSelection();
     showSelection();
+    tellInterruptedUploads();
+}
+
+void RootModel::tellInterruptedUploads()
+{
+    const auto sentence = interrupted_.tell(*buckets.buckets, std::bind_front(&RootModel::isOpenUpload, this));
+    if (!sentence)
+        return;
+    log_.record({B2LogLevel::notice, "transfer", *sentence, {}});
+    remark = *remark ? **remark + " " + *sentence : *sentence;
+}
+
+void RootModel::dropOutdatedRemark()
+{
+    if (*remark && interrupted_.isOutdated(**remark, std::bind_front(&RootModel::isOpenUpload, this)))
+        remark = std::nullopt;
+}
+
+bool RootModel::isOpenUpload(const std::string& fileID) const
+{
+    return canResume(fileID) && !queue_.inFlightFileIDs().contains(fileID);
 }
 
 Task<> RootModel::selectByKeyID(std::string keyID)

@@ -15,6 +15,7 @@
 #include "foundation/Settings.h"
 #include "foundation/TaskScope.h"
 #include "shell/DetailState.h"
+#include "shell/InterruptedUploads.h"
 #include "storage/UnfinishedUploadsModel.h"
 #include "transfers/TransferQueue.h"
 
@@ -64,8 +65,8 @@ public:
 
     Observed<std::optional<SidebarItem>> selection{this};
     Observed<std::vector<StoredAccount>> accountGroups{this};
-    /// What the user should know of the settings file or of a bucket that is gone, as a sentence to show until
-    /// `dismissNotice`.
+    /// What the user should know of the settings file, of uploads left unfinished or of a bucket that is gone, as a
+    /// sentence to show until `dismissNotice`.
     Observed<std::optional<std::string>> remark{this};
 
     /// The first connection of this user stands, and the sheet that says so has not been shown.
@@ -134,6 +135,9 @@ private:
     void noteWrite(const std::string& bucketID);
     void noteCancelledUpload(const std::string& fileID);
     void tellWrites();
+    void tellInterruptedUploads();
+    void dropOutdatedRemark();
+    bool isOpenUpload(const std::string& fileID) const;
     void noteSettings(std::string message, std::string sentence);
     Task<> launch();
     Task<> connectFirst();
@@ -154,6 +158,7 @@ private:
     TransferQueue& queue_;
     std::function<Task<ResumeStore*>()> openResumeStore_;
     ResumeStore* resumeStore_ = nullptr;
+    InterruptedUploads interrupted_;
     Keychain& keychain_;
     bool isStartSlow_ = false;
     std::set<std::string> keysWithoutSecret_; ///< Found out when they were to connect.

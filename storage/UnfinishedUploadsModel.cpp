@@ -7,6 +7,8 @@
 #include "storage/UnfinishedUploadTexts.h"
 
 #include <algorithm>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 
 namespace {
@@ -230,13 +232,17 @@ bool UnfinishedUploadsModel::isOpen(const Target& target) const
 
 void UnfinishedUploadsModel::show(std::vector<B2FileVersion> files)
 {
+    // What is known stays until it is read again.
+    std::unordered_map<std::string_view, const Item*> known;
+    for (const auto& item : *items)
+        known.emplace(fileIDOf(item), &item);
     std::vector<Item> shown;
+    shown.reserve(files.size());
     for (auto& file : files) {
         if (cancelled_.contains(*file.fileID))
             continue;
-        // What is known stays until it is read again.
-        const auto known = std::ranges::find(*items, *file.fileID, fileIDOf);
-        shown.push_back(known == items->end() ? Item{} : *known);
+        const auto before = known.find(*file.fileID);
+        shown.push_back(before == known.end() ? Item{} : *before->second);
         shown.back().file = std::move(file);
     }
     items = std::move(shown);

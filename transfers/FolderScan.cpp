@@ -33,6 +33,19 @@ std::string reasonText(int systemError)
                                                          : std::generic_category().message(systemError);
 }
 
+/// @param mode  of what is neither a regular file nor a folder.
+std::string passedOverReason(mode_t mode)
+{
+    const char* what = "a device";
+    if (S_ISLNK(mode))
+        what = "a link";
+    else if (S_ISFIFO(mode))
+        what = "a pipe";
+    else if (S_ISSOCK(mode))
+        what = "a socket";
+    return fmt::format("It is {}, not a file, and is not sent.", what);
+}
+
 std::chrono::system_clock::time_point toDate(const timespec& time)
 {
     const auto sinceEpoch = std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
@@ -107,6 +120,8 @@ private:
             refuseFolder(above.substr(0, above.empty() ? 0 : above.size() - 1), reasonText(names.error()));
             return;
         }
+        if (names->empty() && !above.empty())
+            scan_.emptyFolders.add(above, "It is an empty folder, which cannot be stored in a bucket.");
         const auto firstBelow = waiting_.size();
         for (const auto& name : *names) {
             if (stop_.stop_requested())
@@ -123,7 +138,7 @@ private:
             else if (S_ISREG(info.st_mode))
                 take(above, name, info);
             else
-                scan_.passedOver.push_back(above + name);
+                scan_.passedOver.add(above + name, passedOverReason(info.st_mode));
             report();
         }
         // The last one waiting is the next.
@@ -175,6 +190,13 @@ private:
 };
 
 } // namespace
+
+void LeftOut::add(std::string relativePath, std::string reason)
+{
+    ++count;
+    if (named.size() < mostNamed)
+        named.push_back({std::move(relativePath), std::move(reason), FileProblem::Kind::leftOut});
+}
 
 FolderScan scanFolder(const std::filesystem::path& folder, const std::string& prefix, const std::stop_token& stop,
     const std::function<void(std::int64_t byteCount)>& onFound)

@@ -19,6 +19,16 @@ struct FoundFile {
     bool operator==(const FoundFile&) const = default;
 };
 
+/// What a folder holds that no bucket can. Thousands of links and the like are not worth their memory.
+struct LeftOut {
+    static constexpr std::size_t mostNamed = 1000;
+
+    std::vector<FileProblem> named; ///< The first of them, each with its reason.
+    std::int64_t count = 0;         ///< Of all.
+
+    void add(std::string relativePath, std::string reason);
+};
+
 /// What a folder holds.
 struct FolderScan {
     /// By name within each folder, a folder's own files before those of its subfolders.
@@ -27,8 +37,8 @@ struct FolderScan {
     std::vector<FileProblem> refusedFiles;
     /// Folders that could not be looked into; "" is the folder itself.
     std::vector<FileProblem> unreadableFolders;
-    /// Relative paths of links, devices, pipes and sockets, which are passed over.
-    std::vector<std::string> passedOver;
+    LeftOut passedOver;         ///< Links, devices, pipes and sockets.
+    LeftOut emptyFolders;       ///< Below the folder; those that hold nothing at all.
     std::int64_t byteCount = 0; ///< Of `files`.
 };
 

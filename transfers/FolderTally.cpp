@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace {
@@ -18,6 +20,17 @@ void record(B2LogLevel level, std::string message, std::optional<std::string> de
 std::string ofFiles(int part, int whole)
 {
     return fmt::format("{} of {}", part, countText(whole, "file", "files"));
+}
+
+std::vector<FileProblem> worstFirst(const std::vector<FileProblem>& problems)
+{
+    using Kind = FileProblem::Kind;
+    std::vector<FileProblem> sorted;
+    sorted.reserve(problems.size());
+    for (const auto kind : {Kind::failed, Kind::skipped, Kind::leftOut})
+        std::ranges::copy_if(
+            problems, std::back_inserter(sorted), [kind](const FileProblem& problem) { return problem.kind == kind; });
+    return sorted;
 }
 
 } // namespace
@@ -63,7 +76,7 @@ void FolderTally::completeWithoutMoving(std::int64_t size)
 void FolderTally::skip(std::string relativePath, std::string reason, std::int64_t size)
 {
     ++skipped_;
-    problems_.push_back({std::move(relativePath), std::move(reason), false});
+    problems_.push_back({std::move(relativePath), std::move(reason), FileProblem::Kind::skipped});
     completeWithoutMoving(size);
 }
 
@@ -72,6 +85,16 @@ void FolderTally::fail(std::string relativePath, std::string reason, std::int64_
     ++failed_;
     problems_.push_back({std::move(relativePath), std::move(reason)});
     count(size, false);
+}
+
+void FolderTally::leaveOut(const LeftOut& items, const std::string& restReason)
+{
+    problems_.insert(problems_.end(), items.named.begin(), items.named.end());
+    if (const auto rest = items.count - std::ssize(items.named); rest > 0)
+        problems_.push_back(
+            {"and " + countText(rest, "more", "more"), restReason, FileProblem::Kind::leftOut, static_cast<int>(rest)});
+    if (run_.isCurrent())
+        run_.transfer->itemsLeftOut = *run_.transfer->itemsLeftOut + static_cast<int>(items.count);
 }
 
 void FolderTally::count(std::int64_t size, bool hasMoved)
@@ -102,7 +125,13 @@ void FolderTally::publish()
     if (!run_.isCurrent())
         return;
     run_.transfer->activeChild = nullptr;
-    run_.transfer->fileProblems = problems_;
+    run_.transfer->fileProblems = worstFirst(problems_);
+}
+
+void FolderTally::finishEmpty(std::string text)
+{
+    publish();
+    run_.setState(Transfer::State::failed(std::move(text)));
 }
 
 void FolderTally::finish(std::string place)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "async/Task.h"
+#include "transfers/FolderScan.h"
 #include "transfers/Transfer.h"
 
 #include <cstdint>
@@ -28,9 +29,15 @@ public:
     void skip(std::string relativePath, std::string reason, std::int64_t size);
     void fail(std::string relativePath, std::string reason, std::int64_t size);
 
+    /// What is no file; it counts neither as done nor as failed.
+    /// @param restReason  for those that are not named.
+    void leaveOut(const LeftOut& items, const std::string& restReason);
+
     /// Lets the window breathe now and then between files that wait for nothing.
     Task<> breathe();
 
+    /// The folder holds no file: tells what else it holds.
+    void finishEmpty(std::string text);
     /// Sets the record's last state and writes the lines of the log.
     /// @param place  where the files have gone.
     void finish(std::string place);

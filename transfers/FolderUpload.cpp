@@ -47,22 +47,34 @@ void fail(const TransferRun& run, std::string text)
     run.setState(Transfer::State::failed(std::move(text)));
 }
 
-/// Names what is no file and so does not go, as a link the user takes for a file.
-void tellPassedOver(const std::string& folderName, const std::vector<std::string>& relativePaths)
+/// Names in the log what does not go.
+/// @param what  how the line ends: "3 items that are no file".
+/// @param before  what stands above the names.
+void tellLeftOut(const std::string& folderName, const LeftOut& items, const std::string& what, std::string before = {})
 {
-    if (relativePaths.empty())
-        return;
     constexpr std::size_t mostNamed = 20;
-    std::string names;
-    for (const auto& path : relativePaths | std::views::take(mostNamed))
-        names += (names.empty() ? "" : "\n") + singleLine(path);
-    if (relativePaths.size() > mostNamed)
-        names += fmt::format("\n… and {} more", relativePaths.size() - mostNamed);
-    record(B2LogLevel::notice,
-        fmt::format("Left out of {}: {} that {} no file, as a link or a pipe", folderName,
-            countText(static_cast<std::int64_t>(relativePaths.size()), "item", "items"),
-            relativePaths.size() == 1 ? "is" : "are"),
-        names);
+    auto detail = std::move(before);
+    for (const auto& item : items.named | std::views::take(mostNamed))
+        detail += (detail.empty() ? "" : "\n") + singleLine(item.relativePath);
+    if (const auto rest = items.count - static_cast<std::int64_t>(mostNamed); rest > 0)
+        detail += fmt::format("\n… and {} more", rest);
+    record(B2LogLevel::notice, fmt::format("Left out of {}: {}", folderName, what), std::move(detail));
+}
+
+/// Tells what is no file and so does not go, as a link the user takes for a file.
+void leaveOut(FolderTally& tally, const std::string& folderName, const FolderScan& scan)
+{
+    if (const auto& items = scan.passedOver; items.count > 0) {
+        tellLeftOut(folderName, items,
+            fmt::format("{} that {} no file, as a link or a pipe", countText(items.count, "item", "items"),
+                items.count == 1 ? "is" : "are"));
+        tally.leaveOut(items, "They are links, pipes and the like, not files, and are not sent.");
+    }
+    if (const auto& items = scan.emptyFolders; items.count > 0) {
+        tellLeftOut(folderName, items, countText(items.count, "empty folder", "empty folders"),
+            "B2 stores name prefixes rather than folders, so an empty folder cannot exist there");
+        tally.leaveOut(items, "They are empty folders, which cannot be stored in a bucket.");
+    }
 }
 
 /// Shows what the folder holds.
@@ -78,14 +90,14 @@ bool begin(FolderTally& tally, const TransferRun& run, const FolderScan& scan)
     record(B2LogLevel::info,
         fmt::format("Scanned {}: {}, {}", name, countText(static_cast<std::int64_t>(fileCount), "file", "files"),
             sizeText(scan.byteCount)));
-    tellPassedOver(name, scan.passedOver);
+    leaveOut(tally, name, scan);
     tally.setTotal(static_cast<int>(fileCount + scan.unreadableFolders.size()), scan.byteCount);
     if (fileCount + scan.unreadableFolders.size() == 0) {
         record(B2LogLevel::warning, fmt::format("Nothing uploaded from {}, it holds no files", name),
             "B2 stores name prefixes rather than folders, so an empty folder cannot exist there");
-        run.setState(Transfer::State::failed(scan.passedOver.empty()
+        tally.finishEmpty(scan.passedOver.count == 0
                 ? "Nothing to upload, the folder is empty"
-                : "Nothing to upload, the folder holds only links and the like, which are not sent"));
+                : "Nothing to upload, the folder holds only links and the like, which are not sent");
         return false;
     }
     return true;

@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <ranges>
 #include <utility>
 
 namespace {
@@ -112,6 +113,12 @@ std::optional<ResumableUpload> ResumeStore::upload(const std::string& fileID) co
 {
     const auto found = database_->uploads.find(fileID);
     return found == database_->uploads.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::vector<ResumableUpload> ResumeStore::uploads() const
+{
+    const auto values = std::views::values(database_->uploads);
+    return {values.begin(), values.end()};
 }
 
 void ResumeStore::remove(const std::string& fileID)

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 /// Which local file a started large file comes from, so that a later run of the program can go on with it.
 struct ResumableUpload {
@@ -37,6 +38,8 @@ public:
     /// Does nothing for an empty path, and nothing when the file id is known. `startedAt` is set to now.
     void record(ResumableUpload upload);
     std::optional<ResumableUpload> upload(const std::string& fileID) const;
+    /// All of them, by file id.
+    std::vector<ResumableUpload> uploads() const;
     void remove(const std::string& fileID);
 
     /// Ends when all that was asked for so far is on the disk, or has failed.

@@ -39,6 +39,7 @@ void Transfer::beginAgain()
     filesCompleted = 0;
     filesFailed = 0;
     filesSkipped = 0;
+    itemsLeftOut = 0;
     fileProblems = {};
     bytesFromFinishedFiles = 0;
     activeChild = nullptr;

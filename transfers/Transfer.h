@@ -17,11 +17,15 @@
 #include <string>
 #include <vector>
 
-/// A file of a folder that did not go, or was left out, and why.
+/// What a folder holds that did not go, and why.
 struct FileProblem {
+    /// `skipped` as the settings ask for; `leftOut` is what is no file.
+    enum class Kind { failed, skipped, leftOut };
+
     std::string relativePath;
-    std::string reason;    ///< A sentence.
-    bool isFailure = true; ///< Else it was left out, as the settings ask for.
+    std::string reason; ///< A sentence.
+    Kind kind = Kind::failed;
+    int count = 1; ///< Above 1 it stands for several that are not named.
 
     bool operator==(const FileProblem&) const = default;
 };
@@ -105,7 +109,8 @@ public:
     Observed<int> filesCompleted{this};
     Observed<int> filesFailed{this};
     Observed<int> filesSkipped{this}; ///< Of those completed: they were there already.
-    Observed<std::vector<FileProblem>> fileProblems{this};
+    Observed<int> itemsLeftOut{this}; ///< Links, pipes, empty folders: what is no file. Not in `fileCount`.
+    Observed<std::vector<FileProblem>> fileProblems{this}; ///< Set at the end, the failed first.
     Observed<bool> isScanning{this};
     Observed<std::int64_t> bytesFromFinishedFiles{this};
     Observed<std::shared_ptr<Transfer>> activeChild{this};

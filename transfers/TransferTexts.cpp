@@ -8,8 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <functional>
-#include <iterator>
 #include <ranges>
 
 namespace {
@@ -25,13 +23,26 @@ const Transfer& sender(const Transfer& transfer)
     return *transfer.activeChild ? **transfer.activeChild : transfer;
 }
 
+/// "Part 4: B2 storage busy, retrying in 3 s (1 of 19)".
+std::string partText(const std::pair<const int, std::string>& trouble)
+{
+    return fmt::format("Part {}: {}", trouble.first, trouble.second);
+}
+
 std::string troubleHelp(const Transfer& transfer)
 {
     if (transfer.kind == Transfer::Kind::download)
         return "Backblaze did not send the file. Trying again after a pause";
-    const bool isWhole = sender(transfer).partsInTrouble->contains(0);
-    return fmt::format(
-        "Backblaze refused {}. Retrying with a fresh upload URL after a pause", isWhole ? "the file" : "a part");
+    const auto& troubles = *sender(transfer).partsInTrouble;
+    auto help = fmt::format("Backblaze refused {}. Retrying with a fresh upload URL after a pause",
+        troubles.contains(0) ? "the file" : "a part");
+    if (troubles.size() == 1)
+        return help;
+    // Of several the row gives the number alone.
+    help += '\n';
+    for (const auto& trouble : troubles)
+        help += '\n' + partText(trouble);
+    return help;
 }
 
 TransferStatus runningStatus(const Transfer& transfer)
@@ -52,6 +63,13 @@ TransferStatus runningStatus(const Transfer& transfer)
     return {transfer.kind == Transfer::Kind::upload ? "Uploading" : "Downloading", {}};
 }
 
+/// A folder's text with the first of what did not go, and why.
+std::string withProblems(const std::string& text, const Transfer& folder)
+{
+    const auto& problems = *folder.fileProblems;
+    return problems.empty() ? text : text + "\n\n" + problemLines(problems, mostProblemsInHelp);
+}
+
 TransferStatus finishedStatus(const Transfer& transfer)
 {
     if (transfer.kind == Transfer::Kind::download && *transfer.checksum) {
@@ -62,8 +80,10 @@ TransferStatus finishedStatus(const Transfer& transfer)
         return {
             "Done · not verified", fmt::format("The bytes were not checked: {}.", sentence(*reason)), Tone::warning};
     }
-    if (*transfer.fileCount)
-        return {"Done · " + countText(**transfer.fileCount, "file", "files"), {}};
+    if (*transfer.fileCount) {
+        const auto text = "Done · " + countText(**transfer.fileCount, "file", "files");
+        return {text, transfer.fileProblems->empty() ? std::string() : withProblems(text, transfer)};
+    }
     return {"Done", {}};
 }
 
@@ -80,8 +100,7 @@ std::string failureHelp(const Transfer& transfer)
     const auto& text = transfer.state->text;
     if (!isFolder(transfer))
         return text + "\n\nRetried 5 times before giving up.";
-    const auto& problems = *transfer.fileProblems;
-    return problems.empty() ? text : text + "\n\n" + problemLines(failuresFirst(problems), mostProblemsInHelp);
+    return withProblems(text, transfer);
 }
 
 std::string cancelledHelp(const Transfer& transfer)
@@ -135,8 +154,8 @@ std::optional<std::string> troubleText(const Transfer& transfer)
         return {};
     if (troubles.size() == 1) {
         // A file that is not sent in parts is its own part, with the number 0.
-        const auto& [number, text] = *troubles.begin();
-        return number == 0 ? text : fmt::format("Part {}: {}", number, text);
+        const auto& trouble = *troubles.begin();
+        return trouble.first == 0 ? trouble.second : partText(trouble);
     }
     return fmt::format("{} parts retrying", troubles.size());
 }
@@ -184,10 +203,16 @@ std::string secondLine(const Transfer& transfer)
         add(fmt::format("{} failed", *transfer.filesFailed));
     if (*transfer.filesSkipped > 0)
         add(fmt::format("{} skipped, already there", *transfer.filesSkipped));
+    if (*transfer.itemsLeftOut > 0)
+        add(fmt::format("{} left out", *transfer.itemsLeftOut));
     if (const auto child = childText(transfer); child && isRunning && singleLine(*child) != status)
         add(singleLine(*child));
     if (isRunning && sender(transfer).partsAtStart->value_or(0) > 0)
         add(alreadyUploadedText(**sender(transfer).partsAtStart));
+    // How much of it stays stored.
+    const bool isKept = transfer.state->is(Case::cancelled) && *transfer.resumableFileID;
+    if (const auto parts = partsText(transfer); parts && isKept)
+        add(*parts);
     if (const auto place = placeText(transfer))
         add(singleLine(*place));
     return line;
@@ -230,7 +255,8 @@ std::string paceText(const Transfer& transfer, Transfer::Clock::time_point now)
 
 std::optional<std::string> placeText(const Transfer& transfer)
 {
-    const bool isFailed = transfer.state->is(Case::failed);
+    // A file's reason takes the whole line.
+    const bool isFailed = transfer.state->is(Case::failed) && !isFolder(transfer);
     if (transfer.kind == Transfer::Kind::upload && *transfer.bucket && !isFailed) {
         const auto prefix = transfer.remoteName.substr(0, transfer.remoteName.size() - transfer.displayName.size());
         auto place = "to " + (*transfer.bucket)->bucketName + "/" + prefix;
@@ -265,24 +291,20 @@ std::string failedText(const std::vector<std::shared_ptr<Transfer>>& transfers)
     return count > 0 ? countText(count, "failed", "failed") : std::string();
 }
 
-std::vector<FileProblem> failuresFirst(const std::vector<FileProblem>& problems)
-{
-    std::vector<FileProblem> sorted;
-    sorted.reserve(problems.size());
-    std::ranges::copy_if(problems, std::back_inserter(sorted), &FileProblem::isFailure);
-    std::ranges::copy_if(problems, std::back_inserter(sorted), std::not_fn(&FileProblem::isFailure));
-    return sorted;
-}
-
 std::string problemSummary(const std::vector<FileProblem>& problems)
 {
-    const auto failed = std::ranges::count_if(problems, &FileProblem::isFailure);
-    const auto skipped = std::ssize(problems) - failed;
+    std::array<std::int64_t, 3> counts{};
+    for (const auto& problem : problems)
+        counts.at(static_cast<std::size_t>(problem.kind)) += problem.count;
+    const auto& [failed, skipped, leftOut] = counts;
     std::string text;
-    if (failed > 0)
-        text = countText(failed, "file", "files") + " failed";
-    if (skipped > 0)
-        text += (text.empty() ? "" : ", ") + countText(skipped, "file was", "files were") + " skipped";
+    const auto add = [&](std::int64_t count, const char* one, const char* several) {
+        if (count > 0)
+            text += (text.empty() ? "" : ", ") + countText(count, one, several);
+    };
+    add(failed, "file failed", "files failed");
+    add(skipped, "file was skipped", "files were skipped");
+    add(leftOut, "item was left out", "items were left out");
     return text + ".";
 }
 

@@ -43,8 +43,8 @@ std::optional<std::string> childText(const Transfer& transfer);
 /// "3 parts already uploaded", of an upload that goes on from an earlier one.
 std::string alreadyUploadedText(int partCount);
 
-/// The row's second line: its status, what failed or was left out, the file on its way, what it goes on from, its
-/// place.
+/// The row's second line: its status, what failed or was left out, the file on its way, what it goes on from, what
+/// stays stored of it, its place.
 std::string secondLine(const Transfer& transfer);
 
 /// "2h 5m left".
@@ -69,10 +69,7 @@ std::string summaryText(const std::vector<std::shared_ptr<Transfer>>& transfers)
 /// "3 failed"; empty when none has.
 std::string failedText(const std::vector<std::shared_ptr<Transfer>>& transfers);
 
-/// The files of a folder that failed, then those that were left out.
-std::vector<FileProblem> failuresFirst(const std::vector<FileProblem>& problems);
-
-/// "2 files failed, 3 files were skipped."
+/// "2 files failed, 3 files were skipped, 1 item was left out."
 std::string problemSummary(const std::vector<FileProblem>& problems);
 
 /// Files that did not go, one a line with its reason.

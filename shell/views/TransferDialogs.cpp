@@ -2,13 +2,40 @@
 
 #include "foundation/LocalPath.h"
 #include "foundation/QtText.h"
+#include "foundation/SettingsKeys.h"
 #include "shell/Application.h"
 #include "storage/views/UnfinishedUploadsView.h"
 
+#include <QDir>
+#include <QFile>
 #include <QFileDialog>
 
+#include <filesystem>
 #include <string>
 #include <tuple>
+
+namespace {
+
+/// Where the dialogs for uploads open: where the last upload came from, while that folder is there.
+QString uploadFolder(const Settings& settings)
+{
+    const auto stored = settings.bytes(SettingsKeys::uploadFolder).value_or("");
+    const QString folder = QFile::decodeName(QByteArray::fromStdString(stored));
+    return QDir::isAbsolutePath(folder) && QDir(folder).exists() ? folder : QDir::homePath();
+}
+
+/// The dialog's own folder is not asked: it stays where it is when a path is typed.
+void keepUploadFolder(Settings& settings, const QList<QUrl>& chosen)
+{
+    auto path = chosen.isEmpty() ? std::filesystem::path() : localPathOf(chosen.front());
+    // A chosen folder may end with a "/".
+    if (!path.has_filename())
+        path = path.parent_path();
+    if (path.is_absolute())
+        settings.setBytes(SettingsKeys::uploadFolder, path.parent_path().string());
+}
+
+} // namespace
 
 TransferDialogs::TransferDialogs(Application& application, QWidget& window)
     : QObject(&window)
@@ -22,14 +49,14 @@ QFileDialog* TransferDialogs::makeUploadDialog(const QString& title)
     auto* const dialog = new QFileDialog(&window_, title);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setLabelText(QFileDialog::Accept, tr("Upload"));
-    dialog->setDirectory(uploadsFrom_);
+    dialog->setDirectory(uploadFolder(*application_.settings));
     auto place = [&browser = application_.root->browser] {
         const auto& bucket = *browser.bucket;
         return std::tuple(*browser.session, bucket ? bucket->bucketID : std::string(), *browser.prefix);
     };
     // Qt's own dialog, used where the desktop has none, never emits urlsSelected.
     connect(dialog, &QFileDialog::accepted, this, [this, dialog, place, shown = place()] {
-        uploadsFrom_ = dialog->directory().absolutePath();
+        keepUploadFolder(*application_.settings, dialog->selectedUrls());
         // A switch of key that had begun before may have ended under the dialog.
         if (place() == shown)
             Q_EMIT uploadChosen(dialog->selectedUrls());

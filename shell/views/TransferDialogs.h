@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QDir>
 #include <QList>
 #include <QObject>
 #include <QUrl>
@@ -32,5 +31,4 @@ private:
 
     Application& application_;
     QWidget& window_;
-    QString uploadsFrom_ = QDir::homePath(); ///< Where the dialogs for uploads open.
 };

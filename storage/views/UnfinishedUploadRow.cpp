@@ -55,14 +55,6 @@ void UnfinishedUploadRow::show(
     cancel_->setAccessibleDescription(cancel_->toolTip());
 }
 
-bool UnfinishedUploadRow::focusResume()
-{
-    if (resume_->isHidden() || !resume_->isEnabled())
-        return false;
-    resume_->setFocus(Qt::OtherFocusReason);
-    return true;
-}
-
 void UnfinishedUploadRow::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);

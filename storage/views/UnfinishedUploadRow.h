@@ -24,9 +24,6 @@ public:
         const UnfinishedUploadsModel::Item& item, bool canResume, const std::optional<std::string>& cancelRefusal);
     using QFrame::show;
 
-    /// @returns false when there is no "Resume" to press.
-    bool focusResume();
-
     const UnfinishedUploadsModel::Item& item() const { return item_; }
 
 Q_SIGNALS:

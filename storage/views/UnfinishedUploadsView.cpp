@@ -8,6 +8,7 @@
 #include "storage/UnfinishedUploadTexts.h"
 #include "storage/views/UnfinishedUploadRow.h"
 
+#include <QKeyEvent>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QStackedWidget>
@@ -96,6 +97,14 @@ void UnfinishedUploadsView::showEvent(QShowEvent* event)
     Sheet::showEvent(event);
 }
 
+void UnfinishedUploadsView::keyPressEvent(QKeyEvent* event)
+{
+    // A second Return was meant for the button that is off meanwhile, not for "Done".
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (!isReturn || !isFocusParked_ || pages_ != focusWidget())
+        Sheet::keyPressEvent(event);
+}
+
 void UnfinishedUploadsView::render()
 {
     const auto& items = *model_.items;
@@ -104,7 +113,12 @@ void UnfinishedUploadsView::render()
     renderMessage();
     pages_->setCurrentIndex(items.empty() ? 1 : 0);
     footer_->setText(items.empty() ? QString() : toQString(footerText(items)));
-    recheck_->setEnabled(!items.empty() && !*model_.isLoading);
+    const bool canRecheck = !items.empty() && !*model_.isLoading;
+    if (!canRecheck && recheck_ == focusWidget())
+        parkFocus();
+    recheck_->setEnabled(canRecheck);
+    if (canRecheck && std::exchange(isFocusParked_, false) && pages_ == focusWidget())
+        recheck_->setFocus(Qt::OtherFocusReason);
     QString error = resumeRefusal_.value_or(QString());
     if (error.isEmpty() && !items.empty() && *model_.error)
         error = toQString(**model_.error);
@@ -126,29 +140,29 @@ void UnfinishedUploadsView::renderRows()
             rowsLayout_->insertWidget(static_cast<int>(i), kept.back());
         const bool canResume = actions_.resumeAction && actions_.canResume && items[i].file.fileID
             && actions_.canResume(*items[i].file.fileID);
+        if (items[i].isCancelling && kept.back()->isAncestorOf(focusWidget()))
+            parkFocus();
         kept.back()->show(items[i], canResume, refusal);
     }
     for (auto* const gone : std::exchange(rows_, std::move(kept))) {
         if (!gone)
             continue;
         if (gone->isAncestorOf(focusWidget()))
-            moveFocusOn();
+            parkFocus();
         gone->hide();
         gone->deleteLater();
     }
+    if (items.size() <= count && showMore_ == focusWidget())
+        parkFocus();
     showMore_->setVisible(items.size() > count);
     showMore_->setText(tr("Show %1 More").arg(std::min(items.size() - count, rowsAtFirst)));
 }
 
-void UnfinishedUploadsView::moveFocusOn()
+void UnfinishedUploadsView::parkFocus()
 {
-    // Never onto a button that deletes.
-    const auto next = std::ranges::find_if(rows_, [](UnfinishedUploadRow* row) { return row->focusResume(); });
-    if (next != rows_.end())
-        return;
-    // A button that is off takes no focus.
-    QWidget* const safe = recheck_->isEnabled() ? static_cast<QWidget*>(recheck_) : pages_;
-    safe->setFocus(Qt::OtherFocusReason);
+    // A button that goes or is off would hand the keyboard to a neighbour, and the next Return would resume or delete.
+    pages_->setFocus(Qt::OtherFocusReason);
+    isFocusParked_ = true;
 }
 
 UnfinishedUploadRow* UnfinishedUploadsView::addRow()

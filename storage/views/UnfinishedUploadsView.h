@@ -38,6 +38,7 @@ Q_SIGNALS:
 
 protected:
     void showEvent(QShowEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     static Task<> runResume(QPointer<UnfinishedUploadsView> view, std::string fileID);
@@ -46,7 +47,8 @@ private:
     QWidget* makeFooter();
     void render();
     void renderRows();
-    void moveFocusOn();
+    /// Keeps the keyboard where Return does nothing, until the button that reads again is on.
+    void parkFocus();
     void renderMessage();
     void askToCancel(const UnfinishedUploadsModel::Item& item);
     UnfinishedUploadRow* addRow();
@@ -65,5 +67,6 @@ private:
     std::size_t mostRows_ = rowsAtFirst;
     std::optional<QString> resumeRefusal_; ///< Why the last resume did not begin.
     bool hasAsked_ = false;
+    bool isFocusParked_ = false;
     TaskScope tasks_;
 };

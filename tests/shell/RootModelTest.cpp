@@ -1,5 +1,7 @@
 #include "RootFixture.h"
 
+#include <thread>
+
 using RootModelTest = RootFixture;
 
 TEST_F(RootModelTest, StartsWithTheKeyAndTheBucketUsedLast)
@@ -146,6 +148,51 @@ TEST_F(RootModelTest, ABucketDeletedElsewhereLeavesTheListAndTheSelection)
 
     EXPECT_FALSE(*root.selection);
     EXPECT_EQ(root.detailState().notice.title, "Select a Bucket");
+}
+
+TEST_F(RootModelTest, TellsOnceOfTheUploadsThatTheLastRunLeft)
+{
+    settings.set(SettingsKeys::lastKeyID, first);
+    root.start();
+    ASSERT_TRUE(isBrowsing(first));
+    EXPECT_FALSE(*root.remark);
+    const auto buckets = *root.buckets.buckets;
+    ASSERT_GE(buckets.size(), 2U);
+    const auto begin = [&](const std::string& fileID, const std::string& name, const std::string& bucketID) {
+        ResumableUpload upload{.fileID = fileID, .bucketID = bucketID, .remoteName = name};
+        upload.source.path = "/films/" + name;
+        store->record(upload);
+    };
+    const auto isOpen = [&](const std::string& fileID) { return store->upload(fileID).has_value(); };
+    const auto startAgain = [&] {
+        InterruptedUploads next;
+        next.begin(*store, settings);
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        return next;
+    };
+    begin("1", "trips/big.bin", buckets[0].bucketID);
+    begin("2", "other account.bin", "bucket of another account");
+
+    const auto reopen = [this]() -> Task<ResumeStore*> { co_return store.get(); };
+    RootModel nextRun({settings, log, context, keychain, clients, queue, reopen});
+    nextRun.start();
+    EXPECT_TRUE(spinUntil([&] { return nextRun.remark->has_value(); }));
+    EXPECT_EQ(nextRun.remark->value_or(""),
+        "“big.bin” was not finished when Kestrovan was last open. What was sent stays stored and billed: resume or "
+        "remove it in Unfinished Uploads of “"
+            + buckets[0].bucketName + "”.");
+    EXPECT_EQ(startAgain().tell(buckets, isOpen), std::nullopt) << "it may be gone by now";
+    nextRun.unfinishedUploads.didCancel("1");
+    EXPECT_FALSE(*nextRun.remark) << "it is no longer true";
+    qtRun(nextRun.shutDown());
+
+    begin("3", "a.bin", buckets[0].bucketID);
+    begin("4", "b.bin", buckets[1].bucketID);
+    begin("5", "cancelled.bin", buckets[1].bucketID);
+    auto next = startAgain();
+    store->remove("5");
+    EXPECT_THAT(next.tell(buckets, isOpen).value_or(""), testing::StartsWith("2 uploads were not finished"));
+    qtRun(store->flush());
 }
 
 TEST_F(RootModelTest, OffersToResumeOnlyWhatItKnowsAndForgetsWhatIsCancelled)

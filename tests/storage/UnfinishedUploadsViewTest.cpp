@@ -85,6 +85,23 @@ TEST_F(UnfinishedUploadsViewTest, ResumesWithTheKeyboardAndSaysWhyItCannot)
     EXPECT_EQ(queued.count(), 1);
 }
 
+TEST_F(UnfinishedUploadsViewTest, KeepsTheKeyboardOnRecheckWhileTheSizesAreRead)
+{
+    open();
+    auto* const recheck = button(view, QStringLiteral("Recheck Sizes"));
+    ASSERT_TRUE(spinUntil([&] { return recheck->isEnabled(); }));
+    recheck->setFocus();
+
+    QTest::keyClick(recheck, Qt::Key_Return);
+    ASSERT_TRUE(spinUntil([&] { return !recheck->isEnabled(); }));
+    QTest::keyClick(view.focusWidget(), Qt::Key_Return);
+    EXPECT_TRUE(view.isVisible());
+    EXPECT_TRUE(spinUntil([&] { return recheck->isEnabled(); }));
+
+    EXPECT_EQ(view.focusWidget(), recheck);
+    EXPECT_TRUE(resumed.empty());
+}
+
 TEST_F(UnfinishedUploadsViewTest, AsksBeforeItCancelsAndEndsWithNothingAbandoned)
 {
     open();

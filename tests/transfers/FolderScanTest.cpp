@@ -11,6 +11,8 @@ using testing::SizeIs;
 
 namespace {
 
+using Kind = FileProblem::Kind;
+
 class FolderScanTest : public testing::Test {
 protected:
     static std::vector<std::string> pathsOf(const FolderScan& scan)
@@ -45,7 +47,12 @@ TEST_F(FolderScanTest, FindsRegularFilesAloneAndFollowsNoLink)
         std::chrono::abs(scan.files[1].modificationDate - std::chrono::system_clock::now()), std::chrono::seconds(10));
     EXPECT_THAT(scan.refusedFiles, IsEmpty());
     EXPECT_THAT(scan.unreadableFolders, IsEmpty());
-    EXPECT_THAT(scan.passedOver, ElementsAre("link", "pipe", "b/out"));
+    EXPECT_THAT(scan.passedOver.named,
+        ElementsAre(FileProblem{"link", "It is a link, not a file, and is not sent.", Kind::leftOut},
+            FileProblem{"pipe", "It is a pipe, not a file, and is not sent.", Kind::leftOut},
+            testing::Field(&FileProblem::relativePath, "b/out")));
+    EXPECT_EQ(scan.passedOver.count, 3);
+    EXPECT_THAT(scan.emptyFolders.named, ElementsAre(testing::Field(&FileProblem::relativePath, "empty/")));
 }
 
 TEST_F(FolderScanTest, TellsWhatCannotBeSentAndFindsTheRest)

@@ -1,5 +1,8 @@
 #include "TransferServiceFixture.h"
 
+#include "transfers/FolderScan.h"
+#include "transfers/TransferTexts.h"
+
 #include <QSignalSpy>
 
 using testing::Contains;
@@ -51,6 +54,8 @@ TEST_F(FolderUploadTest, SendsEveryFileUnderTheFoldersName)
     EXPECT_EQ(*transfer->bytesTransferred, 8);
     EXPECT_EQ(*transfer->byteCount, 8);
     EXPECT_EQ(*transfer->activeChild, nullptr);
+    ASSERT_THAT(*transfer->fileProblems, SizeIs(1)) << "the link is told of";
+    EXPECT_EQ(transfer->fileProblems->front().relativePath, "link");
     EXPECT_THAT(lines(), Contains("Scanned photos: 3 files, 8 bytes"));
     EXPECT_EQ(lines().back(), "Uploaded 3 files from photos");
     EXPECT_EQ(log.entries().back().detail, "up/photos/");
@@ -63,10 +68,32 @@ TEST_F(FolderUploadTest, SaysThatAFolderIsEmptyOrGone)
     EXPECT_EQ(endOf(transfer), State::failed("Nothing to upload, the folder is empty"));
     EXPECT_EQ(lines().back(), "Nothing uploaded from photos, it holds no files");
     EXPECT_THAT(stored(), IsEmpty());
+    ASSERT_THAT(*transfer->fileProblems, SizeIs(1));
+    EXPECT_EQ(transfer->fileProblems->front().relativePath, "sub/");
 
     std::filesystem::remove_all(folder);
     queue.retry(transfer);
     EXPECT_THAT(endOf(transfer).text, HasSubstr("The folder \"photos\" can't be read"));
+}
+
+TEST_F(FolderUploadTest, CountsWhatIsLeftOutAndNamesTheFirst)
+{
+    constexpr int count = 1003;
+    for (int i = 0; i < count; ++i)
+        std::filesystem::create_directory(folder / "sub" / std::to_string(i));
+    writeFile(folder / "a.txt", "a");
+    writeFile(folder / "line\nbreak", "c");
+    std::filesystem::create_symlink("/etc", folder / "link");
+
+    const auto transfer = upload(folder);
+
+    EXPECT_EQ(endOf(transfer), State::failed("1 of 2 files failed"));
+    EXPECT_EQ(*transfer->itemsLeftOut, count + 1);
+    EXPECT_EQ(transfer->fileProblems->front().kind, FileProblem::Kind::failed);
+    EXPECT_THAT(*transfer->fileProblems, SizeIs(1 + 1 + LeftOut::mostNamed + 1));
+    EXPECT_EQ(transfer->fileProblems->back().relativePath, "and 3 more");
+    EXPECT_EQ(problemSummary(*transfer->fileProblems), "1 file failed, 1,004 items were left out.");
+    EXPECT_THAT(lines(), Contains("Left out of photos: 1,003 empty folders"));
 }
 
 TEST_F(FolderUploadTest, GoesOnAfterAFailureAndARetrySendsTheRestAlone)

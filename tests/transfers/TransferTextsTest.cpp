@@ -73,8 +73,10 @@ TEST(TransferTextsTest, CountsPartsAndTellsTheirTroubles)
     upload->partsInTrouble = {{7, partTroubleText("B2 storage busy", 2.6, 1, 20)}};
     EXPECT_EQ(statusOf(*upload).text, "Part 7: B2 storage busy, retrying in 3 s (1 of 19)");
     EXPECT_EQ(statusOf(*upload).tone, TransferStatus::Tone::retrying);
-    upload->partsInTrouble = {{7, "busy"}, {9, "busy"}};
+    upload->partsInTrouble = {{7, "busy"}, {9, "gone"}};
     EXPECT_EQ(statusOf(*upload).text, "2 parts retrying");
+    EXPECT_EQ(statusOf(*upload).help,
+        "Backblaze refused a part. Retrying with a fresh upload URL after a pause\n\nPart 7: busy\nPart 9: gone");
     upload->partsInTrouble = {{0, "busy"}};
     EXPECT_EQ(statusOf(*upload).text, "busy") << "a file that is not in parts has none to name";
     EXPECT_THAT(statusOf(*upload).help, StartsWith("Backblaze refused the file. "));
@@ -86,6 +88,9 @@ TEST(TransferTextsTest, CountsPartsAndTellsTheirTroubles)
     EXPECT_EQ(secondLine(*upload), "3 of 12 parts · 2 parts already uploaded");
     upload->state = State::finished();
     EXPECT_EQ(secondLine(*upload), "Done") << "no longer of interest";
+    upload->state = State::cancelled();
+    upload->resumableFileID = "4_z1";
+    EXPECT_EQ(secondLine(*upload), "Cancelled · 3 of 12 parts") << "they stay stored";
 }
 
 TEST(TransferTextsTest, TellsOfTheChecksumPass)
@@ -147,9 +152,14 @@ TEST(TransferTextsTest, TellsHowAFolderFares)
     EXPECT_THAT(statusOf(*folder).help, StartsWith("7 of 12 files failed\n\na\u240Ab.jpg: It is gone.\n"));
     EXPECT_THAT(statusOf(*folder).help, testing::EndsWith("\nand 2 more"));
 
-    const std::vector<FileProblem> mixed{{"a", "Skipped.", false}, {"b", "Gone."}, {"c", "Skipped.", false}};
-    EXPECT_EQ(problemLines(failuresFirst(mixed), 2), "b: Gone.\na: Skipped.\nand 1 more");
-    EXPECT_EQ(problemSummary(mixed), "1 file failed, 2 files were skipped.");
+    folder->fileProblems = {{"link", "It is a link.", FileProblem::Kind::leftOut}};
+    folder->itemsLeftOut = 1;
+    folder->filesSkipped = 0;
+    folder->bucket = B2Bucket{.bucketName = "archive"};
+    EXPECT_EQ(secondLine(*folder), "7 of 12 files failed · 1 left out · to archive");
+    folder->state = State::finished();
+    EXPECT_EQ(statusOf(*folder).text, "Done · 12 files");
+    EXPECT_EQ(statusOf(*folder).help, "Done · 12 files\n\nlink: It is a link.");
 }
 
 TEST(TransferTextsTest, CountsTheFailedApart)

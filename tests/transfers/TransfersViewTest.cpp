@@ -8,11 +8,13 @@
 #include <QClipboard>
 #include <QDesktopServices>
 #include <QDropEvent>
+#include <QHelpEvent>
 #include <QMimeData>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTextBrowser>
+#include <QToolTip>
 
 #include <algorithm>
 
@@ -140,6 +142,25 @@ TEST_F(TransfersViewTest, OffersTheButtonOfTheRowThePointerIsOn)
     EXPECT_FALSE(hasButton(1));
 }
 
+TEST_F(TransfersViewTest, HelpThatStandsOpenFollowsTheState)
+{
+    const auto upload = add("a", State::running(), Kind::upload);
+    upload->partsCompleted = 1;
+    upload->partCount = 2;
+    upload->resumableFileID = "4_z1";
+    const QPoint place = rowRect(0).center();
+    QTest::mouseMove(list().viewport(), place);
+    QCoreApplication::processEvents();
+    QHelpEvent asked(QEvent::ToolTip, place, list().viewport()->mapToGlobal(place));
+    QCoreApplication::sendEvent(list().viewport(), &asked);
+    ASSERT_TRUE(QToolTip::text().contains(QStringLiteral("Cancel now")));
+
+    upload->state = State::cancelled();
+
+    EXPECT_TRUE(spinUntil([] { return QToolTip::text().contains(QStringLiteral("Resume goes on")); }));
+    QToolTip::hideText();
+}
+
 TEST_F(TransfersViewTest, OffersToSkipAChecksumBesideCancel)
 {
     const auto byButton = add("a", State::running(), Kind::upload);
@@ -180,6 +201,20 @@ TEST_F(TransfersViewTest, ShowsWhatFailedOfAFolderAndCopiesIt)
     }
     EXPECT_EQ(
         fromQString(QGuiApplication::clipboard()->text()), "a/<b>.jpg: It is gone.\nc.jpg: Its name is too long.");
+}
+
+TEST_F(TransfersViewTest, ShowsWhatWasLeftOutThoughNothingFailed)
+{
+    const auto folder = add("photos/", State::finished(), Kind::upload);
+    folder->fileProblems = {{"link", "It is a link.", FileProblem::Kind::leftOut}};
+    view.focusList();
+
+    QTest::keyClick(&list(), Qt::Key_Return);
+
+    const auto* const sheet = view.findChild<TransferProblemsSheet*>();
+    ASSERT_NE(sheet, nullptr);
+    EXPECT_EQ(sheet->windowTitle(), QStringLiteral("Not Sent"));
+    EXPECT_EQ(fromQString(sheet->findChild<QTextBrowser*>()->toPlainText()), "link\nIt is a link.");
 }
 
 TEST_F(TransfersViewTest, GoesFromOneFailedRowToTheNext)

@@ -86,7 +86,7 @@ QString TransferButtons::help(TransferAction action, const Transfer& transfer)
     case TransferAction::skipChecksum:
         return toQString(skipHelp(transfer));
     case TransferAction::details:
-        return tr("Show which files failed or were skipped, and why (Enter)");
+        return tr("Show what failed, was skipped or left out, and why (Enter)");
     case TransferAction::cancel:
         return toQString(cancelHelp(transfer));
     case TransferAction::retry:

@@ -55,6 +55,7 @@ TransferListView::TransferListView(TransferQueue& queue, QWidget* parent)
     };
     connect(&rows_, &QAbstractItemModel::dataChanged, ticking_, tick);
     connect(&rows_, &QAbstractItemModel::rowsInserted, ticking_, tick);
+    connect(&rows_, &QAbstractItemModel::dataChanged, this, &TransferListView::renewHelp);
     // New rows come at the end; who looks at the end goes on doing so.
     connect(&rows_, &QAbstractItemModel::rowsAboutToBeInserted, this,
         [this] { followsEnd_ = verticalScrollBar()->value() >= verticalScrollBar()->maximum(); });
@@ -250,6 +251,15 @@ bool TransferListView::viewportEvent(QEvent* event)
         }
     }
     return QListView::viewportEvent(event);
+}
+
+void TransferListView::renewHelp(const QModelIndex& changed)
+{
+    const QPoint pointer = viewport()->mapFromGlobal(QCursor::pos());
+    if (!QToolTip::isVisible() || !viewport()->underMouse() || indexAt(pointer) != changed || buttonAt(pointer))
+        return;
+    if (const auto help = changed.data(Qt::ToolTipRole).toString(); help != QToolTip::text())
+        QToolTip::showText(QCursor::pos(), help, viewport(), visualRect(changed));
 }
 
 void TransferListView::contextMenuEvent(QContextMenuEvent* event)

@@ -47,6 +47,8 @@ private:
 
     std::optional<Press> buttonAt(const QPoint& position) const;
     bool offers(const Transfer& transfer, TransferAction action) const;
+    /// Help that stands open follows its row's state.
+    void renewHelp(const QModelIndex& changed);
     void openRows(const Rows& rows);
     void showProblems(const Transfer& transfer);
     void trigger(TransferAction action, const Rows& rows);

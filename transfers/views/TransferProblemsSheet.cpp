@@ -13,16 +13,22 @@
 #include <QTextBrowser>
 #include <QTextCursor>
 
-#include <algorithm>
 #include <ranges>
 
 namespace {
 
 QString titleOf(const Transfer& transfer)
 {
-    return std::ranges::any_of(*transfer.fileProblems, &FileProblem::isFailure)
-        ? TransferProblemsSheet::tr("Files That Failed")
-        : TransferProblemsSheet::tr("Files That Were Skipped");
+    // The worst come first.
+    switch (transfer.fileProblems->front().kind) {
+    case FileProblem::Kind::failed:
+        return TransferProblemsSheet::tr("Files That Failed");
+    case FileProblem::Kind::skipped:
+        return TransferProblemsSheet::tr("Files That Were Skipped");
+    case FileProblem::Kind::leftOut:
+        break;
+    }
+    return TransferProblemsSheet::tr("Not Sent");
 }
 
 QString purposeOf(const Transfer& transfer)
@@ -35,7 +41,7 @@ QString purposeOf(const Transfer& transfer)
 
 TransferProblemsSheet::TransferProblemsSheet(const Transfer& transfer, QWidget* parent)
     : Sheet(titleOf(transfer), purposeOf(transfer), parent)
-    , problems_(failuresFirst(*transfer.fileProblems))
+    , problems_(*transfer.fileProblems)
 {
     auto* const list = new QTextBrowser;
     list->setObjectName(QStringLiteral("problems"));

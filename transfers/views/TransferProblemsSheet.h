@@ -7,7 +7,7 @@
 
 class QTextDocument;
 
-/// The files of a folder that failed or were skipped, each with its reason, to read and to copy. Shows them as they
+/// What of a folder failed, was skipped or was left out, each with its reason, to read and to copy. Shows them as they
 /// were when it was opened.
 class TransferProblemsSheet final : public Sheet {
     Q_OBJECT
