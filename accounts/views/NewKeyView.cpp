@@ -153,7 +153,6 @@ void NewKeyView::render()
 bool NewKeyView::event(QEvent* event)
 {
     const bool isHandled = Sheet::event(event);
-    // Comes when what changed in the rows has reached the sheet's own layout.
     if (event->type() == QEvent::LayoutRequest)
         refit();
     return isHandled;

@@ -243,6 +243,15 @@ int Sheet::fittingHeight()
     return column_->hasHeightForWidth() ? column_->totalHeightForWidth(width()) : column_->totalSizeHint().height();
 }
 
+bool Sheet::event(QEvent* event)
+{
+    const bool isHandled = QDialog::event(event);
+    // Comes when what changed in the rows has reached the sheet's own layout.
+    if (event->type() == QEvent::LayoutRequest)
+        makeRoom();
+    return isHandled;
+}
+
 void Sheet::makeRoom()
 {
     if (!isVisible())

@@ -64,6 +64,7 @@ Q_SIGNALS:
     void verbTriggered();
 
 protected:
+    bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void showEvent(QShowEvent* event) override;
     /// Grows the open sheet for what has come into the rows; nothing jumps when it goes.

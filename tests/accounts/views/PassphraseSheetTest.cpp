@@ -77,6 +77,10 @@ TEST_F(PassphraseSheetTest, ANewPassphraseIsTypedTwiceAndASlipIsNamed)
     QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("e"));
     EXPECT_FALSE(shows(slip));
     EXPECT_TRUE(verb()->isEnabled());
+    EXPECT_TRUE(shows(QStringLiteral("This passphrase is short.")));
+    QApplication::processEvents();
+    for (const auto* field : fields)
+        EXPECT_GE(field->height(), field->sizeHint().height()) << "the note has room of its own";
 }
 
 TEST_F(PassphraseSheetTest, AnOldPassphraseIsChangedOnlyWithItAndForAnother)
