@@ -107,6 +107,7 @@ Task<> Tour::readTheLog()
     press(window_, Qt::Key_L, Qt::ControlModifier | Qt::ShiftModifier);
     co_await check("open the activity log with Ctrl+Shift+L", [&] { return window_.logWindow().isVisible(); });
     auto& log = window_.logWindow();
+    log.resize(980, 560);
     auto* const table = log.findChild<QTreeView*>();
     auto* const search = log.findChild<SearchField*>();
     if (!table || !search)
@@ -158,7 +159,7 @@ Task<> Tour::lookAround()
     co_await picture(window_, "dark-small");
     theme_.setScheme(ColorScheme::light);
     co_await picture(window_, "small");
-    window_.resize(1180, 760);
+    window_.resize(windowSize);
 
     press(window_, Qt::Key_T, Qt::ControlModifier | Qt::ShiftModifier);
     co_await check("hide the transfers with Ctrl+Shift+T", [&] { return !window_.transfers().isVisible(); });

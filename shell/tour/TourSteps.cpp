@@ -16,6 +16,7 @@ TourSteps::TourSteps(Application& application, MainWindow& window, std::filesyst
     , window_(window)
     , report_(std::move(pictures))
 {
+    window_.resize(windowSize);
 }
 
 void TourSteps::start()

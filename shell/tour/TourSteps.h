@@ -6,6 +6,7 @@
 #include "shell/views/MainWindow.h"
 
 #include <QObject>
+#include <QSize>
 
 #include <filesystem>
 #include <functional>
@@ -25,6 +26,9 @@ Q_SIGNALS:
 
 protected:
     using Condition = std::function<bool()>;
+
+    /// The main window's, whatever screen there is: pictures of two runs can be compared.
+    static constexpr QSize windowSize{1180, 760};
 
     TourSteps(Application& application, MainWindow& window, std::filesystem::path pictures);
 
