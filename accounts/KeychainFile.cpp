@@ -295,6 +295,8 @@ Secret KeychainFile::keyFromFile(const Header& header)
 
 Secret KeychainFile::verifiedKey(const Secret& passphrase, const Header& header, const std::string& refusal)
 {
+    if (passphrase.empty())
+        throw Keychain::Failure(Keychain::wrongPassphrase, refusal);
     auto key = keyFrom(passphrase, header.salt);
     if (checkOf(key) != header.check)
         throw Keychain::Failure(Keychain::wrongPassphrase, refusal);
