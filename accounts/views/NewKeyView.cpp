@@ -150,16 +150,8 @@ void NewKeyView::render()
     setMessage(MessageKind::warning, isWrongName ? toQString(*now.refusal) : QString());
 }
 
-bool NewKeyView::event(QEvent* event)
-{
-    const bool isHandled = Sheet::event(event);
-    if (event->type() == QEvent::LayoutRequest)
-        refit();
-    return isHandled;
-}
-
 // As high as the notes that stand need, and never so low that one lies over another.
-void NewKeyView::refit()
+void NewKeyView::makeRoom()
 {
     if (!isVisible())
         return;

@@ -36,13 +36,12 @@ Q_SIGNALS:
     void createRequested(const B2CreateKeyRequest& request);
 
 protected:
-    bool event(QEvent* event) override;
+    void makeRoom() override;
 
 private:
     void buildFields();
     void readForm();
     void render();
-    void refit();
     void followModel();
     void renderBusy();
     void chooseBuckets();

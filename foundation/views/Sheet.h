@@ -67,8 +67,8 @@ protected:
     bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void showEvent(QShowEvent* event) override;
-    /// Grows the open sheet for what has come into the rows; nothing jumps when it goes.
-    void makeRoom();
+    /// Grows the open sheet for what has come into the rows; nothing jumps when it goes. Called whenever they change.
+    virtual void makeRoom();
     /// Moves the open sheet up when its end lies below the screen's.
     void keepOnScreen();
 
