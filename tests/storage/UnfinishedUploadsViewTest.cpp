@@ -91,6 +91,7 @@ TEST_F(UnfinishedUploadsViewTest, KeepsTheKeyboardOnRecheckWhileTheSizesAreRead)
     auto* const recheck = button(view, QStringLiteral("Recheck Sizes"));
     ASSERT_TRUE(spinUntil([&] { return recheck->isEnabled(); }));
     recheck->setFocus();
+    plant(R"({"kind": "stall", "operation": "b2_list_parts", "milliseconds": 300})");
 
     QTest::keyClick(recheck, Qt::Key_Return);
     ASSERT_TRUE(spinUntil([&] { return !recheck->isEnabled(); }));
