@@ -18,10 +18,10 @@ digest_at_service() {
     control GET "digest?bucket=$1&file=large.bin" | grep -o '[0-9a-f]\{40\}'
 }
 
-# large_figures NAME CPU-RATIO WALL-RATIO RCLONE-OPTION…
+# large_figures NAME CPU-RATIO RCLONE-OPTION…
 large_figures() {
-    local name=$1 cpu_ratio=$2 wall_ratio=$3 ours theirs digest
-    shift 3
+    local name=$1 cpu_ratio=$2 ours theirs digest
+    shift 2
     digest=$(sha1sum <"$scratch/source/large.bin" | cut -d' ' -f1)
     for ((run = 0; run < runs; ++run)); do
         rclone mkdir "$@" "l:$name-ours-$run"
@@ -42,17 +42,17 @@ large_figures() {
     figure "$name" cpu-ratio "$(reckon "$ours / $theirs")" at-most "$cpu_ratio"
     figure "$name" memory-ratio "$(reckon "$(median "$name-ours.memory") / $(median "$name-rclone.memory")")" at-most 0.2
     figure "$name" megabytes-over-idle "$(reckon "$(median "$name.growth") * 1024 / 1000000")" at-most 64
-    figure "$name" wall-ratio "$(reckon "$(median "$name-ours.wall") / $(median "$name-rclone.wall")")" at-most "$wall_ratio"
+    figure "$name" wall-ratio "$(reckon "$(median "$name-ours.wall") / $(median "$name-rclone.wall")")" at-most 0.5
 }
 
 start_service large --without-md5
-large_figures large 0.33 0.5
+large_figures large 0.33
 stop_service
 rm -rf "$scratch/large"
 
 make_certificate
 start_service large-tls --without-md5 --tls "$scratch/tls.crt" "$scratch/tls.key"
-# With TLS the service, on the same processors, has as much work as the client: that bounds the time.
-large_figures large-tls 0.45 0.6 --ca-cert "$scratch/tls.crt"
+# With TLS the service has as much work as the client. On two processors that bounds the time, which falls short then.
+large_figures large-tls 0.45 --ca-cert "$scratch/tls.crt"
 stop_service
 unset BENCH_CA
