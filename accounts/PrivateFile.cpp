@@ -66,8 +66,14 @@ std::optional<std::string> privateFileContent(const std::filesystem::path& file)
 
 bool wasSetAside(const std::filesystem::path& file)
 {
+    const std::string begin = file.filename().string() + setAsideMark;
     std::error_code error;
-    return std::filesystem::exists(std::filesystem::path(file) += setAsideMark + std::string("1"), error) || error;
+    for (std::filesystem::directory_iterator each(file.parent_path(), error), end; !error && each != end;
+        each.increment(error)) {
+        if (each->path().filename().string().starts_with(begin))
+            return true;
+    }
+    return static_cast<bool>(error);
 }
 
 std::filesystem::path setFileAside(const std::filesystem::path& file)

@@ -16,7 +16,7 @@ std::optional<std::string> privateFileContent(const std::filesystem::path& file)
 /// Gives the file a name that no other has, in the same folder. @returns that name.
 std::filesystem::path setFileAside(const std::filesystem::path& file);
 
-/// Was it ever? Yes also when nobody can tell.
+/// Is there a file that was set aside in its place? Yes also when nobody can tell.
 bool wasSetAside(const std::filesystem::path& file);
 
 /// The failure to store keys in a file.

@@ -172,8 +172,13 @@ TEST_F(KeychainFileTest, AKeyFileStaysWhileItMayOpenABoxThatWasSetAside)
     file.setPassphrase({}, "passphrase");
     EXPECT_EQ(contentOf(file.keyPath()), key);
 
-    std::filesystem::remove(file.path().string() + ".set-aside-1");
-    file.setPassphrase("passphrase", "another");
+    const auto aside = file.path().string() + ".set-aside-";
+    std::filesystem::rename(aside + "1", aside + "2");
+    file.setPassphrase("passphrase", "next");
+    EXPECT_EQ(contentOf(file.keyPath()), key) << "whichever number it has";
+
+    std::filesystem::remove(aside + "2");
+    file.setPassphrase("next", "another");
     EXPECT_FALSE(std::filesystem::exists(file.keyPath()));
 }
 
