@@ -8,7 +8,6 @@
 #include "foundation/views/Measures.h"
 #include "foundation/views/NameText.h"
 
-#include <QKeyEvent>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -166,15 +165,6 @@ void KeySwitcherHeader::leaveEvent(QEvent* event)
 {
     QAbstractButton::leaveEvent(event);
     update();
-}
-
-void KeySwitcherHeader::keyPressEvent(QKeyEvent* event)
-{
-    const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (isEnter && !event->isAutoRepeat())
-        click();
-    else
-        QAbstractButton::keyPressEvent(event);
 }
 
 void KeySwitcherHeader::changeEvent(QEvent* event)

@@ -37,7 +37,7 @@ QString firstColumns(const QFontMetrics& metrics)
     return QStringLiteral("name 240; relation %1; permissions %2; reach %3; expires %4; keyID %5 hidden")
         .arg(width(QStringLiteral("Not stored")) + symbol)
         .arg(width(QStringLiteral("read, write, delete, share")))
-        .arg(width(QStringLiteral("photos under albums/")))
+        .arg(width(QStringLiteral("documents · Letters/")))
         .arg(width(QStringLiteral("28 Nov 2026")))
         .arg(width(QStringLiteral("0044a1b2c3d4e5f0000000001")));
 }

@@ -10,7 +10,6 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QScreen>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -155,10 +154,7 @@ void NewKeyView::makeRoom()
 {
     if (!isVisible())
         return;
-    layout()->activate();
-    constexpr int frame = 60;
-    const int needed = layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width()) : sizeHint().height();
-    const int height = std::min(needed, screen()->availableGeometry().height() - frame);
+    const int height = fittingHeight();
     setMinimumHeight(height);
     resize(width(), height);
     keepOnScreen();

@@ -1,19 +1,18 @@
 #include "foundation/views/ButtonKeys.h"
 
+#include <QCheckBox>
 #include <QKeyEvent>
-#include <QPushButton>
-#include <QToolButton>
+#include <QRadioButton>
 
 bool pressFocusedButton(const QWidget& window, const QKeyEvent& event)
 {
     const bool isEnter = event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
-    auto* const focused = window.focusWidget();
-    const bool isButton =
-        qobject_cast<QPushButton*>(focused) != nullptr || qobject_cast<QToolButton*>(focused) != nullptr;
-    if (!isEnter || !isButton || (event.modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier)
+    auto* const button = qobject_cast<QAbstractButton*>(window.focusWidget());
+    const bool isBox = qobject_cast<QCheckBox*>(button) != nullptr || qobject_cast<QRadioButton*>(button) != nullptr;
+    if (!isEnter || button == nullptr || isBox || (event.modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier)
         return false;
     // A key held down since before presses nothing.
     if (!event.isAutoRepeat())
-        static_cast<QAbstractButton*>(focused)->click();
+        button->click();
     return true;
 }

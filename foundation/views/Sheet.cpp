@@ -23,6 +23,8 @@ namespace {
 constexpr int narrowest = 480;
 constexpr int widest = 600;
 constexpr int radioIndent = 24;
+/// Room for the frame around a sheet that is as high as the screen.
+constexpr int titleBar = 60;
 
 QWidget* withConsequence(QWidget* field, const QString& consequence, int indent, QWidget* parent)
 {
@@ -240,7 +242,9 @@ int Sheet::fittingHeight()
 {
     form_->activate();
     column_->activate();
-    return column_->hasHeightForWidth() ? column_->totalHeightForWidth(width()) : column_->totalSizeHint().height();
+    const int needed =
+        column_->hasHeightForWidth() ? column_->totalHeightForWidth(width()) : column_->totalSizeHint().height();
+    return std::min(needed, screen()->availableGeometry().height() - titleBar);
 }
 
 bool Sheet::event(QEvent* event)

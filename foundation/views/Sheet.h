@@ -69,11 +69,12 @@ protected:
     void showEvent(QShowEvent* event) override;
     /// Grows the open sheet for what has come into the rows; nothing jumps when it goes. Called whenever they change.
     virtual void makeRoom();
+    /// How high the sheet must be for all that it shows, at its width and on its screen.
+    int fittingHeight();
     /// Moves the open sheet up when its end lies below the screen's.
     void keepOnScreen();
 
 private:
-    int fittingHeight();
     QLabel* makeCaption(const QString& label, QWidget* field);
     void setVerbButton(QPushButton* button);
 
