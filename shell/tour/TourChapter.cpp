@@ -59,6 +59,12 @@ Task<> TourChapter::beginUpload()
 Task<> TourChapter::resumeUpload()
 {
     const auto name = file_.filename().string();
+    const auto isTold = [&] {
+        const auto notice = application_.root->notice();
+        return notice && notice->text.contains(name);
+    };
+    co_await check("say at the start which upload was cut off", isTold);
+    co_await picture(window_, "cut-off");
     window_.detail().browser().commands().unfinishedUploads->trigger();
     UnfinishedUploadRow* found = nullptr;
     const auto isShown = [&] {

@@ -24,6 +24,8 @@ private:
     Task<> addKey(std::string keyID, std::string secret, bool isFirst);
     void spawnAddKey();
     Task<> manageKeys();
+    /// A passphrase for the file that keeps the keys.
+    Task<> protectKeys();
 
     std::string chapter_;
     std::filesystem::path file_;

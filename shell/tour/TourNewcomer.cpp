@@ -8,6 +8,7 @@
 #include "accounts/views/KeysCommands.h"
 #include "accounts/views/KeysView.h"
 #include "accounts/views/NewKeyView.h"
+#include "accounts/views/PassphraseSheet.h"
 #include "accounts/views/SecretField.h"
 #include "async/Group.h"
 #include "foundation/MainExecutor.h"
@@ -24,6 +25,7 @@
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QListView>
+#include <QMenuBar>
 #include <QPushButton>
 
 #include <algorithm>
@@ -50,6 +52,19 @@ void clickButton(const QWidget& parent, const QString& text)
         if (button->isVisible() && button->text() == text) {
             click(*button);
             return;
+        }
+    }
+}
+
+void chooseInMenu(const MainWindow& window, const QString& text)
+{
+    for (auto* const menu : window.menuBar()->findChildren<QMenu*>(Qt::FindDirectChildrenOnly)) {
+        Q_EMIT menu->aboutToShow();
+        for (auto* const action : menu->actions()) {
+            if (action->text() == text && action->isEnabled()) {
+                action->trigger();
+                return;
+            }
         }
     }
 }
@@ -110,6 +125,7 @@ Task<> TourChapter::connectAsNewcomer()
     press(*switcher.popover(), Qt::Key_Escape);
     root.switchTo(keys[0].first);
     co_await check("and back again", [&] { return isOn(keys[0].first); });
+    co_await protectKeys();
 }
 
 void TourChapter::spawnAddKey()
@@ -206,4 +222,40 @@ Task<> TourChapter::manageKeys()
     }
     co_await check("delete the key", [&] { return !rowOf(*keys.table().model(), name).isValid(); });
     co_await picture(window_, "keys-after");
+}
+
+Task<> TourChapter::protectKeys()
+{
+    const auto& keychain = *application_.keychain;
+    PassphraseSheet* sheet = nullptr;
+    const auto isOpen = [&] { return (sheet = shown<PassphraseSheet>(window_)) != nullptr; };
+    const auto isClosed = [&] { return shown<PassphraseSheet>(window_) == nullptr; };
+    chooseInMenu(window_, MainWindow::tr("Protect Keys with a Passphrase…"));
+    if (!co_await check("offer a passphrase where there is no keyring", isOpen))
+        co_return;
+    for (auto* const field : sheet->findChildren<QLineEdit*>())
+        type(*field, QStringLiteral("lantern"));
+    co_await picture(*sheet, "protect-keys");
+    clickButton(*sheet, PassphraseSheet::tr("Set Passphrase"));
+    co_await check("close the file of keys with it", [&] { return isClosed() && *keychain.hasPassphrase; });
+    co_await picture(window_, "passphrase-set");
+
+    chooseInMenu(window_, MainWindow::tr("Change the Passphrase of Keys…"));
+    if (!co_await check("ask for the passphrase before it is changed", isOpen))
+        co_return;
+    auto* const current = sheet->findChild<QLineEdit*>();
+    for (auto* const field : sheet->findChildren<QLineEdit*>())
+        type(*field, field == current ? QStringLiteral("wrong") : QStringLiteral("a lantern under seven stairs"));
+    clickButton(*sheet, PassphraseSheet::tr("Change Passphrase"));
+    co_await check("refuse a wrong one", [&] { return isOpen() && current->hasSelectedText(); });
+    co_await picture(*sheet, "change-passphrase");
+    press(*sheet, Qt::Key_Escape);
+    co_await until(isClosed);
+
+    chooseInMenu(window_, MainWindow::tr("Take Off the Passphrase of Keys…"));
+    if (!co_await check("ask before the passphrase is taken off", isOpen))
+        co_return;
+    co_await picture(*sheet, "take-off-passphrase");
+    press(*sheet, Qt::Key_Escape);
+    co_await until(isClosed);
 }
