@@ -1,5 +1,7 @@
 #include "B2Kit/B2CORSRule.h"
 
+#include "B2Kit/B2Text.h"
+
 #include <algorithm>
 #include <array>
 #include <ranges>
@@ -20,15 +22,6 @@ constexpr std::array<std::pair<const char*, const char*>, 9> operationLabels{{
     {"s3_post", "Post an object, as an HTML form does"},
     {"s3_delete", "Delete an object"},
 }};
-
-std::string_view trimmed(std::string_view text)
-{
-    constexpr std::string_view blanks = " \t";
-    const auto first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
 
 bool isASCIILetter(char character)
 {
@@ -109,7 +102,7 @@ std::optional<std::string> validationMessage(std::span<const B2CORSRule> rules)
 {
     if (rules.size() > B2CORSLimits::maximumRuleCount)
         return "B2 allows at most 100 CORS rules on a bucket.";
-    std::set<std::string_view> names;
+    std::set<std::string> names;
     for (const auto& rule : rules) {
         if (!names.insert(trimmed(rule.corsRuleName)).second)
             return "Two rules have the same name.";

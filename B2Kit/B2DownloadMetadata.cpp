@@ -2,6 +2,7 @@
 
 #include "B2Kit/B2Error.h"
 #include "B2Kit/B2PercentEncoding.h"
+#include "B2Kit/B2Text.h"
 
 #include <algorithm>
 #include <charconv>
@@ -14,15 +15,6 @@ std::string lowercase(std::string_view text)
     std::ranges::transform(
         lower, lower.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
     return lower;
-}
-
-std::string_view trimmed(std::string_view text)
-{
-    constexpr std::string_view blanks = " \t";
-    const auto first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
 /// A count that a header tells; anything else is as good as none.

@@ -34,7 +34,7 @@ std::string reasonOf(int systemError)
     }
 }
 
-std::string describe(
+std::string fileErrorText(
     B2FileError::Operation operation, const std::filesystem::path& path, int systemError, std::string reason)
 {
     if (!reason.empty())
@@ -56,6 +56,6 @@ std::string describe(
 B2FileError::B2FileError(Operation operation, std::filesystem::path path, int systemError, std::string reason)
     : path_(std::move(path))
     , systemError_(systemError)
-    , description_(describe(operation, path_, systemError_, std::move(reason)))
+    , description_(fileErrorText(operation, path_, systemError_, std::move(reason)))
 {
 }

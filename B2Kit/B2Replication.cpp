@@ -32,7 +32,7 @@ std::string counted(std::size_t count, std::string_view things)
     return std::to_string(count).append(" ").append(things).append(count == 1 ? "" : "s");
 }
 
-std::string describe(const B2ReplicationRule& rule, const std::optional<std::string>& destinationName)
+std::string ruleText(const B2ReplicationRule& rule, const std::optional<std::string>& destinationName)
 {
     const auto scope = rule.fileNamePrefix.empty() ? "Everything here" : "Everything under " + rule.fileNamePrefix;
     const auto& destination = destinationName.value_or(rule.destinationBucketID);
@@ -53,7 +53,7 @@ std::string B2ReplicationConfiguration::summary(const std::optional<std::string>
     };
     if (asReplicationSource && !asReplicationSource->replicationRules.empty()) {
         const auto& rules = asReplicationSource->replicationRules;
-        append(describe(rules.front(), destinationName));
+        append(ruleText(rules.front(), destinationName));
         if (rules.size() > 1)
             append(counted(rules.size() - 1, "more rule") + " on this bucket.");
     }

@@ -8,6 +8,15 @@ bool isUTF8(std::string_view text)
     return simdjson::validate_utf8(text.data(), text.size());
 }
 
+std::string trimmed(std::string_view text)
+{
+    constexpr std::string_view blanks = " \t\r\n\v\f";
+    const auto first = text.find_first_not_of(blanks);
+    if (first == std::string_view::npos)
+        return {};
+    return std::string(text.substr(first, text.find_last_not_of(blanks) - first + 1));
+}
+
 std::string oneLine(std::string_view text)
 {
     std::string line(text);

@@ -4,9 +4,12 @@
 #include <string>
 #include <string_view>
 
-// Inside B2Kit: texts that come from elsewhere and go into a log line or a sentence.
+// Texts that come from elsewhere: files, answers and fields of a form.
 
 bool isUTF8(std::string_view text);
+
+/// The text without the blanks and line ends around it.
+std::string trimmed(std::string_view text);
 
 /// The text with each control character replaced by a blank, so that it cannot begin a line of its own.
 std::string oneLine(std::string_view text);

@@ -15,7 +15,6 @@ namespace {
 
 constexpr std::int64_t largestSingleUpload = 5'000'000'000;
 /// An hour under the service's day.
-constexpr std::chrono::hours longestTargetAge{23};
 /// A body up to this size is gone by the time a lost connection is noticed, so progress need not be watched.
 constexpr std::int64_t largestUnwatched = 1'000'000;
 

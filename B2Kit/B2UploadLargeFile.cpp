@@ -36,7 +36,6 @@ struct B2Client::LargeUpload {
 namespace {
 
 /// An hour under the service's day.
-constexpr std::chrono::hours longestTargetAge{23};
 
 // Free coroutines here take pointers: nothing of theirs belongs to an actor.
 

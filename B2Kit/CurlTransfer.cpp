@@ -1,5 +1,6 @@
 #include "B2Kit/CurlTransfer.h"
 
+#include "B2Kit/B2Text.h"
 #include "B2Kit/CurlFaults.h"
 #include "B2Kit/CurlReadAhead.h"
 
@@ -37,15 +38,6 @@ std::int64_t unacknowledgedBytes(CURL* easy)
         || ioctl(socket, SIOCOUTQ, &count) != 0)
         return 0;
     return count;
-}
-
-std::string_view trimmed(std::string_view text)
-{
-    constexpr std::string_view blanks = " \t\r\n";
-    const auto first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
 } // namespace
@@ -174,8 +166,7 @@ void CurlTransfer::takeHeaderLine(std::string_view line)
     if (!text.empty()) {
         const auto colon = text.find(':');
         if (colon != std::string_view::npos)
-            response.headers.push_back(
-                {std::string(trimmed(text.substr(0, colon))), std::string(trimmed(text.substr(colon + 1)))});
+            response.headers.push_back({trimmed(text.substr(0, colon)), trimmed(text.substr(colon + 1))});
         return;
     }
     long status = 0;

@@ -8,6 +8,9 @@
 #include <memory>
 #include <vector>
 
+/// B2 honours an upload URL for 24 hours; an older one is not tried.
+inline constexpr std::chrono::hours longestTargetAge{23};
+
 /// Upload targets to lease, one upload at a time each.
 ///
 /// An actor. A target goes back on success only: whatever the failure was, the next attempt leases another, and takes

@@ -1,5 +1,6 @@
 #include "accounts/FileKeychain.h"
 
+#include "B2Kit/B2Text.h"
 #include "async/Background.h"
 #include "foundation/Texts.h"
 

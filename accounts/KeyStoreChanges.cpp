@@ -2,6 +2,7 @@
 
 #include "B2Kit/B2Error.h"
 #include "B2Kit/B2RetryPolicy.h"
+#include "B2Kit/B2Text.h"
 #include "accounts/KeyNames.h"
 #include "foundation/SettingsKeys.h"
 #include "foundation/Texts.h"

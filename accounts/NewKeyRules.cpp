@@ -1,5 +1,6 @@
 #include "accounts/NewKeyRules.h"
 
+#include "B2Kit/B2Text.h"
 #include "foundation/Texts.h"
 
 #include <algorithm>
@@ -7,13 +8,6 @@
 namespace {
 
 constexpr std::size_t longestName = 100;
-
-std::string trimmed(const std::string& text)
-{
-    constexpr std::string_view blanks = " \t\r\n";
-    const auto first = text.find_first_not_of(blanks);
-    return first == std::string::npos ? std::string() : text.substr(first, text.find_last_not_of(blanks) + 1 - first);
-}
 
 bool isNameCharacter(char character)
 {

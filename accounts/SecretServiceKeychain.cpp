@@ -1,5 +1,6 @@
 #include "accounts/SecretServiceKeychain.h"
 
+#include "B2Kit/B2Text.h"
 #include "accounts/GLibExecutor.h"
 #include "accounts/SecretServiceStore.h"
 #include "async/Group.h"

@@ -1,13 +1,14 @@
 # One target a folder. A target sees only the headers of what it links: each has an include root of its own
 # (a link to its folder), so that an include against the direction of the layers does not compile.
 
-# kestrovan_library(NAME [FOLDER folder] SOURCES … [HEADERS …] [PUBLIC …] [PRIVATE …] [PCH …])
+# kestrovan_library(NAME [FOLDER folder] SOURCES … [RESOURCES …] [HEADERS …] [PUBLIC …] [PRIVATE …])
 function(kestrovan_library name)
-    cmake_parse_arguments(arg "" "FOLDER" "SOURCES;HEADERS;PUBLIC;PRIVATE;PCH" ${ARGN})
+    cmake_parse_arguments(arg "" "FOLDER" "SOURCES;RESOURCES;HEADERS;PUBLIC;PRIVATE" ${ARGN})
     if(NOT arg_FOLDER)
         set(arg_FOLDER ${name})
     endif()
-    add_library(${name} STATIC ${arg_SOURCES} ${arg_HEADERS})
+    jumbo_sources(sources ${name} ${arg_FOLDER} 16 ${arg_SOURCES})
+    add_library(${name} STATIC ${sources} ${arg_HEADERS} ${arg_RESOURCES})
     set(root ${PROJECT_BINARY_DIR}/include/${name})
     get_filename_component(parent ${root}/${arg_FOLDER} DIRECTORY)
     file(MAKE_DIRECTORY ${parent})
@@ -16,9 +17,6 @@ function(kestrovan_library name)
     endif()
     target_include_directories(${name} PUBLIC ${root})
     target_link_libraries(${name} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE} projectWarnings)
-    if(arg_PCH)
-        target_precompile_headers(${name} PRIVATE ${arg_PCH})
-    endif()
     foreach(header ${arg_HEADERS})
         check_header(${name} ${arg_FOLDER}/${header})
     endforeach()
@@ -55,14 +53,24 @@ function(finish_header_checks)
     endforeach()
 endfunction()
 
+# Tests include each other's fixtures, and jumbo sources of tests their sources, by the path from the root.
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/include/tests)
+if(NOT EXISTS ${PROJECT_BINARY_DIR}/include/tests/tests)
+    file(CREATE_LINK ${PROJECT_SOURCE_DIR}/tests ${PROJECT_BINARY_DIR}/include/tests/tests SYMBOLIC)
+endif()
+
 # What runs under the thread sanitizer: every test with the label "threads".
 add_custom_target(threadTests)
 
-# kestrovan_test(NAME SOURCES … LINK … [LAUNCHER …]): one GoogleTest program, run by CTest off-screen, by the launcher if
-# there is one.
+# kestrovan_test(NAME SOURCES … [ALONE …] LINK … [LAUNCHER …]): one GoogleTest program, run by CTest off-screen, by the
+# launcher if there is one. A source that includes its own .moc is compiled ALONE.
 function(kestrovan_test name)
-    cmake_parse_arguments(arg "QT" "TIMEOUT;LAUNCHER" "SOURCES;LINK;LABELS" ${ARGN})
-    add_executable(${name} ${arg_SOURCES})
+    cmake_parse_arguments(arg "QT" "TIMEOUT;LAUNCHER" "SOURCES;ALONE;LINK;LABELS" ${ARGN})
+    file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+    jumbo_sources(sources ${name} ${folder} 16 ${arg_SOURCES})
+    add_executable(${name} ${sources} ${arg_ALONE})
+    target_include_directories(${name} PRIVATE ${PROJECT_BINARY_DIR}/include/tests)
+    target_compile_options(${name} PRIVATE -O1)
     target_link_libraries(${name} PRIVATE ${arg_LINK} GTest::gmock projectWarnings)
     if(arg_QT)
         kestrovan_qt(${name})
@@ -70,7 +78,6 @@ function(kestrovan_test name)
     else()
         target_link_libraries(${name} PRIVATE GTest::gmock_main)
     endif()
-    target_compile_definitions(${name} PRIVATE SOURCE_DIR="${PROJECT_SOURCE_DIR}")
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 120)
     endif()

@@ -23,11 +23,10 @@ add_link_options(-fuse-ld=lld)
 
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
-    # A precompiled header carries no time stamp, so that a cached object stays valid after a fresh clone.
-    add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:SHELL:-Xclang -fno-pch-timestamp>")
+    # Paths below the source folder are made relative, so that every clone finds what another has compiled.
     set(ccache_launcher ${CMAKE_COMMAND} -E env
         CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1
-        CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${CCACHE_PROGRAM})
+        CCACHE_SLOPPINESS=time_macros,include_file_mtime,include_file_ctime ${CCACHE_PROGRAM})
     set(CMAKE_C_COMPILER_LAUNCHER ${ccache_launcher})
     set(CMAKE_CXX_COMPILER_LAUNCHER ${ccache_launcher})
 endif()
@@ -47,6 +46,10 @@ elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
 endif()
 
 add_library(projectWarnings INTERFACE)
-target_compile_options(projectWarnings INTERFACE -Wall -Wextra -Wpedantic -Werror -Wshadow -Wnon-virtual-dtor
+target_compile_options(projectWarnings INTERFACE -Wall -Wextra -Wpedantic -Werror -Wnon-virtual-dtor
     -Wold-style-cast -Woverloaded-virtual -Wformat=2 -Werror=format-security -Wimplicit-fallthrough
     -Wno-missing-field-initializers -Wno-missing-designated-field-initializers)
+if(NOT JUMBO)
+    # Among the sources of a jumbo, a local variable may well be called as another file's constant.
+    target_compile_options(projectWarnings INTERFACE -Wshadow)
+endif()

@@ -121,12 +121,3 @@ std::string singleLine(std::string_view text)
     }
     return line;
 }
-
-std::string trimmed(std::string_view text)
-{
-    constexpr std::string_view blanks = " \t\r\n\v\f";
-    const auto first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos)
-        return {};
-    return std::string(text.substr(first, text.find_last_not_of(blanks) - first + 1));
-}

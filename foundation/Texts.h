@@ -24,6 +24,3 @@ std::string agoText(std::chrono::system_clock::time_point date, std::chrono::sys
 
 /// A text on one line that can only be itself: line breaks and other control characters become visible marks.
 std::string singleLine(std::string_view text);
-
-/// A text without the blanks and line ends around it.
-std::string trimmed(std::string_view text);

@@ -260,13 +260,13 @@ void JSONObject::textOrNull(std::string_view key, std::string_view text)
 
 namespace {
 
-struct Fields {
+struct CivilFields {
     std::chrono::year_month_day day;
     std::chrono::hh_mm_ss<std::chrono::seconds> time;
     std::chrono::weekday weekday;
 };
 
-Fields fieldsOf(std::int64_t milliseconds)
+CivilFields fieldsOf(std::int64_t milliseconds)
 {
     using namespace std::chrono;
     const auto seconds =

@@ -13,7 +13,6 @@ namespace localb2 {
 
 namespace {
 
-constexpr Milliseconds day = 86'400'000;
 constexpr std::int64_t minimumPartSize = 5'000'000;
 constexpr int highestPartNumber = 10'000;
 

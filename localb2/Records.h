@@ -10,6 +10,7 @@ namespace localb2 {
 
 /// Milliseconds since 1970 UTC, as B2 counts time.
 using Milliseconds = std::int64_t;
+inline constexpr Milliseconds day = 86'400'000;
 
 struct Encryption {
     enum class Mode { none, managed, customer };

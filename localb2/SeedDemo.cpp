@@ -11,8 +11,6 @@ namespace localb2 {
 
 namespace {
 
-constexpr Milliseconds day = 86'400'000;
-
 using File = SeedPlanter::File;
 
 std::map<std::string, std::string> modifiedAt(Milliseconds time)

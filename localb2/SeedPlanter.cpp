@@ -4,12 +4,6 @@
 
 namespace localb2 {
 
-namespace {
-
-constexpr Milliseconds day = 86'400'000;
-
-} // namespace
-
 SeedPlanter::SeedPlanter(Core& core, std::string accountID)
     : core_(core)
     , accountID_(std::move(accountID))

@@ -7,12 +7,6 @@
 
 namespace localb2 {
 
-namespace {
-
-constexpr Milliseconds day = 86'400'000;
-
-} // namespace
-
 Tokens::Tokens(Database& database)
     : database_(database)
 {

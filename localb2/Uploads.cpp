@@ -8,12 +8,6 @@
 
 namespace localb2 {
 
-namespace {
-
-constexpr Milliseconds day = 86'400'000;
-
-} // namespace
-
 std::string getUploadURL(Call& call)
 {
     const auto bucketID = call.fields.text("bucketId");

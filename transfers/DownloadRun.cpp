@@ -6,6 +6,7 @@
 #include "transfers/FolderLanding.h"
 #include "transfers/LocalNames.h"
 #include "transfers/RowReports.h"
+#include "transfers/TransferLog.h"
 #include "transfers/TransferRun.h"
 
 #include <fmt/format.h>
@@ -30,11 +31,6 @@ struct Refused {
 };
 
 using Outcome = std::variant<Skipped, Landed, Refused>;
-
-void record(B2LogLevel level, std::string message, std::optional<std::string> detail = {})
-{
-    ActivityLog::shared().record({level, "transfer", std::move(message), std::move(detail)});
-}
 
 using Prepared = std::expected<PreparedDestination, std::string>;
 
@@ -66,11 +62,11 @@ void tellOtherName(const Transfer& transfer, const PreparedDestination& prepared
 {
     const auto saved = prepared.choice.target.filename().string();
     if (prepared.isShortened)
-        record(B2LogLevel::notice, "Shortened the name of " + transfer.displayName,
+        recordTransfer(B2LogLevel::notice, "Shortened the name of " + transfer.displayName,
             fmt::format(
                 "It has {} bytes, more than this disk takes. The file is saved as \"{}\".", name.size(), saved));
     if (prepared.isTwin)
-        record(B2LogLevel::notice, fmt::format("Saved {} under another name", transfer.displayName),
+        recordTransfer(B2LogLevel::notice, fmt::format("Saved {} under another name", transfer.displayName),
             fmt::format("To this disk its name is that of another file here, which is kept. The file is saved as "
                         "\"{}\".",
                 saved));
@@ -82,7 +78,7 @@ Task<std::filesystem::path> landedPath(
 {
     const auto place = prepared.numbers->place();
     if (place.path != prepared.choice.target)
-        record(B2LogLevel::notice, fmt::format("Saved {} under another name", transfer.displayName),
+        recordTransfer(B2LogLevel::notice, fmt::format("Saved {} under another name", transfer.displayName),
             fmt::format("Something else has taken its name meanwhile. The file is saved as \"{}\".",
                 place.path.filename().string()));
     if (order.landing)
@@ -129,7 +125,7 @@ Task<Outcome> fetch(const DownloadOrder& order, const TransferRun& run, const Do
 
 void fail(const TransferRun& run, std::string message, std::string text)
 {
-    record(B2LogLevel::error, std::move(message), text);
+    recordTransfer(B2LogLevel::error, std::move(message), text);
     run.setState(Transfer::State::failed(std::move(text)));
 }
 
@@ -141,7 +137,8 @@ void end(const TransferRun& run, const Outcome& outcome)
     } else if (const auto* skipped = std::get_if<Skipped>(&outcome)) {
         transfer.localPath = skipped->existing;
         run.setState(Transfer::State::skipped());
-        record(B2LogLevel::notice, fmt::format("Skipped {}, already in the destination folder", transfer.displayName),
+        recordTransfer(B2LogLevel::notice,
+            fmt::format("Skipped {}, already in the destination folder", transfer.displayName),
             skipped->existing.string());
     } else if (const auto* landed = std::get_if<Landed>(&outcome)) {
         const auto& checksum = landed->metadata.checksum;
@@ -150,10 +147,11 @@ void end(const TransferRun& run, const Outcome& outcome)
         transfer.bytesTransferred = *transfer.byteCount;
         run.setState(Transfer::State::finished());
         if (const auto reason = checksum.skipReason())
-            record(B2LogLevel::warning, fmt::format("Downloaded {} - NOT checksum verified", transfer.displayName),
+            recordTransfer(B2LogLevel::warning,
+                fmt::format("Downloaded {} - NOT checksum verified", transfer.displayName),
                 fmt::format("{}. {}", sentence(*reason), landed->path.string()));
         else
-            record(B2LogLevel::notice, fmt::format("Downloaded {} - checksum verified", transfer.displayName),
+            recordTransfer(B2LogLevel::notice, fmt::format("Downloaded {} - checksum verified", transfer.displayName),
                 landed->path.string());
     }
 }

@@ -5,6 +5,7 @@
 #include "transfers/FolderLanding.h"
 #include "transfers/FolderTally.h"
 #include "transfers/LocalNames.h"
+#include "transfers/TransferLog.h"
 #include "transfers/TransferRun.h"
 
 #include <fmt/format.h>
@@ -26,14 +27,9 @@ struct ListedFile {
     }
 };
 
-void record(B2LogLevel level, std::string message, std::optional<std::string> detail = {})
+void failDownload(const TransferRun& run, std::string text)
 {
-    ActivityLog::shared().record({level, "transfer", std::move(message), std::move(detail)});
-}
-
-void fail(const TransferRun& run, std::string text)
-{
-    record(B2LogLevel::error, fmt::format("Download of {} failed", run.transfer->displayName), text);
+    recordTransfer(B2LogLevel::error, fmt::format("Download of {} failed", run.transfer->displayName), text);
     run.setState(Transfer::State::failed(std::move(text)));
 }
 
@@ -80,7 +76,7 @@ Task<bool> openLanding(Run& self)
         .landed = self.order.progress->landed,
         .markDirectory = self.context.markDirectory};
     if (!localName(parts.name)) {
-        record(B2LogLevel::error, "Refused to download " + self.run.transfer->remoteName,
+        recordTransfer(B2LogLevel::error, "Refused to download " + self.run.transfer->remoteName,
             "Its name would write outside the destination folder");
         self.run.setState(Transfer::State::failed(
             fmt::format("\"{}\" was not downloaded. Its name would write outside the destination folder.",
@@ -89,12 +85,12 @@ Task<bool> openLanding(Run& self)
     }
     auto landing = co_await runInBackground([parts = std::move(parts)] { return FolderLanding::open(parts); });
     if (!landing) {
-        fail(self.run, landing.error());
+        failDownload(self.run, landing.error());
         co_return false;
     }
     self.landing = std::move(*landing);
     if (self.landing->name() != folderNameOf(*self.run.transfer) && !self.order.progress->localFolder)
-        record(B2LogLevel::notice, fmt::format("Saving {} under another name", self.run.transfer->displayName),
+        recordTransfer(B2LogLevel::notice, fmt::format("Saving {} under another name", self.run.transfer->displayName),
             fmt::format("A file or a link of its name is in the destination folder, or the name is longer than the "
                         "disk takes. The folder is \"{}\".",
                 self.landing->path().string()));
@@ -149,7 +145,7 @@ Task<> downloadFile(const Run& self, FolderTally& tally, const ListedFile& file)
 {
     const auto& prefix = self.run.transfer->remoteName;
     if (!guardedName(file.relativePath)) {
-        record(B2LogLevel::error, "Refused to download " + prefix + file.relativePath,
+        recordTransfer(B2LogLevel::error, "Refused to download " + prefix + file.relativePath,
             "Its name would write outside the destination folder");
         tally.fail(file.relativePath, "Its name would write outside the destination folder.", file.size);
         co_await tally.breathe();
@@ -181,7 +177,7 @@ Task<bool> begin(Run& self, FolderTally& tally)
         byteCount += file.size;
     tally.setTotal(static_cast<int>(self.files.size()), byteCount);
     if (self.files.empty()) {
-        record(B2LogLevel::warning,
+        recordTransfer(B2LogLevel::warning,
             fmt::format("Nothing downloaded from {}, it holds no files", folderNameOf(*self.run.transfer)));
         self.run.setState(Transfer::State::failed("Nothing to download, the folder is empty"));
         co_return false;
@@ -227,7 +223,7 @@ Task<> runFolderDownload(FolderDownloadOrder order, TransferRun run, DownloadCon
     if ((co_await currentStopToken()).stop_requested())
         tally.stop();
     else if (failure)
-        fail(run, failureText(failure));
+        failDownload(run, failureText(failure));
     else if (hasBegun)
         tally.finish(run.transfer->localPath->value_or("").string());
 }

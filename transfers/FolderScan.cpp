@@ -46,13 +46,6 @@ std::string passedOverReason(mode_t mode)
     return fmt::format("It is {}, not a file, and is not sent.", what);
 }
 
-std::chrono::system_clock::time_point toDate(const timespec& time)
-{
-    const auto sinceEpoch = std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
-    return std::chrono::system_clock::time_point(
-        std::chrono::duration_cast<std::chrono::system_clock::duration>(sinceEpoch));
-}
-
 /// The names in an open folder, in the order of their bytes.
 std::expected<std::vector<std::string>, int> namesIn(const B2Folder& folder)
 {

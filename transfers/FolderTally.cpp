@@ -2,6 +2,7 @@
 
 #include "foundation/ActivityLog.h"
 #include "foundation/Texts.h"
+#include "transfers/TransferLog.h"
 
 #include <fmt/format.h>
 
@@ -10,11 +11,6 @@
 #include <utility>
 
 namespace {
-
-void record(B2LogLevel level, std::string message, std::optional<std::string> detail = {})
-{
-    ActivityLog::shared().record({level, "transfer", std::move(message), std::move(detail)});
-}
 
 /// "3 of 12 files".
 std::string ofFiles(int part, int whole)
@@ -138,15 +134,16 @@ void FolderTally::finish(std::string place)
 {
     publish();
     if (skipped_ > 0)
-        record(B2LogLevel::notice, fmt::format("Skipped {} from {}", countText(skipped_, "file", "files"), folderName_),
+        recordTransfer(B2LogLevel::notice,
+            fmt::format("Skipped {} from {}", countText(skipped_, "file", "files"), folderName_),
             "They were there already and are untouched. The entries above name each.");
     if (failed_ == 0) {
-        record(B2LogLevel::notice,
+        recordTransfer(B2LogLevel::notice,
             fmt::format("{} {} from {}", verb_, countText(completed_, "file", "files"), folderName_), std::move(place));
         run_.setState(Transfer::State::finished());
         return;
     }
-    record(B2LogLevel::error, fmt::format("{} {} from {}", verb_, ofFiles(completed_, fileCount_), folderName_),
+    recordTransfer(B2LogLevel::error, fmt::format("{} {} from {}", verb_, ofFiles(completed_, fileCount_), folderName_),
         fmt::format("{} failed - see the entries above for each", failed_));
     run_.setState(Transfer::State::failed(ofFiles(failed_, fileCount_) + " failed"));
 }
@@ -159,7 +156,7 @@ void FolderTally::stop(std::optional<std::string> interrupted)
             fmt::format("“{}” was sent in part. Its parts stay stored and billed: the folder's Resume goes on "
                         "from them, and \"Unfinished Uploads\" removes them.",
                 *interrupted);
-    record(B2LogLevel::notice, "Stopped after " + ofFiles(completed_, fileCount_), std::move(interrupted));
+    recordTransfer(B2LogLevel::notice, "Stopped after " + ofFiles(completed_, fileCount_), std::move(interrupted));
     run_.setState(Transfer::State::cancelled());
 }
 

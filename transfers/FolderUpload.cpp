@@ -5,6 +5,7 @@
 #include "foundation/Texts.h"
 #include "transfers/FolderScan.h"
 #include "transfers/FolderTally.h"
+#include "transfers/TransferLog.h"
 #include "transfers/TransferRun.h"
 
 #include <fmt/format.h>
@@ -12,11 +13,6 @@
 #include <ranges>
 
 namespace {
-
-void record(B2LogLevel level, std::string message, std::optional<std::string> detail = {})
-{
-    ActivityLog::shared().record({level, "transfer", std::move(message), std::move(detail)});
-}
 
 Task<> showFound(std::weak_ptr<Transfer> folder, int attempt, std::int64_t byteCount)
 {
@@ -41,9 +37,9 @@ Task<FolderScan> scan(const std::filesystem::path& folder, const TransferRun& ru
     co_return found;
 }
 
-void fail(const TransferRun& run, std::string text)
+void failUpload(const TransferRun& run, std::string text)
 {
-    record(B2LogLevel::error, fmt::format("Upload of {} failed", run.transfer->displayName), text);
+    recordTransfer(B2LogLevel::error, fmt::format("Upload of {} failed", run.transfer->displayName), text);
     run.setState(Transfer::State::failed(std::move(text)));
 }
 
@@ -58,7 +54,7 @@ void tellLeftOut(const std::string& folderName, const LeftOut& items, const std:
         detail += (detail.empty() ? "" : "\n") + singleLine(item.relativePath);
     if (const auto rest = items.count - static_cast<std::int64_t>(mostNamed); rest > 0)
         detail += fmt::format("\n… and {} more", rest);
-    record(B2LogLevel::notice, fmt::format("Left out of {}: {}", folderName, what), std::move(detail));
+    recordTransfer(B2LogLevel::notice, fmt::format("Left out of {}: {}", folderName, what), std::move(detail));
 }
 
 /// Tells what is no file and so does not go, as a link the user takes for a file.
@@ -82,18 +78,18 @@ void leaveOut(FolderTally& tally, const std::string& folderName, const FolderSca
 bool begin(FolderTally& tally, const TransferRun& run, const FolderScan& scan)
 {
     if (!scan.unreadableFolders.empty() && scan.unreadableFolders.front().relativePath.empty()) {
-        fail(run, scan.unreadableFolders.front().reason);
+        failUpload(run, scan.unreadableFolders.front().reason);
         return false;
     }
     const auto name = folderNameOf(*run.transfer);
     const auto fileCount = scan.files.size() + scan.refusedFiles.size();
-    record(B2LogLevel::info,
+    recordTransfer(B2LogLevel::info,
         fmt::format("Scanned {}: {}, {}", name, countText(static_cast<std::int64_t>(fileCount), "file", "files"),
             sizeText(scan.byteCount)));
     leaveOut(tally, name, scan);
     tally.setTotal(static_cast<int>(fileCount + scan.unreadableFolders.size()), scan.byteCount);
     if (fileCount + scan.unreadableFolders.size() == 0) {
-        record(B2LogLevel::warning, fmt::format("Nothing uploaded from {}, it holds no files", name),
+        recordTransfer(B2LogLevel::warning, fmt::format("Nothing uploaded from {}, it holds no files", name),
             "B2 stores name prefixes rather than folders, so an empty folder cannot exist there");
         tally.finishEmpty(scan.passedOver.count == 0
                 ? "Nothing to upload, the folder is empty"
@@ -108,7 +104,7 @@ Task<> tellRefused(FolderTally* tally, const FolderScan* scan)
 {
     for (const auto* problems : {&scan->refusedFiles, &scan->unreadableFolders}) {
         for (const auto& problem : *problems) {
-            record(B2LogLevel::error, fmt::format("Upload of {} failed", problem.relativePath), problem.reason);
+            recordTransfer(B2LogLevel::error, fmt::format("Upload of {} failed", problem.relativePath), problem.reason);
             tally->fail(problem.relativePath, problem.reason, 0);
             co_await tally->breathe();
         }

@@ -9,6 +9,7 @@
 #include "transfers/FailureTexts.h"
 #include "transfers/ResumeStore.h"
 #include "transfers/RowReports.h"
+#include "transfers/TransferLog.h"
 
 #include <fmt/format.h>
 
@@ -16,11 +17,6 @@ namespace {
 
 /// Why the file is read once before it is sent, or is not.
 enum class ChecksumPass { runs, skippedForFolder, resuming, runsForChangedSource, turnedOff };
-
-void record(B2LogLevel level, std::string message, std::string detail)
-{
-    ActivityLog::shared().record({level, "transfer", std::move(message), std::move(detail)});
-}
 
 bool isSkipRaised(const Transfer& transfer)
 {
@@ -53,25 +49,25 @@ void logPass(ChecksumPass pass, const Transfer& transfer)
     const auto& name = transfer.displayName;
     switch (pass) {
     case ChecksumPass::skippedForFolder:
-        record(B2LogLevel::warning, fmt::format("Uploading {} without a whole-file checksum", name),
+        recordTransfer(B2LogLevel::warning, fmt::format("Uploading {} without a whole-file checksum", name),
             "Checksums were skipped for this folder. Parts are still checked in transit; the stored file cannot be "
             "verified later.");
         break;
     case ChecksumPass::runs:
-        record(B2LogLevel::info, fmt::format("Preparing {}, reading it to record a checksum", name),
+        recordTransfer(B2LogLevel::info, fmt::format("Preparing {}, reading it to record a checksum", name),
             sizeText(*transfer.byteCount)
                 + " to read before the upload starts. Turn the whole-file checksum off in Settings to skip this.");
         break;
     case ChecksumPass::resuming:
-        record(B2LogLevel::info, fmt::format("Skipping the checksum pass for {}", name),
+        recordTransfer(B2LogLevel::info, fmt::format("Skipping the checksum pass for {}", name),
             "Resuming, so the whole-file checksum recorded when the upload was first started still stands.");
         break;
     case ChecksumPass::runsForChangedSource:
-        record(B2LogLevel::notice, fmt::format("Reading {} again before the upload goes on", name),
+        recordTransfer(B2LogLevel::notice, fmt::format("Reading {} again before the upload goes on", name),
             "Its date or size is another than when the upload began. Only a file with the same content is resumed.");
         break;
     case ChecksumPass::turnedOff:
-        record(B2LogLevel::warning, fmt::format("Uploading {} without a whole-file checksum", name),
+        recordTransfer(B2LogLevel::warning, fmt::format("Uploading {} without a whole-file checksum", name),
             "Turned off in Settings. Parts are still checked in transit; the stored file cannot be verified later.");
         break;
     }

@@ -4,6 +4,7 @@
 #include "foundation/MainExecutor.h"
 #include "foundation/Texts.h"
 #include "transfers/FailureTexts.h"
+#include "transfers/TransferLog.h"
 #include "transfers/TransferProgress.h"
 
 #include <QPointer>
@@ -14,11 +15,6 @@
 #include <algorithm>
 
 namespace {
-
-void record(B2LogLevel level, std::string message, std::optional<std::string> detail = {})
-{
-    ActivityLog::shared().record({level, "transfer", std::move(message), std::move(detail)});
-}
 
 /// Ends the work of an earlier attempt first, so that two never write the same file.
 Task<> endOf(std::optional<OneShot<void>> previous)
@@ -48,7 +44,7 @@ void TransferQueue::enqueue(std::shared_ptr<Transfer> transfer, Work work)
 void TransferQueue::submit(const std::shared_ptr<Transfer>& transfer)
 {
     Q_ASSERT(thread() == QThread::currentThread());
-    record(B2LogLevel::info,
+    recordTransfer(B2LogLevel::info,
         fmt::format("Queued {} of {} - {}", transfer->kind == Transfer::Kind::upload ? "upload" : "download",
             transfer->displayName, sizeText(*transfer->byteCount)),
         transfer->remoteName);
@@ -124,7 +120,7 @@ void TransferQueue::cancel(const std::shared_ptr<Transfer>& transfer)
 {
     if (!transfer->state->isLive())
         return;
-    record(B2LogLevel::notice, "Cancelled " + transfer->displayName);
+    recordTransfer(B2LogLevel::notice, "Cancelled " + transfer->displayName);
     if (const auto entry = tasks_.find(transfer->id); entry != tasks_.end()) {
         Started started = std::move(entry->second);
         tasks_.erase(entry);
@@ -164,7 +160,7 @@ void TransferQueue::skipChecksum(const std::shared_ptr<Transfer>& transfer)
     // The flag of a folder is every child's.
     transfer->skipChecksum->raise();
     target->checksumSkipped = true;
-    record(B2LogLevel::warning,
+    recordTransfer(B2LogLevel::warning,
         child ? fmt::format("Skipped checksums for {} and everything left in it", transfer->displayName)
               : "Skipped the checksum for " + transfer->displayName,
         "Uploading without a whole-file checksum. Parts are still checked in transit; the stored file cannot be "
@@ -220,6 +216,6 @@ Task<> TransferQueue::stopAll()
 
 void TransferQueue::refuse(const std::string& message, std::string sentence)
 {
-    record(B2LogLevel::error, message, sentence);
+    recordTransfer(B2LogLevel::error, message, sentence);
     refusals.update([&](auto& all) { all.push_back(std::move(sentence)); });
 }

@@ -1,10 +1,10 @@
 #include "transfers/UploadSource.h"
 
+#include "B2Kit/B2Text.h"
 #include "foundation/QtText.h"
 #include "foundation/Texts.h"
 
 #include <QMimeDatabase>
-#include <QStringDecoder>
 
 #include <fmt/format.h>
 
@@ -15,13 +15,6 @@
 #include <unistd.h>
 
 namespace {
-
-std::chrono::system_clock::time_point toDate(const timespec& time)
-{
-    const auto sinceEpoch = std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
-    return std::chrono::system_clock::time_point(
-        std::chrono::duration_cast<std::chrono::system_clock::duration>(sinceEpoch));
-}
 
 std::string whyUnreadable(const std::filesystem::path& path, int systemError, std::string_view kept)
 {
@@ -39,14 +32,14 @@ std::string whyUnreadable(const std::filesystem::path& path, int systemError, st
     }
 }
 
-bool isUTF8(std::string_view text)
-{
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString decoded = decoder.decode(QByteArrayView(text.data(), static_cast<qsizetype>(text.size())));
-    return !decoder.hasError() && decoded.toUtf8().size() == static_cast<qsizetype>(text.size());
-}
-
 } // namespace
+
+std::chrono::system_clock::time_point toDate(const timespec& time)
+{
+    const auto sinceEpoch = std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+    return std::chrono::system_clock::time_point(
+        std::chrono::duration_cast<std::chrono::system_clock::duration>(sinceEpoch));
+}
 
 std::expected<UploadSource, std::string> inspectUploadSource(const std::filesystem::path& path, std::string_view kept)
 {

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <ctime>
 #include <expected>
 #include <filesystem>
 #include <optional>
@@ -24,6 +25,9 @@ struct UploadSource {
 
     bool operator==(const UploadSource&) const = default;
 };
+
+/// A time of the file system as a date.
+std::chrono::system_clock::time_point toDate(const timespec& time);
 
 /// Looks at a file that is to be sent. Follows links. Blocks.
 ///

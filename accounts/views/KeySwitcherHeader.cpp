@@ -8,13 +8,14 @@
 #include "foundation/views/Measures.h"
 #include "foundation/views/NameText.h"
 
+#include <QEvent>
 #include <QPainter>
 #include <QPainterPath>
 
 namespace {
 
 constexpr int radius = 6;
-constexpr int symbolSize = 24;
+constexpr int cardSymbolSize = 24;
 constexpr int chevronSize = 16;
 
 QString shown(const std::optional<std::string>& text)
@@ -126,7 +127,7 @@ void KeySwitcherHeader::paintEvent(QPaintEvent*)
     painter.drawPath(outline);
 
     const auto place = [&](const QRect& area) { return QStyle::visualRect(layoutDirection(), rect(), area); };
-    const QRect icon(Spacing::small, Spacing::small + 2, symbolSize, symbolSize);
+    const QRect icon(Spacing::small, Spacing::small + 2, cardSymbolSize, cardSymbolSize);
     painter.drawPixmap(
         place(icon).topLeft(), symbolPixmap(Symbol::key, icon.size(), devicePixelRatioF(), symbolColor(palette())));
     const QRect chevron(width() - chevronSize - Spacing::small, (height() - chevronSize) / 2, chevronSize, chevronSize);

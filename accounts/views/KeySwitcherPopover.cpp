@@ -22,7 +22,7 @@
 
 namespace {
 
-constexpr int narrowest = 340;
+constexpr int narrowestPopover = 340;
 constexpr int highest = 600;
 constexpr int lowest = 360; ///< Even over a low window.
 constexpr int shortestList = 132;
@@ -224,7 +224,7 @@ void KeySwitcherPopover::search(const QString& text)
 
 void KeySwitcherPopover::openUnderHeader()
 {
-    setFixedWidth(std::max(narrowest, header_.width()));
+    setFixedWidth(std::max(narrowestPopover, header_.width()));
     const bool isRightToLeft = layoutDirection() == Qt::RightToLeft;
     QPoint place = header_.mapToGlobal(QPoint(0, header_.height() + Spacing::tight));
     if (isRightToLeft)

@@ -6,6 +6,8 @@
 #include "foundation/views/Measures.h"
 #include "foundation/views/TableColumns.h"
 
+#include <QTextDocument>
+
 #include <algorithm>
 #include <string_view>
 #include <unordered_map>

@@ -22,7 +22,7 @@ constexpr int separatorWidth = 12;
 constexpr int textPadding = 16;
 constexpr int iconRoom = 22;
 constexpr int widestFoldable = 220;
-constexpr int narrowest = 56;
+constexpr int narrowestSegment = 56;
 constexpr const char* titleProperty = "title";
 
 // A lone "&" in a button's text would underline the next letter.
@@ -175,7 +175,7 @@ QSize PathBar::sizeHint() const
 
 QSize PathBar::minimumSizeHint() const
 {
-    return {2 * narrowest + 48, sizeHint().height()};
+    return {2 * narrowestSegment + 48, sizeHint().height()};
 }
 
 bool PathBar::eventFilter(QObject* watched, QEvent* event)
@@ -305,10 +305,10 @@ void PathBar::arrange()
     }
     while (lack > 0 && !widths.isEmpty()) {
         auto widest = std::ranges::max_element(widths);
-        if (*widest <= narrowest) {
+        if (*widest <= narrowestSegment) {
             break;
         }
-        const int step = std::min({lack, 16, *widest - narrowest});
+        const int step = std::min({lack, 16, *widest - narrowestSegment});
         *widest -= step;
         lack -= step;
     }

@@ -20,7 +20,7 @@
 
 namespace {
 
-constexpr int narrowest = 480;
+constexpr int narrowestSheet = 480;
 constexpr int widest = 600;
 constexpr int radioIndent = 24;
 /// Room for the frame around a sheet that is as high as the screen.
@@ -79,7 +79,7 @@ Sheet::Sheet(const QString& title, const QString& purpose, QWidget* parent)
 {
     setWindowModality(Qt::WindowModal);
     setWindowTitle(title);
-    setMinimumWidth(narrowest);
+    setMinimumWidth(narrowestSheet);
     setMaximumWidth(widest);
     setSizeGripEnabled(false);
 

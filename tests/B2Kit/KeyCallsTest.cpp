@@ -16,7 +16,7 @@ std::string key(const std::string& id, const std::string& version, const std::st
         + (version == "v4" ? R"("bucketIds": )" : R"("bucketId": )") + buckets + "}";
 }
 
-std::string page(const std::vector<std::string>& keys, const std::string& next = "null")
+std::string keysPage(const std::vector<std::string>& keys, const std::string& next = "null")
 {
     std::string list;
     for (const auto& key : keys)
@@ -82,10 +82,10 @@ TEST_F(KeyCallsTest, TellsWhenALostAnswerMayHaveMadeASecondKey)
 
 TEST_F(KeyCallsTest, KeysSplitBetweenTheVersionsAreAllListed)
 {
-    transport->answer(listKeys, page({key("k1", "v4", overTwo)}, "\"k3\""))
-        .answer(listKeys, page({key("k3", "v4", overTwo)}));
-    transport->answer(listKeys, page({key("k2", "v3", "\"b9\"")}, "\"k4\""))
-        .answer(listKeys, page({key("k4", "v3", "null")}));
+    transport->answer(listKeys, keysPage({key("k1", "v4", overTwo)}, "\"k3\""))
+        .answer(listKeys, keysPage({key("k3", "v4", overTwo)}));
+    transport->answer(listKeys, keysPage({key("k2", "v3", "\"b9\"")}, "\"k4\""))
+        .answer(listKeys, keysPage({key("k4", "v3", "null")}));
 
     EXPECT_EQ(run(listedIDs()), "k1@b1 k3@b1 k2@b9 k4 ");
 
@@ -99,15 +99,15 @@ TEST_F(KeyCallsTest, KeysSplitBetweenTheVersionsAreAllListed)
 
 TEST_F(KeyCallsTest, KeysThatBothVersionsTellAreListedOnce)
 {
-    transport->answer(listKeys, page({key("k1", "v4", overTwo), key("k2", "v4", R"(["b9"])")}));
-    transport->answer(listKeys, page({key("k2", "v3", "\"b9\"")}));
+    transport->answer(listKeys, keysPage({key("k1", "v4", overTwo), key("k2", "v4", R"(["b9"])")}));
+    transport->answer(listKeys, keysPage({key("k2", "v3", "\"b9\"")}));
 
     EXPECT_EQ(run(listedIDs()), "k1@b1 k2@b9 ");
 }
 
 TEST_F(KeyCallsTest, VersionThreeMayRefuseWhenVersionFourHasProvedToTellAllKeys)
 {
-    transport->answer(listKeys, page({key("k1", "v4", overTwo), key("k2", "v4", "[]")}));
+    transport->answer(listKeys, keysPage({key("k1", "v4", overTwo), key("k2", "v4", "[]")}));
     transport->refuse(listKeys, 401, "unsupported");
 
     EXPECT_EQ(run(listedIDs()), "k1@b1 k2 ");
@@ -117,16 +117,16 @@ TEST_F(KeyCallsTest, VersionThreeMayRefuseWhenVersionFourHasProvedToTellAllKeys)
 TEST_F(KeyCallsTest, AListThatMayLackKeysIsAFailure)
 {
     // Nothing shows that version 4 tells the keys which version 3 refuses to.
-    transport->answer(listKeys, page({key("k1", "v4", overTwo)})).refuse(listKeys, 401, "unsupported");
+    transport->answer(listKeys, keysPage({key("k1", "v4", overTwo)})).refuse(listKeys, 401, "unsupported");
     EXPECT_EQ(failureOf(listedIDs()), "B2 401 unsupported: why");
     // Another failure than that of the version tells nothing.
-    transport->answer(listKeys, page({key("k2", "v4", "[]")})).refuse(listKeys, 403, "transaction_cap_exceeded");
+    transport->answer(listKeys, keysPage({key("k2", "v4", "[]")})).refuse(listKeys, 403, "transaction_cap_exceeded");
     EXPECT_EQ(failureOf(listedIDs()), "B2 403 transaction_cap_exceeded: why");
 
     transport->refuse(listKeys, 400, "bad_request");
     EXPECT_EQ(failureOf(listedIDs()), "B2 400 bad_request: why");
 
-    transport->answer(listKeys, page({}, "\"k1\"")).answer(listKeys, page({}, "\"k1\""));
+    transport->answer(listKeys, keysPage({}, "\"k1\"")).answer(listKeys, keysPage({}, "\"k1\""));
     EXPECT_EQ(failureOf(listedIDs()), "Invalid response: b2_list_keys: the next page would begin where this one did");
 }
 
@@ -170,11 +170,11 @@ TEST_F(KeyCallsTest, ADeletionWhoseAnswerWasLostIsLookedUp)
             .refuse(deleteKey, 400, "bad_request");
     };
     loseAnswer();
-    transport->answer(listKeys, page({})).answer(listKeys, page({key("k2", "v3", "null")}));
+    transport->answer(listKeys, keysPage({})).answer(listKeys, keysPage({key("k2", "v3", "null")}));
     EXPECT_EQ(run(client->deleteKey("k1")).applicationKeyID, "k1");
 
     loseAnswer();
-    transport->answer(listKeys, page({})).answer(listKeys, page({key("k1", "v3", "null")}));
+    transport->answer(listKeys, keysPage({})).answer(listKeys, keysPage({key("k1", "v3", "null")}));
     EXPECT_EQ(failureOf(client->deleteKey("k1")), "B2 400 bad_request: why");
 }
 

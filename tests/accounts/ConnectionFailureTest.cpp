@@ -14,14 +14,14 @@ ConnectionFailure failureFrom(int status, std::string code, std::string message)
         std::make_exception_ptr(B2Error(B2APIError{status, std::move(code), std::move(message)})));
 }
 
-const std::string rejected = "Backblaze rejected this key. It has been deleted, or it reached the lifetime it was "
-                             "created with.";
+const std::string rejectedText = "Backblaze rejected this key. It has been deleted, or it reached the lifetime it was "
+                                 "created with.";
 
 } // namespace
 
 TEST(ConnectionFailureTest, OnlyARefusalOfTheKeyItselfCountsAgainstTheKey)
 {
-    EXPECT_EQ(failureFrom(401, "unauthorized", ""), (ConnectionFailure{Kind::keyRejected, rejected}));
+    EXPECT_EQ(failureFrom(401, "unauthorized", ""), (ConnectionFailure{Kind::keyRejected, rejectedText}));
     EXPECT_EQ(
         failureFrom(401, "unsupported", "Use version 4"), (ConnectionFailure{Kind::keyRejected, "Use version 4"}));
     EXPECT_EQ(failureFrom(401, "bad_auth_token", "").kind, Kind::other);

@@ -19,7 +19,7 @@ const StoredKey abroad{"k4", "Abroad", "acc2"};
 const StoredKey unknown{"k5", "Never connected", std::nullopt};
 
 const ConnectionFailure unreachable{ConnectionFailure::Kind::unreachable, "Backblaze returned 503."};
-const ConnectionFailure rejected{ConnectionFailure::Kind::keyRejected, "It was deleted."};
+const ConnectionFailure rejection{ConnectionFailure::Kind::keyRejected, "It was deleted."};
 
 KeySummary readOnly(std::chrono::milliseconds end)
 {
@@ -135,7 +135,7 @@ TEST(KeySwitcherTest, WithoutASessionTheCardSaysWhyAndWhetherToTryAgain)
     EXPECT_FALSE(keySwitcherContent(state).card->canRetry) << "an attempt is under way";
 
     state.isConnecting = false;
-    state.failure = rejected;
+    state.failure = rejection;
     EXPECT_FALSE(keySwitcherContent(state).card->canRetry);
 
     state.lastAttempted.reset();

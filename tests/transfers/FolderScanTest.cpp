@@ -11,8 +11,6 @@ using testing::SizeIs;
 
 namespace {
 
-using Kind = FileProblem::Kind;
-
 class FolderScanTest : public testing::Test {
 protected:
     static std::vector<std::string> pathsOf(const FolderScan& scan)
@@ -48,8 +46,8 @@ TEST_F(FolderScanTest, FindsRegularFilesAloneAndFollowsNoLink)
     EXPECT_THAT(scan.refusedFiles, IsEmpty());
     EXPECT_THAT(scan.unreadableFolders, IsEmpty());
     EXPECT_THAT(scan.passedOver.named,
-        ElementsAre(FileProblem{"link", "It is a link, not a file, and is not sent.", Kind::leftOut},
-            FileProblem{"pipe", "It is a pipe, not a file, and is not sent.", Kind::leftOut},
+        ElementsAre(FileProblem{"link", "It is a link, not a file, and is not sent.", FileProblem::Kind::leftOut},
+            FileProblem{"pipe", "It is a pipe, not a file, and is not sent.", FileProblem::Kind::leftOut},
             testing::Field(&FileProblem::relativePath, "b/out")));
     EXPECT_EQ(scan.passedOver.count, 3);
     EXPECT_THAT(scan.emptyFolders.named, ElementsAre(testing::Field(&FileProblem::relativePath, "empty/")));

@@ -6,6 +6,7 @@
 #include "transfers/TransferTexts.h"
 #include "transfers/views/TransferProblemsSheet.h"
 
+#include <QFile>
 #include <QApplication>
 #include <QClipboard>
 #include <QContextMenuEvent>
