@@ -1,6 +1,6 @@
 #include "B2Kit/B2Bucket.h"
 
-#include "B2Kit/B2Fields.h"
+#include "B2Kit/wire/B2Fields.h"
 
 #include <algorithm>
 

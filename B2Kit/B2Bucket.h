@@ -1,10 +1,10 @@
 #pragma once
 
 #include "B2Kit/B2CORSRule.h"
-#include "B2Kit/B2OpenText.h"
-#include "B2Kit/B2Readable.h"
 #include "B2Kit/B2Replication.h"
 #include "B2Kit/B2Retention.h"
+#include "B2Kit/wire/B2OpenText.h"
+#include "B2Kit/wire/B2Readable.h"
 
 #include <cstdint>
 #include <map>

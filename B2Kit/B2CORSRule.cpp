@@ -1,6 +1,6 @@
 #include "B2Kit/B2CORSRule.h"
 
-#include "B2Kit/B2Text.h"
+#include "B2Kit/wire/B2Text.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "B2Kit/B2OpenText.h"
+#include "B2Kit/wire/B2OpenText.h"
 
 #include <optional>
 #include <span>

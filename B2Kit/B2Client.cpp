@@ -1,9 +1,9 @@
 #include "B2Kit/B2Client.h"
 
-#include "B2Kit/B2JSONCall.h"
-#include "B2Kit/B2Pipeline.h"
-#include "B2Kit/B2URL.h"
-#include "B2Kit/UploadURLPool.h"
+#include "B2Kit/calls/B2JSONCall.h"
+#include "B2Kit/pipeline/B2Pipeline.h"
+#include "B2Kit/uploads/UploadURLPool.h"
+#include "B2Kit/wire/B2URL.h"
 
 #include <openssl/evp.h>
 #include <random>

@@ -2,10 +2,10 @@
 
 #include "B2Kit/B2Bucket.h"
 #include "B2Kit/B2Capability.h"
-#include "B2Kit/B2PartRetryEvent.h"
 #include "B2Kit/B2Replication.h"
 #include "B2Kit/B2Retention.h"
-#include "B2Kit/B2Transport.h"
+#include "B2Kit/transport/B2Transport.h"
+#include "B2Kit/uploads/B2PartRetryEvent.h"
 
 #include <chrono>
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "accounts/AddKeyModel.h"
 
-#include "B2Kit/B2Text.h"
+#include "B2Kit/wire/B2Text.h"
 #include "foundation/Texts.h"
 
 #include <QPointer>

@@ -3,7 +3,7 @@
 #include "B2Kit/B2Client.h"
 #include "B2Kit/B2Credentials.h"
 #include "B2Kit/B2Log.h"
-#include "B2Kit/B2Transport.h"
+#include "B2Kit/transport/B2Transport.h"
 
 #include <memory>
 #include <string>

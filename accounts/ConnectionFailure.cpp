@@ -1,7 +1,7 @@
 #include "accounts/ConnectionFailure.h"
 
 #include "B2Kit/B2Error.h"
-#include "B2Kit/B2RetryPolicy.h"
+#include "B2Kit/pipeline/B2RetryPolicy.h"
 
 #include <fmt/format.h>
 

@@ -1,6 +1,6 @@
 #include "accounts/KeySheetTexts.h"
 
-#include "B2Kit/B2Text.h"
+#include "B2Kit/wire/B2Text.h"
 #include "foundation/QtText.h"
 #include "foundation/Texts.h"
 

@@ -1,6 +1,6 @@
 #include "accounts/KeyStore.h"
 
-#include "B2Kit/B2RetryPolicy.h"
+#include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "accounts/KeyNames.h"
 #include "foundation/QtText.h"
 #include "foundation/SettingsKeys.h"

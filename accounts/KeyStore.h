@@ -4,11 +4,11 @@
 #include "accounts/B2Session.h"
 #include "accounts/ClientFactory.h"
 #include "accounts/ConnectionFailure.h"
-#include "accounts/Keychain.h"
 #include "accounts/StoredKey.h"
-#include "foundation/ActivityLog.h"
 #include "foundation/Observable.h"
 #include "foundation/Settings.h"
+#include "foundation/log/ActivityLog.h"
+#include "keychain/Keychain.h"
 
 #include <map>
 #include <memory>

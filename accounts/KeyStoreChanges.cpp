@@ -1,8 +1,8 @@
 #include "accounts/KeyStore.h"
 
 #include "B2Kit/B2Error.h"
-#include "B2Kit/B2RetryPolicy.h"
-#include "B2Kit/B2Text.h"
+#include "B2Kit/pipeline/B2RetryPolicy.h"
+#include "B2Kit/wire/B2Text.h"
 #include "accounts/KeyNames.h"
 #include "foundation/SettingsKeys.h"
 #include "foundation/Texts.h"

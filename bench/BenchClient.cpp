@@ -1,6 +1,6 @@
 #include "bench/BenchClient.h"
 
-#include "B2Kit/B2CurlTransport.h"
+#include "B2Kit/transport/B2CurlTransport.h"
 #include "async/Group.h"
 
 #include <cstdio>

@@ -1,7 +1,7 @@
 // How long one page of a listing takes to become records.
 
-#include "B2Kit/B2Decoding.h"
 #include "B2Kit/B2File.h"
+#include "B2Kit/wire/B2Decoding.h"
 
 #include <benchmark/benchmark.h>
 

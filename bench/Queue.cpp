@@ -5,9 +5,9 @@
 #include "bench/BenchClient.h"
 
 #include "accounts/B2Session.h"
-#include "foundation/ActivityLog.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Settings.h"
+#include "foundation/log/ActivityLog.h"
 #include "transfers/TransferQueue.h"
 
 #include <QCoreApplication>

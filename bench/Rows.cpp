@@ -7,8 +7,8 @@
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Settings.h"
-#include "foundation/views/DenseTableView.h"
-#include "foundation/views/Theme.h"
+#include "foundation/views/style/Theme.h"
+#include "foundation/views/tables/DenseTableView.h"
 
 #include <QApplication>
 #include <QScrollBar>

@@ -2,9 +2,9 @@
 
 #include "bench/FirstPaint.h"
 #include "foundation/ProcessHardening.h"
-#include "foundation/views/Theme.h"
+#include "foundation/views/style/Theme.h"
 #include "shell/Application.h"
-#include "shell/views/MainWindow.h"
+#include "shell/window/MainWindow.h"
 
 #include <QApplication>
 

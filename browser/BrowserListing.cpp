@@ -2,9 +2,9 @@
 
 #include "B2Kit/B2Error.h"
 #include "accounts/ExpiryNotice.h"
-#include "browser/BrowserActions.h"
 #include "browser/BrowserModel.h"
 #include "browser/RowWorker.h"
+#include "browser/actions/BrowserActions.h"
 
 #include <algorithm>
 #include <utility>

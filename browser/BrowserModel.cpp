@@ -1,8 +1,8 @@
 #include "browser/BrowserModel.h"
 
-#include "browser/BrowserActions.h"
 #include "browser/PrefixPath.h"
 #include "browser/RowWorker.h"
+#include "browser/actions/BrowserActions.h"
 #include "foundation/Settings.h"
 #include "foundation/SettingsKeys.h"
 

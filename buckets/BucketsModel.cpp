@@ -1,6 +1,6 @@
 #include "buckets/BucketsModel.h"
 
-#include "B2Kit/B2RetryPolicy.h"
+#include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "buckets/BucketReach.h"
 #include "foundation/NaturalOrder.h"
 

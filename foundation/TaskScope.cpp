@@ -1,7 +1,7 @@
 #include "foundation/TaskScope.h"
 
-#include "foundation/ActivityLog.h"
 #include "foundation/MainExecutor.h"
+#include "foundation/log/ActivityLog.h"
 
 #include <cstdint>
 #include <map>

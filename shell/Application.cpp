@@ -1,14 +1,14 @@
 #include "shell/Application.h"
 
-#include "B2Kit/B2OSLogSink.h"
-#include "B2Kit/B2TemporaryName.h"
-#include "accounts/MemoryKeychain.h"
-#include "accounts/SystemKeychain.h"
+#include "B2Kit/files/B2TemporaryName.h"
+#include "B2Kit/pipeline/B2OSLogSink.h"
 #include "async/Background.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Paths.h"
 #include "foundation/SettingsKeys.h"
-#include "transfers/DownloadMark.h"
+#include "keychain/MemoryKeychain.h"
+#include "keychain/SystemKeychain.h"
+#include "transfers/download/DownloadMark.h"
 
 #include <QTimer>
 

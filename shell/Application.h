@@ -1,18 +1,18 @@
 #pragma once
 
-#include "B2Kit/B2CurlTransport.h"
+#include "B2Kit/transport/B2CurlTransport.h"
 #include "accounts/AppContext.h"
 #include "accounts/ClientFactory.h"
-#include "accounts/Keychain.h"
-#include "foundation/ActivityLog.h"
 #include "foundation/Settings.h"
+#include "foundation/log/ActivityLog.h"
+#include "keychain/Keychain.h"
 #include "shell/CommandLine.h"
 #include "shell/Demo.h"
 #include "shell/RootModel.h"
-#include "transfers/DownloadDestination.h"
-#include "transfers/ResumeStore.h"
 #include "transfers/SleepInhibitor.h"
 #include "transfers/TransferQueue.h"
+#include "transfers/download/DownloadDestination.h"
+#include "transfers/resume/ResumeStore.h"
 
 #include <memory>
 

@@ -2,7 +2,7 @@
 
 #include "B2Kit/B2Client.h"
 #include "B2Kit/B2Error.h"
-#include "B2Kit/B2URL.h"
+#include "B2Kit/wire/B2URL.h"
 
 #include <cstdio>
 #include <cstdlib>

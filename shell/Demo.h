@@ -1,6 +1,6 @@
 #pragma once
 
-#include "accounts/MemoryKeychain.h"
+#include "keychain/MemoryKeychain.h"
 
 #include <QTemporaryDir>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "B2Kit/B2Bucket.h"
-#include "transfers/ResumeStore.h"
+#include "transfers/resume/ResumeStore.h"
 
 #include <functional>
 #include <optional>

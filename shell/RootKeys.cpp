@@ -1,6 +1,6 @@
 // The half of the root that knows of stored keys: names, menu, what is said of them.
 
-#include "B2Kit/B2Text.h"
+#include "B2Kit/wire/B2Text.h"
 #include "accounts/KeyNames.h"
 #include "accounts/KeySheetTexts.h"
 #include "foundation/Texts.h"

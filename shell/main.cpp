@@ -1,13 +1,13 @@
 #include "foundation/ProcessHardening.h"
 #include "foundation/QtText.h"
 #include "foundation/views/ContextMenuKey.h"
-#include "foundation/views/Theme.h"
+#include "foundation/views/style/Theme.h"
 #include "shell/Application.h"
 #include "shell/CommandLine.h"
 #include "shell/SignalWatch.h"
 #include "shell/tour/Tour.h"
 #include "shell/tour/TourChapter.h"
-#include "shell/views/MainWindow.h"
+#include "shell/window/MainWindow.h"
 
 #include <QApplication>
 #include <QIcon>

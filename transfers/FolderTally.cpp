@@ -1,7 +1,7 @@
 #include "transfers/FolderTally.h"
 
-#include "foundation/ActivityLog.h"
 #include "foundation/Texts.h"
+#include "foundation/log/ActivityLog.h"
 #include "transfers/TransferLog.h"
 
 #include <fmt/format.h>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "async/Task.h"
-#include "transfers/FolderScan.h"
 #include "transfers/Transfer.h"
+#include "transfers/upload/FolderScan.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,6 +1,6 @@
 #include "async/Group.h"
-#include "foundation/ActivityLog.h"
 #include "foundation/MainExecutor.h"
+#include "foundation/log/ActivityLog.h"
 #include "transfers/ProgressThrottle.h"
 #include "transfers/RowReports.h"
 #include "transfers/TransferRun.h"

@@ -4,7 +4,7 @@
 #include "B2Kit/B2Download.h"
 #include "foundation/Observable.h"
 #include "transfers/AbandonFlag.h"
-#include "transfers/SourceBookmark.h"
+#include "transfers/upload/SourceBookmark.h"
 
 #include <QUuid>
 

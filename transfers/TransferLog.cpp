@@ -1,6 +1,6 @@
 #include "transfers/TransferLog.h"
 
-#include "foundation/ActivityLog.h"
+#include "foundation/log/ActivityLog.h"
 
 void recordTransfer(B2LogLevel level, std::string message, std::optional<std::string> detail)
 {

@@ -3,7 +3,7 @@
 #include "async/Background.h"
 #include "foundation/Texts.h"
 #include "transfers/TransferQueue.h"
-#include "transfers/UploadSource.h"
+#include "transfers/upload/UploadSource.h"
 
 #include <QPointer>
 

@@ -1,8 +1,8 @@
 #include "transfers/TransferQueue.h"
 
-#include "foundation/ActivityLog.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Texts.h"
+#include "foundation/log/ActivityLog.h"
 #include "transfers/FailureTexts.h"
 #include "transfers/TransferLog.h"
 #include "transfers/TransferProgress.h"

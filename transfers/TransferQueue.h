@@ -6,10 +6,10 @@
 #include "async/Group.h"
 #include "foundation/Observable.h"
 #include "foundation/TaskScope.h"
-#include "transfers/DownloadDestination.h"
-#include "transfers/ResumeStore.h"
 #include "transfers/Transfer.h"
 #include "transfers/TransferRun.h"
+#include "transfers/download/DownloadDestination.h"
+#include "transfers/resume/ResumeStore.h"
 
 #include <deque>
 #include <filesystem>

@@ -2,13 +2,13 @@
 
 #include "B2Kit/B2Bucket.h"
 #include "B2Kit/B2File.h"
-#include "B2Kit/B2Transport.h"
+#include "B2Kit/transport/B2Transport.h"
 #include "accounts/B2Session.h"
 #include "async/Task.h"
-#include "transfers/Destination.h"
-#include "transfers/DownloadMark.h"
 #include "transfers/Transfer.h"
-#include "transfers/UploadSource.h"
+#include "transfers/download/Destination.h"
+#include "transfers/download/DownloadMark.h"
+#include "transfers/upload/UploadSource.h"
 
 #include <memory>
 #include <string>

@@ -5,7 +5,7 @@
 #include "foundation/QtText.h"
 #include "foundation/views/Announcer.h"
 #include "foundation/views/Labels.h"
-#include "foundation/views/SymbolView.h"
+#include "foundation/views/style/SymbolView.h"
 
 #include <QHBoxLayout>
 #include <QLineEdit>

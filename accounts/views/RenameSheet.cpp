@@ -2,7 +2,7 @@
 
 #include "accounts/KeySheetTexts.h"
 #include "foundation/QtText.h"
-#include "foundation/views/Measures.h"
+#include "foundation/views/style/Measures.h"
 
 #include <QHBoxLayout>
 #include <QLineEdit>

@@ -1,7 +1,7 @@
 #include "accounts/views/SecretField.h"
 
-#include "foundation/views/Icons.h"
-#include "foundation/views/Measures.h"
+#include "foundation/views/style/Icons.h"
+#include "foundation/views/style/Measures.h"
 
 #include <QHBoxLayout>
 #include <QKeyEvent>

@@ -1,10 +1,10 @@
 #include "browser/views/BrowserCommands.h"
 
-#include "browser/BrowserActions.h"
 #include "browser/BrowserModel.h"
 #include "browser/RowTexts.h"
+#include "browser/actions/BrowserActions.h"
 #include "foundation/QtText.h"
-#include "foundation/views/Icons.h"
+#include "foundation/views/style/Icons.h"
 
 #include <optional>
 #include <string>

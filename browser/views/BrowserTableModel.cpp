@@ -2,9 +2,9 @@
 
 #include "browser/RowTexts.h"
 #include "foundation/QtText.h"
-#include "foundation/views/Icons.h"
-#include "foundation/views/Measures.h"
-#include "foundation/views/TableColumns.h"
+#include "foundation/views/style/Icons.h"
+#include "foundation/views/style/Measures.h"
+#include "foundation/views/tables/TableColumns.h"
 
 #include <QTextDocument>
 

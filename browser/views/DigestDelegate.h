@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/views/NameDelegate.h"
+#include "foundation/views/tables/NameDelegate.h"
 
 /// Digests in the font that the model gives them, else as any other text of lesser weight.
 class DigestDelegate final : public RowDelegate {

@@ -2,7 +2,7 @@
 
 #include "browser/BrowserTexts.h"
 #include "foundation/QtText.h"
-#include "foundation/views/ColorRoles.h"
+#include "foundation/views/style/ColorRoles.h"
 
 #include <QButtonGroup>
 #include <QHBoxLayout>

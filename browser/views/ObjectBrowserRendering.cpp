@@ -1,22 +1,22 @@
 // The half of the pane that copies the model's state to the widgets.
 
 #include "accounts/ExpiryNotice.h"
-#include "browser/BrowserActions.h"
 #include "browser/BrowserTexts.h"
 #include "browser/PrefixPath.h"
 #include "browser/RowTexts.h"
+#include "browser/actions/BrowserActions.h"
 #include "browser/views/BrowserCommands.h"
 #include "browser/views/ModeControl.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "browser/views/UploadDrops.h"
 #include "foundation/QtText.h"
-#include "foundation/views/Banner.h"
-#include "foundation/views/DenseTableView.h"
-#include "foundation/views/EmptyState.h"
-#include "foundation/views/LoadingLine.h"
-#include "foundation/views/PathBar.h"
 #include "foundation/views/SearchField.h"
-#include "foundation/views/StatusLine.h"
+#include "foundation/views/panes/Banner.h"
+#include "foundation/views/panes/EmptyState.h"
+#include "foundation/views/panes/LoadingLine.h"
+#include "foundation/views/panes/PathBar.h"
+#include "foundation/views/panes/StatusLine.h"
+#include "foundation/views/tables/DenseTableView.h"
 
 #include <QHeaderView>
 #include <QPersistentModelIndex>

@@ -1,12 +1,12 @@
 #include "browser/views/UploadDrops.h"
 
 #include "async/Executor.h"
-#include "browser/DroppedItems.h"
+#include "browser/actions/DroppedItems.h"
 #include "browser/views/BrowserTableModel.h"
 #include "foundation/LocalPath.h"
 #include "foundation/QtText.h"
-#include "foundation/views/DenseTableView.h"
-#include "foundation/views/StylePainting.h"
+#include "foundation/views/style/StylePainting.h"
+#include "foundation/views/tables/DenseTableView.h"
 
 #include <QDropEvent>
 #include <QMimeData>

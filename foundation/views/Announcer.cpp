@@ -1,6 +1,6 @@
 #include "foundation/views/Announcer.h"
 
-#include "foundation/views/Banner.h"
+#include "foundation/views/panes/Banner.h"
 
 #include <QAccessible>
 #include <QAccessibleWidget>

@@ -1,6 +1,6 @@
 #include "foundation/views/ElidedLabel.h"
 
-#include "foundation/views/NameText.h"
+#include "foundation/views/tables/NameText.h"
 
 #include <QEvent>
 #include <QHelpEvent>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/views/Measures.h"
+#include "foundation/views/style/Measures.h"
 
 #include <QLabel>
 

@@ -1,6 +1,6 @@
 #include "foundation/views/SearchField.h"
 
-#include "foundation/views/Icons.h"
+#include "foundation/views/style/Icons.h"
 
 #include <QAction>
 #include <QKeyEvent>

@@ -3,10 +3,10 @@
 #include "foundation/views/Announcer.h"
 #include "foundation/views/ButtonKeys.h"
 #include "foundation/views/Labels.h"
-#include "foundation/views/LoadingLine.h"
-#include "foundation/views/NameText.h"
-#include "foundation/views/Style.h"
-#include "foundation/views/SymbolView.h"
+#include "foundation/views/panes/LoadingLine.h"
+#include "foundation/views/style/Style.h"
+#include "foundation/views/style/SymbolView.h"
+#include "foundation/views/tables/NameText.h"
 
 #include <QAbstractScrollArea>
 #include <QButtonGroup>

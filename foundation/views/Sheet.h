@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/views/ColorRoles.h"
+#include "foundation/views/style/ColorRoles.h"
 
 #include <QDialog>
 #include <QPointer>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "B2Kit/B2CurlTransport.h"
+#include "B2Kit/transport/B2CurlTransport.h"
 
 #include <filesystem>
 #include <string>

@@ -2,10 +2,10 @@
 
 #include "browser/views/BrowserCommands.h"
 #include "browser/views/ObjectBrowserView.h"
-#include "foundation/views/DenseTableView.h"
-#include "foundation/views/PathBar.h"
+#include "foundation/views/panes/PathBar.h"
+#include "foundation/views/tables/DenseTableView.h"
 #include "shell/tour/TourHands.h"
-#include "shell/views/DetailArea.h"
+#include "shell/window/DetailArea.h"
 
 #include <QAction>
 #include <QLineEdit>

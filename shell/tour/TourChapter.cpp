@@ -2,11 +2,11 @@
 
 #include "browser/views/BrowserCommands.h"
 #include "browser/views/ObjectBrowserView.h"
-#include "foundation/views/DenseTableView.h"
+#include "foundation/views/tables/DenseTableView.h"
 #include "shell/tour/TourHands.h"
-#include "shell/views/DetailArea.h"
-#include "storage/views/UnfinishedUploadRow.h"
-#include "storage/views/UnfinishedUploadsView.h"
+#include "shell/window/DetailArea.h"
+#include "storage/unfinished/views/UnfinishedUploadRow.h"
+#include "storage/unfinished/views/UnfinishedUploadsView.h"
 
 #include <QPushButton>
 

@@ -1,6 +1,6 @@
 #include "shell/tour/TourFiles.h"
 
-#include "B2Kit/B2SHA1.h"
+#include "B2Kit/files/B2SHA1.h"
 #include "async/Background.h"
 
 #include <fstream>

@@ -2,10 +2,10 @@
 
 #include "B2Kit/B2Client.h"
 #include "browser/views/ObjectBrowserView.h"
-#include "foundation/views/DenseTableView.h"
+#include "foundation/views/tables/DenseTableView.h"
 #include "shell/tour/TourFiles.h"
 #include "shell/tour/TourHands.h"
-#include "shell/views/DetailArea.h"
+#include "shell/window/DetailArea.h"
 #include "transfers/views/TransferProblemsSheet.h"
 #include "transfers/views/TransfersView.h"
 

@@ -2,10 +2,10 @@
 
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/QtText.h"
-#include "foundation/views/DenseTableView.h"
+#include "foundation/views/tables/DenseTableView.h"
 #include "shell/tour/TourHands.h"
-#include "shell/views/DetailArea.h"
-#include "shell/views/Sidebar.h"
+#include "shell/window/DetailArea.h"
+#include "shell/window/Sidebar.h"
 
 #include <QListView>
 

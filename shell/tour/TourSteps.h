@@ -3,7 +3,7 @@
 #include "foundation/TaskScope.h"
 #include "shell/Application.h"
 #include "shell/tour/TourReport.h"
-#include "shell/views/MainWindow.h"
+#include "shell/window/MainWindow.h"
 
 #include <QObject>
 #include <QSize>

@@ -3,10 +3,10 @@
 #include "browser/views/BrowserCommands.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/QtText.h"
-#include "foundation/views/DenseTableView.h"
+#include "foundation/views/tables/DenseTableView.h"
 #include "shell/tour/TourFiles.h"
 #include "shell/tour/TourHands.h"
-#include "shell/views/DetailArea.h"
+#include "shell/window/DetailArea.h"
 #include "transfers/views/TransfersView.h"
 
 #include <QAction>

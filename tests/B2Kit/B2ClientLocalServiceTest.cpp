@@ -1,4 +1,4 @@
-#include "LocalServiceFixture.h"
+#include "tests/B2Kit/LocalServiceFixture.h"
 
 using testing::ElementsAre;
 using testing::UnorderedElementsAreArray;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "B2Kit/B2Client.h"
-#include "StubTransport.h"
+#include "tests/B2Kit/StubTransport.h"
 #include "tests/support/RunTask.h"
 
 #include <gmock/gmock.h>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "B2Kit/B2Client.h"
-#include "B2Kit/B2CurlTransport.h"
-#include "B2Kit/B2SHA1.h"
+#include "B2Kit/files/B2SHA1.h"
+#include "B2Kit/transport/B2CurlTransport.h"
 #include "localb2/Service.h"
 #include "tests/support/RunTask.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "B2Kit/B2Error.h"
-#include "B2Kit/B2Transport.h"
+#include "B2Kit/transport/B2Transport.h"
 #include "async/OneShot.h"
 
 #include <deque>

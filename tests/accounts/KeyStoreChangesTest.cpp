@@ -1,7 +1,7 @@
 #include "B2Kit/B2Error.h"
-#include "KeyStoreFixture.h"
 #include "accounts/KeyNames.h"
 #include "foundation/SettingsKeys.h"
+#include "tests/accounts/KeyStoreFixture.h"
 
 using testing::Contains;
 using testing::ElementsAre;

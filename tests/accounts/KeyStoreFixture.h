@@ -1,9 +1,9 @@
 #pragma once
 
-#include "B2Kit/B2CurlTransport.h"
+#include "B2Kit/transport/B2CurlTransport.h"
 #include "accounts/KeyStore.h"
-#include "accounts/MemoryKeychain.h"
 #include "foundation/Settings.h"
+#include "keychain/MemoryKeychain.h"
 #include "localb2/Service.h"
 #include "tests/support/QtRun.h"
 

@@ -1,6 +1,6 @@
-#include "KeyStoreFixture.h"
 #include "accounts/Reconnection.h"
 #include "foundation/TaskScope.h"
+#include "tests/accounts/KeyStoreFixture.h"
 
 using testing::Contains;
 using testing::HasSubstr;

@@ -1,7 +1,7 @@
 #include "async/SingleFlight.h"
-#include "RunOnPool.h"
 #include "async/Stream.h"
 #include "async/Timer.h"
+#include "tests/async/RunOnPool.h"
 
 #include <gmock/gmock.h>
 

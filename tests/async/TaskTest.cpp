@@ -1,5 +1,5 @@
-#include "RunOnPool.h"
 #include "async/OneShot.h"
+#include "tests/async/RunOnPool.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 #include "async/Timer.h"
-#include "RunOnPool.h"
 #include "async/Background.h"
+#include "tests/async/RunOnPool.h"
 
 #include <gmock/gmock.h>
 

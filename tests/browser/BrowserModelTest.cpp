@@ -1,7 +1,7 @@
 #include "browser/BrowserModel.h"
-#include "ListingService.h"
 #include "foundation/Settings.h"
 #include "foundation/SettingsKeys.h"
+#include "tests/browser/ListingService.h"
 #include "tests/support/QtRun.h"
 
 #include <gmock/gmock.h>

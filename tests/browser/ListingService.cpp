@@ -1,4 +1,4 @@
-#include "ListingService.h"
+#include "tests/browser/ListingService.h"
 
 #include "B2Kit/B2Client.h"
 #include "foundation/QtText.h"

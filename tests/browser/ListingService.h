@@ -1,6 +1,6 @@
 #pragma once
 
-#include "B2Kit/B2Transport.h"
+#include "B2Kit/transport/B2Transport.h"
 #include "accounts/B2Session.h"
 #include "async/OneShot.h"
 

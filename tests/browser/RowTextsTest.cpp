@@ -1,7 +1,7 @@
 #include "browser/RowTexts.h"
-#include "browser/BrowserActions.h"
 #include "browser/BrowserTexts.h"
 #include "browser/PrefixPath.h"
+#include "browser/actions/BrowserActions.h"
 
 #include <gmock/gmock.h>
 

@@ -1,9 +1,9 @@
 #include "foundation/MainExecutor.h"
-#include "TemporaryDirectory.h"
 #include "async/Timer.h"
-#include "foundation/ActivityLog.h"
 #include "foundation/Settings.h"
 #include "foundation/TaskScope.h"
+#include "foundation/log/ActivityLog.h"
+#include "tests/foundation/TemporaryDirectory.h"
 #include "tests/support/QtRun.h"
 
 #include <gmock/gmock.h>

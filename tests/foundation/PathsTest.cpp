@@ -1,7 +1,7 @@
 #include "foundation/Paths.h"
-#include "TemporaryDirectory.h"
 #include "foundation/LocalPath.h"
 #include "foundation/ProcessHardening.h"
+#include "tests/foundation/TemporaryDirectory.h"
 
 #include <QUrl>
 

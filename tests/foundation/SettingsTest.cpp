@@ -1,5 +1,5 @@
 #include "foundation/Settings.h"
-#include "TemporaryDirectory.h"
+#include "tests/foundation/TemporaryDirectory.h"
 #include "tests/support/QtRun.h"
 
 #include <gmock/gmock.h>

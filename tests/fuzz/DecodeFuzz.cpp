@@ -1,11 +1,11 @@
 #include "B2Kit/B2Authorization.h"
 #include "B2Kit/B2Bucket.h"
-#include "B2Kit/B2Decoding.h"
-#include "B2Kit/B2Encoding.h"
 #include "B2Kit/B2Error.h"
 #include "B2Kit/B2File.h"
 #include "B2Kit/B2Key.h"
-#include "B2Kit/B2Upload.h"
+#include "B2Kit/uploads/B2Upload.h"
+#include "B2Kit/wire/B2Decoding.h"
+#include "B2Kit/wire/B2Encoding.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "Client.h"
+#include "tests/localb2/Client.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
-#include "B2Kit/B2CurlTransport.h"
-#include "accounts/MemoryKeychain.h"
+#include "B2Kit/transport/B2CurlTransport.h"
 #include "foundation/SettingsKeys.h"
+#include "keychain/MemoryKeychain.h"
 #include "localb2/Service.h"
 #include "shell/RootModel.h"
 #include "tests/support/QtRun.h"

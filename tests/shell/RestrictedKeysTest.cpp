@@ -1,7 +1,7 @@
-#include "RootFixture.h"
+#include "tests/shell/RootFixture.h"
 
-#include "browser/BrowserActions.h"
 #include "browser/BrowserTexts.h"
+#include "browser/actions/BrowserActions.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;

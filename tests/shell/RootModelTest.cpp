@@ -1,4 +1,4 @@
-#include "RootFixture.h"
+#include "tests/shell/RootFixture.h"
 
 #include <thread>
 

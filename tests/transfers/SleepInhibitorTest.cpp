@@ -1,6 +1,6 @@
 #include "transfers/SleepInhibitor.h"
-#include "TransfersFixture.h"
 #include "tests/support/QtRun.h"
+#include "tests/transfers/TransfersFixture.h"
 
 #include <QDBusConnection>
 #include <QDBusUnixFileDescriptor>

@@ -1,5 +1,5 @@
-#include "TransfersFixture.h"
 #include "tests/support/QtRun.h"
+#include "tests/transfers/TransfersFixture.h"
 
 #include <QSignalSpy>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "TransfersFixture.h"
+#include "tests/transfers/TransfersFixture.h"
 
-#include "B2Kit/B2CurlTransport.h"
+#include "B2Kit/transport/B2CurlTransport.h"
 #include "accounts/ClientFactory.h"
 #include "localb2/Service.h"
 #include "tests/support/QtRun.h"

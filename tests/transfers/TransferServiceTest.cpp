@@ -1,4 +1,4 @@
-#include "TransferServiceFixture.h"
+#include "tests/transfers/TransferServiceFixture.h"
 
 #include <QSignalSpy>
 

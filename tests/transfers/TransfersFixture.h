@@ -1,10 +1,10 @@
 #pragma once
 
-#include "foundation/ActivityLog.h"
 #include "foundation/QtText.h"
 #include "foundation/Settings.h"
-#include "transfers/DownloadDestination.h"
+#include "foundation/log/ActivityLog.h"
 #include "transfers/TransferQueue.h"
+#include "transfers/download/DownloadDestination.h"
 
 #include <QTemporaryDir>
 

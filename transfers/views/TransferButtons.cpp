@@ -1,10 +1,10 @@
 #include "transfers/views/TransferButtons.h"
 
 #include "foundation/QtText.h"
-#include "foundation/views/ColorRoles.h"
-#include "foundation/views/Icons.h"
-#include "foundation/views/Measures.h"
-#include "foundation/views/StylePainting.h"
+#include "foundation/views/style/ColorRoles.h"
+#include "foundation/views/style/Icons.h"
+#include "foundation/views/style/Measures.h"
+#include "foundation/views/style/StylePainting.h"
 #include "transfers/TransferTexts.h"
 
 #include <QFontMetrics>

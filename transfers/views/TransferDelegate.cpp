@@ -1,11 +1,11 @@
 #include "transfers/views/TransferDelegate.h"
 
 #include "foundation/QtText.h"
-#include "foundation/views/ColorRoles.h"
-#include "foundation/views/Icons.h"
-#include "foundation/views/Measures.h"
-#include "foundation/views/NameText.h"
-#include "foundation/views/StylePainting.h"
+#include "foundation/views/style/ColorRoles.h"
+#include "foundation/views/style/Icons.h"
+#include "foundation/views/style/Measures.h"
+#include "foundation/views/style/StylePainting.h"
+#include "foundation/views/tables/NameText.h"
 #include "transfers/TransferProgress.h"
 #include "transfers/TransferTexts.h"
 

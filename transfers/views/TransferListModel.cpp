@@ -1,7 +1,7 @@
 #include "transfers/views/TransferListModel.h"
 
 #include "foundation/QtText.h"
-#include "foundation/views/NameText.h"
+#include "foundation/views/tables/NameText.h"
 #include "transfers/TransferTexts.h"
 
 #include <QTimer>

@@ -6,10 +6,10 @@
 #include "transfers/TransferTexts.h"
 #include "transfers/views/TransferProblemsSheet.h"
 
-#include <QFile>
 #include <QApplication>
 #include <QClipboard>
 #include <QContextMenuEvent>
+#include <QFile>
 #include <QHelpEvent>
 #include <QMenu>
 #include <QScrollBar>

@@ -1,9 +1,9 @@
 #include "transfers/views/TransferProblemsSheet.h"
 
 #include "foundation/QtText.h"
-#include "foundation/views/ColorRoles.h"
-#include "foundation/views/Measures.h"
-#include "foundation/views/NameText.h"
+#include "foundation/views/style/ColorRoles.h"
+#include "foundation/views/style/Measures.h"
+#include "foundation/views/tables/NameText.h"
 #include "transfers/TransferTexts.h"
 
 #include <QClipboard>

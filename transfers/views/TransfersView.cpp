@@ -1,14 +1,14 @@
 #include "transfers/views/TransfersView.h"
 
 #include "foundation/QtText.h"
-#include "foundation/views/Banner.h"
-#include "foundation/views/ColorRoles.h"
 #include "foundation/views/ElidedLabel.h"
-#include "foundation/views/EmptyState.h"
-#include "foundation/views/Icons.h"
 #include "foundation/views/Labels.h"
-#include "foundation/views/Measures.h"
-#include "foundation/views/StylePainting.h"
+#include "foundation/views/panes/Banner.h"
+#include "foundation/views/panes/EmptyState.h"
+#include "foundation/views/style/ColorRoles.h"
+#include "foundation/views/style/Icons.h"
+#include "foundation/views/style/Measures.h"
+#include "foundation/views/style/StylePainting.h"
 #include "transfers/TransferTexts.h"
 
 #include <QAction>

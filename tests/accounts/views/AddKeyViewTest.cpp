@@ -1,8 +1,8 @@
 #include "accounts/views/AddKeyView.h"
 
-#include "B2Kit/B2CurlTransport.h"
-#include "accounts/MemoryKeychain.h"
+#include "B2Kit/transport/B2CurlTransport.h"
 #include "accounts/views/SecretField.h"
+#include "keychain/MemoryKeychain.h"
 #include "localb2/Service.h"
 #include "tests/support/QtRun.h"
 

@@ -1,11 +1,11 @@
-#include "accounts/views/KeySwitcherPopover.h"
+#include "accounts/switcher/views/KeySwitcherPopover.h"
 
-#include "accounts/KeySwitcherModel.h"
-#include "accounts/MemoryKeychain.h"
-#include "accounts/views/KeySwitcherHeader.h"
-#include "accounts/views/KeySwitcherList.h"
+#include "accounts/switcher/KeySwitcherModel.h"
+#include "accounts/switcher/views/KeySwitcherHeader.h"
+#include "accounts/switcher/views/KeySwitcherList.h"
 #include "foundation/QtText.h"
 #include "foundation/views/SearchField.h"
+#include "keychain/MemoryKeychain.h"
 #include "tests/support/QtRun.h"
 
 #include <QAbstractItemModelTester>

@@ -1,6 +1,6 @@
-#include "foundation/views/ColorRoles.h"
+#include "foundation/views/style/ColorRoles.h"
 
-#include "Scene.h"
+#include "tests/foundation/views/Scene.h"
 
 #include <array>
 

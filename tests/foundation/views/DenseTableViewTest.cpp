@@ -1,11 +1,11 @@
-#include "foundation/views/DenseTableView.h"
+#include "foundation/views/tables/DenseTableView.h"
 
-#include "foundation/views/ColorRoles.h"
-#include "foundation/views/Icons.h"
-#include "foundation/views/NameDelegate.h"
-#include "foundation/views/TableColumns.h"
+#include "foundation/views/style/ColorRoles.h"
+#include "foundation/views/style/Icons.h"
+#include "foundation/views/tables/NameDelegate.h"
+#include "foundation/views/tables/TableColumns.h"
 
-#include "Scene.h"
+#include "tests/foundation/views/Scene.h"
 
 #include <QAbstractTableModel>
 #include <QContextMenuEvent>

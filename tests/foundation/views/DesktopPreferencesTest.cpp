@@ -1,6 +1,6 @@
-#include "foundation/views/DesktopPreferences.h"
+#include "foundation/views/style/DesktopPreferences.h"
 
-#include "Scene.h"
+#include "tests/foundation/views/Scene.h"
 
 #include <QDBusAbstractAdaptor>
 #include <QDBusConnection>

@@ -1,6 +1,6 @@
-#include "foundation/views/Icons.h"
+#include "foundation/views/style/Icons.h"
 
-#include "Scene.h"
+#include "tests/foundation/views/Scene.h"
 
 #include <QSet>
 

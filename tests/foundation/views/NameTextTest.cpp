@@ -1,8 +1,8 @@
-#include "foundation/views/NameText.h"
+#include "foundation/views/tables/NameText.h"
 
 #include "foundation/views/ElidedLabel.h"
 
-#include "Scene.h"
+#include "tests/foundation/views/Scene.h"
 
 #include <QHelpEvent>
 #include <QToolTip>

@@ -1,6 +1,6 @@
-#include "foundation/views/PathBar.h"
+#include "foundation/views/panes/PathBar.h"
 
-#include "Scene.h"
+#include "tests/foundation/views/Scene.h"
 
 #include <QDropEvent>
 #include <QLineEdit>

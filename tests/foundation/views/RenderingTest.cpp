@@ -1,12 +1,12 @@
-#include "foundation/views/Banner.h"
-#include "foundation/views/ColorRoles.h"
-#include "foundation/views/EmptyState.h"
 #include "foundation/views/Labels.h"
-#include "foundation/views/PathBar.h"
 #include "foundation/views/SearchField.h"
-#include "foundation/views/StatusLine.h"
+#include "foundation/views/panes/Banner.h"
+#include "foundation/views/panes/EmptyState.h"
+#include "foundation/views/panes/PathBar.h"
+#include "foundation/views/panes/StatusLine.h"
+#include "foundation/views/style/ColorRoles.h"
 
-#include "Scene.h"
+#include "tests/foundation/views/Scene.h"
 
 #include <QCheckBox>
 #include <QComboBox>

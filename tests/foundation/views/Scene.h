@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/views/Theme.h"
+#include "foundation/views/style/Theme.h"
 
 #include <QApplication>
 #include <QImage>

@@ -1,13 +1,13 @@
-#include "foundation/views/Banner.h"
 #include "foundation/views/ContextMenuKey.h"
-#include "foundation/views/EmptyState.h"
-#include "foundation/views/LoadingLine.h"
-#include "foundation/views/PaneToolBar.h"
 #include "foundation/views/SearchField.h"
 #include "foundation/views/Sheet.h"
-#include "foundation/views/Style.h"
+#include "foundation/views/panes/Banner.h"
+#include "foundation/views/panes/EmptyState.h"
+#include "foundation/views/panes/LoadingLine.h"
+#include "foundation/views/panes/PaneToolBar.h"
+#include "foundation/views/style/Style.h"
 
-#include "Scene.h"
+#include "tests/foundation/views/Scene.h"
 
 #include <QAction>
 #include <QButtonGroup>

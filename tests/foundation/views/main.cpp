@@ -1,4 +1,4 @@
-#include "foundation/views/Theme.h"
+#include "foundation/views/style/Theme.h"
 
 #include <QApplication>
 

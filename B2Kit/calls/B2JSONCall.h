@@ -1,0 +1,62 @@
+#pragma once
+
+#include "B2Kit/B2Client.h"
+#include "B2Kit/B2Error.h"
+#include "B2Kit/wire/B2Decoding.h"
+#include "B2Kit/wire/B2URL.h"
+
+#include <string>
+#include <string_view>
+
+// Inside B2Kit: the calls with a JSON object as body and as answer.
+
+struct B2JSONCall {
+    std::string_view operation; ///< The call's name; a literal.
+    std::string body;           ///< Sent as it is in every attempt.
+    std::string_view version = b2APIVersion;
+    bool* mayHaveBeenDone = nullptr;                     ///< As in `B2Call`.
+    bool (*expectsRefusal)(const B2APIError&) = nullptr; ///< As in `B2Call`.
+};
+
+/// Is it a refusal of the service with that code?
+inline bool isRefusal(const B2Error& error, std::string_view code)
+{
+    return error.api() && error.api()->code == code;
+}
+
+/// The same of a failure that was caught.
+inline bool isRefusal(const std::exception_ptr& failure, std::string_view code)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const B2Error& error) {
+        return isRefusal(error, code);
+    } catch (...) {
+        return false;
+    }
+}
+
+/// @throws B2Error (`InvalidResponse`) that names the operation, when the text is not the record.
+template <class Answer>
+Answer decodeAnswer(std::string_view operation, std::string_view body)
+{
+    try {
+        return decodeRecord<Answer>(body);
+    } catch (const B2DecodingError& error) {
+        throw B2Error(B2Error::InvalidResponse{std::string(operation) + ": " + error.what()});
+    }
+}
+
+template <class Answer>
+Task<Answer> B2Client::callJSON(B2JSONCall call)
+{
+    const auto operation = call.operation;
+    const auto reply = co_await postJSON(std::move(call));
+    try {
+        co_return decodeAnswer<Answer>(operation, reply.body);
+    } catch (const B2Error& error) {
+        // The pipeline saw a success; that it could not be read is told nowhere else.
+        options_.log->error("api", std::string(operation) + " failed: its answer could not be read", error.what());
+        throw;
+    }
+}

@@ -1,0 +1,234 @@
+#include "accounts/keys/KeysModel.h"
+
+#include "B2Kit/Secret.h"
+#include "B2Kit/pipeline/B2RetryPolicy.h"
+#include "accounts/keys/CreatedKeyRules.h"
+#include "accounts/keys/KeyPermissions.h"
+#include "accounts/keys/NewKeyRules.h"
+#include "foundation/Texts.h"
+
+#include <QPointer>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+Task<std::vector<B2ApplicationKey>> everyKey(std::shared_ptr<B2Client> client)
+{
+    std::vector<B2ApplicationKey> keys;
+    auto listed = client->allKeys();
+    while (auto key = co_await listed.next())
+        keys.push_back(std::move(*key));
+    // The walk of a stopped task ends early, which must not look like a short list.
+    co_await checkCancelled();
+    std::ranges::sort(keys, {}, &B2ApplicationKey::applicationKeyID);
+    co_return keys;
+}
+
+} // namespace
+
+KeysModel::KeysModel(ActivityLog& log)
+    : log_(log)
+{
+}
+
+void KeysModel::reset(std::shared_ptr<B2Session> newSession)
+{
+    ++generation_;
+    keys = std::vector<B2ApplicationKey>();
+    isLoading = false;
+    hasLoaded = false;
+    inFlight = std::set<std::string>();
+    goneIDs_.clear();
+    dismissError();
+    session = std::move(newSession);
+}
+
+Task<> KeysModel::load()
+{
+    const auto current = *session;
+    if (!current || !current->may(B2Capabilities::listKeys))
+        co_return;
+    const QPointer<KeysModel> self(this);
+    const int generation = ++generation_;
+    isLoading = true;
+    std::vector<B2ApplicationKey> listed;
+    std::exception_ptr failure;
+    try {
+        listed = co_await everyKey(current->client);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (!self || generation != generation_)
+        co_return;
+    isLoading = false;
+    if (failure && isCancellation(failure))
+        std::rethrow_exception(failure);
+    if (failure) {
+        error = "Couldn't list the account's keys. " + describe(failure);
+        hasLoadFailed = true;
+        co_return;
+    }
+    // A listing that began before a key was deleted may still hold it.
+    std::erase_if(listed, [&](const B2ApplicationKey& key) { return goneIDs_.contains(key.applicationKeyID); });
+    keys = std::move(listed);
+    hasLoaded = true;
+    // That a key was not created or deleted is another matter, which may not have been seen yet.
+    if (*hasLoadFailed)
+        dismissError();
+    if (didLoad)
+        didLoad();
+}
+
+Task<bool> KeysModel::create(B2CreateKeyRequest request, std::weak_ptr<B2Session> askedFor)
+{
+    if (*isWorking)
+        co_return false;
+    const QPointer<KeysModel> self(this);
+    const std::string name = singleLine(request.keyName);
+    const auto current = askedFor.lock();
+    if (!current || *session != current) {
+        dismissError();
+        error = "Key “" + name + "” was not created, because another key is in use by now.";
+        co_return false;
+    }
+    const std::string summary =
+        presetSummary({request.capabilities.begin(), request.capabilities.end()}) + " - " + reachForLog(request);
+    const auto before = *hasLoaded ? std::optional(*keys) : std::nullopt;
+    isWorking = true;
+    dismissError();
+    std::optional<B2CreatedApplicationKey> made;
+    std::exception_ptr failure;
+    try {
+        made = co_await current->client->createKey(std::move(request));
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (!self)
+        co_return made.has_value();
+    isWorking = false;
+    if (failure && isCancellation(failure))
+        std::rethrow_exception(failure);
+    if (failure) {
+        const std::string reason = describe(failure);
+        log_.record({B2LogLevel::error, "keys", "Could not create key " + name, reason});
+        // Whatever the session is now: nobody else tells what became of the key.
+        dismissError();
+        error = "Could not create key “" + name + "”. " + reason;
+        co_return false;
+    }
+    // Whatever the session is now: its secret is told this once only.
+    const auto madeKey = made->key;
+    const bool mayHaveTwin = made->mayHaveTwin;
+    twinNote = mayHaveTwin ? std::optional(CreatedKeyRules::twinNote(name)) : std::nullopt;
+    created = std::move(made);
+    log_.record({B2LogLevel::notice, "keys", "Created Application Key " + name, summary});
+    tellChange();
+    if (*session == current)
+        co_await load();
+    if (!self || !mayHaveTwin || !before || *session != current)
+        co_return true;
+    const auto twin = std::ranges::find_if(*keys, [&](const B2ApplicationKey& key) {
+        return key.keyName == madeKey.keyName && key.applicationKeyID != madeKey.applicationKeyID
+            && std::ranges::find(*before, key.applicationKeyID, &B2ApplicationKey::applicationKeyID) == before->end();
+    });
+    if (twin != keys->end() && *created && (*created)->key == madeKey)
+        twinNote = CreatedKeyRules::twinNote(name, twin->applicationKeyID);
+    co_return true;
+}
+
+Task<> KeysModel::remove(std::vector<B2ApplicationKey> doomed)
+{
+    const auto current = *session;
+    if (!current)
+        co_return;
+    const QPointer<KeysModel> self(this);
+    std::erase_if(doomed, [&](const B2ApplicationKey& key) {
+        return key.applicationKeyID == current->key->keyID || inFlight->contains(key.applicationKeyID);
+    });
+    inFlight.update([&](auto& ids) {
+        for (const auto& key : doomed)
+            ids.insert(key.applicationKeyID);
+    });
+    dismissError();
+    std::string firstRefusal;
+    std::size_t refused = 0;
+    for (const auto& key : doomed) {
+        const auto reason = co_await removeOne(current, key);
+        if (!self)
+            co_return;
+        if (!reason)
+            continue;
+        if (++refused == 1)
+            firstRefusal = "Could not delete key “" + singleLine(key.keyName) + "”. " + *reason;
+    }
+    if (refused > 1)
+        firstRefusal = countText(static_cast<std::int64_t>(refused), "key", "keys")
+            + " could not be deleted. The first: " + firstRefusal;
+    if (refused > 0 && *session == current) {
+        dismissError();
+        error = std::move(firstRefusal);
+    }
+    if (refused < doomed.size())
+        tellChange();
+}
+
+Task<std::optional<std::string>> KeysModel::removeOne(std::shared_ptr<B2Session> current, B2ApplicationKey key)
+{
+    const QPointer<KeysModel> self(this);
+    const std::string id = key.applicationKeyID;
+    const std::string name = singleLine(key.keyName);
+    std::exception_ptr failure;
+    try {
+        co_await current->client->deleteKey(id);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (!self)
+        co_return std::nullopt;
+    const bool isCurrent = *session == current;
+    if (failure && isCancellation(failure)) {
+        if (isCurrent)
+            inFlight = std::set<std::string>();
+        std::rethrow_exception(failure);
+    }
+    if (isCurrent)
+        inFlight.update([&](auto& ids) { ids.erase(id); });
+    if (failure) {
+        auto reason = describe(failure);
+        log_.record({B2LogLevel::error, "keys", "Could not delete key " + name, reason});
+        co_return reason;
+    }
+    log_.record({B2LogLevel::warning, "keys", "Deleted Application Key " + name,
+        name + ". Anything still using it will stop working now."});
+    if (isCurrent) {
+        goneIDs_.insert(id);
+        keys.update(
+            [&](auto& all) { std::erase_if(all, [&](const auto& each) { return each.applicationKeyID == id; }); });
+    }
+    co_return std::nullopt;
+}
+
+void KeysModel::dismissError()
+{
+    error = std::nullopt;
+    hasLoadFailed = false;
+}
+
+void KeysModel::forgetCreated()
+{
+    if (!*created)
+        return;
+    created.update([](auto& made) {
+        wipe(made->applicationKey);
+        made.reset();
+    });
+    twinNote = std::nullopt;
+}
+
+void KeysModel::tellChange()
+{
+    if (didChange)
+        didChange();
+}

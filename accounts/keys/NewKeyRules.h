@@ -1,0 +1,65 @@
+#pragma once
+
+#include "B2Kit/B2Key.h"
+#include "B2Kit/B2Requests.h"
+#include "accounts/keys/KeyPermissions.h"
+
+#include <array>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+
+/// How long a new key lives, in the order of the picker.
+enum class KeyLifetime { never, day, week, month, quarter };
+
+inline constexpr std::array allKeyLifetimes{
+    KeyLifetime::never, KeyLifetime::day, KeyLifetime::week, KeyLifetime::month, KeyLifetime::quarter};
+
+std::string_view lifetimeLabel(KeyLifetime lifetime);
+/// Nothing for a key that never expires.
+std::optional<int> lifetimeSeconds(KeyLifetime lifetime);
+
+/// What the user has filled in for a new key.
+struct NewKeyForm {
+    std::string name;
+    KeyPreset preset = KeyPreset::readOnly;
+    std::set<B2Capability> custom;   ///< What was chosen under `KeyPreset::custom`.
+    std::set<std::string> bucketIDs; ///< Empty for every bucket.
+    std::string prefix;
+    KeyLifetime lifetime = KeyLifetime::never;
+
+    bool operator==(const NewKeyForm&) const = default;
+};
+
+/// What stands in the sheet of a new key, decided from the form alone.
+struct NewKeyRules {
+    /// @param form  as filled in.
+    /// @param held  what the key in use may do: a key with full control gets nothing else.
+    NewKeyRules(const NewKeyForm& form, const std::set<B2Capability>& held);
+
+    std::set<B2Capability> capabilities; ///< Requested; without what a key over buckets cannot have.
+    std::string presetText;
+    std::string riskNote;
+    std::string reachNote;              ///< How far the key reaches, when that needs saying.
+    std::string leftOut;                ///< Which permissions are left out and what is granted, when any are.
+    std::string prefixNote;             ///< What the prefix reaches, when that is not what one would think.
+    std::optional<std::string> refusal; ///< Why the key cannot be created yet.
+    bool asksFirst = false;             ///< A key over several buckets, which most software refuses.
+};
+
+/// The request for a form that its rules do not refuse. Blanks around the name are left out.
+B2CreateKeyRequest makeCreateKeyRequest(const NewKeyForm& form, const NewKeyRules& rules);
+
+/// How far a key reaches, for the log: "every bucket", or "2 buckets, bucket-restricted".
+std::string reachForLog(const B2CreateKeyRequest& request);
+
+/// The question before a key over several buckets is created.
+struct MultiBucketQuestion {
+    static constexpr std::string_view title = "This key will only work with software on Backblaze's version 4 API";
+    static constexpr std::string_view text =
+        "Most B2 tools will refuse this key with an error that does not say why. A key over one bucket works "
+        "everywhere. A key's reach cannot be changed later.";
+    static constexpr std::string_view createButton = "Create Anyway";
+    static constexpr std::string_view cancelButton = "Cancel";
+};

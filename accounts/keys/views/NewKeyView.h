@@ -1,0 +1,71 @@
+#pragma once
+
+#include "B2Kit/B2Bucket.h"
+#include "B2Kit/B2Requests.h"
+#include "accounts/B2Session.h"
+#include "accounts/keys/NewKeyRules.h"
+#include "foundation/views/Sheet.h"
+
+#include <memory>
+#include <vector>
+
+class KeysModel;
+class PermissionList;
+class QComboBox;
+class QLineEdit;
+
+/// The sheet of a new application key. It asks for the key and closes when it was made; a failure stands in it.
+///
+/// It is about the session at its opening, and closes when another takes over.
+/// Closing it while a key is being made leaves that to end: its secret is shown then.
+class NewKeyView final : public Sheet {
+    Q_OBJECT
+
+public:
+    /// @param buckets  those a key can be limited to.
+    NewKeyView(KeysModel& model, std::vector<B2Bucket> buckets, QWidget* parent);
+
+    const NewKeyForm& form() const { return form_; }
+    /// The session whose buckets and permissions are offered.
+    std::weak_ptr<B2Session> session() const { return session_; }
+    /// Has it asked for a key and not shown yet what became of it?
+    bool hasAsked() const { return hasAsked_; }
+
+Q_SIGNALS:
+    /// The form is in order, and the question about several buckets was answered.
+    void createRequested(const B2CreateKeyRequest& request);
+
+protected:
+    void makeRoom() override;
+
+private:
+    void buildFields();
+    void readForm();
+    void render();
+    void followModel();
+    void renderBusy();
+    void chooseBuckets();
+    void submit();
+    void askAboutSeveralBuckets();
+    void request();
+    NewKeyRules rules() const;
+
+    KeysModel& model_;
+    const std::weak_ptr<B2Session> session_;
+    const std::vector<B2Bucket> buckets_;
+    const std::set<B2Capability> held_; ///< What the key in use may do.
+    NewKeyForm form_;
+    QLineEdit* name_;
+    QComboBox* grants_;
+    QLabel* grantsText_;
+    PermissionList* permissions_;
+    QLabel* risk_;
+    QPushButton* chooser_;
+    QLabel* reach_;
+    QLabel* leftOut_;
+    QLineEdit* prefix_;
+    QLabel* prefixNote_;
+    QComboBox* lifetime_;
+    bool isWorking_ = false;
+    bool hasAsked_ = false; ///< What became of it has not been told yet.
+};

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "foundation/log/LogBacklog.h"
+
+#include <QEvent>
+#include <QObject>
+
+#include <atomic>
+#include <mutex>
+#include <vector>
+
+/// Events of other threads on their way to the activity log. From any thread.
+class LogMailbox {
+public:
+    /// @param reader  is sent an event when there is something to take.
+    explicit LogMailbox(QObject* reader);
+
+    /// Is it the event that asks to `take`?
+    bool isAnnouncement(const QEvent& event);
+
+    /// The reader is gone: from now on events are dropped.
+    void close();
+
+    /// Events below it are dropped at once.
+    void setMinimumLevel(B2LogLevel level) { minimumLevel_ = level; }
+
+    void post(B2LogEvent event);
+
+    /// Some of the events, oldest first; the reader is sent another event when more remain.
+    std::vector<B2LogEvent> take();
+
+private:
+    std::mutex mutex_;
+    QObject* reader_;
+    LogBacklog<B2LogEvent> waiting_;
+    bool isAnnounced_ = false;
+    std::atomic<B2LogLevel> minimumLevel_ = B2LogLevel::debug;
+};

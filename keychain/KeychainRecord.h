@@ -1,0 +1,12 @@
+#pragma once
+
+#include "keychain/KeychainFile.h"
+
+#include <optional>
+
+/// The entries of a keychain file as the text that is encrypted: a count, then the fields of each, in turn, each text
+/// with its length before it.
+Secret keychainRecord(const KeychainFile::Entries& entries);
+
+/// @returns nothing for a text that is not such a record.
+std::optional<KeychainFile::Entries> parseKeychainRecord(const Secret& record);

@@ -1,0 +1,294 @@
+#include "shell/window/Sidebar.h"
+
+#include "accounts/switcher/views/KeySwitcherHeader.h"
+#include "foundation/QtText.h"
+#include "foundation/Texts.h"
+#include "foundation/views/Labels.h"
+#include "foundation/views/SearchField.h"
+#include "foundation/views/style/ColorRoles.h"
+#include "foundation/views/style/Icons.h"
+#include "foundation/views/style/Measures.h"
+
+#include <QActionGroup>
+#include <QKeyEvent>
+#include <QListView>
+#include <QMenu>
+#include <QPainter>
+#include <QScopedValueRollback>
+#include <QStyledItemDelegate>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int rowHeight = 28;
+constexpr int symbolSize = 16;
+constexpr int kindRole = BucketListModel::symbolRole + 1; ///< Of a surface: its `SidebarItem::Kind`.
+constexpr int filterFrom = 12;                            ///< More buckets than this get a filter field.
+
+/// Gives rows their height, and their symbols the colour of the text beside them in every state.
+class SidebarRowDelegate final : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        QStyledItemDelegate::paint(painter, option, index);
+        QStyleOptionViewItem row = option;
+        initStyleOption(&row, index);
+        const auto* const style = row.widget->style();
+        const QRect place = style->subElementRect(QStyle::SE_ItemViewItemDecoration, &row, row.widget);
+        const QRect square = QStyle::alignedRect(row.direction, Qt::AlignCenter, {symbolSize, symbolSize}, place);
+        const bool isActive = row.state.testFlag(QStyle::State_Active);
+        const bool isSelected = row.state.testFlag(QStyle::State_Selected);
+        const QColor color = isSelected
+            ? row.palette.color(isActive ? QPalette::Active : QPalette::Inactive, QPalette::HighlightedText)
+            : symbolColor(row.palette);
+        painter->drawPixmap(square.topLeft(),
+            symbolPixmap(static_cast<Symbol>(index.data(BucketListModel::symbolRole).toInt()), square.size(),
+                row.widget->devicePixelRatioF(), color));
+    }
+
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        QSize size = QStyledItemDelegate::sizeHint(option, index);
+        size.setHeight(std::max(rowHeight, option.fontMetrics.height() + 10));
+        return size;
+    }
+};
+
+void setUpList(QListView& list, QAbstractItemModel& rows)
+{
+    list.setModel(&rows);
+    list.setItemDelegate(new SidebarRowDelegate(&list));
+    list.setFrameShape(QFrame::NoFrame);
+    list.setTextElideMode(Qt::ElideMiddle);
+    list.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    list.setUniformItemSizes(true);
+    list.setIconSize({symbolSize, symbolSize});
+    list.setEditTriggers(QAbstractItemView::NoEditTriggers);
+    list.viewport()->setAutoFillBackground(false);
+}
+
+} // namespace
+
+Sidebar::Sidebar(RootModel& root, AppContext& context, QWidget* parent)
+    : QWidget(parent)
+    , root_(root)
+    , context_(context)
+    , switcher_(new KeySwitcherHeader(root.keySwitcher, switcherActions(), this))
+    , surfacesTitle_(new SectionTitle(tr("Account"), this))
+    , surfaces_(new QListView(this))
+    , title_(new SectionTitle(tr("Buckets"), this))
+    , filter_(new SearchField(tr("Filter buckets"), SearchField::Purpose::filter, this))
+    , list_(new QListView(this))
+    , note_(makeSecondaryLabel({}, TextSize::normal, this))
+{
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(Spacing::small, Spacing::small, Spacing::small, Spacing::small);
+    layout->setSpacing(Spacing::small);
+    layout->addWidget(switcher_);
+    layout->addSpacing(Spacing::tight);
+    layout->addWidget(surfacesTitle_);
+    layout->addWidget(surfaces_);
+    layout->addSpacing(Spacing::tight);
+    layout->addWidget(title_);
+    layout->addWidget(filter_);
+    layout->addWidget(note_);
+    layout->addWidget(list_, 1);
+
+    shown_.setSourceModel(&rows_);
+    shown_.setFilterCaseSensitivity(Qt::CaseInsensitive);
+    setUpList(*list_, shown_);
+    list_->setAccessibleName(tr("Buckets"));
+    list_->installEventFilter(this);
+    buildSurfaces();
+    filter_->setAccessibleName(tr("Filter buckets"));
+    for (auto* const title : {surfacesTitle_, title_})
+        title->setContentsMargins(Spacing::tight, 0, 0, 0);
+    note_->setContentsMargins(Spacing::tight, 0, 0, 0);
+    note_->setWordWrap(true);
+
+    connect(filter_, &QLineEdit::textChanged, &shown_, &QSortFilterProxyModel::setFilterFixedString);
+    connect(filter_, &SearchField::left, this, [this] { list_->setFocus(Qt::OtherFocusReason); });
+    // By selection: a list that gets the keyboard by Tab makes its first row current without anybody choosing it.
+    connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+        [this](const QItemSelection& selected) { choose(selected.indexes().value(0)); });
+    connect(list_, &QListView::activated, this, &Sidebar::choose);
+    connect(surfaces_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+        [this](const QItemSelection& selected) { chooseSurface(selected.indexes().value(0)); });
+    connect(surfaces_, &QListView::activated, this, &Sidebar::chooseSurface);
+    connect(&root_, &Observable::changed, this, &Sidebar::render);
+    connect(&context_, &Observable::changed, this, &Sidebar::render);
+    render();
+}
+
+void Sidebar::buildSurfaces()
+{
+    const auto add = [this](const QString& title, Symbol symbol, SidebarItem::Kind kind) {
+        auto* const row = new QStandardItem(title);
+        row->setData(QColor(Qt::transparent), Qt::DecorationRole); // Keeps the place; the delegate draws the symbol.
+        row->setData(static_cast<int>(symbol), BucketListModel::symbolRole);
+        row->setData(static_cast<int>(kind), kindRole);
+        surfaceRows_.appendRow(row);
+    };
+    add(tr("Application Keys"), Symbol::key, SidebarItem::Kind::keys);
+    setUpList(*surfaces_, surfaceRows_);
+    surfaces_->setAccessibleName(tr("Account"));
+    surfaces_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    surfaces_->setFixedHeight(surfaceRows_.rowCount() * surfaces_->sizeHintForRow(0) + 2);
+    surfaces_->installEventFilter(this);
+}
+
+void Sidebar::takeFocus()
+{
+    if (!list_->isEnabled()) {
+        switcher_->setFocus(Qt::OtherFocusReason);
+        return;
+    }
+    const auto& selection = *root_.selection;
+    const bool isSurface = selection && selection->kind != SidebarItem::Kind::bucket && surfaces_->isVisible();
+    (isSurface ? surfaces_ : list_)->setFocus(Qt::OtherFocusReason);
+}
+
+// Both lists together are one column for the arrow keys.
+bool Sidebar::crossLists(QObject* from, int key)
+{
+    if (from == surfaces_ && key == Qt::Key_Down && shown_.rowCount() > 0
+        && surfaces_->currentIndex().row() == surfaceRows_.rowCount() - 1) {
+        list_->setFocus(Qt::TabFocusReason);
+        list_->setCurrentIndex(shown_.index(0, 0));
+        return true;
+    }
+    if (from == list_ && key == Qt::Key_Up && surfaces_->isVisible() && list_->currentIndex().row() <= 0) {
+        surfaces_->setFocus(Qt::BacktabFocusReason);
+        surfaces_->setCurrentIndex(surfaceRows_.index(surfaceRows_.rowCount() - 1, 0));
+        return true;
+    }
+    return false;
+}
+
+bool Sidebar::eventFilter(QObject* watched, QEvent* event)
+{
+    // Typing in a long list goes on in its filter.
+    if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->modifiers() == Qt::NoModifier
+        && crossLists(watched, static_cast<QKeyEvent*>(event)->key()))
+        return true;
+    if (watched == list_ && event->type() == QEvent::KeyPress && filter_->isVisibleTo(this)) {
+        const auto* const key = static_cast<QKeyEvent*>(event);
+        if (key->matches(QKeySequence::Find)) {
+            filter_->setFocus(Qt::ShortcutFocusReason);
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void Sidebar::render()
+{
+    const QScopedValueRollback guard(isRendering_, true);
+    rows_.show(*root_.buckets.buckets);
+    const bool isFilterable = rows_.rowCount() > filterFrom;
+    filter_->setVisible(isFilterable);
+    if (!isFilterable)
+        filter_->clear();
+
+    const bool hasSession = *root_.keyStore.session != nullptr;
+    const bool isLoading = *root_.buckets.isLoading || *root_.buckets.session != *root_.keyStore.session;
+    const bool isEmpty = root_.buckets.buckets->empty();
+    title_->setVisible(hasSession);
+    surfacesTitle_->setVisible(hasSession);
+    surfaces_->setVisible(hasSession);
+    // What shows nothing takes no keyboard and chooses nothing.
+    surfaces_->setEnabled(hasSession);
+    list_->setEnabled(hasSession);
+    renderSurfaces();
+    QString note;
+    if (hasSession && isEmpty && isLoading)
+        note = tr("Loading buckets…");
+    else if (hasSession && !isEmpty && *root_.buckets.error)
+        note = tr("The list could not be read again. %1").arg(toQString(**root_.buckets.error));
+    note_->setText(note);
+    note_->setVisible(!note.isEmpty());
+
+    const auto selected = *root_.selection ? rows_.indexOf((*root_.selection)->bucketID) : QModelIndex();
+    const auto index = shown_.mapFromSource(selected);
+    if (index.isValid() && !list_->selectionModel()->isSelected(index))
+        list_->setCurrentIndex(index);
+    else if (!selected.isValid() && list_->selectionModel()->hasSelection())
+        list_->selectionModel()->clear();
+}
+
+void Sidebar::renderSurfaces()
+{
+    const auto& selection = *root_.selection;
+    for (int row = 0; selection && row < surfaceRows_.rowCount(); ++row) {
+        const auto index = surfaceRows_.index(row, 0);
+        if (index.data(kindRole).toInt() != static_cast<int>(selection->kind))
+            continue;
+        if (!surfaces_->selectionModel()->isSelected(index))
+            surfaces_->setCurrentIndex(index);
+        return;
+    }
+    if (surfaces_->selectionModel()->hasSelection())
+        surfaces_->selectionModel()->clear();
+}
+
+void Sidebar::fillKeyMenu(QMenu& menu, const AppContext& context, RootModel& root)
+{
+    auto* const group = new QActionGroup(&menu);
+    // Two accounts may have the same name.
+    const auto accountOf = [&root](const std::string& keyID) {
+        const auto key = std::ranges::find(*root.keyStore.keys, keyID, &StoredKey::keyID);
+        return key == root.keyStore.keys->end() ? std::string() : key->accountID.value_or("");
+    };
+    std::optional<std::string> account;
+    for (const auto& entry : *context.keyMenu) {
+        if (account != accountOf(entry.id)) {
+            account = accountOf(entry.id);
+            menu.addSection(toQString(entry.account));
+        }
+        auto* const action = menu.addAction(toQString(entry.title));
+        action->setCheckable(true);
+        action->setChecked(*context.currentKeyID == entry.id);
+        action->setEnabled(!entry.isDisabled);
+        if (entry.isDisabled)
+            action->setToolTip(
+                QObject::tr("Backblaze no longer has this key, or its secret is not stored on this computer"));
+        group->addAction(action);
+        QObject::connect(action, &QAction::triggered, &root, [&root, id = entry.id] { root.switchTo(id); });
+    }
+    if (!context.keyMenu->empty())
+        return;
+    QString text = QObject::tr("No key stored");
+    if (const auto unread = root.keySwitcher.content().unread)
+        text = unread->canUnlock ? QObject::tr("Your keys are locked with a passphrase")
+                                 : QObject::tr("Your keys have not been read");
+    menu.addAction(text)->setEnabled(false);
+}
+
+KeySwitcherActions Sidebar::switcherActions()
+{
+    return {.switchTo = [this](const StoredKey& key) { root_.switchTo(key.keyID); },
+        .info = [this](const StoredKey& key) { Q_EMIT keyDetailsRequested(key); },
+        .rename = [this](const StoredKey& key) { Q_EMIT renameKeyRequested(key); },
+        .remove = [this](const StoredKey& key) { Q_EMIT removeKeyRequested(key); },
+        .removeRevoked = [this] { Q_EMIT removeRevokedKeysRequested(); },
+        .addKey = [this] { Q_EMIT addKeyRequested(); },
+        .unlock = [this] { Q_EMIT unlockRequested(); },
+        .retry = [this] { root_.tryAgain(); }};
+}
+
+void Sidebar::chooseSurface(const QModelIndex& index)
+{
+    if (!isRendering_ && surfaces_->isEnabled() && index.isValid())
+        root_.select({static_cast<SidebarItem::Kind>(index.data(kindRole).toInt()), {}});
+}
+
+void Sidebar::choose(const QModelIndex& index)
+{
+    if (isRendering_ || !index.isValid())
+        return;
+    root_.select({SidebarItem::Kind::bucket, fromQString(index.data(BucketListModel::bucketIDRole).toString())});
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "shell/RootModel.h"
+#include "shell/window/BucketListModel.h"
+
+#include <QSortFilterProxyModel>
+#include <QStandardItemModel>
+#include <QWidget>
+
+class KeySwitcherHeader;
+class QLabel;
+class QListView;
+class QMenu;
+class SearchField;
+
+/// The main window's sidebar: the key in use at its top, then what there is of the account, then its buckets.
+class Sidebar final : public QWidget {
+    Q_OBJECT
+
+public:
+    Sidebar(RootModel& root, AppContext& context, QWidget* parent = nullptr);
+
+    /// The keys to choose from, grouped by account, the one in use checked.
+    static void fillKeyMenu(QMenu& menu, const AppContext& context, RootModel& root);
+
+    /// Gives the keyboard to the list that holds the selection.
+    void takeFocus();
+    QListView& surfaceList() { return *surfaces_; }
+    QListView& bucketList() { return *list_; }
+    KeySwitcherHeader& switcher() { return *switcher_; }
+
+Q_SIGNALS:
+    // Of the key switcher.
+    void addKeyRequested();
+    void unlockRequested();
+    void keyDetailsRequested(const StoredKey& key);
+    void renameKeyRequested(const StoredKey& key);
+    void removeKeyRequested(const StoredKey& key);
+    void removeRevokedKeysRequested();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void render();
+    void buildSurfaces();
+    void renderSurfaces();
+    void chooseSurface(const QModelIndex& index);
+    void choose(const QModelIndex& index);
+    bool crossLists(QObject* from, int key);
+    KeySwitcherActions switcherActions();
+
+    RootModel& root_;
+    AppContext& context_;
+    KeySwitcherHeader* switcher_;
+    QLabel* surfacesTitle_;
+    QListView* surfaces_;
+    QLabel* title_;
+    SearchField* filter_;
+    QListView* list_;
+    QLabel* note_;
+    QStandardItemModel surfaceRows_;
+    BucketListModel rows_;
+    QSortFilterProxyModel shown_;
+    bool isRendering_ = false;
+};

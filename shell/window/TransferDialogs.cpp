@@ -1,0 +1,119 @@
+#include "shell/window/TransferDialogs.h"
+
+#include "foundation/LocalPath.h"
+#include "foundation/QtText.h"
+#include "foundation/SettingsKeys.h"
+#include "shell/Application.h"
+#include "storage/unfinished/views/UnfinishedUploadsView.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileDialog>
+
+#include <filesystem>
+#include <string>
+#include <tuple>
+
+namespace {
+
+/// Where the dialogs for uploads open: where the last upload came from, while that folder is there.
+QString uploadFolder(const Settings& settings)
+{
+    const auto stored = settings.bytes(SettingsKeys::uploadFolder).value_or("");
+    const QString folder = QFile::decodeName(QByteArray::fromStdString(stored));
+    return QDir::isAbsolutePath(folder) && QDir(folder).exists() ? folder : QDir::homePath();
+}
+
+/// The dialog's own folder is not asked: it stays where it is when a path is typed.
+void keepUploadFolder(Settings& settings, const QList<QUrl>& chosen)
+{
+    auto path = chosen.isEmpty() ? std::filesystem::path() : localPathOf(chosen.front());
+    // A chosen folder may end with a "/".
+    if (!path.has_filename())
+        path = path.parent_path();
+    if (path.is_absolute())
+        settings.setBytes(SettingsKeys::uploadFolder, path.parent_path().string());
+}
+
+} // namespace
+
+TransferDialogs::TransferDialogs(Application& application, QWidget& window)
+    : QObject(&window)
+    , application_(application)
+    , window_(window)
+{
+}
+
+QFileDialog* TransferDialogs::makeUploadDialog(const QString& title)
+{
+    auto* const dialog = new QFileDialog(&window_, title);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setLabelText(QFileDialog::Accept, tr("Upload"));
+    dialog->setDirectory(uploadFolder(*application_.settings));
+    auto place = [&browser = application_.root->browser] {
+        const auto& bucket = *browser.bucket;
+        return std::tuple(*browser.session, bucket ? bucket->bucketID : std::string(), *browser.prefix);
+    };
+    // Qt's own dialog, used where the desktop has none, never emits urlsSelected.
+    connect(dialog, &QFileDialog::accepted, this, [this, dialog, place, shown = place()] {
+        keepUploadFolder(*application_.settings, dialog->selectedUrls());
+        // A switch of key that had begun before may have ended under the dialog.
+        if (place() == shown)
+            Q_EMIT uploadChosen(dialog->selectedUrls());
+        else
+            application_.root->remark =
+                "Nothing was uploaded, because another folder was opened meanwhile. Choose the files again.";
+    });
+    return dialog;
+}
+
+void TransferDialogs::chooseFilesToUpload()
+{
+    auto* const dialog = makeUploadDialog(tr("Upload"));
+    dialog->setFileMode(QFileDialog::ExistingFiles);
+    dialog->open();
+}
+
+void TransferDialogs::chooseFolderToUpload()
+{
+    auto* const dialog = makeUploadDialog(tr("Upload Folder"));
+    dialog->setFileMode(QFileDialog::Directory);
+    dialog->open();
+}
+
+void TransferDialogs::chooseDownloadFolder()
+{
+    auto* const dialog = new QFileDialog(&window_, tr("Save Downloads To"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::Directory);
+    dialog->setOption(QFileDialog::ShowDirsOnly);
+    dialog->setDirectory(toQString(application_.destination->current().path.string()));
+    // Qt's own dialog emits no urlsSelected.
+    connect(dialog, &QDialog::accepted, this, [this, dialog] {
+        const auto chosen = dialog->selectedUrls();
+        if (!chosen.isEmpty() && chosen.front().isLocalFile())
+            application_.destination->choose(localPathOf(chosen.front()));
+    });
+    dialog->open();
+}
+
+void TransferDialogs::showUnfinishedUploads()
+{
+    auto& root = *application_.root;
+    if (!root.openUnfinishedUploads())
+        return;
+    UnfinishedUploadsView::Actions actions;
+    if (application_.resumeStore) {
+        actions.resumeAction = [&root](std::string fileID) { return root.resumeUpload(std::move(fileID)); };
+        actions.canResume = [&root](const std::string& fileID) { return root.canResume(fileID); };
+    }
+    auto* const sheet = new UnfinishedUploadsView(root.unfinishedUploads, std::move(actions), &window_);
+    sheet->setAttribute(Qt::WA_DeleteOnClose);
+    connect(sheet, &UnfinishedUploadsView::resumed, this, &TransferDialogs::resumed);
+    // Rows of one account must not stand over another.
+    connect(&root, &Observable::changed, sheet, [&root, sheet, session = *root.unfinishedUploads.session] {
+        if (*root.keyStore.session != session)
+            sheet->reject();
+    });
+    sheet->open();
+}

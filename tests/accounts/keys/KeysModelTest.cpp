@@ -1,0 +1,289 @@
+#include "accounts/keys/KeysModel.h"
+
+#include "B2Kit/transport/B2CurlTransport.h"
+#include "accounts/ClientFactory.h"
+#include "accounts/keys/KeysPane.h"
+#include "accounts/keys/NewKeyRules.h"
+#include "foundation/Settings.h"
+#include "foundation/TaskScope.h"
+#include "localb2/Service.h"
+#include "tests/support/QtRun.h"
+
+#include <QTemporaryDir>
+
+#include <gmock/gmock.h>
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace {
+
+/// The keys of an account at a real service, seen by its master key.
+class KeysModelTest : public testing::Test {
+protected:
+    explicit KeysModelTest(const std::string& seed = {})
+        : service({.directory = directory.path().toStdString() + "/service", .seed = seed})
+    {
+    }
+
+    std::shared_ptr<B2Session> sessionWith(const std::string& keyID, const std::string& secret, std::string label)
+    {
+        const auto client = clients.makeClient({keyID, secret});
+        const auto authorization = qtRun(client->authorized());
+        return std::make_shared<B2Session>(
+            StoredKey{keyID, std::move(label), authorization.accountID}, client, authorization);
+    }
+    std::shared_ptr<B2Session> sessionOf(const localb2::MasterKey& key)
+    {
+        return sessionWith(key.keyID, key.applicationKey, "Master");
+    }
+    std::shared_ptr<B2Session> sessionOf(const B2CreatedApplicationKey& made)
+    {
+        return sessionWith(made.key.applicationKeyID, made.applicationKey, made.key.keyName);
+    }
+
+    B2CreatedApplicationKey make(const std::string& name, std::vector<B2Capability> capabilities)
+    {
+        EXPECT_TRUE(qtRun(model.create({.capabilities = std::move(capabilities), .keyName = name}, *model.session)));
+        const auto made = model.created->value();
+        model.forgetCreated();
+        return made;
+    }
+
+    std::vector<std::string> names() const
+    {
+        std::vector<std::string> all;
+        for (const auto& key : *model.keys)
+            all.push_back(key.keyName);
+        return all;
+    }
+
+    std::string logged() const
+    {
+        std::string lines;
+        for (const auto& entry : log.entries())
+            lines += entry.formatted() + "\n";
+        return lines;
+    }
+
+    void control(const std::string& path, const std::string& json)
+    {
+        auto reply = [](std::shared_ptr<B2CurlTransport> to, std::string url, std::string body) -> Task<int> {
+            B2HTTPRequest request{
+                .url = std::move(url), .headers = {{"Content-Type", "application/json"}}, .body = std::move(body)};
+            co_return (co_await to->data(std::move(request))).response.status;
+        };
+        ASSERT_EQ(qtRun(reply(transport, service.url() + "/_local/" + path, json)), 200);
+    }
+
+    QTemporaryDir directory;
+    localb2::Service service;
+    Settings settings{{}};
+    ActivityLog log{settings, directory.path().toStdString() + "/Logs"};
+    std::shared_ptr<B2CurlTransport> transport = std::make_shared<B2CurlTransport>(B2CurlTransportOptions{});
+    ClientFactory clients{transport, std::make_shared<B2NullLogSink>(), service.url()};
+    KeysModel model{log};
+};
+
+/// The same with two accounts.
+class KeysOfTwoAccountsTest : public KeysModelTest {
+protected:
+    KeysOfTwoAccountsTest()
+        : KeysModelTest("demo")
+    {
+    }
+};
+
+} // namespace
+
+TEST_F(KeysModelTest, AKeyIsCreatedToldOnceListedAndDeleted)
+{
+    int changes = 0;
+    model.didChange = [&] { ++changes; };
+    const auto session = sessionOf(service.masterKey());
+    model.reset(session);
+    EXPECT_EQ(KeysPane(model, session).kind, KeysPane::Kind::loading);
+    qtRun(model.load());
+    EXPECT_EQ(KeysPane(model, session).title, "No Application Keys");
+
+    const NewKeyForm form{.name = "reader", .lifetime = KeyLifetime::day};
+    const NewKeyRules rules(form, session->authorization.storage.allowed.capabilities);
+    EXPECT_TRUE(qtRun(model.create(makeCreateKeyRequest(form, rules), *model.session)));
+
+    ASSERT_TRUE(*model.created);
+    const auto made = **model.created;
+    EXPECT_EQ(made.key.capabilities, presetCapabilities(KeyPreset::readOnly));
+    EXPECT_TRUE(made.key.expirationTimestamp);
+    EXPECT_THAT(names(), ElementsAre("reader"));
+    EXPECT_EQ(KeysPane(model, session).kind, KeysPane::Kind::table);
+    EXPECT_THAT(logged(), HasSubstr("Created Application Key reader"));
+    EXPECT_THAT(logged(), HasSubstr("read, share - every bucket"));
+    model.forgetCreated();
+    EXPECT_FALSE(*model.created);
+
+    qtRun(model.remove(*model.keys));
+    EXPECT_THAT(names(), IsEmpty());
+    EXPECT_THAT(*model.inFlight, IsEmpty());
+    EXPECT_THAT(logged(), HasSubstr("Deleted Application Key reader"));
+    EXPECT_THAT(logged(), HasSubstr("reader. Anything still using it will stop working now."));
+    EXPECT_THAT(logged(), Not(HasSubstr(made.applicationKey)));
+    EXPECT_EQ(changes, 2);
+    qtRun(model.load());
+    EXPECT_THAT(names(), IsEmpty());
+}
+
+TEST_F(KeysModelTest, TheSessionsOwnKeyIsNeverDeleted)
+{
+    model.reset(sessionOf(service.masterKey()));
+    const auto manager = make("manager", {B2Capabilities::listKeys, B2Capabilities::deleteKeys});
+    make("other", {B2Capabilities::listFiles});
+    model.reset(sessionOf(manager));
+    qtRun(model.load());
+
+    qtRun(model.remove(*model.keys));
+
+    EXPECT_THAT(names(), ElementsAre("manager"));
+    EXPECT_FALSE(*model.error);
+}
+
+TEST_F(KeysModelTest, WhatTheServiceRefusesIsSaidAndKeepsTheRows)
+{
+    const auto session = sessionOf(service.masterKey());
+    model.reset(session);
+    make("one", {B2Capabilities::listFiles});
+    make("two", {B2Capabilities::listFiles});
+    control("faults",
+        R"({"kind": "status", "operation": "b2_delete_key", "count": 2, "status": 403, "code": "cap_exceeded"})");
+
+    qtRun(model.remove(*model.keys));
+    EXPECT_THAT(names(), ElementsAre("one", "two"));
+    EXPECT_THAT(model.error->value(), HasSubstr("2 keys could not be deleted. The first: Could not delete key “one”."));
+    EXPECT_THAT(logged(), HasSubstr("Could not delete key two"));
+
+    EXPECT_FALSE(
+        qtRun(model.create({.capabilities = {B2Capabilities::listFiles}, .keyName = "no blanks"}, *model.session)));
+    EXPECT_FALSE(*model.created);
+    EXPECT_FALSE(*model.isWorking);
+    EXPECT_THAT(model.error->value(), HasSubstr("Could not create key “no blanks”."));
+    EXPECT_THAT(logged(), HasSubstr("Could not create key no blanks"));
+
+    control("faults",
+        R"({"kind": "status", "operation": "b2_list_keys", "count": 1, "status": 403, "code": "cap_exceeded"})");
+    qtRun(model.load());
+    EXPECT_THAT(names(), ElementsAre("one", "two"));
+    EXPECT_EQ(KeysPane(model, session).kind, KeysPane::Kind::table);
+    EXPECT_THAT(KeysPane(model, session).banner.value_or(""), HasSubstr("Couldn't list the account's keys."));
+}
+
+TEST_F(KeysModelTest, AThousandKeysAreListedOnce)
+{
+    const auto session = sessionOf(service.masterKey());
+    model.reset(session);
+    auto makeMany = [](std::shared_ptr<B2Client> client) -> Task<> {
+        for (int i = 0; i < 1'010; ++i) {
+            B2CreateKeyRequest request{.capabilities = {B2Capabilities::listFiles}, .keyName = "k" + std::to_string(i)};
+            co_await client->createKey(std::move(request));
+        }
+    };
+    qtRun(makeMany(session->client), std::chrono::seconds(60));
+
+    qtRun(model.load());
+
+    EXPECT_EQ(model.keys->size(), 1'010U);
+}
+
+TEST_F(KeysOfTwoAccountsTest, NothingOfAnotherAccountIsEverShown)
+{
+    const auto first = sessionOf(service.masterKeys().at(0));
+    const auto second = sessionOf(service.masterKeys().at(1));
+    model.reset(first);
+    make("of-the-first", {B2Capabilities::listFiles});
+    ASSERT_THAT(names(), Contains("of-the-first"));
+
+    // The window has switched, the model has not yet heard of it.
+    EXPECT_EQ(KeysPane(model, second).kind, KeysPane::Kind::loading);
+
+    control("options", R"({"latencyMilliseconds": 50})");
+    TaskScope tasks;
+    tasks.start(model.load());
+    ASSERT_TRUE(spinUntil([&] { return *model.isLoading; }));
+    model.reset(second);
+    tasks.start(model.load());
+    qtRun(tasks.drain());
+    EXPECT_THAT(names(), Not(Contains("of-the-first")));
+    for (const auto& key : *model.keys)
+        EXPECT_EQ(key.accountID, second->authorization.accountID);
+    EXPECT_TRUE(*model.hasLoaded);
+    EXPECT_FALSE(*model.isLoading);
+}
+
+TEST_F(KeysOfTwoAccountsTest, ASecretComesThroughASwitchThatCrossesItsCreation)
+{
+    model.reset(sessionOf(service.masterKeys().at(0)));
+    const auto other = sessionOf(service.masterKeys().at(1));
+    control("options", R"({"latencyMilliseconds": 50})");
+    auto create = [](KeysModel* keys) -> Task<> {
+        B2CreateKeyRequest request{.capabilities = {B2Capabilities::listFiles}, .keyName = "crossing"};
+        co_await keys->create(std::move(request), *keys->session);
+    };
+    TaskScope tasks;
+    tasks.start(create(&model));
+    ASSERT_TRUE(spinUntil([&] { return *model.isWorking; }));
+
+    model.reset(other);
+
+    qtRun(tasks.drain());
+    ASSERT_TRUE(*model.created);
+    EXPECT_THAT((*model.created)->applicationKey, Not(IsEmpty()));
+    EXPECT_THAT(names(), IsEmpty());
+}
+
+TEST_F(KeysOfTwoAccountsTest, ACreationThatASwitchCrossesEndsWithASentence)
+{
+    const auto first = sessionOf(service.masterKeys().at(0));
+    const auto second = sessionOf(service.masterKeys().at(1));
+    const B2CreateKeyRequest request{.capabilities = {B2Capabilities::listFiles}, .keyName = "crossing"};
+    auto create = [](KeysModel* keys, B2CreateKeyRequest wanted) -> Task<> {
+        co_await keys->create(std::move(wanted), *keys->session);
+    };
+    model.reset(first);
+    control("faults", R"({"kind": "status", "operation": "b2_create_key", "status": 403, "code": "cap_exceeded"})");
+    control("options", R"({"latencyMilliseconds": 50})");
+    TaskScope tasks;
+    tasks.start(create(&model, request));
+    ASSERT_TRUE(spinUntil([&] { return *model.isWorking; }));
+
+    model.reset(second);
+    qtRun(tasks.drain());
+    qtRun(model.load());
+
+    EXPECT_THAT(model.error->value_or(""), HasSubstr("Could not create key “crossing”."));
+    control("faults/clear", "{}");
+    EXPECT_FALSE(qtRun(model.create(request, first))) << "never in the account that is in use by now";
+    EXPECT_THAT(names(), Not(Contains("crossing")));
+    EXPECT_EQ(model.error->value_or(""), "Key “crossing” was not created, because another key is in use by now.");
+}
+
+TEST_F(KeysModelTest, AKeyWithoutTheCapabilitiesIsToldWhatItLacks)
+{
+    model.reset(sessionOf(service.masterKey()));
+    const auto creator = sessionOf(make("creator", {B2Capabilities::writeKeys}));
+    const auto reader = sessionOf(make("reader", {B2Capabilities::readFiles}));
+
+    model.reset(creator);
+    qtRun(model.load());
+    const KeysPane hidden(model, creator);
+    EXPECT_EQ(hidden.title, "Existing Keys Are Hidden");
+    EXPECT_THAT(hidden.text, HasSubstr("“creator” can create keys but not list them"));
+    EXPECT_FALSE(hidden.newRefusal);
+    EXPECT_TRUE(hidden.deleteRefusal);
+
+    model.reset(reader);
+    const KeysPane refused(model, reader);
+    EXPECT_EQ(refused.title, "This Key Cannot Manage Keys");
+    EXPECT_EQ(refused.newRefusal, "This key cannot create keys: it lacks writeKeys");
+    EXPECT_EQ(KeysPane(model, nullptr).text, "Connect with a key to manage the account's keys.");
+}

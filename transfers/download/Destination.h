@@ -1,0 +1,122 @@
+#pragma once
+
+#include "B2Kit/pipeline/B2Place.h"
+#include "transfers/download/ExistingFilePolicy.h"
+
+#include <cstdint>
+#include <expected>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+
+/// Where a download goes.
+struct DestinationChoice {
+    std::filesystem::path target;
+    /// Set when the download is left out because this file is there already.
+    std::optional<std::filesystem::path> skippedFor;
+
+    bool operator==(const DestinationChoice&) const = default;
+};
+
+/// The paths that downloads on their way will take. From any thread.
+class ReservedPaths : public std::enable_shared_from_this<ReservedPaths> {
+public:
+    /// Gives its path back at its end.
+    class Reservation {
+    public:
+        Reservation(std::shared_ptr<ReservedPaths> owner, std::filesystem::path path);
+        Reservation(Reservation&&) noexcept = default;
+        Reservation& operator=(Reservation&& other) noexcept
+        {
+            std::swap(owner_, other.owner_);
+            std::swap(path_, other.path_);
+            return *this;
+        }
+        ~Reservation();
+
+    private:
+        std::shared_ptr<ReservedPaths> owner_;
+        std::filesystem::path path_;
+    };
+
+    /// @returns nothing when the path is taken.
+    std::optional<Reservation> reserve(const std::filesystem::path& path);
+
+private:
+    std::mutex mutex_;
+    std::set<std::filesystem::path> paths_;
+};
+
+/// The folder that downloads go to.
+struct DownloadFolder {
+    std::filesystem::path path;
+    bool isDefault = false; ///< The user has chosen none: the folder is made when it is missing.
+
+    bool operator==(const DownloadFolder&) const = default;
+};
+
+/// Which file it is, whatever its name: device and inode.
+using FileIdentity = std::pair<std::uint64_t, std::uint64_t>;
+
+/// The files that a run has saved.
+using LandedFiles = std::set<FileIdentity>;
+
+/// What stands at the place, links not followed. Blocks.
+std::optional<FileIdentity> identityAt(const B2Place& place);
+
+/// Numbers a name until it is free, and reserves it. Blocks; used by one thread at a time.
+class NumberedPlaces {
+public:
+    NumberedPlaces(B2Place plain, std::size_t nameLimit, std::shared_ptr<ReservedPaths> reserved);
+
+    /// Reserves the plain path. @returns false when a running download will take it.
+    bool takePlain();
+
+    /// The next free path; nothing when all numbers are taken.
+    std::optional<std::filesystem::path> takeNext();
+
+    /// The path taken last.
+    const B2Place& place() const { return place_; }
+
+private:
+    const B2Place plain_;
+    const std::size_t nameLimit_;
+    const std::shared_ptr<ReservedPaths> reserved_;
+    B2Place place_;
+    std::set<std::string> tried_;
+    std::optional<ReservedPaths::Reservation> reservation_;
+};
+
+/// A settled destination.
+struct PreparedDestination {
+    DestinationChoice choice;
+    std::shared_ptr<const B2Folder> folder;  ///< The target's parent, held open where that is allowed.
+    std::shared_ptr<NumberedPlaces> numbers; ///< Held while the download runs: it keeps the reservation.
+    bool isShortened = false;                ///< The disk does not take a name that long.
+    bool isTwin = false;                     ///< The disk takes the name for that of another file of the same run.
+    bool replaces = false; ///< What stands at the target gives way; otherwise the next number is taken.
+};
+
+/// Looks at the folder and settles where a file is saved. Blocks.
+///
+/// A name that a running download will take is never taken twice, whatever the policy: the later file gets a number.
+///
+/// @returns a sentence when nothing can be saved there.
+std::expected<PreparedDestination, std::string> prepareDestination(
+    const DownloadFolder& folder, const std::string& name, ExistingFilePolicy policy, ReservedPaths& reserved);
+
+/// The same in a folder that is open already.
+///
+/// @param landed  files that are never replaced or skipped for: those of this run. May be null.
+PreparedDestination settleDestination(std::shared_ptr<const B2Folder> folder, const std::string& name,
+    ExistingFilePolicy policy, ReservedPaths& reserved, const LandedFiles* landed);
+
+/// Why nothing can be saved in the folder, as a clause: "is not a folder any more". Blocks.
+std::optional<std::string> folderProblem(const DownloadFolder& folder);
+
+/// How many bytes a name may have there. Blocks.
+std::size_t longestNameIn(const B2Folder& folder);

@@ -1,0 +1,182 @@
+#include "B2Kit/B2Client.h"
+#include "B2Kit/pipeline/B2RetryPolicy.h"
+#include "async/Background.h"
+#include "foundation/log/ActivityLog.h"
+#include "transfers/FailureTexts.h"
+#include "transfers/RowReports.h"
+#include "transfers/TransferLog.h"
+#include "transfers/TransferRun.h"
+#include "transfers/download/FolderLanding.h"
+#include "transfers/download/LocalNames.h"
+
+#include <fmt/format.h>
+
+#include <variant>
+
+namespace {
+
+struct Skipped {
+    std::filesystem::path existing;
+};
+
+struct Landed {
+    std::filesystem::path path;
+    B2FileMetadata metadata;
+};
+
+/// Why nothing was asked of the service.
+struct Refused {
+    std::string message; ///< Of the log line.
+    std::string text;
+};
+
+using Outcome = std::variant<Skipped, Landed, Refused>;
+
+using Prepared = std::expected<PreparedDestination, std::string>;
+
+/// Settles the destination, off the main thread.
+Task<Prepared> prepare(const DownloadOrder& order, const DownloadContext& context, std::string name)
+{
+    const auto policy = currentExistingFilePolicy(*context.settings);
+    if (order.landing)
+        co_return co_await runInBackground(
+            [landing = order.landing, path = order.relativePath, policy, reserved = context.reserved] {
+                return landing->prepare(path, policy, *reserved);
+            });
+    co_return co_await runInBackground(
+        [folder = order.folder, name = std::move(name), policy, reserved = context.reserved] {
+            return prepareDestination(folder, name, policy, *reserved);
+        });
+}
+
+B2FileDestination destinationOf(const PreparedDestination& prepared)
+{
+    B2FileDestination destination{.path = prepared.choice.target, .folder = prepared.folder};
+    if (!prepared.replaces)
+        destination.otherPath = [numbers = prepared.numbers] { return numbers->takeNext(); };
+    return destination;
+}
+
+/// Tells of a file that is not saved under its own name.
+void tellOtherName(const Transfer& transfer, const PreparedDestination& prepared, const std::string& name)
+{
+    const auto saved = prepared.choice.target.filename().string();
+    if (prepared.isShortened)
+        recordTransfer(B2LogLevel::notice, "Shortened the name of " + transfer.displayName,
+            fmt::format(
+                "It has {} bytes, more than this disk takes. The file is saved as \"{}\".", name.size(), saved));
+    if (prepared.isTwin)
+        recordTransfer(B2LogLevel::notice, fmt::format("Saved {} under another name", transfer.displayName),
+            fmt::format("To this disk its name is that of another file here, which is kept. The file is saved as "
+                        "\"{}\".",
+                saved));
+}
+
+/// Where the file has landed: what took its name on the way has given it a number.
+Task<std::filesystem::path> landedPath(
+    const DownloadOrder& order, const PreparedDestination& prepared, const Transfer& transfer)
+{
+    const auto place = prepared.numbers->place();
+    if (place.path != prepared.choice.target)
+        recordTransfer(B2LogLevel::notice, fmt::format("Saved {} under another name", transfer.displayName),
+            fmt::format("Something else has taken its name meanwhile. The file is saved as \"{}\".",
+                place.path.filename().string()));
+    if (order.landing)
+        co_await runInBackground([landing = order.landing, place] { landing->noteLanded(place); });
+    co_return place.path;
+}
+
+Task<Outcome> fetch(const DownloadOrder& order, const TransferRun& run, const DownloadContext& context)
+{
+    const Transfer& transfer = *run.transfer;
+    const auto name = localName(order.file.fileName);
+    if (!name)
+        co_return Refused{"Refused to download " + transfer.displayName,
+            fmt::format("\"{}\" was not downloaded. Its name would write outside the destination folder.",
+                order.file.fileName)};
+
+    const auto prepared = co_await prepare(order, context, *name);
+    co_await checkCancelled();
+    if (!prepared)
+        co_return Refused{fmt::format("Download of {} failed", transfer.displayName), prepared.error()};
+    if (prepared->choice.skippedFor)
+        co_return Skipped{*prepared->choice.skippedFor};
+    tellOtherName(transfer, *prepared, *name);
+
+    run.setState(Transfer::State::running());
+    noteTransferStart(*run.transfer);
+    const auto client = order.session->client;
+    auto destination = destinationOf(*prepared);
+    Landed landed;
+    if (order.file.fileID) {
+        B2DownloadByIDRequest request{
+            .fileID = *order.file.fileID, .onProgress = progressOf(run), .onRetry = retryReportsOf(run)};
+        landed.metadata = co_await client->downloadByIDToFile(std::move(request), std::move(destination));
+    } else {
+        B2DownloadByNameRequest request{.bucketName = order.bucket.bucketName,
+            .fileName = order.file.fileName,
+            .onProgress = progressOf(run),
+            .onRetry = retryReportsOf(run)};
+        landed.metadata = co_await client->downloadByNameToFile(std::move(request), std::move(destination));
+    }
+    landed.path = co_await landedPath(order, *prepared, transfer);
+    co_return landed;
+}
+
+void fail(const TransferRun& run, std::string message, std::string text)
+{
+    recordTransfer(B2LogLevel::error, std::move(message), text);
+    run.setState(Transfer::State::failed(std::move(text)));
+}
+
+void end(const TransferRun& run, const Outcome& outcome)
+{
+    Transfer& transfer = *run.transfer;
+    if (const auto* refused = std::get_if<Refused>(&outcome)) {
+        fail(run, refused->message, refused->text);
+    } else if (const auto* skipped = std::get_if<Skipped>(&outcome)) {
+        transfer.localPath = skipped->existing;
+        run.setState(Transfer::State::skipped());
+        recordTransfer(B2LogLevel::notice,
+            fmt::format("Skipped {}, already in the destination folder", transfer.displayName),
+            skipped->existing.string());
+    } else if (const auto* landed = std::get_if<Landed>(&outcome)) {
+        const auto& checksum = landed->metadata.checksum;
+        transfer.localPath = landed->path;
+        transfer.checksum = checksum;
+        transfer.bytesTransferred = *transfer.byteCount;
+        run.setState(Transfer::State::finished());
+        if (const auto reason = checksum.skipReason())
+            recordTransfer(B2LogLevel::warning,
+                fmt::format("Downloaded {} - NOT checksum verified", transfer.displayName),
+                fmt::format("{}. {}", sentence(*reason), landed->path.string()));
+        else
+            recordTransfer(B2LogLevel::notice, fmt::format("Downloaded {} - checksum verified", transfer.displayName),
+                landed->path.string());
+    }
+}
+
+} // namespace
+
+Task<> runDownload(DownloadOrder order, TransferRun run, DownloadContext context)
+{
+    std::optional<Outcome> outcome;
+    std::exception_ptr failure;
+    try {
+        outcome = co_await fetch(order, run, context);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (run.isCurrent())
+        run.transfer->partsInTrouble = {};
+    // A child that had landed when the stop came is there, and the next attempt at its folder leaves it out.
+    const bool isChildDone = outcome && std::holds_alternative<Landed>(*outcome) && !run.transfer->parent.expired();
+    const bool wasStopped = (co_await currentStopToken()).stop_requested() && !isChildDone;
+    if (wasStopped || (failure && isCancellation(failure)))
+        run.setState(Transfer::State::cancelled());
+    else if (failure)
+        fail(run, fmt::format("Download of {} failed", run.transfer->displayName),
+            downloadFailureText(failure, run.transfer->displayName));
+    else
+        end(run, *outcome);
+}

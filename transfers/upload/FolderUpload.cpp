@@ -1,0 +1,194 @@
+#include "async/Background.h"
+#include "async/Group.h"
+#include "foundation/MainExecutor.h"
+#include "foundation/Texts.h"
+#include "foundation/log/ActivityLog.h"
+#include "transfers/FolderTally.h"
+#include "transfers/TransferLog.h"
+#include "transfers/TransferRun.h"
+#include "transfers/upload/FolderScan.h"
+
+#include <fmt/format.h>
+
+#include <ranges>
+
+namespace {
+
+Task<> showFound(std::weak_ptr<Transfer> folder, int attempt, std::int64_t byteCount)
+{
+    const auto transfer = folder.lock();
+    if (transfer && transfer->attempt() == attempt && *transfer->isScanning)
+        transfer->byteCount = byteCount;
+    co_return;
+}
+
+/// Looks through the folder off the main thread; the row grows with what is found.
+Task<FolderScan> scan(const std::filesystem::path& folder, const TransferRun& run)
+{
+    run.transfer->isScanning = true;
+    // Held weakly: the record may not end on another thread.
+    const auto onFound = [transfer = std::weak_ptr(run.transfer), attempt = run.attempt](std::int64_t byteCount) {
+        spawn(MainExecutor::shared(), showFound(transfer, attempt, byteCount));
+    };
+    auto found =
+        co_await runInBackground([folder, prefix = run.transfer->remoteName, stop = co_await currentStopToken(),
+                                     onFound] { return scanFolder(folder, prefix, stop, onFound); });
+    run.transfer->isScanning = false;
+    co_return found;
+}
+
+void failUpload(const TransferRun& run, std::string text)
+{
+    recordTransfer(B2LogLevel::error, fmt::format("Upload of {} failed", run.transfer->displayName), text);
+    run.setState(Transfer::State::failed(std::move(text)));
+}
+
+/// Names in the log what does not go.
+/// @param what  how the line ends: "3 items that are no file".
+/// @param before  what stands above the names.
+void tellLeftOut(const std::string& folderName, const LeftOut& items, const std::string& what, std::string before = {})
+{
+    constexpr std::size_t mostNamed = 20;
+    auto detail = std::move(before);
+    for (const auto& item : items.named | std::views::take(mostNamed))
+        detail += (detail.empty() ? "" : "\n") + singleLine(item.relativePath);
+    if (const auto rest = items.count - static_cast<std::int64_t>(mostNamed); rest > 0)
+        detail += fmt::format("\n… and {} more", rest);
+    recordTransfer(B2LogLevel::notice, fmt::format("Left out of {}: {}", folderName, what), std::move(detail));
+}
+
+/// Tells what is no file and so does not go, as a link the user takes for a file.
+void leaveOut(FolderTally& tally, const std::string& folderName, const FolderScan& scan)
+{
+    if (const auto& items = scan.passedOver; items.count > 0) {
+        tellLeftOut(folderName, items,
+            fmt::format("{} that {} no file, as a link or a pipe", countText(items.count, "item", "items"),
+                items.count == 1 ? "is" : "are"));
+        tally.leaveOut(items, "They are links, pipes and the like, not files, and are not sent.");
+    }
+    if (const auto& items = scan.emptyFolders; items.count > 0) {
+        tellLeftOut(folderName, items, countText(items.count, "empty folder", "empty folders"),
+            "B2 stores name prefixes rather than folders, so an empty folder cannot exist there");
+        tally.leaveOut(items, "They are empty folders, which cannot be stored in a bucket.");
+    }
+}
+
+/// Shows what the folder holds.
+/// @returns false when that is nothing: the record has its last state then.
+bool begin(FolderTally& tally, const TransferRun& run, const FolderScan& scan)
+{
+    if (!scan.unreadableFolders.empty() && scan.unreadableFolders.front().relativePath.empty()) {
+        failUpload(run, scan.unreadableFolders.front().reason);
+        return false;
+    }
+    const auto name = folderNameOf(*run.transfer);
+    const auto fileCount = scan.files.size() + scan.refusedFiles.size();
+    recordTransfer(B2LogLevel::info,
+        fmt::format("Scanned {}: {}, {}", name, countText(static_cast<std::int64_t>(fileCount), "file", "files"),
+            sizeText(scan.byteCount)));
+    leaveOut(tally, name, scan);
+    tally.setTotal(static_cast<int>(fileCount + scan.unreadableFolders.size()), scan.byteCount);
+    if (fileCount + scan.unreadableFolders.size() == 0) {
+        recordTransfer(B2LogLevel::warning, fmt::format("Nothing uploaded from {}, it holds no files", name),
+            "B2 stores name prefixes rather than folders, so an empty folder cannot exist there");
+        tally.finishEmpty(scan.passedOver.count == 0
+                ? "Nothing to upload, the folder is empty"
+                : "Nothing to upload, the folder holds only links and the like, which are not sent");
+        return false;
+    }
+    return true;
+}
+
+/// Counts what the scan has refused.
+Task<> tellRefused(FolderTally* tally, const FolderScan* scan)
+{
+    for (const auto* problems : {&scan->refusedFiles, &scan->unreadableFolders}) {
+        for (const auto& problem : *problems) {
+            recordTransfer(B2LogLevel::error, fmt::format("Upload of {} failed", problem.relativePath), problem.reason);
+            tally->fail(problem.relativePath, problem.reason, 0);
+            co_await tally->breathe();
+        }
+    }
+}
+
+/// The record of a file: the one of an interrupted attempt when it can go on with that.
+std::shared_ptr<Transfer> childFor(const FoundFile& file, const FolderUploadOrder& order, const TransferRun& run)
+{
+    auto& interrupted = order.progress->interrupted;
+    if (const auto known = interrupted.find(file.relativePath); known != interrupted.end()) {
+        auto child = known->second;
+        interrupted.erase(known);
+        // The upload itself compares what is stored with a file that has another date.
+        if (*child->byteCount == file.size) {
+            child->beginAgain();
+            return child;
+        }
+    }
+    const auto path = order.folder / file.relativePath;
+    auto child =
+        std::make_shared<Transfer>(Transfer::Kind::upload, run.transfer->remoteName + file.relativePath, file.size);
+    child->parent = run.transfer;
+    child->folderSkipChecksum = run.transfer->skipChecksum;
+    child->bucket = order.bucket;
+    child->localPath = path;
+    child->sourceBookmark = SourceBookmark{path, file.size, file.modificationDate};
+    return child;
+}
+
+/// Counts a file that has ended; one that was stopped is not counted.
+void keep(FolderTally& tally, FolderProgress& progress, const FoundFile& file, const std::shared_ptr<Transfer>& child)
+{
+    const auto& state = *child->state;
+    if (state.is(Transfer::State::Case::finished)) {
+        progress.done.insert_or_assign(file.relativePath, FolderProgress::Done{file.size, file.modificationDate});
+        tally.complete(file.size);
+        return;
+    }
+    if (*child->resumableFileID)
+        progress.interrupted.insert_or_assign(file.relativePath, child);
+    if (state.is(Transfer::State::Case::failed))
+        tally.fail(file.relativePath, state.text, file.size);
+}
+
+bool isDone(const FolderProgress& progress, const FoundFile& file)
+{
+    const auto known = progress.done.find(file.relativePath);
+    return known != progress.done.end() && known->second.byteCount == file.size
+        && known->second.modificationDate == file.modificationDate;
+}
+
+} // namespace
+
+Task<> runFolderUpload(FolderUploadOrder order, TransferRun run, UploadContext context)
+{
+    run.setState(Transfer::State::running());
+    const auto stop = co_await currentStopToken();
+    const auto found = co_await scan(order.folder, run);
+    FolderTally tally(run);
+    if (!stop.stop_requested() && !begin(tally, run, found))
+        co_return;
+
+    if (!stop.stop_requested())
+        co_await tellRefused(&tally, &found);
+    std::optional<std::string> interrupted;
+    for (const auto& file : found.files) {
+        if (stop.stop_requested())
+            break;
+        if (isDone(*order.progress, file)) {
+            tally.completeWithoutMoving(file.size);
+            co_await tally.breathe();
+            continue;
+        }
+        const auto child = childFor(file, order, run);
+        tally.begin(child);
+        UploadOrder upload{order.folder / file.relativePath, order.bucket, order.session};
+        co_await runUpload(std::move(upload), {child, child->attempt()}, context);
+        keep(tally, *order.progress, file, child);
+        if (*child->resumableFileID && child->state->is(Transfer::State::Case::cancelled))
+            interrupted = file.relativePath;
+    }
+    if (stop.stop_requested())
+        tally.stop(interrupted);
+    else
+        tally.finish(run.transfer->remoteName);
+}

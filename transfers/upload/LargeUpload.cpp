@@ -1,0 +1,182 @@
+#include "transfers/upload/LargeUpload.h"
+
+#include "B2Kit/B2Client.h"
+#include "foundation/MainExecutor.h"
+#include "foundation/Settings.h"
+#include "foundation/SettingsKeys.h"
+#include "foundation/Texts.h"
+#include "foundation/log/ActivityLog.h"
+#include "transfers/FailureTexts.h"
+#include "transfers/RowReports.h"
+#include "transfers/TransferLog.h"
+#include "transfers/resume/ResumeStore.h"
+
+#include <fmt/format.h>
+
+namespace {
+
+/// Why the file is read once before it is sent, or is not.
+enum class ChecksumPass { runs, skippedForFolder, resuming, runsForChangedSource, turnedOff };
+
+bool isSkipRaised(const Transfer& transfer)
+{
+    return transfer.skipChecksum->isRaised()
+        || (transfer.folderSkipChecksum && transfer.folderSkipChecksum->isRaised());
+}
+
+bool isAsItWasStarted(const Transfer& transfer, const UploadSource& source)
+{
+    const auto& bookmark = *transfer.sourceBookmark;
+    return bookmark && bookmark->byteCount == source.byteCount && bookmark->modificationDate == source.modificationDate;
+}
+
+ChecksumPass decidePass(const Transfer& transfer, const UploadSource& source, const Settings& settings)
+{
+    const bool isResuming = transfer.resumableFileID->has_value();
+    if (isResuming && !isAsItWasStarted(transfer, source) && !transfer.startedSHA1->empty())
+        return ChecksumPass::runsForChangedSource;
+    if (isSkipRaised(transfer))
+        return ChecksumPass::skippedForFolder;
+    if (isResuming)
+        return ChecksumPass::resuming;
+    // The setting's value true turns the pass off; its name is older than its meaning.
+    const bool isTurnedOff = settings.boolean(SettingsKeys::recordWholeFileChecksum).value_or(false);
+    return isTurnedOff ? ChecksumPass::turnedOff : ChecksumPass::runs;
+}
+
+void logPass(ChecksumPass pass, const Transfer& transfer)
+{
+    const auto& name = transfer.displayName;
+    switch (pass) {
+    case ChecksumPass::skippedForFolder:
+        recordTransfer(B2LogLevel::warning, fmt::format("Uploading {} without a whole-file checksum", name),
+            "Checksums were skipped for this folder. Parts are still checked in transit; the stored file cannot be "
+            "verified later.");
+        break;
+    case ChecksumPass::runs:
+        recordTransfer(B2LogLevel::info, fmt::format("Preparing {}, reading it to record a checksum", name),
+            sizeText(*transfer.byteCount)
+                + " to read before the upload starts. Turn the whole-file checksum off in Settings to skip this.");
+        break;
+    case ChecksumPass::resuming:
+        recordTransfer(B2LogLevel::info, fmt::format("Skipping the checksum pass for {}", name),
+            "Resuming, so the whole-file checksum recorded when the upload was first started still stands.");
+        break;
+    case ChecksumPass::runsForChangedSource:
+        recordTransfer(B2LogLevel::notice, fmt::format("Reading {} again before the upload goes on", name),
+            "Its date or size is another than when the upload began. Only a file with the same content is resumed.");
+        break;
+    case ChecksumPass::turnedOff:
+        recordTransfer(B2LogLevel::warning, fmt::format("Uploading {} without a whole-file checksum", name),
+            "Turned off in Settings. Parts are still checked in transit; the stored file cannot be verified later.");
+        break;
+    }
+}
+
+/// Keeps what a later attempt needs, whether or not the record is still there.
+Task<> noteStarted(std::weak_ptr<Transfer> transfer, ResumableUpload upload, ResumeStore* store)
+{
+    if (const auto record = transfer.lock()) {
+        record->resumableFileID = upload.fileID;
+        record->startedSHA1 = upload.sha1;
+        record->sourceBookmark = upload.source;
+    }
+    if (store)
+        store->record(std::move(upload));
+    co_return;
+}
+
+std::function<void(const std::string&, const std::string&)> startReportOf(
+    const TransferRun& run, const UploadOrder& order, const UploadSource& source, ResumeStore* store)
+{
+    const ResumableUpload upload{.bucketID = order.bucket.bucketID,
+        .remoteName = run.transfer->remoteName,
+        .byteCount = source.byteCount,
+        .source = {source.path, source.byteCount, source.modificationDate}};
+    return [transfer = std::weak_ptr(run.transfer), upload, store](const std::string& fileID, const std::string& sha1) {
+        ResumableUpload started = upload;
+        started.fileID = fileID;
+        started.sha1 = sha1;
+        spawn(MainExecutor::shared(), noteStarted(transfer, std::move(started), store));
+    };
+}
+
+void showParts(Transfer& transfer, int done, int count)
+{
+    transfer.partsCompleted = done;
+    transfer.partCount = count;
+}
+
+void showResumeState(Transfer& transfer, int done, int count)
+{
+    transfer.isHashing = false;
+    showParts(transfer, done, count);
+    if (done > 0)
+        transfer.partsAtStart = done;
+    else
+        noteTransferStart(transfer);
+}
+
+} // namespace
+
+Task<> sendInParts(const UploadOrder* order, const TransferRun* run, const UploadContext* context,
+    const UploadSource* source, std::string contentType)
+{
+    Transfer& transfer = *run->transfer;
+    const auto pass = decidePass(transfer, *source, *context->settings);
+    const bool isHashing = pass == ChecksumPass::runs || pass == ChecksumPass::runsForChangedSource;
+    transfer.isHashing = isHashing;
+    if (isHashing)
+        transfer.hashStartedAt = Transfer::Clock::now();
+    logPass(pass, transfer);
+
+    const RowOfAttempt row(*run);
+    B2UploadLargeFileRequest request{.bucketID = order->bucket.bucketID,
+        .fileName = transfer.remoteName,
+        .contentType = std::move(contentType),
+        .source = source->path,
+        .modificationDate = source->modificationDate,
+        .recordsWholeFileChecksum = isHashing,
+        .expectedSource = B2SourceState{source->byteCount, source->modificationDate, source->inode},
+        .resumeFileID = *transfer.resumableFileID,
+        .onHashing = hashingReportsOf(*run, source->byteCount),
+        .onStarted = startReportOf(*run, *order, *source, context->resumeStore),
+        .onResumeState =
+            [row](int done, int count) {
+                row.show([done, count](Transfer& shown) { showResumeState(shown, done, count); });
+            },
+        .onProgress = progressOf(*run),
+        .onPartRetry = retryReportsOf(*run),
+        .onPartsDone = [row](int done,
+                           int count) { row.show([done, count](Transfer& shown) { showParts(shown, done, count); }); }};
+    if (pass == ChecksumPass::runs)
+        request.isChecksumSkipped = [own = transfer.skipChecksum, folder = transfer.folderSkipChecksum] {
+            return own->isRaised() || (folder && folder->isRaised());
+        };
+    if (*transfer.resumableFileID && !isAsItWasStarted(transfer, *source)) {
+        request.verifiesEveryPart = true;
+        if (!transfer.startedSHA1->empty())
+            request.startedSHA1 = *transfer.startedSHA1;
+    }
+    const auto client = order->session->client;
+    co_await client->uploadLargeFile(std::move(request));
+}
+
+LargeUploadEnd endOfLargeUpload(Transfer& transfer, const std::exception_ptr& failure)
+{
+    const auto fileID = *transfer.resumableFileID;
+    if (!fileID) {
+        const auto text = uploadFailureText(failure);
+        return {text, text};
+    }
+    auto text = resumableFailureText(failure);
+    // Once parts were sent, a source with another date may still have the same content: the next attempt compares it.
+    const bool hasBegun = transfer.partCount->has_value();
+    if (!hasBegun && !isResumable(failure)) {
+        transfer.resumableFileID = std::nullopt;
+        transfer.startedSHA1 = std::string();
+        return {text, text};
+    }
+    auto detail = fmt::format("{} - resumable, large file {} still holds the parts already sent", text, *fileID);
+    return {std::move(text), std::move(detail)};
+}
