@@ -1,11 +1,11 @@
 #pragma once
 
 #include "B2Kit/transport/B2CurlTransport.h"
-#include "accounts/AppContext.h"
 #include "accounts/ClientFactory.h"
 #include "foundation/Settings.h"
 #include "foundation/log/ActivityLog.h"
 #include "keychain/Keychain.h"
+#include "shell/AppContext.h"
 #include "shell/CommandLine.h"
 #include "shell/Demo.h"
 #include "shell/RootModel.h"

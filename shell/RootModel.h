@@ -1,6 +1,5 @@
 #pragma once
 
-#include "accounts/AppContext.h"
 #include "accounts/ExpiryWatch.h"
 #include "accounts/KeyStore.h"
 #include "accounts/Reconnection.h"
@@ -14,6 +13,7 @@
 #include "foundation/Settings.h"
 #include "foundation/TaskScope.h"
 #include "foundation/log/ActivityLog.h"
+#include "shell/AppContext.h"
 #include "shell/DetailState.h"
 #include "shell/InterruptedUploads.h"
 #include "storage/unfinished/UnfinishedUploadsModel.h"

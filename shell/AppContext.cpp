@@ -1,4 +1,4 @@
-#include "accounts/AppContext.h"
+#include "shell/AppContext.h"
 
 #include "foundation/SettingsKeys.h"
 

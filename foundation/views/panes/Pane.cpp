@@ -1,0 +1,7 @@
+#include "foundation/views/panes/Pane.h"
+
+void Pane::publish(PaneCommands commands)
+{
+    commands_ = std::move(commands);
+    Q_EMIT commandsChanged();
+}
