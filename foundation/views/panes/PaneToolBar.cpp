@@ -1,13 +1,59 @@
 #include "foundation/views/panes/PaneToolBar.h"
 
+#include "foundation/views/panes/PaneSlots.h"
 #include "foundation/views/style/Measures.h"
 #include "foundation/views/style/StylePainting.h"
 
 #include <QAction>
-#include <QActionEvent>
+#include <QActionGroup>
+#include <QContextMenuEvent>
 #include <QLayout>
+#include <QMenu>
 #include <QPainter>
 #include <QToolButton>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace {
+
+using PaneToolbarLayout::Item;
+using PaneToolbarLayout::Slot;
+
+constexpr std::array labelsTexts = {
+    std::string_view("titleAndIcon"), std::string_view("titleOnly"), std::string_view("iconOnly")};
+
+/// Of an action: the shortcut that the menu's action has, for the tooltip.
+constexpr const char* shortcutProperty = "menuShortcut";
+
+/// Commands that lose their titles first: their symbols say enough.
+bool isLesser(Slot slot)
+{
+    switch (slot) {
+    case Slot::quickLook:
+    case Slot::getInfo:
+    case Slot::reveal:
+    case Slot::unfinishedUploads:
+    case Slot::refresh:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+std::string_view PaneToolBar::labelsText(Labels labels)
+{
+    return labelsTexts.at(static_cast<std::size_t>(labels));
+}
+
+PaneToolBar::Labels PaneToolBar::labelsFrom(std::string_view text)
+{
+    const auto found = std::ranges::find(labelsTexts, text);
+    return found == labelsTexts.end() ? Labels::titleAndIcon : static_cast<Labels>(found - labelsTexts.begin());
+}
 
 PaneToolBar::PaneToolBar(QWidget* parent)
     : QToolBar(parent)
@@ -16,37 +62,147 @@ PaneToolBar::PaneToolBar(QWidget* parent)
     setFloatable(false);
     setIconSize(QSize(16, 16));
     setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    setContextMenuPolicy(Qt::PreventContextMenu);
+    toggleViewAction()->setVisible(false);
 }
 
-void PaneToolBar::addGroup(const QList<QAction*>& group)
+void PaneToolBar::showCommands(const PaneCommands& commands)
 {
-    if (!actions().isEmpty() && !actions().constLast()->property("spacer").toBool()) {
-        addSeparator();
-    }
-    addActions(group);
-}
-
-void PaneToolBar::addSpacer()
-{
-    auto* spacer = new QWidget(this);
-    spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-    addWidget(spacer)->setProperty("spacer", true);
-}
-
-void PaneToolBar::actionEvent(QActionEvent* event)
-{
-    QToolBar::actionEvent(event);
-    QAction* action = event->action();
-    if (auto* button = qobject_cast<QToolButton*>(widgetForAction(action)); button != nullptr) {
-        // Tool bars leave their buttons out of the tab order by default; every command is to be reached by key.
-        button->setFocusPolicy(Qt::TabFocus);
-        const QString shortcut = action->shortcut().toString(QKeySequence::NativeText);
-        const QString tip = action->toolTip();
-        button->setToolTip(shortcut.isEmpty() ? tip : tr("%1 (%2)").arg(tip, shortcut));
-        button->setAccessibleName(action->text().remove(u'&'));
-    }
+    auto items = PaneToolbarLayout::items(commands);
+    const std::size_t spacerBefore = items.size();
+    std::ranges::move(PaneToolbarLayout::paneItems(commands), std::back_inserter(items));
+    const bool isSame =
+        spacerBefore == spacerBefore_ && std::ranges::equal(entries_, items, [](const Entry& entry, const Item& item) {
+            return entry.slot == item.slot && entry.hasMenu == !item.menu.empty();
+        });
+    if (!isSame || spacers_.empty())
+        rebuild(items, spacerBefore);
+    for (std::size_t i = 0; i < items.size(); ++i)
+        render(entries_[i], items[i]);
     fit();
+}
+
+void PaneToolBar::rebuild(const std::vector<Item>& items, std::size_t spacerBefore)
+{
+    // The command that is running now may be one of them.
+    const auto drop = [this](QAction* action) {
+        removeAction(action);
+        action->deleteLater();
+    };
+    std::ranges::for_each(std::exchange(spacers_, {}), drop);
+    for (const auto& entry : std::exchange(entries_, {})) {
+        drop(entry.action);
+        if (entry.menu)
+            entry.menu->deleteLater();
+    }
+    spacerBefore_ = spacerBefore;
+    QAction* const end = atEnd_.empty() ? nullptr : atEnd_.front();
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (i == spacerBefore)
+            addSpacer(end);
+        addEntry(items[i]);
+    }
+    if (spacerBefore == items.size())
+        addSpacer(end);
+}
+
+void PaneToolBar::addEntry(const Item& item)
+{
+    Entry entry{.slot = item.slot, .hasMenu = !item.menu.empty(), .action = new QAction(this)};
+    insertAction(atEnd_.empty() ? nullptr : atEnd_.front(), entry.action);
+    if (entry.hasMenu) {
+        entry.menu = new QMenu(this);
+        entry.menu->setToolTipsVisible(true);
+        auto* const button = qobject_cast<QToolButton*>(widgetForAction(entry.action));
+        button->setMenu(entry.menu);
+        button->setPopupMode(item.slot == Slot::share ? QToolButton::InstantPopup : QToolButton::MenuButtonPopup);
+    }
+    const auto index = entries_.size();
+    keepDressed(entry.action);
+    connect(entry.action, &QAction::triggered, this, [this, index] {
+        // The command may rebuild the toolbar.
+        if (const auto run = entries_.at(index).run)
+            run();
+    });
+    entries_.push_back(std::move(entry));
+}
+
+void PaneToolBar::addSpacer(QAction* before)
+{
+    auto* const spacer = new QWidget(this);
+    spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    spacers_.push_back(insertWidget(before, spacer));
+}
+
+void PaneToolBar::render(Entry& entry, const Item& item)
+{
+    entry.run = item.command.run;
+    entry.action->setProperty(shortcutProperty, item.shortcut.toString(QKeySequence::NativeText));
+    renderCommand(*entry.action, item.command);
+    dress(entry.action);
+    if (!entry.menu)
+        return;
+    entry.menu->clear();
+    for (const auto& command : item.menu)
+        addCommand(*entry.menu, command);
+    // A button whose first command is off may still offer another.
+    if (!item.command.isEnabled)
+        entry.action->setEnabled(std::ranges::any_of(item.menu, &PaneCommand::isEnabled));
+}
+
+void PaneToolBar::addAtEnd(QAction* action)
+{
+    atEnd_.push_back(action);
+    addAction(action);
+    keepDressed(action);
+}
+
+void PaneToolBar::setLabels(Labels labels)
+{
+    labels_ = labels;
+    fit();
+}
+
+void PaneToolBar::dress(QAction* action)
+{
+    auto* const button = qobject_cast<QToolButton*>(widgetForAction(action));
+    if (!button)
+        return;
+    QString shortcut = action->property(shortcutProperty).toString();
+    if (shortcut.isEmpty())
+        shortcut = action->shortcut().toString(QKeySequence::NativeText);
+    button->setToolTip(shortcut.isEmpty() ? action->toolTip() : tr("%1 (%2)").arg(action->toolTip(), shortcut));
+    button->setAccessibleName(action->text().remove(u'&'));
+    button->setAccessibleDescription(action->toolTip());
+}
+
+void PaneToolBar::keepDressed(QAction* action)
+{
+    // Toolbars leave their buttons out of the tab order by default; every command is reached by keyboard.
+    if (auto* const button = qobject_cast<QToolButton*>(widgetForAction(action)))
+        button->setFocusPolicy(Qt::TabFocus);
+    // The button takes over the action's plain tooltip first.
+    connect(action, &QAction::changed, this, [this, action] { dress(action); });
+    dress(action);
+}
+
+void PaneToolBar::contextMenuEvent(QContextMenuEvent* event)
+{
+    auto* const menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    auto* const group = new QActionGroup(menu);
+    const auto add = [&](const QString& title, Labels labels) {
+        auto* const action = menu->addAction(title, this, [this, labels] {
+            setLabels(labels);
+            Q_EMIT labelsChosen(labels);
+        });
+        action->setCheckable(true);
+        action->setChecked(labels_ == labels);
+        group->addAction(action);
+    };
+    add(tr("Icon and Text"), Labels::titleAndIcon);
+    add(tr("Icon Only"), Labels::iconOnly);
+    add(tr("Text Only"), Labels::titleOnly);
+    menu->popup(event->globalPos());
 }
 
 void PaneToolBar::resizeEvent(QResizeEvent* event)
@@ -55,27 +211,49 @@ void PaneToolBar::resizeEvent(QResizeEvent* event)
     fit();
 }
 
+int PaneToolBar::widthWith(bool hasTitles, bool hasLesserTitles) const
+{
+    constexpr int buttonWidth = 28;
+    constexpr int titleGap = 10;
+    constexpr int arrowWidth = 16;
+    const auto margins = layout()->contentsMargins();
+    int width = margins.left() + margins.right();
+    const auto add = [&](const QAction& action, bool hasTitle, bool hasMenu) {
+        width += layout()->spacing() + buttonWidth + (hasMenu ? arrowWidth : 0);
+        if (hasTitle)
+            width += fontMetrics().horizontalAdvance(action.iconText()) + titleGap;
+    };
+    for (const auto& entry : entries_)
+        add(*entry.action, isLesser(entry.slot) ? hasLesserTitles : hasTitles, entry.hasMenu);
+    for (const auto* const action : atEnd_)
+        add(*action, hasTitles, false);
+    return width;
+}
+
+int PaneToolBar::widthWithTitles() const
+{
+    return widthWith(true, true);
+}
+
 void PaneToolBar::fit()
 {
-    int width = layout()->contentsMargins().left() + layout()->contentsMargins().right();
-    for (QAction* action : actions()) {
-        auto* widget = widgetForAction(action);
-        if (widget == nullptr || !action->isVisible()) {
-            continue;
-        }
-        width += layout()->spacing();
-        if (auto* button = qobject_cast<QToolButton*>(widget); button != nullptr) {
-            const bool hasText = action->priority() != QAction::LowPriority;
-            width += 26 + (hasText ? fontMetrics().horizontalAdvance(action->iconText()) + 10 : 0);
-        } else {
-            width += widget->sizeHint().width();
-        }
+    auto style = Qt::ToolButtonTextBesideIcon;
+    bool hasLesserTitles = true;
+    if (labels_ == Labels::titleOnly) {
+        style = Qt::ToolButtonTextOnly;
+    } else if (labels_ == Labels::iconOnly || widthWith(true, false) > width()) {
+        style = Qt::ToolButtonIconOnly;
+    } else {
+        hasLesserTitles = widthWith(true, true) <= width();
     }
-    widthWithTexts_ = width;
-    const auto wanted = width > this->width() ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon;
-    if (wanted != toolButtonStyle()) {
-        setToolButtonStyle(wanted);
+    for (const auto& entry : entries_) {
+        const bool hasTitle = hasLesserTitles || !isLesser(entry.slot);
+        const auto priority = hasTitle ? QAction::NormalPriority : QAction::LowPriority;
+        if (entry.action->priority() != priority)
+            entry.action->setPriority(priority);
     }
+    if (style != toolButtonStyle())
+        setToolButtonStyle(style);
 }
 
 void PaneToolBar::paintEvent(QPaintEvent*)

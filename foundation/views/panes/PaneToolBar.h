@@ -1,33 +1,75 @@
 #pragma once
 
+#include "foundation/views/panes/PaneToolbarLayout.h"
+
 #include <QToolBar>
 
-/// What the focused pane offers: groups of actions with icon and text, apart by a separator or pushed to the far end.
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class QMenu;
+
+/// The toolbar of the window: what the pane in front offers, then its commands on itself, then what is the window's
+/// own.
 ///
-/// Too narrow for the texts, it shows icons alone, with the texts as tooltips; actions of `QAction::LowPriority` are
-/// always icons.
+/// Shows titles and symbols as the user has chosen from its context menu. With too little room it first takes the
+/// titles from the lesser commands, then from all; the titles are tooltips then.
 class PaneToolBar final : public QToolBar {
     Q_OBJECT
 
 public:
+    enum class Labels { titleAndIcon, titleOnly, iconOnly };
+
+    /// The stored text of a label style; an unknown text is `titleAndIcon`.
+    static std::string_view labelsText(Labels labels);
+    static Labels labelsFrom(std::string_view text);
+
     explicit PaneToolBar(QWidget* parent = nullptr);
 
-    /// Adds actions that belong together, a separator before them unless they are the first.
-    void addGroup(const QList<QAction*>& actions);
+    /// Shows the commands. Buttons of commands that stay are kept, with the keyboard.
+    void showCommands(const PaneCommands& commands);
 
-    /// Pushes what follows to the far end.
-    void addSpacer();
+    /// Puts an action of the window behind everything a pane offers.
+    void addAtEnd(QAction* action);
 
-    /// The width at which the texts still fit.
-    int widthWithTexts() const { return widthWithTexts_; }
+    void setLabels(Labels labels);
+    Labels labels() const { return labels_; }
+
+    /// The width at which all titles fit.
+    int widthWithTitles() const;
+
+Q_SIGNALS:
+    /// The user has chosen another label style.
+    void labelsChosen(PaneToolBar::Labels labels);
 
 protected:
-    void actionEvent(QActionEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    void fit();
+    struct Entry {
+        PaneToolbarLayout::Slot slot;
+        bool hasMenu = false;
+        QAction* action = nullptr;
+        QMenu* menu = nullptr;
+        std::function<void()> run;
+    };
 
-    int widthWithTexts_ = 0;
+    void rebuild(const std::vector<PaneToolbarLayout::Item>& items, std::size_t spacerBefore);
+    void addSpacer(QAction* before);
+    void addEntry(const PaneToolbarLayout::Item& item);
+    void render(Entry& entry, const PaneToolbarLayout::Item& item);
+    void keepDressed(QAction* action);
+    void dress(QAction* action);
+    void fit();
+    int widthWith(bool hasTitles, bool hasLesserTitles) const;
+
+    std::vector<Entry> entries_;
+    std::vector<QAction*> spacers_;
+    std::vector<QAction*> atEnd_;
+    std::size_t spacerBefore_ = 0;
+    Labels labels_ = Labels::titleAndIcon;
 };

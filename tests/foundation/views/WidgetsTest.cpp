@@ -4,7 +4,6 @@
 #include "foundation/views/panes/Banner.h"
 #include "foundation/views/panes/EmptyState.h"
 #include "foundation/views/panes/LoadingLine.h"
-#include "foundation/views/panes/PaneToolBar.h"
 #include "foundation/views/style/Style.h"
 
 #include "tests/foundation/views/Scene.h"
@@ -144,27 +143,6 @@ TEST(SearchFieldTest, EscapeEmptiesFirstAndLeavesThen)
     EXPECT_TRUE(left.isEmpty());
     QTest::keyClick(&field, Qt::Key_Escape);
     EXPECT_EQ(left.size(), 1);
-}
-
-TEST(PaneToolBarTest, GivesUpItsTextsButNoActionWhenNarrow)
-{
-    PaneToolBar bar;
-    QAction upload(text("Upload Files…"));
-    QAction refresh(text("Refresh"));
-    refresh.setShortcut(Qt::Key_F5);
-    bar.addGroup({&upload});
-    bar.addSpacer();
-    bar.addGroup({&refresh});
-    bar.resize(bar.widthWithTexts() + 40, 38);
-    present(bar);
-    EXPECT_EQ(bar.toolButtonStyle(), Qt::ToolButtonTextBesideIcon);
-
-    bar.resize(bar.widthWithTexts() - 40, 38);
-    EXPECT_EQ(bar.toolButtonStyle(), Qt::ToolButtonIconOnly);
-    EXPECT_TRUE(bar.widgetForAction(&upload)->isVisible());
-    EXPECT_EQ(bar.widgetForAction(&refresh)->toolTip(), text("Refresh (F5)"));
-    EXPECT_EQ(bar.widgetForAction(&upload)->accessibleName(), text("Upload Files…"));
-    EXPECT_NE(bar.widgetForAction(&upload)->focusPolicy(), Qt::NoFocus);
 }
 
 class SheetTest : public ::testing::Test {

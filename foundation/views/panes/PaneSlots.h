@@ -1,0 +1,40 @@
+#pragma once
+
+#include "foundation/views/panes/PaneCommands.h"
+
+#include <QKeySequence>
+#include <QList>
+
+#include <span>
+
+class QAction;
+class QMenu;
+
+/// The lasting place of a command in the menus. One table gives every shortcut, so no two commands can share one.
+struct PaneSlot {
+    using Field = PaneCommands::Command PaneCommands::*;
+
+    Field command;
+    QString title; ///< In the menus while no pane offers the command.
+    std::optional<Symbol> symbol;
+    QList<QKeySequence> shortcuts;
+    /// The shortcuts work only while the keyboard is in the pane: Del in the list of transfers is not about files.
+    bool needsFocus = false;
+};
+
+/// Every slot that has a fixed place in the menus.
+std::span<const PaneSlot> paneSlots();
+
+/// The slot of a command; every field that menus or context menus show has one.
+const PaneSlot& paneSlot(PaneSlot::Field command);
+
+/// The shortcuts of a command among the commands of a pane. Del hides; it deletes where nothing can be hidden.
+QList<QKeySequence> shortcutsIn(const PaneCommands& commands, const PaneSlot& slot);
+
+/// Copies title, state, help and symbol of a command to an action.
+void renderCommand(QAction& action, const PaneCommand& command);
+
+/// Adds a command to a context menu, in the words of the menus and with its shortcut; does nothing for an absent one.
+void addCommand(QMenu& menu, const PaneCommands& commands, PaneSlot::Field field);
+void addCommand(QMenu& menu, const PaneCommand& command);
+void addToggle(QMenu& menu, const PaneToggle& toggle);
