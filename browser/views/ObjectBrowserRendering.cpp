@@ -217,8 +217,7 @@ QString ObjectBrowserView::placeName() const
 void ObjectBrowserView::renderStatus()
 {
     const auto rows = selected();
-    commands_->update(model_, rows);
-    drops_->setEnabled(commands_->upload->isEnabled());
+    updateCommands(rows);
     drops_->setPlace(*model_.bucket ? (*model_.bucket)->bucketID : std::string(), *model_.prefix);
 
     BrowserCounts counts{.loaded = model_.shown->entries.size(),

@@ -70,6 +70,7 @@ private:
     void buildTable();
     void buildLayout();
     void connectCommands();
+    void connectParts();
     void connectDrops();
 
     void render();
@@ -87,6 +88,7 @@ private:
 
     void goTo(const QString& path);
     void openRow(const QModelIndex& index);
+    void updateCommands(const std::vector<const BrowserRow*>& selected);
     void download();
     void copySelected(bool wholePath);
     void showMenu(const QPoint& position);

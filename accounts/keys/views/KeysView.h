@@ -69,21 +69,24 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
+    void buildToolBar();
     void buildTable();
     void buildLayout();
     void connectCommands();
+    void connectParts();
 
     void render();
     void renderRows(const KeysPane& pane);
     void renderContent(const KeysPane& pane);
     void renderBanner(const KeysPane& pane);
-    void renderCommands();
+    void renderSelection();
     void showMessage(const KeysPane& pane);
     void deselectUnselectable();
     void loadIfNeeded();
 
     const KeyRow* targetRow() const;
     void chooseSort(int section, Qt::SortOrder order);
+    void updateCommands(const KeysPane& pane, int selected);
     void showMenu(const QPoint& position);
     void refresh();
     void askForNewKey();

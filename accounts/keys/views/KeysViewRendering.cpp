@@ -23,7 +23,7 @@ void KeysView::render()
     renderRows(pane);
     renderContent(pane);
     renderBanner(pane);
-    renderCommands();
+    renderSelection();
     loadIfNeeded();
     if (!*model_.created)
         return;
@@ -123,11 +123,11 @@ void KeysView::renderBanner(const KeysPane& pane)
         banner_->showMessage(MessageKind::danger, sentence, *model_.hasLoadFailed ? tr("Try Again") : QString());
 }
 
-void KeysView::renderCommands()
+void KeysView::renderSelection()
 {
     const KeysPane pane(model_, *store_.session);
     const auto selected = static_cast<int>(selectedKeys().size());
-    commands_->update(pane, selected, targetRow());
+    updateCommands(pane, selected);
     if (pane.kind != KeysPane::Kind::table) {
         status_->setText({});
         status_->setDetail({});
