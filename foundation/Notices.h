@@ -16,21 +16,28 @@ struct Notice {
     std::string text;
     std::string actionTitle; ///< Empty without an action.
     std::function<void()> action;
-    bool isDismissible = true;
+    std::function<void()> closed; ///< After the user has closed it.
 };
 
-/// What the user should know whatever pane is shown, the oldest first. Lives on the main thread.
+/// Whatever the user should know in front of any pane, each until it is dismissed or no longer true. Lives on the main
+/// thread.
 class Notices final : public Observable {
 public:
     using Observable::Observable;
 
-    Observed<std::vector<Notice>> all{this};
+    Observed<std::vector<Notice>> all{this}; ///< The oldest first.
 
-    /// Shows the notice; one with the same id is replaced where it stands.
+    /// Shows the notice, in place of an older one with the same id. One with the same text as well stays where it is.
     void post(Notice notice);
 
     /// Takes the notice away; does nothing when there is none with the id.
     void dismiss(const std::string& id);
+
+    /// The user has closed the notice.
+    void close(const std::string& id);
+
+    /// The newest notice, which is the one to show; null when there is none.
+    const Notice* newest() const { return all->empty() ? nullptr : &all->back(); }
 
     /// The notice of an id, or null.
     const Notice* find(const std::string& id) const;

@@ -33,10 +33,8 @@ std::optional<DetailState> withoutStore(const DetailInputs& inputs)
 
 DetailState withSession(const DetailInputs& inputs)
 {
-    if (inputs.selection && inputs.selection->kind == SidebarItem::Kind::keys)
-        return {.kind = DetailState::Kind::keys};
-    if (inputs.selection && inputs.isSelectionListed)
-        return {.kind = DetailState::Kind::browser};
+    if (inputs.selection && (inputs.selection->surface || inputs.isSelectionListed))
+        return {.kind = DetailState::Kind::pane, .item = *inputs.selection};
     if (inputs.bucketsRefusal) {
         auto state = notice("Buckets Cannot Be Listed", *inputs.bucketsRefusal);
         state.notice.offersAddKey = true;

@@ -2,20 +2,11 @@
 
 #include "accounts/ConnectionFailure.h"
 #include "accounts/StoredKey.h"
+#include "shell/PaneSelection.h"
 
 #include <optional>
 #include <string>
 #include <string_view>
-
-/// What is selected in the sidebar.
-struct SidebarItem {
-    enum class Kind { bucket, keys, buckets, storage, search, migrations, replications };
-
-    Kind kind = Kind::bucket;
-    std::string bucketID; ///< Of a bucket.
-
-    bool operator==(const SidebarItem&) const = default;
-};
 
 /// What the detail area is decided from.
 struct DetailInputs {
@@ -45,8 +36,7 @@ struct DetailState {
         welcome, ///< No key is stored: fills the window.
         connecting,
         notice, ///< A title, a text and what can be done.
-        browser,
-        keys,
+        pane,   ///< The one of `item`.
     };
 
     /// What the first button of a notice does.
@@ -55,6 +45,7 @@ struct DetailState {
     Kind kind = Kind::nothing;
     ConnectionNotice notice;
     Action action = Action::none;
+    SidebarItem item; ///< Of a pane.
 
     bool operator==(const DetailState&) const = default;
 };

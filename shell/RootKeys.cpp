@@ -66,7 +66,9 @@ Task<> RootModel::rename(StoredKey key, std::string name)
     co_await keyStore.rename(key, std::move(name));
     const auto stored = std::ranges::find(*keyStore.keys, key.keyID, &StoredKey::keyID);
     if (stored != keyStore.keys->end() && stored->label != wanted)
-        remark = "“" + key.label + "” keeps its name: it could not be renamed. The activity log says why.";
+        notices.post({.id = "rename",
+            .kind = Notice::Kind::warning,
+            .text = "“" + key.label + "” keeps its name: it could not be renamed. The activity log says why."});
 }
 
 Task<> RootModel::renameStored(std::string accountID, std::string name)
@@ -75,14 +77,16 @@ Task<> RootModel::renameStored(std::string accountID, std::string name)
     const auto before = keyStore.accountDisplayName(accountID);
     co_await keyStore.renameAccount(accountID, std::move(name));
     if (keyStore.accountDisplayName(accountID) != wanted)
-        remark = "“" + before + "” keeps its name: it could not be renamed. The activity log says why.";
+        notices.post({.id = "rename",
+            .kind = Notice::Kind::warning,
+            .text = "“" + before + "” keeps its name: it could not be renamed. The activity log says why."});
 }
 
 Task<> RootModel::removeRevokedKeys()
 {
     const auto outcome = co_await keyStore.removeRevoked();
     if (auto text = keptKeysText(outcome))
-        remark = std::move(text);
+        notices.post({.id = "revokedKeys", .kind = Notice::Kind::warning, .text = std::move(*text)});
 }
 
 bool RootModel::isCurrent(const StoredKey& key) const
@@ -125,40 +129,6 @@ std::optional<std::string> RootModel::connectedText() const
         return std::nullopt;
     return "Kestrovan is connected to “" + keyStore.accountDisplayName(session->authorization.accountID)
         + "” with the key “" + session->key->label + "”.";
-}
-
-std::optional<std::string> RootModel::switchFailure() const
-{
-    const auto& failure = *keyStore.connectionFailure;
-    if (!*keyStore.session || !failure || !*keyStore.lastAttempted)
-        return std::nullopt;
-    return "Couldn't switch to “" + (*keyStore.lastAttempted)->label + "”. " + failure->message
-        + " Still connected with “" + (*keyStore.session)->key->label + "”.";
-}
-
-std::optional<RootNotice> RootModel::notice() const
-{
-    using Action = RootNotice::Action;
-    if (*keyStore.session && *keychain_.isWaitingForUnlock)
-        return RootNotice{
-            "Waiting for the keyring to unlock. Answer the desktop's question to go on.", Action::stopWaiting};
-    if (const auto failure = switchFailure())
-        return RootNotice{*failure, (*keyStore.connectionFailure)->canTryAgain() ? Action::tryAgain : Action::none};
-    if (*remark)
-        return RootNotice{**remark};
-    if (*expiry_.notice)
-        return RootNotice{**expiry_.notice};
-    return std::nullopt;
-}
-
-void RootModel::dismissNotice()
-{
-    if (switchFailure())
-        keyStore.connectionFailure = std::nullopt;
-    else if (*remark)
-        remark = std::nullopt;
-    else
-        expiry_.dismiss();
 }
 
 void RootModel::rebuildKeyMenu()

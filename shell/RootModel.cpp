@@ -15,9 +15,6 @@
 
 namespace {
 
-/// Thousands of uploads may end at once; the folder shown is listed again this often at most.
-constexpr std::chrono::seconds gatheringTime(1);
-
 /// A keyring that answers sooner is not worth a sentence.
 constexpr std::chrono::milliseconds patience(200);
 
@@ -29,6 +26,7 @@ RootModel::RootModel(const RootParts& parts)
     , keys(parts.log)
     , browser(parts.settings)
     , unfinishedUploads(parts.log)
+    , selection(parts.settings, parts.context, buckets, browser)
     , settings_(parts.settings)
     , log_(parts.log)
     , context_(parts.context)
@@ -38,24 +36,19 @@ RootModel::RootModel(const RootParts& parts)
     , reconnection_(keyStore)
     , expiry_(keyStore)
 {
-    for (Observable* model : std::initializer_list<Observable*>{&keyStore, &buckets, &keychain_})
+    for (Observable* model : std::initializer_list<Observable*>{&keyStore, &buckets, &keychain_, &selection, &notices})
         connect(model, &Observable::changed, this, [this] { markChanged(); });
-    connect(&keychain_, &Observable::changed, this, [this, told = std::optional<std::string>()]() mutable {
-        if (std::exchange(told, *keychain_.remark) != *keychain_.remark)
-            remark = *keychain_.remark;
-    });
+    connect(&keychain_, &Observable::changed, this, &RootModel::noteKeychain);
+    connect(&keyStore, &Observable::changed, this, &RootModel::noteConnection);
     connect(&buckets, &Observable::changed, this, [this] {
         BucketNames names;
         for (const auto& bucket : *buckets.buckets)
             names.emplace(bucket.bucketID, bucket.bucketName);
         keySwitcher.setBucketNames(std::move(names));
     });
-    gathering_.setSingleShot(true);
-    gathering_.setInterval(gatheringTime);
-    connect(&gathering_, &QTimer::timeout, this, &RootModel::tellWrites);
     connect(&expiry_, &Observable::changed, this, [this] {
         keySwitcher.markChanged();
-        markChanged();
+        noteExpiry();
     });
     connect(&settings_, &Settings::writeFailed, this,
         [this](const QString& sentence) { noteSettings("Could not save the settings", fromQString(sentence)); });
@@ -102,17 +95,16 @@ void RootModel::wire()
     connect(&queue_, &TransferQueue::uploadEnded, this, [this](const std::shared_ptr<Transfer>& transfer, bool) {
         // A failed or cancelled upload may have left something all the same.
         if (const auto& bucket = *transfer->bucket)
-            noteWrite(bucket->bucketID);
+            writes.note(bucket->bucketID);
     });
+    connect(&writes, &BucketWrites::written, this,
+        [this](const std::string& bucketID) { (*browser.cache)->invalidate(bucketID); });
+    connect(&writes, &BucketWrites::settled, &browser, &BrowserModel::afterWrite);
     context_.selectKey = [this](std::string keyID) { return selectByKeyID(std::move(keyID)); };
     connect(&context_, &Observable::changed, this, [this, seen = *context_.keysChangedTick]() mutable {
         if (std::exchange(seen, *context_.keysChangedTick) == *context_.keysChangedTick)
             return;
         reloadKeys();
-    });
-    connect(&context_, &Observable::changed, this, [this, seen = *context_.requestTick]() mutable {
-        if (std::exchange(seen, *context_.requestTick) != *context_.requestTick)
-            followRequests();
     });
     connect(&keyStore, &Observable::changed, this, [this] {
         followSession();
@@ -121,15 +113,6 @@ void RootModel::wire()
     // A key that is gone is revoked in the list of stored ones too.
     keys.didChange = [this] { tasks_.start(keyStore.loadLiveKeyNames()); };
     keys.didLoad = [this] { keyStore.takeLiveKeys(*keys.session, *keys.keys); };
-    connect(&browser, &Observable::changed, this, &RootModel::followBrowser);
-}
-
-void RootModel::noteWrite(const std::string& bucketID)
-{
-    (*browser.cache)->invalidate(bucketID);
-    writtenBuckets_.insert(bucketID);
-    if (!gathering_.isActive())
-        tellWrites();
 }
 
 void RootModel::noteCancelledUpload(const std::string& fileID)
@@ -138,7 +121,7 @@ void RootModel::noteCancelledUpload(const std::string& fileID)
         resumeStore_->remove(fileID);
     dropOutdatedRemark();
     if (const auto& bucket = *unfinishedUploads.bucket)
-        noteWrite(bucket->bucketID);
+        writes.note(bucket->bucketID);
 }
 
 bool RootModel::openUnfinishedUploads()
@@ -168,38 +151,10 @@ Task<std::optional<std::string>> RootModel::resumeUpload(std::string fileID)
     co_return refusal;
 }
 
-void RootModel::tellWrites()
-{
-    const auto written = std::exchange(writtenBuckets_, {});
-    for (const auto& bucketID : written)
-        browser.afterWrite(bucketID);
-    if (!written.empty())
-        gathering_.start();
-}
-
 void RootModel::noteSettings(std::string message, std::string sentence)
 {
     log_.record({B2LogLevel::warning, "app", std::move(message), sentence});
-    remark = std::move(sentence);
-}
-
-void RootModel::followRequests()
-{
-    if (*context_.requested == AccountSurface::keys)
-        select({SidebarItem::Kind::keys, {}});
-}
-
-void RootModel::followBrowser()
-{
-    // Back and Forward lead to other buckets too.
-    const auto& shown = *browser.bucket;
-    if (!shown || *browser.session != *keyStore.session || !buckets.bucket(shown->bucketID))
-        return;
-    const SidebarItem item{SidebarItem::Kind::bucket, shown->bucketID};
-    if (!*selection || **selection == item || (*selection)->kind != SidebarItem::Kind::bucket)
-        return;
-    selection = item;
-    settings_.set(SettingsKeys::lastBucket((*keyStore.session)->key->keyID), item.bucketID);
+    notices.post({.id = "settings", .kind = Notice::Kind::warning, .text = std::move(sentence)});
 }
 
 Task<> RootModel::connectFirst()
@@ -240,8 +195,8 @@ Task<> RootModel::loadBuckets(std::shared_ptr<B2Session> session)
     // Of two switches at once the last to connect wins.
     if (*keyStore.session != session)
         co_return;
-    restoreSelection();
-    showSelection();
+    selection.restore();
+    selection.show();
     tellInterruptedUploads();
 }
 
@@ -251,13 +206,14 @@ void RootModel::tellInterruptedUploads()
     if (!sentence)
         return;
     log_.record({B2LogLevel::notice, "transfer", *sentence, {}});
-    remark = *remark ? **remark + " " + *sentence : *sentence;
+    notices.post({.id = "interruptedUploads", .text = *sentence});
 }
 
 void RootModel::dropOutdatedRemark()
 {
-    if (*remark && interrupted_.isOutdated(**remark, std::bind_front(&RootModel::isOpenUpload, this)))
-        remark = std::nullopt;
+    const auto* const notice = notices.find("interruptedUploads");
+    if (notice && interrupted_.isOutdated(notice->text, std::bind_front(&RootModel::isOpenUpload, this)))
+        notices.dismiss("interruptedUploads");
 }
 
 bool RootModel::isOpenUpload(const std::string& fileID) const
@@ -277,11 +233,9 @@ Task<> RootModel::dropBucket(std::string bucketID)
     const B2Bucket* const gone = buckets.bucket(bucketID);
     const std::string name = gone ? gone->bucketName : bucketID;
     log_.record({B2LogLevel::notice, "bucket", name + " no longer exists at Backblaze; removed from the list", {}});
-    remark = "“" + name + "” no longer exists at Backblaze. It was removed from the list.";
-    if (*selection && (*selection)->bucketID == bucketID) {
-        selection = std::nullopt;
-        browser.close();
-    }
+    notices.post({.id = "bucketGone." + bucketID,
+        .text = "“" + name + "” no longer exists at Backblaze. It was removed from the list."});
+    selection.forget(bucketID);
     buckets.drop(bucketID);
     co_await buckets.reload();
 }
@@ -303,54 +257,10 @@ void RootModel::reloadBuckets()
 {
     auto reload = [](RootModel* self) -> Task<> {
         co_await self->buckets.reload();
-        if (!*self->selection)
-            self->restoreSelection();
-        self->showSelection();
+        self->selection.restore();
+        self->selection.show();
     };
     tasks_.start(reload(this));
-}
-
-void RootModel::select(const SidebarItem& item)
-{
-    selection = item;
-    if (const auto session = *buckets.session; session && buckets.bucket(item.bucketID))
-        settings_.set(SettingsKeys::lastBucket(session->key->keyID), item.bucketID);
-    showSelection();
-}
-
-void RootModel::restoreSelection()
-{
-    const auto session = *buckets.session;
-    if (!session || buckets.buckets->empty())
-        return;
-    // A selection that the new list lacks stays: the user chooses another bucket, the program does not.
-    if (*selection)
-        return;
-    const auto last = settings_.text(SettingsKeys::lastBucket(session->key->keyID));
-    const B2Bucket* bucket = last ? buckets.bucket(*last) : nullptr;
-    if (!bucket)
-        bucket = &buckets.buckets->front();
-    selection = SidebarItem{SidebarItem::Kind::bucket, bucket->bucketID};
-}
-
-void RootModel::showSelection()
-{
-    // A bucket is opened with the key that listed it, not with one that has connected a moment ago.
-    const auto session = *buckets.session;
-    if (!session || !*selection)
-        return;
-    const bool isBucket = (*selection)->kind == SidebarItem::Kind::bucket;
-    const B2Bucket* const bucket = isBucket ? buckets.bucket((*selection)->bucketID) : nullptr;
-    if (!bucket) {
-        // What another key listed must not stay behind the notice or another pane.
-        if (*browser.session != session)
-            browser.close();
-        return;
-    }
-    const auto& shown = *browser.bucket;
-    if (*browser.session == session && shown && shown->bucketID == bucket->bucketID)
-        return;
-    browser.open(session, *bucket);
 }
 
 DetailState RootModel::detailState() const
@@ -373,9 +283,8 @@ DetailState RootModel::detailState() const
         inputs.noBucketsText = emptyBucketListText(session->authorization);
     }
     inputs.bucketsError = *buckets.error;
-    inputs.selection = *selection;
-    inputs.isSelectionListed = *selection && (*selection)->kind == SidebarItem::Kind::bucket
-        && buckets.bucket((*selection)->bucketID) != nullptr;
+    inputs.selection = *selection.item;
+    inputs.isSelectionListed = selection.isListed();
     return decideDetail(inputs);
 }
 

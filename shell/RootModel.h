@@ -9,6 +9,8 @@
 #include "browser/BrowserModel.h"
 #include "browser/ListingCache.h"
 #include "buckets/BucketsModel.h"
+#include "foundation/BucketWrites.h"
+#include "foundation/Notices.h"
 #include "foundation/Observable.h"
 #include "foundation/Settings.h"
 #include "foundation/TaskScope.h"
@@ -16,10 +18,9 @@
 #include "shell/AppContext.h"
 #include "shell/DetailState.h"
 #include "shell/InterruptedUploads.h"
+#include "shell/PaneSelection.h"
 #include "storage/unfinished/UnfinishedUploadsModel.h"
 #include "transfers/TransferQueue.h"
-
-#include <QTimer>
 
 #include <functional>
 #include <optional>
@@ -39,16 +40,6 @@ struct RootParts {
     std::function<Task<ResumeStore*>()> openResumeStore = nullptr;
 };
 
-/// A sentence above the panes, with at most one action.
-struct RootNotice {
-    enum class Action { none, tryAgain, stopWaiting };
-
-    std::string text;
-    Action action = Action::none;
-
-    bool operator==(const RootNotice&) const = default;
-};
-
 /// The main window's root: owns the models of all panes, wires them, and decides what the detail area shows.
 ///
 /// Lives on the main thread as long as the process; its tasks are awaited with `shutDown` before it goes.
@@ -63,12 +54,10 @@ public:
     BrowserModel browser;
     UnfinishedUploadsModel unfinishedUploads;
 
-    Observed<std::optional<SidebarItem>> selection{this};
+    PaneSelection selection;
+    Notices notices;
+    BucketWrites writes; ///< Whatever changes a bucket reports it here.
     Observed<std::vector<StoredAccount>> accountGroups{this};
-    /// What the user should know of the settings file, of uploads left unfinished or of a bucket that is gone, as a
-    /// sentence to show until `dismissNotice`.
-    Observed<std::optional<std::string>> remark{this};
-
     /// The first connection of this user stands, and the sheet that says so has not been shown.
     Observed<bool> isShowingConnected{this, false};
 
@@ -86,9 +75,6 @@ public:
     /// Ends a wait for the secret store to be unlocked; what waited fails.
     void stopWaiting();
 
-    /// Shows a pane; a bucket is remembered for the next start with this key.
-    void select(const SidebarItem& item);
-
     /// Turns `unfinishedUploads` to the bucket that is shown.
     /// @returns false when none is.
     bool openUnfinishedUploads();
@@ -100,10 +86,10 @@ public:
 
     // --- Stored keys
 
-    /// Gives a key or an account another name. A failure is left in `remark`.
+    /// Gives a key or an account another name. A failure is a notice.
     void renameKey(StoredKey key, std::string name);
     void renameAccount(std::string accountID, std::string name);
-    /// Forgets the keys that the service refuses; what was kept is left in `remark`.
+    /// Forgets the keys that the service refuses; a notice tells what was kept.
     Task<> removeRevokedKeys();
     /// Is the program connected with the key?
     bool isCurrent(const StoredKey& key) const;
@@ -121,24 +107,16 @@ public:
     DetailState detailState() const;
     /// Why the last switch of key failed while the old session goes on; nothing otherwise.
     std::optional<std::string> switchFailure() const;
-    /// What stands above the panes: a wait for the keyring, a failed switch, the last remark, else the key's end.
-    std::optional<RootNotice> notice() const;
-    void dismissNotice();
 
     /// Asks every task to stop and waits for their ends.
     Task<> shutDown();
 
 private:
     void wire();
-    void followBrowser();
-    void followRequests();
-    void noteWrite(const std::string& bucketID);
     void noteCancelledUpload(const std::string& fileID);
-    void tellWrites();
     void tellInterruptedUploads();
     void dropOutdatedRemark();
     bool isOpenUpload(const std::string& fileID) const;
-    void noteSettings(std::string message, std::string sentence);
     Task<> launch();
     Task<> connectFirst();
     Task<> readKeys();
@@ -148,9 +126,11 @@ private:
     Task<> renameStored(std::string accountID, std::string name);
     Task<> selectByKeyID(std::string keyID);
     Task<> dropBucket(std::string bucketID);
+    void noteSettings(std::string message, std::string sentence);
+    void noteConnection();
+    void noteKeychain();
+    void noteExpiry();
     void rebuildKeyMenu();
-    void restoreSelection();
-    void showSelection();
 
     Settings& settings_;
     ActivityLog& log_;
@@ -161,9 +141,8 @@ private:
     InterruptedUploads interrupted_;
     Keychain& keychain_;
     bool isStartSlow_ = false;
-    std::set<std::string> keysWithoutSecret_; ///< Found out when they were to connect.
-    std::set<std::string> writtenBuckets_;    ///< Written to since the browser was told last.
-    QTimer gathering_;
+    std::optional<std::string> keychainRemark_; ///< Told last.
+    std::set<std::string> keysWithoutSecret_;   ///< Found out when they were to connect.
     Reconnection reconnection_;
     ExpiryWatch expiry_;
     TaskScope tasks_;

@@ -5,7 +5,6 @@
 #include "browser/PrefixPath.h"
 #include "browser/RowTexts.h"
 #include "browser/actions/BrowserActions.h"
-#include "browser/views/BrowserCommands.h"
 #include "browser/views/ModeControl.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "browser/views/UploadDrops.h"
@@ -166,7 +165,7 @@ void ObjectBrowserView::renderContent()
             model_.prefix->empty() ? tr("Empty bucket") : tr("Empty folder"),
             QString::fromUtf8(isCurrent ? BrowserHelp::emptyCurrent : BrowserHelp::emptyAllVersions),
             isCurrent ? tr("Show All Versions") : QString(),
-            commands_->upload->isEnabled() ? tr("Upload Files…") : QString());
+            commands().upload && commands().upload->isEnabled ? tr("Upload Files…") : QString());
     } else if (rows_.rowCount() == 0 && !model_.filter->empty()) {
         showMessage(static_cast<int>(Symbol::filter), tr("No name matches"),
             tr("No name holds “%1”. %2.")

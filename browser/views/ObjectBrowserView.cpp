@@ -3,7 +3,6 @@
 #include "browser/BrowserTexts.h"
 #include "browser/PrefixPath.h"
 #include "browser/actions/BrowserActions.h"
-#include "browser/views/BrowserCommands.h"
 #include "browser/views/DigestDelegate.h"
 #include "browser/views/ModeControl.h"
 #include "browser/views/UploadDrops.h"
@@ -16,7 +15,6 @@
 #include "foundation/views/panes/Banner.h"
 #include "foundation/views/panes/EmptyState.h"
 #include "foundation/views/panes/LoadingLine.h"
-#include "foundation/views/panes/PaneToolBar.h"
 #include "foundation/views/panes/PathBar.h"
 #include "foundation/views/panes/StatusLine.h"
 #include "foundation/views/style/Measures.h"
@@ -52,11 +50,9 @@ QString firstColumns(const QFontMetrics& metrics)
 } // namespace
 
 ObjectBrowserView::ObjectBrowserView(BrowserModel& model, Settings& settings, QWidget* parent)
-    : QWidget(parent)
+    : Pane(parent)
     , model_(model)
     , settings_(settings)
-    , commands_(new BrowserCommands(this))
-    , toolBar_(new PaneToolBar(this))
     , mode_(new ModeControl)
     , filter_(new SearchField(tr("Filter"), SearchField::Purpose::filter))
     , path_(new PathBar(this))
@@ -70,7 +66,7 @@ ObjectBrowserView::ObjectBrowserView(BrowserModel& model, Settings& settings, QW
     , loadMore_(new QPushButton(tr("Load More"), this))
     , drops_(new UploadDrops(*table_, rows_, this))
 {
-    buildToolBar();
+    buildPathRow();
     buildTable();
     buildLayout();
     connectCommands();
@@ -133,8 +129,7 @@ void ObjectBrowserView::buildLayout()
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
-    column->addWidget(toolBar_);
-    column->addWidget(path_);
+    column->addWidget(pathRow_);
     column->addWidget(loading_);
     column->addWidget(banner_);
     column->addWidget(pages_, 1);
@@ -167,10 +162,10 @@ void ObjectBrowserView::connectDrops()
     drops_->watch(*message_);
     drops_->watch(*blank_);
     connect(path_, &PathBar::dropped, this, [this](const QList<QUrl>& urls, const QString& path) {
-        if (commands_->upload->isEnabled())
+        if (commands().upload->isEnabled)
             drops_->take(urls, fromQString(path));
         else
-            say(commands_->upload->toolTip());
+            say(commands().upload->help);
     });
     connect(drops_, &UploadDrops::filesDropped, this,
         [this](const QList<QUrl>& files, const std::string& bucketID, const std::string& prefix) {
@@ -240,6 +235,6 @@ void ObjectBrowserView::say(const QString& sentence)
 
 void ObjectBrowserView::showEvent(QShowEvent* event)
 {
-    QWidget::showEvent(event);
+    Pane::showEvent(event);
     loadMoreAtEnd();
 }

@@ -2,6 +2,7 @@
 
 #include "browser/BrowserModel.h"
 #include "browser/views/BrowserTableModel.h"
+#include "foundation/views/panes/Pane.h"
 
 #include <QList>
 #include <QTimer>
@@ -13,12 +14,11 @@
 #include <vector>
 
 class Banner;
-class BrowserCommands;
+class CommandButton;
 class DenseTableView;
 class EmptyState;
 class LoadingLine;
 class ModeControl;
-class PaneToolBar;
 class PathBar;
 class QPushButton;
 class QStackedWidget;
@@ -27,10 +27,10 @@ class Settings;
 class StatusLine;
 class UploadDrops;
 
-/// The object browser pane: toolbar, path, table and status line over a `BrowserModel`.
+/// The object browser pane: path, table and status line over a `BrowserModel`.
 ///
 /// Offers files to others for transfer and starts none itself. Keeps the columns in the settings.
-class ObjectBrowserView final : public QWidget {
+class ObjectBrowserView final : public Pane {
     Q_OBJECT
 
 public:
@@ -40,7 +40,6 @@ public:
     /// The rows selected, from top to bottom.
     std::vector<const BrowserRow*> selected() const;
 
-    BrowserCommands& commands() { return *commands_; }
     DenseTableView& table() { return *table_; }
 
     /// Takes files and folders in as if they had been dropped on the pane.
@@ -66,7 +65,7 @@ protected:
 private:
     enum class Page { table, blank, message };
 
-    void buildToolBar();
+    void buildPathRow();
     void buildTable();
     void buildLayout();
     void connectCommands();
@@ -89,6 +88,8 @@ private:
     void goTo(const QString& path);
     void openRow(const QModelIndex& index);
     void updateCommands(const std::vector<const BrowserRow*>& selected);
+    void addNavigation(PaneCommands& commands);
+    void addTransfers(PaneCommands& commands, const std::vector<const BrowserRow*>& selected);
     void download();
     void copySelected(bool wholePath);
     void showMenu(const QPoint& position);
@@ -99,8 +100,8 @@ private:
     BrowserModel& model_;
     Settings& settings_;
     BrowserTableModel rows_;
-    BrowserCommands* commands_;
-    PaneToolBar* toolBar_;
+    QWidget* pathRow_ = nullptr;
+    std::vector<CommandButton*> navigation_;
     ModeControl* mode_;
     SearchField* filter_;
     PathBar* path_;

@@ -1,77 +1,84 @@
 #include "shell/window/DetailArea.h"
 
-#include "B2Kit/pipeline/B2RetryPolicy.h"
-#include "accounts/keys/views/KeysView.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/QtText.h"
 #include "foundation/views/panes/EmptyState.h"
-#include "foundation/views/tables/DenseTableView.h"
+#include "foundation/views/panes/Pane.h"
+#include "shell/Application.h"
 
 #include <QAbstractButton>
 #include <QApplication>
-#include <QTimer>
 
 namespace {
 
-/// Why a key just made could not be stored, or nothing.
-Task<std::optional<std::string>> storeCreated(KeyStore* store, B2CreatedApplicationKey created)
-{
-    std::exception_ptr failure;
-    try {
-        co_await store->addWithoutSwitching(
-            created.key.keyName, created.key.applicationKeyID, Secret(std::move(created.applicationKey)));
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    if (failure && isCancellation(failure))
-        std::rethrow_exception(failure);
-    co_return failure ? std::optional(addKeyMessage(failure, true)) : std::nullopt;
-}
+constexpr int patienceMilliseconds = 200;
 
 } // namespace
 
-DetailArea::DetailArea(RootModel& root, Settings& settings, QWidget* parent)
+DetailArea::DetailArea(const PaneParts& parts, QWidget* parent)
     : QStackedWidget(parent)
-    , root_(root)
+    , parts_(parts)
     , blank_(new QWidget(this))
     , notice_(new EmptyState(this))
-    , browser_(new ObjectBrowserView(root.browser, settings, this))
-    , keys_(new KeysView(root.keys, root.keyStore, settings, this))
-    , patience_(new QTimer(this))
+    , browser_(new ObjectBrowserView(parts.application.root->browser, *parts.application.settings, this))
 {
     addWidget(blank_);
     addWidget(notice_);
-    addWidget(browser_);
-    addWidget(keys_);
-    keys_->setAddKey(
-        [store = &root.keyStore](B2CreatedApplicationKey created) { return storeCreated(store, std::move(created)); });
-    patience_->setSingleShot(true);
-    patience_->setInterval(200);
-    connect(patience_, &QTimer::timeout, this, [this] {
-        const bool isConnecting = !*root_.keyStore.session;
+    add(browser_);
+    patience_.setSingleShot(true);
+    patience_.setInterval(patienceMilliseconds);
+    connect(&patience_, &QTimer::timeout, this, [this] {
+        const bool isConnecting = !*parts_.application.root->keyStore.session;
         notice_->showText(
             isConnecting ? Symbol::plug : Symbol::cloud, isConnecting ? tr("Connecting…") : tr("Loading buckets…"), {});
         notice_->setActions({});
-        setCurrentWidget(notice_);
+        bringToFront(notice_);
     });
     connect(notice_, &EmptyState::firstActionTriggered, this, &DetailArea::act);
     connect(notice_, &EmptyState::secondActionTriggered, this, &DetailArea::addKeyRequested);
-    connect(&root_, &Observable::changed, this, &DetailArea::render);
+    connect(parts.application.root.get(), &Observable::changed, this, &DetailArea::render);
     render();
+}
+
+void DetailArea::add(Pane* pane)
+{
+    addWidget(pane);
+    connect(pane, &Pane::commandsChanged, this, [this, pane] {
+        if (front() == pane)
+            Q_EMIT commandsChanged();
+    });
+}
+
+Pane& DetailArea::pane(AccountSurface surface)
+{
+    auto& pane = panes_[surface];
+    if (!pane) {
+        const auto* const entry = surfaceOf(surface);
+        pane = entry ? entry->make(parts_) : new Pane;
+        add(pane);
+    }
+    return *pane;
+}
+
+Pane* DetailArea::front() const
+{
+    return qobject_cast<Pane*>(currentWidget());
+}
+
+const PaneCommands& DetailArea::commands() const
+{
+    static const PaneCommands none;
+    const auto* const pane = front();
+    return pane ? pane->commands() : none;
 }
 
 void DetailArea::takeFocus()
 {
-    QWidget* const page = currentWidget();
-    if (page == keys_) {
-        keys_->takeFocus();
+    if (auto* const pane = front()) {
+        pane->takeFocus();
         return;
     }
-    if (page == browser_ && browser_->table().isVisible()) {
-        browser_->table().setFocus(Qt::OtherFocusReason);
-        return;
-    }
-    for (auto* const button : page->findChildren<QAbstractButton*>()) {
+    for (auto* const button : currentWidget()->findChildren<QAbstractButton*>()) {
         if (button->isVisible() && button->isEnabled() && button->focusPolicy() != Qt::NoFocus) {
             button->setFocus(Qt::OtherFocusReason);
             return;
@@ -79,56 +86,59 @@ void DetailArea::takeFocus()
     }
 }
 
+void DetailArea::bringToFront(QWidget* page)
+{
+    if (currentWidget() == page)
+        return;
+    setCurrentWidget(page);
+    Q_EMIT commandsChanged();
+}
+
 void DetailArea::render()
 {
-    const DetailState state = root_.detailState();
-    // Names of another account's buckets say nothing about this one's keys.
-    keys_->setBuckets(
-        *root_.buckets.session == *root_.keyStore.session ? *root_.buckets.buckets : std::vector<B2Bucket>());
+    const DetailState state = parts_.application.root->detailState();
     if (state.kind != DetailState::Kind::connecting)
-        patience_->stop();
+        patience_.stop();
     switch (state.kind) {
     case DetailState::Kind::nothing:
     case DetailState::Kind::welcome: // Fills the window, so that this pane is not seen.
-        setCurrentWidget(blank_);
+        bringToFront(blank_);
         break;
     case DetailState::Kind::connecting:
-        if (!patience_->isActive() && shown_.kind != state.kind)
-            patience_->start();
+        if (!patience_.isActive() && shown_.kind != state.kind)
+            patience_.start();
         break;
     case DetailState::Kind::notice:
         showNotice(state);
         break;
-    case DetailState::Kind::browser:
-        setCurrentWidget(browser_);
-        break;
-    case DetailState::Kind::keys:
-        setCurrentWidget(keys_);
+    case DetailState::Kind::pane:
+        bringToFront(state.item.surface ? &pane(*state.item.surface) : browser_);
         break;
     }
     const bool hasNewAction = state.action != DetailState::Action::none && state.action != shown_.action;
     shown_ = state;
-    // What stands in the way of everything else is what Return does.
-    if (hasNewAction && !*root_.keyStore.session && !QApplication::activePopupWidget())
+    // Return presses the button of a notice that stands in the way of everything else.
+    if (hasNewAction && !*parts_.application.root->keyStore.session && !QApplication::activePopupWidget())
         takeFocus();
 }
 
 void DetailArea::act()
 {
+    auto& root = *parts_.application.root;
     switch (shown_.action) {
     case DetailState::Action::none:
         break;
     case DetailState::Action::connectAgain:
-        root_.tryAgain();
+        root.tryAgain();
         break;
     case DetailState::Action::readBuckets:
-        root_.reloadBuckets();
+        root.reloadBuckets();
         break;
     case DetailState::Action::readKeys:
-        root_.reloadKeysAskingAgain();
+        root.reloadKeysAskingAgain();
         break;
     case DetailState::Action::stopWaiting:
-        root_.stopWaiting();
+        root.stopWaiting();
         break;
     case DetailState::Action::unlock:
         Q_EMIT unlockRequested();
@@ -139,15 +149,16 @@ void DetailArea::act()
 void DetailArea::showNotice(const DetailState& state)
 {
     using Action = DetailState::Action;
+    const auto& root = *parts_.application.root;
     const auto& notice = state.notice;
     Symbol symbol = Symbol::key;
     if (state.action == Action::stopWaiting || state.action == Action::unlock)
         symbol = Symbol::lock;
     else if (state.action != Action::none)
         symbol = Symbol::warning;
-    else if (*root_.keyStore.session)
-        symbol = root_.buckets.buckets->empty() ? Symbol::storage : Symbol::bucketPrivate;
+    else if (*root.keyStore.session)
+        symbol = root.buckets.buckets->empty() ? Symbol::storage : Symbol::bucketPrivate;
     notice_->showText(symbol, toQString(notice.title), toQString(notice.text));
     notice_->setActions(toQString(verbOf(state.action)), notice.offersAddKey ? tr("Add Key…") : QString());
-    setCurrentWidget(notice_);
+    bringToFront(notice_);
 }

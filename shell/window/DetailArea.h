@@ -1,43 +1,55 @@
 #pragma once
 
-#include "foundation/Settings.h"
-#include "shell/RootModel.h"
+#include "shell/DetailState.h"
+#include "shell/window/Surfaces.h"
 
 #include <QStackedWidget>
+#include <QTimer>
+
+#include <map>
 
 class EmptyState;
-class KeysView;
 class ObjectBrowserView;
-class QTimer;
+struct PaneCommands;
 
-/// The pane of what is selected in the sidebar, or what stands in its way.
+/// The pane of what is selected in the sidebar, or a notice where there is none.
 class DetailArea final : public QStackedWidget {
     Q_OBJECT
 
 public:
-    DetailArea(RootModel& root, Settings& settings, QWidget* parent = nullptr);
+    explicit DetailArea(const PaneParts& parts, QWidget* parent = nullptr);
 
     ObjectBrowserView& browser() { return *browser_; }
-    KeysView& keys() { return *keys_; }
+    /// The pane of a surface, made on first use.
+    Pane& pane(AccountSurface surface);
+
+    /// The pane in front, or null.
+    Pane* front() const;
+    /// The commands of the pane in front; none where there is no pane.
+    const PaneCommands& commands() const;
 
     /// Gives the keyboard to the rows, or where there are none to the first button that helps.
     void takeFocus();
 
 Q_SIGNALS:
+    /// Another pane is in front, or its commands have changed.
+    void commandsChanged();
     void addKeyRequested();
     /// The passphrase of the file that keeps the keys is to be asked for.
     void unlockRequested();
 
 private:
+    void add(Pane* pane);
     void render();
+    void bringToFront(QWidget* page);
     void act();
     void showNotice(const DetailState& state);
 
-    RootModel& root_;
+    PaneParts parts_;
     QWidget* blank_;
     EmptyState* notice_;
     ObjectBrowserView* browser_;
-    KeysView* keys_;
-    QTimer* patience_; ///< A wait shorter than this shows nothing.
+    std::map<AccountSurface, Pane*> panes_;
+    QTimer patience_; ///< A wait shorter than this shows nothing.
     DetailState shown_;
 };

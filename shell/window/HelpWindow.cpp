@@ -3,8 +3,10 @@
 #include "foundation/views/Labels.h"
 #include "foundation/views/style/Measures.h"
 
+#include <QCoreApplication>
 #include <QDialogButtonBox>
 #include <QGridLayout>
+#include <QMessageBox>
 #include <QPointer>
 #include <QScrollArea>
 #include <QVBoxLayout>
@@ -47,6 +49,17 @@ void HelpWindow::open(QWidget* parent)
     window->show();
     window->raise();
     window->activateWindow();
+}
+
+void HelpWindow::showAbout(QWidget* parent)
+{
+    auto* const box =
+        new QMessageBox(QMessageBox::Information, tr("Kestrovan %1").arg(QCoreApplication::applicationVersion()),
+            tr("Runs your whole Backblaze B2 account from your desktop."), QMessageBox::Close, parent);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setTextFormat(Qt::PlainText);
+    box->setIconPixmap(parent->windowIcon().pixmap(48, 48));
+    box->open();
 }
 
 HelpWindow::HelpWindow(QWidget* parent)

@@ -56,7 +56,7 @@ Task<> setPassphrase(QPointer<RootModel> root, Secret current, Secret next, Pass
 {
     co_await root->keyStore.keychain().setLegacyPassphrase(std::move(current), std::move(next));
     if (root)
-        root->remark = passphraseChangeText(change);
+        root->notices.post({.id = "passphrase", .kind = Notice::Kind::success, .text = passphraseChangeText(change)});
 }
 
 } // namespace

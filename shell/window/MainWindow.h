@@ -2,15 +2,17 @@
 
 #include "shell/Application.h"
 
-#include <QList>
 #include <QMainWindow>
 #include <QPointer>
-#include <QUrl>
+
+#include <string>
 
 class ActivityLogWindow;
 class Banner;
 class DetailArea;
 class KeySheets;
+class PaneToolBar;
+class QAction;
 class QSplitter;
 class QStackedWidget;
 class Sidebar;
@@ -50,38 +52,33 @@ protected:
 
 private:
     void buildLayout();
-    void buildMenus();
-    void buildFileMenu();
-    void buildViewMenu();
-    void buildAccountMenu();
-    void buildKeysMenu();
-    void fillAccountMenu();
-    void buildHelpMenu();
+    void buildToolBar();
+    void connectBrowser();
+    void connectKeys();
     void render();
     void renderNotice();
+    void runNotice();
     void askToQuit();
     void leave();
     void focusNextPane(bool forward);
     void restoreSplitters();
     void saveSplitters();
-    void upload(const QList<QUrl>& urls, const std::string& prefix);
-    void download(const std::vector<B2FileVersion>& files);
     void showMessage(const QString& title, const QString& text);
 
     Application& application_;
+    KeySheets* keySheets_;
+    TransferDialogs* transferDialogs_;
     Sidebar* sidebar_;
     Banner* banner_;
+    PaneToolBar* toolBar_;
     DetailArea* detail_;
     TransfersView* transfers_;
     WelcomeView* welcome_;
     QStackedWidget* pages_; ///< The welcome, or everything else.
-    KeySheets* keySheets_;
-    TransferDialogs* transferDialogs_;
-    QMenu* account_ = nullptr;
     QSplitter* columns_;
     QSplitter* rows_;
-    QMenu* keysMenu_ = nullptr;
-    QAction* showTransfers_ = nullptr;
+    QAction* transfersToggle_ = nullptr;
+    std::string shownNotice_; ///< Id of the notice in the banner.
     QPointer<ActivityLogWindow> logWindow_;
     bool hasStarted_ = false;
     bool isAskingToQuit_ = false;

@@ -8,6 +8,7 @@
 #include "foundation/views/style/ColorRoles.h"
 #include "foundation/views/style/Icons.h"
 #include "foundation/views/style/Measures.h"
+#include "shell/window/Surfaces.h"
 
 #include <QActionGroup>
 #include <QKeyEvent>
@@ -24,7 +25,7 @@ namespace {
 
 constexpr int rowHeight = 28;
 constexpr int symbolSize = 16;
-constexpr int kindRole = BucketListModel::symbolRole + 1; ///< Of a surface: its `SidebarItem::Kind`.
+constexpr int kindRole = BucketListModel::symbolRole + 1; ///< Of a surface: its `AccountSurface`.
 constexpr int filterFrom = 12;                            ///< More buckets than this get a filter field.
 
 /// Gives rows their height, and their symbols the colour of the text beside them in every state.
@@ -126,14 +127,13 @@ Sidebar::Sidebar(RootModel& root, AppContext& context, QWidget* parent)
 
 void Sidebar::buildSurfaces()
 {
-    const auto add = [this](const QString& title, Symbol symbol, SidebarItem::Kind kind) {
-        auto* const row = new QStandardItem(title);
+    for (const auto& surface : surfaces()) {
+        auto* const row = new QStandardItem(surface.title);
         row->setData(QColor(Qt::transparent), Qt::DecorationRole); // Keeps the place; the delegate draws the symbol.
-        row->setData(static_cast<int>(symbol), BucketListModel::symbolRole);
-        row->setData(static_cast<int>(kind), kindRole);
+        row->setData(static_cast<int>(surface.symbol), BucketListModel::symbolRole);
+        row->setData(static_cast<int>(surface.kind), kindRole);
         surfaceRows_.appendRow(row);
-    };
-    add(tr("Application Keys"), Symbol::key, SidebarItem::Kind::keys);
+    }
     setUpList(*surfaces_, surfaceRows_);
     surfaces_->setAccessibleName(tr("Account"));
     surfaces_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -147,8 +147,8 @@ void Sidebar::takeFocus()
         switcher_->setFocus(Qt::OtherFocusReason);
         return;
     }
-    const auto& selection = *root_.selection;
-    const bool isSurface = selection && selection->kind != SidebarItem::Kind::bucket && surfaces_->isVisible();
+    const auto& selection = *root_.selection.item;
+    const bool isSurface = selection && selection->surface && surfaces_->isVisible();
     (isSurface ? surfaces_ : list_)->setFocus(Qt::OtherFocusReason);
 }
 
@@ -212,7 +212,8 @@ void Sidebar::render()
     note_->setText(note);
     note_->setVisible(!note.isEmpty());
 
-    const auto selected = *root_.selection ? rows_.indexOf((*root_.selection)->bucketID) : QModelIndex();
+    const auto& item = *root_.selection.item;
+    const auto selected = item && !item->surface ? rows_.indexOf(item->bucketID) : QModelIndex();
     const auto index = shown_.mapFromSource(selected);
     if (index.isValid() && !list_->selectionModel()->isSelected(index))
         list_->setCurrentIndex(index);
@@ -222,10 +223,10 @@ void Sidebar::render()
 
 void Sidebar::renderSurfaces()
 {
-    const auto& selection = *root_.selection;
-    for (int row = 0; selection && row < surfaceRows_.rowCount(); ++row) {
+    const auto& selection = *root_.selection.item;
+    for (int row = 0; selection && selection->surface && row < surfaceRows_.rowCount(); ++row) {
         const auto index = surfaceRows_.index(row, 0);
-        if (index.data(kindRole).toInt() != static_cast<int>(selection->kind))
+        if (index.data(kindRole).toInt() != static_cast<int>(*selection->surface))
             continue;
         if (!surfaces_->selectionModel()->isSelected(index))
             surfaces_->setCurrentIndex(index);
@@ -233,39 +234,6 @@ void Sidebar::renderSurfaces()
     }
     if (surfaces_->selectionModel()->hasSelection())
         surfaces_->selectionModel()->clear();
-}
-
-void Sidebar::fillKeyMenu(QMenu& menu, const AppContext& context, RootModel& root)
-{
-    auto* const group = new QActionGroup(&menu);
-    // Two accounts may have the same name.
-    const auto accountOf = [&root](const std::string& keyID) {
-        const auto key = std::ranges::find(*root.keyStore.keys, keyID, &StoredKey::keyID);
-        return key == root.keyStore.keys->end() ? std::string() : key->accountID.value_or("");
-    };
-    std::optional<std::string> account;
-    for (const auto& entry : *context.keyMenu) {
-        if (account != accountOf(entry.id)) {
-            account = accountOf(entry.id);
-            menu.addSection(toQString(entry.account));
-        }
-        auto* const action = menu.addAction(toQString(entry.title));
-        action->setCheckable(true);
-        action->setChecked(*context.currentKeyID == entry.id);
-        action->setEnabled(!entry.isDisabled);
-        if (entry.isDisabled)
-            action->setToolTip(
-                QObject::tr("Backblaze no longer has this key, or its secret is not stored on this computer"));
-        group->addAction(action);
-        QObject::connect(action, &QAction::triggered, &root, [&root, id = entry.id] { root.switchTo(id); });
-    }
-    if (!context.keyMenu->empty())
-        return;
-    QString text = QObject::tr("No key stored");
-    if (const auto unread = root.keySwitcher.content().unread)
-        text = unread->canUnlock ? QObject::tr("Your keys are locked with a passphrase")
-                                 : QObject::tr("Your keys have not been read");
-    menu.addAction(text)->setEnabled(false);
 }
 
 KeySwitcherActions Sidebar::switcherActions()
@@ -283,12 +251,12 @@ KeySwitcherActions Sidebar::switcherActions()
 void Sidebar::chooseSurface(const QModelIndex& index)
 {
     if (!isRendering_ && surfaces_->isEnabled() && index.isValid())
-        root_.select({static_cast<SidebarItem::Kind>(index.data(kindRole).toInt()), {}});
+        root_.selection.select({static_cast<AccountSurface>(index.data(kindRole).toInt())});
 }
 
 void Sidebar::choose(const QModelIndex& index)
 {
     if (isRendering_ || !index.isValid())
         return;
-    root_.select({SidebarItem::Kind::bucket, fromQString(index.data(BucketListModel::bucketIDRole).toString())});
+    root_.selection.select(SidebarItem::bucket(fromQString(index.data(BucketListModel::bucketIDRole).toString())));
 }

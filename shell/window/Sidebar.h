@@ -20,9 +20,6 @@ class Sidebar final : public QWidget {
 public:
     Sidebar(RootModel& root, AppContext& context, QWidget* parent = nullptr);
 
-    /// The keys to choose from, grouped by account, the one in use checked.
-    static void fillKeyMenu(QMenu& menu, const AppContext& context, RootModel& root);
-
     /// Gives the keyboard to the list that holds the selection.
     void takeFocus();
     QListView& surfaceList() { return *surfaces_; }

@@ -44,6 +44,27 @@ TransferDialogs::TransferDialogs(Application& application, QWidget& window)
 {
 }
 
+void TransferDialogs::upload(const QList<QUrl>& urls, const std::string& prefix)
+{
+    const auto& browser = application_.root->browser;
+    if (!*browser.session || !*browser.bucket || urls.isEmpty())
+        return;
+    std::vector<std::filesystem::path> files;
+    for (const QUrl& url : urls)
+        files.push_back(localPathOf(url));
+    application_.queue->upload(std::move(files), **browser.bucket, prefix, *browser.session);
+    Q_EMIT queued();
+}
+
+void TransferDialogs::download(const std::vector<B2FileVersion>& files)
+{
+    const auto& browser = application_.root->browser;
+    if (!*browser.session || !*browser.bucket || files.empty())
+        return;
+    application_.queue->download(files, **browser.bucket, *browser.session);
+    Q_EMIT queued();
+}
+
 QFileDialog* TransferDialogs::makeUploadDialog(const QString& title)
 {
     auto* const dialog = new QFileDialog(&window_, title);
@@ -61,8 +82,10 @@ QFileDialog* TransferDialogs::makeUploadDialog(const QString& title)
         if (place() == shown)
             Q_EMIT uploadChosen(dialog->selectedUrls());
         else
-            application_.root->remark =
-                "Nothing was uploaded, because another folder was opened meanwhile. Choose the files again.";
+            application_.root->notices.post({.id = "upload",
+                .kind = Notice::Kind::warning,
+                .text = "Nothing was uploaded, because another folder was opened in the meantime. Choose the files "
+                        "again."});
     });
     return dialog;
 }
@@ -109,7 +132,7 @@ void TransferDialogs::showUnfinishedUploads()
     }
     auto* const sheet = new UnfinishedUploadsView(root.unfinishedUploads, std::move(actions), &window_);
     sheet->setAttribute(Qt::WA_DeleteOnClose);
-    connect(sheet, &UnfinishedUploadsView::resumed, this, &TransferDialogs::resumed);
+    connect(sheet, &UnfinishedUploadsView::resumed, this, &TransferDialogs::queued);
     // Rows of one account must not stand over another.
     connect(&root, &Observable::changed, sheet, [&root, sheet, session = *root.unfinishedUploads.session] {
         if (*root.keyStore.session != session)

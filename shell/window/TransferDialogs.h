@@ -1,14 +1,20 @@
 #pragma once
 
+#include "B2Kit/B2File.h"
+
 #include <QList>
 #include <QObject>
 #include <QUrl>
+
+#include <string>
+#include <vector>
 
 class Application;
 class QFileDialog;
 class QWidget;
 
-/// Asks, over the main window, what to upload, where downloads go, and what becomes of unfinished uploads.
+/// Asks, over the main window, what to upload, where downloads go, and what becomes of unfinished uploads; queues what
+/// the browser asks for.
 class TransferDialogs final : public QObject {
     Q_OBJECT
 
@@ -16,6 +22,9 @@ public:
     TransferDialogs(Application& application, QWidget& window);
 
 public Q_SLOTS:
+    /// Uploads files and folders under names that begin with the prefix, into the bucket shown.
+    void upload(const QList<QUrl>& urls, const std::string& prefix);
+    void download(const std::vector<B2FileVersion>& files);
     void chooseFilesToUpload();
     void chooseFolderToUpload();
     void chooseDownloadFolder();
@@ -24,7 +33,8 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     void uploadChosen(const QList<QUrl>& urls);
-    void resumed();
+    /// Something was queued.
+    void queued();
 
 private:
     QFileDialog* makeUploadDialog(const QString& title);

@@ -65,7 +65,7 @@ protected:
     {
         const auto bucket = std::ranges::find(*root.buckets.buckets, name, &B2Bucket::bucketName);
         ASSERT_NE(bucket, root.buckets.buckets->end());
-        root.select({SidebarItem::Kind::bucket, bucket->bucketID});
+        root.selection.select(SidebarItem::bucket(bucket->bucketID));
     }
 
     std::map<std::string, std::string> owners; ///< Account ids by row id.

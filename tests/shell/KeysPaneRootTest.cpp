@@ -66,8 +66,8 @@ TEST_F(KeysPaneRootTest, ThePaneComesByRequestAndKeepsToTheSessionOfTheWindow)
     EXPECT_TRUE(root.keys.keys->empty());
     EXPECT_FALSE(*root.browser.bucket) << "nothing of the other account stays behind the pane";
 
-    root.select({SidebarItem::Kind::bucket, root.buckets.buckets->front().bucketID});
-    EXPECT_EQ(root.detailState().kind, DetailState::Kind::browser);
+    root.selection.select(SidebarItem::bucket(root.buckets.buckets->front().bucketID));
+    EXPECT_EQ(root.detailState().kind, DetailState::Kind::pane);
     EXPECT_EQ((*root.browser.session)->key->keyID, second);
 }
 

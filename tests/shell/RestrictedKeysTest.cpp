@@ -48,7 +48,7 @@ protected:
 
     void show(const std::string& bucketName)
     {
-        root.select({SidebarItem::Kind::bucket, bucketIDs.at(bucketName)});
+        root.selection.select(SidebarItem::bucket(bucketIDs.at(bucketName)));
         EXPECT_TRUE(spinUntil([&] { return *root.browser.bucket && !*root.browser.isLoading; }));
     }
 

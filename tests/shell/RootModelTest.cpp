@@ -14,7 +14,7 @@ TEST_F(RootModelTest, StartsWithTheKeyAndTheBucketUsedLast)
     EXPECT_EQ(context.keyMenu->size(), 2U);
 
     const auto last = root.buckets.buckets->back();
-    root.select({SidebarItem::Kind::bucket, last.bucketID});
+    root.selection.select(SidebarItem::bucket(last.bucketID));
     EXPECT_EQ(settings.text(SettingsKeys::lastBucket(second)), last.bucketID);
     EXPECT_EQ((*root.browser.bucket)->bucketID, last.bucketID);
 }
@@ -40,7 +40,7 @@ TEST_F(RootModelTest, ASwitchShowsOnlyTheOtherAccountsBuckets)
     EXPECT_EQ(root.detailState().notice.title, "Select a Bucket")
         << "the bucket selected before is not of this account";
     EXPECT_FALSE(*root.browser.bucket);
-    root.select({SidebarItem::Kind::bucket, root.buckets.buckets->front().bucketID});
+    root.selection.select(SidebarItem::bucket(root.buckets.buckets->front().bucketID));
     ASSERT_TRUE(isBrowsing(second));
 
     for (const auto& bucket : *root.buckets.buckets) {
@@ -67,7 +67,7 @@ TEST_F(RootModelTest, NeverMixesOneKeyWithTheBucketsOfAnother)
     // The new key has connected, but its buckets are not listed yet.
     root.switchTo(second);
     ASSERT_TRUE(spinUntil([&] { return (*root.keyStore.session)->key->keyID == second; }));
-    root.select({SidebarItem::Kind::bucket, before.bucketID});
+    root.selection.select(SidebarItem::bucket(before.bucketID));
     // The old one with its own bucket is no mixture; that lasts until the window has heard of the new key.
     EXPECT_TRUE(!*root.browser.session || (*root.browser.session)->key->keyID == first);
 
@@ -119,7 +119,7 @@ TEST_F(RootModelTest, AFailedSwitchGoesOnWithTheOldKeyAndSaysSo)
     root.switchTo("0044a1b2c3d4e5f0000000099");
     ASSERT_TRUE(spinUntil([&] { return root.switchFailure().has_value(); }));
 
-    EXPECT_EQ(root.detailState().kind, DetailState::Kind::browser);
+    EXPECT_EQ(root.detailState().kind, DetailState::Kind::pane);
     EXPECT_EQ(settings.text(SettingsKeys::lastKeyID), first);
     EXPECT_THAT(*root.switchFailure(), testing::HasSubstr("Couldn't switch to “Wrong”."));
     EXPECT_THAT(*root.switchFailure(), testing::HasSubstr("Still connected with “Master of " + first));
@@ -139,14 +139,14 @@ TEST_F(RootModelTest, ABucketDeletedElsewhereLeavesTheListAndTheSelection)
     };
     const auto bucket = qtRun(make(*root.keyStore.session));
     qtRun(root.buckets.reload());
-    root.select({SidebarItem::Kind::bucket, bucket.bucketID});
+    root.selection.select(SidebarItem::bucket(bucket.bucketID));
     ASSERT_TRUE(spinUntil([&] { return !*root.browser.isLoading; }));
 
     qtRun(destroy(*root.keyStore.session, bucket.bucketID));
     root.browser.refresh();
     ASSERT_TRUE(spinUntil([&] { return root.buckets.bucket(bucket.bucketID) == nullptr; }));
 
-    EXPECT_FALSE(*root.selection);
+    EXPECT_FALSE(*root.selection.item);
     EXPECT_EQ(root.detailState().notice.title, "Select a Bucket");
 }
 
@@ -203,7 +203,7 @@ TEST_F(RootModelTest, OffersToResumeOnlyWhatItKnowsAndForgetsWhatIsCancelled)
     ASSERT_TRUE(isBrowsing(first));
     ASSERT_TRUE(store) << "opened before anything can be uploaded";
     const auto films = std::ranges::find(*root.buckets.buckets, "media-archive", &B2Bucket::bucketName);
-    root.select({SidebarItem::Kind::bucket, films->bucketID});
+    root.selection.select(SidebarItem::bucket(films->bucketID));
     ASSERT_TRUE(root.openUnfinishedUploads());
     auto& unfinished = root.unfinishedUploads;
     unfinished.load();

@@ -64,7 +64,7 @@ protected:
 
     bool isBrowsing()
     {
-        return spinUntil([this] { return application->root->detailState().kind == DetailState::Kind::browser; });
+        return spinUntil([this] { return application->root->detailState().kind == DetailState::Kind::pane; });
     }
 
     static QStringList textsOf(const QMenu& menu)

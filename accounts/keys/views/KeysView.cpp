@@ -1,13 +1,11 @@
 #include "accounts/keys/views/KeysView.h"
 
-#include "accounts/keys/views/KeysCommands.h"
 #include "foundation/QtText.h"
 #include "foundation/Settings.h"
 #include "foundation/SettingsKeys.h"
 #include "foundation/views/panes/Banner.h"
 #include "foundation/views/panes/EmptyState.h"
 #include "foundation/views/panes/LoadingLine.h"
-#include "foundation/views/panes/PaneToolBar.h"
 #include "foundation/views/panes/StatusLine.h"
 #include "foundation/views/tables/DenseTableView.h"
 #include "foundation/views/tables/NameDelegate.h"
@@ -39,13 +37,11 @@ QString firstColumns(const QFontMetrics& metrics)
 } // namespace
 
 KeysView::KeysView(KeysModel& model, KeyStore& store, Settings& settings, QWidget* parent)
-    : QWidget(parent)
+    : Pane(parent)
     , model_(model)
     , store_(store)
     , settings_(settings)
     , order_(decodeSort(settings.text(SettingsKeys::tableSort("keys")).value_or(""), keyColumnNames(), {{"name"}}))
-    , commands_(new KeysCommands(this))
-    , toolBar_(new PaneToolBar(this))
     , loading_(new LoadingLine(this))
     , banner_(new Banner(this))
     , pages_(new QStackedWidget(this))
@@ -54,10 +50,8 @@ KeysView::KeysView(KeysModel& model, KeyStore& store, Settings& settings, QWidge
     , message_(new EmptyState)
     , status_(new StatusLine(this))
 {
-    buildToolBar();
     buildTable();
     buildLayout();
-    connectCommands();
     connectParts();
     patience_.setSingleShot(true);
     patience_.setInterval(LoadingLine::delayMilliseconds);
@@ -118,7 +112,6 @@ void KeysView::buildLayout()
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
-    column->addWidget(toolBar_);
     column->addWidget(loading_);
     column->addWidget(banner_);
     column->addWidget(pages_, 1);

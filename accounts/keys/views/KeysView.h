@@ -7,6 +7,7 @@
 #include "accounts/keys/views/KeysTableModel.h"
 #include "foundation/TableSort.h"
 #include "foundation/TaskScope.h"
+#include "foundation/views/panes/Pane.h"
 
 #include <QPointer>
 #include <QTimer>
@@ -19,19 +20,17 @@
 class Banner;
 class DenseTableView;
 class EmptyState;
-class KeysCommands;
 class LoadingLine;
 class NewKeyView;
-class PaneToolBar;
 class QStackedWidget;
 class Settings;
 class StatusLine;
 
-/// The pane of the account's application keys: toolbar, table and status line over a `KeysModel`, with the sheets of
+/// The pane of the account's application keys: table and status line over a `KeysModel`, with the sheets of
 /// a new key, of a key just made, of a key's details, and the question before keys are deleted.
 ///
 /// Shows rows of the session the store is on, and of no other. Keeps columns and order in the settings.
-class KeysView final : public QWidget {
+class KeysView final : public Pane {
     Q_OBJECT
 
 public:
@@ -50,11 +49,10 @@ public:
     /// The keys selected, from top to bottom: never the session's own, nor one being deleted.
     std::vector<B2ApplicationKey> selectedKeys() const;
 
-    KeysCommands& commands() { return *commands_; }
     DenseTableView& table() { return *table_; }
 
     /// Gives the keyboard to the rows, or where there are none to what helps.
-    void takeFocus();
+    void takeFocus() override;
 
 Q_SIGNALS:
     /// A key seen at the service is to be stored, with its secret yet to be asked for.
@@ -69,10 +67,8 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
-    void buildToolBar();
     void buildTable();
     void buildLayout();
-    void connectCommands();
     void connectParts();
 
     void render();
@@ -89,6 +85,8 @@ private:
     void updateCommands(const KeysPane& pane, int selected);
     void showMenu(const QPoint& position);
     void refresh();
+    void switchToTarget();
+    void addTarget();
     void askForNewKey();
     void create(const B2CreateKeyRequest& request);
     void showCreated();
@@ -102,8 +100,6 @@ private:
     CreatedKeyView::AddKey addKey_;
     KeysTableModel rows_;
     std::vector<SortOrder> order_;
-    KeysCommands* commands_;
-    PaneToolBar* toolBar_;
     LoadingLine* loading_;
     Banner* banner_;
     QStackedWidget* pages_;

@@ -1,87 +1,114 @@
 // The half of the pane that offers commands and opens the sheets they need.
 
 #include "accounts/keys/views/KeyDetailsView.h"
-#include "accounts/keys/views/KeysCommands.h"
 #include "accounts/keys/views/KeysView.h"
 #include "accounts/keys/views/NewKeyView.h"
 #include "foundation/QtText.h"
 #include "foundation/views/Sheet.h"
-#include "foundation/views/panes/PaneToolBar.h"
+#include "foundation/views/panes/PaneSlots.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QMenu>
 
-void KeysView::buildToolBar()
+void KeysView::updateCommands(const KeysPane& pane, int selected)
 {
-    toolBar_->setAccessibleName(tr("Commands for keys"));
-    toolBar_->addGroup({commands_->newKey, commands_->remove});
-    toolBar_->addGroup({commands_->switchTo, commands_->add, commands_->details});
-    toolBar_->addSpacer();
-    toolBar_->addAction(commands_->refresh);
-}
+    const auto* const row = targetRow();
+    const auto help = [](std::string_view text) { return toQString(text); };
+    const auto unless = [](bool isAllowed, const QString& reason) {
+        return isAllowed ? std::nullopt : std::optional(fromQString(reason));
+    };
+    const QString chooseOne = tr("Select one key");
 
-void KeysView::connectCommands()
-{
-    addActions(commands_->all());
-    connect(commands_->newKey, &QAction::triggered, this, &KeysView::askForNewKey);
-    connect(commands_->remove, &QAction::triggered, this, &KeysView::askToDelete);
-    connect(commands_->refresh, &QAction::triggered, this, [this] {
+    auto deleteRefusal = pane.deleteRefusal;
+    if (!deleteRefusal && row && !row->isSelectable())
+        deleteRefusal = std::string(currentKeyRefusal);
+    if (!deleteRefusal)
+        deleteRefusal = unless(selected > 0, tr("Select the keys to delete"));
+    const auto relation = [&](KeyRelation otherwise) { return help(relationHelp(row ? row->relation : otherwise)); };
+
+    PaneCommands commands;
+    commands.newItem =
+        makeCommand(tr("New Application Key…"), help(KeysPane::newHelp), pane.newRefusal, [this] { askForNewKey(); });
+    commands.remove = makeCommand(tr("Delete"), help(KeysPane::deleteHelp), deleteRefusal, [this] { askToDelete(); });
+    commands.refresh = makeCommand(tr("Refresh"), help(KeysPane::refreshHelp), pane.refreshRefusal, [this] {
         model_.dismissError();
         refresh();
     });
-    connect(commands_->details, &QAction::triggered, this, &KeysView::showDetails);
-    connect(commands_->switchTo, &QAction::triggered, this, [this] {
-        if (const auto* const row = targetRow(); row && row->canSwitch())
-            Q_EMIT switchRequested(toQString(row->key.applicationKeyID));
-    });
-    connect(commands_->add, &QAction::triggered, this, [this] {
-        if (const auto* const row = targetRow(); row && row->canAdd())
-            Q_EMIT addRequested(toQString(row->key.applicationKeyID), toQString(row->key.keyName));
-    });
-    connect(commands_->rename, &QAction::triggered, this, [this] {
-        if (const auto* const row = targetRow(); row && row->stored)
-            Q_EMIT renameSheetRequested(*row->stored);
-    });
-    connect(commands_->takeName, &QAction::triggered, this, [this] {
-        if (const auto* const row = targetRow(); row && row->canTakeName())
-            Q_EMIT renameRequested(*row->stored, toQString(row->key.keyName));
-    });
-    connect(commands_->copyID, &QAction::triggered, this, [this] {
-        if (const auto* const row = targetRow())
-            QGuiApplication::clipboard()->setText(toQString(row->key.applicationKeyID));
-    });
+    commands.getInfo = makeCommand(
+        tr("Show Details"), tr("Show this key's details"), unless(row, chooseOne), [this] { showDetails(); });
+    commands.rename = makeCommand(tr("Rename Key…"), tr("Give this key another name in Kestrovan"),
+        unless(row && row->stored,
+            row ? tr("Only a key that Kestrovan holds can have a name of its own here") : chooseOne),
+        [this] {
+            if (const auto* const target = targetRow(); target && target->stored)
+                Q_EMIT renameSheetRequested(*target->stored);
+        });
+    commands.copyItems =
+        makeCommand(tr("Copy keyID"), tr("Copy the keyID of this key"), unless(row, chooseOne), [this] {
+            if (const auto* const target = targetRow())
+                QGuiApplication::clipboard()->setText(toQString(target->key.applicationKeyID));
+        });
+    commands.objectMenuTitle = tr("Keys");
+    commands.newObject = commands.newItem;
+    commands.editObject = commands.rename;
+    commands.deleteObject = commands.remove;
+    auto switchTo = makeCommand(tr("Switch to This Key"), {},
+        unless(row && row->canSwitch(), relation(KeyRelation::held)), [this] { switchToTarget(); });
+    switchTo.help = relation(KeyRelation::held);
+    switchTo.symbol = Symbol::plug;
+    auto add = makeCommand(tr("Add to Kestrovan…"), {}, unless(row && row->canAdd(), relation(KeyRelation::notHeld)),
+        [this] { addTarget(); });
+    add.help = relation(KeyRelation::notHeld);
+    add.symbol = Symbol::key;
+    auto useServiceName = makeCommand(tr("Use This Name in Kestrovan"), help(storedNameHelp),
+        unless(row && row->canTakeName(), help(storedNameHelp)), [this] {
+            if (const auto* const target = targetRow(); target && target->canTakeName())
+                Q_EMIT renameRequested(*target->stored, toQString(target->key.keyName));
+        });
+    commands.moreObjectCommands = {std::move(switchTo), std::move(add), std::move(useServiceName)};
+    publish(std::move(commands));
 }
 
-void KeysView::updateCommands(const KeysPane& pane, int selected)
+void KeysView::switchToTarget()
 {
-    commands_->update(pane, selected, targetRow());
+    if (const auto* const row = targetRow(); row && row->canSwitch())
+        Q_EMIT switchRequested(toQString(row->key.applicationKeyID));
+}
+
+void KeysView::addTarget()
+{
+    if (const auto* const row = targetRow(); row && row->canAdd())
+        Q_EMIT addRequested(toQString(row->key.applicationKeyID), toQString(row->key.keyName));
 }
 
 void KeysView::showMenu(const QPoint& position)
 {
+    using C = PaneCommands;
     auto* const menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->setToolTipsVisible(true);
     if (const auto* const row = targetRow()) {
-        menu->addAction(commands_->details);
-        menu->addAction(row->canAdd() ? commands_->add : commands_->switchTo);
+        addCommand(*menu, commands(), &C::getInfo);
         if (row->stored)
-            menu->addAction(commands_->rename);
-        if (row->canTakeName())
-            menu->addAction(commands_->takeName);
-        menu->addAction(commands_->copyID);
+            addCommand(*menu, commands(), &C::rename);
+        for (const auto& command : commands().moreObjectCommands) {
+            if (command.isEnabled)
+                addCommand(*menu, command);
+        }
+        addCommand(*menu, commands(), &C::copyItems);
         menu->addSeparator();
     }
-    menu->addAction(commands_->remove);
+    addCommand(*menu, commands(), &C::remove);
     menu->addSeparator();
-    menu->addActions({commands_->newKey, commands_->refresh});
+    addCommand(*menu, commands(), &C::newItem);
+    addCommand(*menu, commands(), &C::refresh);
     menu->popup(position);
 }
 
 void KeysView::askForNewKey()
 {
-    if (newSheet_ || !commands_->newKey->isEnabled())
+    if (newSheet_ || !commands().newItem->isEnabled)
         return;
     model_.dismissError();
     newSheet_ = new NewKeyView(model_, buckets_, this);
@@ -117,7 +144,7 @@ void KeysView::showCreated()
 void KeysView::askToDelete()
 {
     auto keys = selectedKeys();
-    if (keys.empty() || !commands_->remove->isEnabled())
+    if (keys.empty() || !commands().remove->isEnabled)
         return;
     const DeleteKeysQuestion question(keys);
     auto* const sheet = new Sheet(toQString(question.title), toQString(question.text), this);
@@ -155,9 +182,9 @@ void KeysView::showDetails()
             [this, stored = *row->stored, name] { Q_EMIT renameRequested(stored, name); });
     }
     if (row->canSwitch())
-        sheet->setVerb(commands_->switchTo->text());
+        sheet->setVerb(tr("Switch to This Key"));
     else if (row->canAdd())
-        sheet->setVerb(commands_->add->text());
+        sheet->setVerb(tr("Add to Kestrovan…"));
     connect(sheet, &Sheet::verbTriggered, this, [this, sheet, id, name, isHeld = row->canSwitch()] {
         sheet->accept();
         if (isHeld)

@@ -1,6 +1,5 @@
 // The half of the pane that copies the model's state to the widgets.
 
-#include "accounts/keys/views/KeysCommands.h"
 #include "accounts/keys/views/KeysView.h"
 #include "accounts/keys/views/NewKeyView.h"
 #include "foundation/QtText.h"
@@ -104,7 +103,7 @@ void KeysView::showMessage(const KeysPane& pane)
     if (pane.isFailure)
         action = tr("Try Again");
     else if (!pane.newRefusal)
-        action = commands_->newKey->text();
+        action = tr("New Application Key…");
     message_->setActions(action);
     pages_->setCurrentWidget(message_);
 }
@@ -166,6 +165,6 @@ void KeysView::takeFocus()
 
 void KeysView::showEvent(QShowEvent* event)
 {
-    QWidget::showEvent(event);
+    Pane::showEvent(event);
     render();
 }

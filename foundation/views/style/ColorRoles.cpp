@@ -43,6 +43,8 @@ QColor hueOf(MessageKind kind, const QPalette& palette)
     switch (kind) {
     case MessageKind::notice:
         return role(palette, QPalette::Highlight);
+    case MessageKind::success:
+        return QColor(0x2e, 0x8b, 0x57);
     case MessageKind::warning:
         return QColor(0xd9, 0x8a, 0x04);
     case MessageKind::danger:

@@ -9,7 +9,7 @@
 /// group, so that a window in the background keeps its colours.
 
 /// What a message means; decides its hue and icon.
-enum class MessageKind { notice, warning, danger };
+enum class MessageKind { notice, success, warning, danger };
 
 /// `over` drawn on `under` with the given opacity, 0 to 1.
 QColor mixed(const QColor& over, const QColor& under, double opacity);

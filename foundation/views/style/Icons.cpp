@@ -178,6 +178,8 @@ QColor tintColor(SymbolTint tint, const QPalette& palette)
         return messageColor(MessageKind::notice, palette);
     case SymbolTint::warning:
         return messageColor(MessageKind::warning, palette);
+    case SymbolTint::success:
+        return messageColor(MessageKind::success, palette);
     case SymbolTint::danger:
         return messageColor(MessageKind::danger, palette);
     }

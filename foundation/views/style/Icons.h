@@ -72,7 +72,7 @@ enum class Symbol {
 constexpr int symbolCount = static_cast<int>(Symbol::warning) + 1;
 
 /// What a symbol's colour says. Plain takes a text-like colour; all follow the application's palette when painted.
-enum class SymbolTint { plain, secondary, accent, notice, warning, danger };
+enum class SymbolTint { plain, secondary, accent, notice, success, warning, danger };
 
 /// An icon that is drawn in the current palette's colour whenever it is painted, sharp at every scale.
 ///

@@ -41,6 +41,10 @@ void MessageIcon::setKind(MessageKind kind)
         setSymbol(Symbol::info, SymbolTint::notice);
         setAccessibleName(tr("Notice"));
         break;
+    case MessageKind::success:
+        setSymbol(Symbol::checkCircle, SymbolTint::success);
+        setAccessibleName(tr("Success"));
+        break;
     case MessageKind::warning:
         setSymbol(Symbol::warning, SymbolTint::warning);
         setAccessibleName(tr("Warning"));

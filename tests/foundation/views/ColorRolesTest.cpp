@@ -37,7 +37,7 @@ TEST(ColorRolesTest, TextReadsOnEveryGroundItStandsOn)
         for (const auto ground : {QPalette::Base, QPalette::Window}) {
             EXPECT_GE(contrastRatio(secondaryText(palette), palette.color(ground)), 4.5);
         }
-        for (const auto kind : {MessageKind::notice, MessageKind::warning, MessageKind::danger}) {
+        for (const auto kind : {MessageKind::notice, MessageKind::success, MessageKind::warning, MessageKind::danger}) {
             const QColor tint = messageTint(kind, palette);
             EXPECT_GE(contrastRatio(messageColor(kind, palette), tint), 4.5);
             EXPECT_GE(contrastRatio(messageColor(kind, palette), palette.color(QPalette::Base)), 4.5);
