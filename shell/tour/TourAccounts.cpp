@@ -3,7 +3,6 @@
 #include "accounts/switcher/views/KeySwitcherHeader.h"
 #include "accounts/switcher/views/KeySwitcherList.h"
 #include "accounts/switcher/views/KeySwitcherPopover.h"
-#include "browser/views/BrowserCommands.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/QtText.h"
 #include "foundation/views/SearchField.h"

@@ -1,6 +1,5 @@
 #include "shell/tour/TourChapter.h"
 
-#include "browser/views/BrowserCommands.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/views/tables/DenseTableView.h"
 #include "shell/tour/TourHands.h"
@@ -60,12 +59,12 @@ Task<> TourChapter::resumeUpload()
 {
     const auto name = file_.filename().string();
     const auto isTold = [&] {
-        const auto notice = application_.root->notice();
+        const auto* const notice = application_.root->notices.find("interruptedUploads");
         return notice && notice->text.contains(name);
     };
     co_await check("say at the start which upload was cut off", isTold);
     co_await picture(window_, "cut-off");
-    window_.detail().browser().commands().unfinishedUploads->trigger();
+    chooseInMenu(window_, tr("Unfinished Uploads…"));
     UnfinishedUploadRow* found = nullptr;
     const auto isShown = [&] {
         for (auto* const row : window_.findChildren<UnfinishedUploadRow*>()) {

@@ -6,6 +6,9 @@
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QDropEvent>
+#include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
 #include <QMimeData>
 #include <QTest>
 #include <QUrl>
@@ -34,6 +37,19 @@ void clickRow(QAbstractItemView& view, const QModelIndex& index, Qt::KeyboardMod
 {
     view.scrollTo(index);
     QTest::mouseClick(view.viewport(), Qt::LeftButton, modifiers, view.visualRect(index).center());
+}
+
+void chooseInMenu(const QMainWindow& window, const QString& text)
+{
+    for (auto* const menu : window.menuBar()->findChildren<QMenu*>(Qt::FindDirectChildrenOnly)) {
+        Q_EMIT menu->aboutToShow();
+        for (auto* const action : menu->actions()) {
+            if (action->text() == text && action->isEnabled()) {
+                action->trigger();
+                return;
+            }
+        }
+    }
 }
 
 void dropFiles(QWidget& widget, const std::vector<std::filesystem::path>& files)

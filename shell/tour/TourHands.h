@@ -10,6 +10,7 @@
 #include <vector>
 
 class QAbstractItemView;
+class QMainWindow;
 class QWidget;
 
 /// What a person does with mouse and keyboard: real events sent to the real widgets.
@@ -19,6 +20,9 @@ void press(QWidget& widget, int key, Qt::KeyboardModifiers modifiers = Qt::NoMod
 void type(QWidget& widget, const QString& text);
 void click(QWidget& widget);
 void clickRow(QAbstractItemView& view, const QModelIndex& index, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+
+/// Chooses the first line with that text that is on, in any menu of the window.
+void chooseInMenu(const QMainWindow& window, const QString& text);
 
 /// Drags files over the widget and lets go of them at its lower edge, as a file manager would.
 void dropFiles(QWidget& widget, const std::vector<std::filesystem::path>& files);

@@ -2,7 +2,6 @@
 
 #include "accounts/keys/views/CreatedKeyView.h"
 #include "accounts/keys/views/KeyDetailsView.h"
-#include "accounts/keys/views/KeysCommands.h"
 #include "accounts/keys/views/KeysView.h"
 #include "accounts/keys/views/NewKeyView.h"
 #include "accounts/switcher/views/KeySwitcherHeader.h"
@@ -25,7 +24,6 @@
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QListView>
-#include <QMenuBar>
 #include <QPushButton>
 
 #include <algorithm>
@@ -52,19 +50,6 @@ void clickButton(const QWidget& parent, const QString& text)
         if (button->isVisible() && button->text() == text) {
             click(*button);
             return;
-        }
-    }
-}
-
-void chooseInMenu(const MainWindow& window, const QString& text)
-{
-    for (auto* const menu : window.menuBar()->findChildren<QMenu*>(Qt::FindDirectChildrenOnly)) {
-        Q_EMIT menu->aboutToShow();
-        for (auto* const action : menu->actions()) {
-            if (action->text() == text && action->isEnabled()) {
-                action->trigger();
-                return;
-            }
         }
     }
 }
@@ -170,11 +155,11 @@ Task<> TourChapter::manageKeys()
     const QString name = QStringLiteral("laptop-backup");
     auto& list = window_.sidebar().surfaceList();
     clickRow(list, list.model()->index(0, 0));
-    auto& keys = window_.detail().keys();
+    auto& keys = static_cast<KeysView&>(window_.detail().pane(AccountSurface::keys));
     co_await check("list the account's keys", [&] { return keys.isVisible() && keys.table().model()->rowCount() > 0; });
     co_await picture(window_, "keys");
 
-    keys.commands().newKey->trigger();
+    chooseInMenu(window_, tr("New Application Key…"));
     NewKeyView* sheet = nullptr;
     if (!co_await check("open the sheet of a new key", [&] { return (sheet = shown<NewKeyView>(window_)) != nullptr; }))
         co_return;
@@ -203,14 +188,14 @@ Task<> TourChapter::manageKeys()
     co_await until([&] { return rowOf(*keys.table().model(), name).isValid(); });
     clickRow(keys.table(), rowOf(*keys.table().model(), name));
     co_await settle();
-    keys.commands().details->trigger();
+    chooseInMenu(window_, tr("Show Details"));
     co_await check("show the key's details", [&] { return shown<KeyDetailsView>(window_) != nullptr; });
     if (auto* const details = shown<KeyDetailsView>(window_)) {
         co_await picture(*details, "key-details");
         press(*details, Qt::Key_Escape);
     }
     co_await settle();
-    keys.commands().remove->trigger();
+    chooseInMenu(window_, tr("Delete"));
     Sheet* question = nullptr;
     co_await check("ask before a key is deleted", [&] { return (question = shown<Sheet>(window_)) != nullptr; });
     if (question) {

@@ -1,6 +1,5 @@
 #include "shell/tour/Tour.h"
 
-#include "browser/views/BrowserCommands.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/QtText.h"
 #include "foundation/views/tables/DenseTableView.h"

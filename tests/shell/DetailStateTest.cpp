@@ -78,10 +78,10 @@ TEST(DetailStateTest, AFailedSwitchLeavesThePaneOfTheOldSession)
 {
     auto inputs = connected();
     inputs.failure = networkFailure;
-    inputs.selection = SidebarItem{SidebarItem::Kind::bucket, "b1"};
+    inputs.selection = SidebarItem::bucket("b1");
     inputs.isSelectionListed = true;
 
-    EXPECT_EQ(decideDetail(inputs).kind, Kind::browser);
+    EXPECT_EQ(decideDetail(inputs).kind, Kind::pane);
 }
 
 TEST(DetailStateTest, WithoutASelectedBucketItSaysWhatToDo)

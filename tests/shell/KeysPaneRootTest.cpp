@@ -56,13 +56,13 @@ TEST_F(KeysPaneRootTest, ThePaneComesByRequestAndKeepsToTheSessionOfTheWindow)
     ASSERT_TRUE(isConnected(first));
 
     context.request(AccountSurface::keys);
-    ASSERT_TRUE(spinUntil([&] { return root.detailState().kind == DetailState::Kind::keys; }));
+    ASSERT_TRUE(spinUntil([&] { return root.detailState().item == SidebarItem{AccountSurface::keys}; }));
     qtRun(root.keys.load());
     ASSERT_FALSE(root.keys.keys->empty());
 
     root.switchTo(second);
     ASSERT_TRUE(isConnected(second));
-    EXPECT_EQ(root.detailState().kind, DetailState::Kind::keys) << "the selection stays";
+    EXPECT_EQ(root.detailState().item, SidebarItem{AccountSurface::keys}) << "the selection stays";
     EXPECT_TRUE(root.keys.keys->empty());
     EXPECT_FALSE(*root.browser.bucket) << "nothing of the other account stays behind the pane";
 

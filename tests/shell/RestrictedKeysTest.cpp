@@ -123,19 +123,19 @@ TEST_F(RestrictedKeysTest, WithoutListFilesUploadsGoOnAndListingsAreNotTried)
 TEST_F(RestrictedKeysTest, AKeyAboutToEndSaysSoAndThenWhatHappened)
 {
     const auto keyID = connectWith({.capabilities = reading, .validDurationInSeconds = 2});
-    ASSERT_TRUE(root.notice());
-    root.remark = "Something else.";
-    EXPECT_EQ(root.notice()->text, "Something else.");
-    root.dismissNotice();
-    ASSERT_TRUE(root.notice());
-    EXPECT_THAT(root.notice()->text, HasSubstr("The key “restricted” stops working on "));
-    root.dismissNotice();
-    EXPECT_FALSE(root.notice());
+    ASSERT_TRUE(root.notices.newest());
+    root.notices.post({.id = "other", .text = "Something else."});
+    EXPECT_EQ(root.notices.newest()->text, "Something else.");
+    root.notices.close("other");
+    ASSERT_TRUE(root.notices.newest());
+    EXPECT_THAT(root.notices.newest()->text, HasSubstr("The key “restricted” stops working on "));
+    root.notices.close(root.notices.newest()->id);
+    EXPECT_FALSE(root.notices.newest());
     show("photos");
     ASSERT_EQ((*root.browser.session)->key->keyID, keyID);
 
-    ASSERT_TRUE(spinUntil([&] { return root.notice().has_value(); }));
-    EXPECT_THAT(root.notice()->text, HasSubstr("The key “restricted” expired on "));
+    ASSERT_TRUE(spinUntil([&] { return root.notices.newest() != nullptr; }));
+    EXPECT_THAT(root.notices.newest()->text, HasSubstr("The key “restricted” expired on "));
     EXPECT_THAT(root.keySwitcher.content().card->expires.value_or(""), HasSubstr("Expired"));
     root.browser.refresh();
     ASSERT_TRUE(spinUntil([&] { return root.browser.error->has_value(); }));
@@ -144,7 +144,7 @@ TEST_F(RestrictedKeysTest, AKeyAboutToEndSaysSoAndThenWhatHappened)
 
     root.switchTo(first);
     ASSERT_TRUE(isBrowsing(first));
-    EXPECT_FALSE(root.notice()) << "the notice was about the other key";
+    EXPECT_FALSE(root.notices.newest()) << "the notice was about the other key";
 }
 
 TEST_F(RestrictedKeysTest, AKeyDeletedElsewhereIsSaidToBeGone)

@@ -104,9 +104,10 @@ TEST_F(RootModelTest, ListsTheFolderAFewTimesWhenManyUploadsEnd)
 TEST_F(RootModelTest, SaysThatTheSettingsAreNotSaved)
 {
     Q_EMIT settings.writeFailed(QStringLiteral("Couldn't save the settings."));
-    EXPECT_EQ(root.notice(), RootNotice{"Couldn't save the settings."});
-    root.dismissNotice();
-    EXPECT_FALSE(root.notice());
+    ASSERT_TRUE(root.notices.find("settings"));
+    EXPECT_EQ(root.notices.newest()->text, "Couldn't save the settings.");
+    root.notices.close("settings");
+    EXPECT_FALSE(root.notices.newest());
 }
 
 TEST_F(RootModelTest, AFailedSwitchGoesOnWithTheOldKeyAndSaysSo)
@@ -155,7 +156,7 @@ TEST_F(RootModelTest, TellsOnceOfTheUploadsThatTheLastRunLeft)
     settings.set(SettingsKeys::lastKeyID, first);
     root.start();
     ASSERT_TRUE(isBrowsing(first));
-    EXPECT_FALSE(*root.remark);
+    EXPECT_FALSE(root.notices.newest());
     const auto buckets = *root.buckets.buckets;
     ASSERT_GE(buckets.size(), 2U);
     const auto begin = [&](const std::string& fileID, const std::string& name, const std::string& bucketID) {
@@ -176,14 +177,14 @@ TEST_F(RootModelTest, TellsOnceOfTheUploadsThatTheLastRunLeft)
     const auto reopen = [this]() -> Task<ResumeStore*> { co_return store.get(); };
     RootModel nextRun({settings, log, context, keychain, clients, queue, reopen});
     nextRun.start();
-    EXPECT_TRUE(spinUntil([&] { return nextRun.remark->has_value(); }));
-    EXPECT_EQ(nextRun.remark->value_or(""),
+    EXPECT_TRUE(spinUntil([&] { return nextRun.notices.newest() != nullptr; }));
+    EXPECT_EQ(nextRun.notices.newest()->text,
         "“big.bin” was not finished when Kestrovan was last open. What was sent stays stored and billed: resume or "
         "remove it in Unfinished Uploads of “"
             + buckets[0].bucketName + "”.");
     EXPECT_EQ(startAgain().tell(buckets, isOpen), std::nullopt) << "it may be gone by now";
     nextRun.unfinishedUploads.didCancel("1");
-    EXPECT_FALSE(*nextRun.remark) << "it is no longer true";
+    EXPECT_FALSE(nextRun.notices.newest()) << "it is no longer true";
     qtRun(nextRun.shutDown());
 
     begin("3", "a.bin", buckets[0].bucketID);

@@ -4,6 +4,7 @@
 #include "foundation/views/panes/Banner.h"
 #include "keychain/FileKeychain.h"
 #include "localb2/Service.h"
+#include "shell/window/AccountMenu.h"
 #include "shell/window/DetailArea.h"
 #include "shell/window/KeySheets.h"
 #include "shell/window/MainWindow.h"
@@ -116,8 +117,10 @@ TEST_F(StoredKeysFileTest, LockedKeysAreUnlockedByKeyboardAndNothingHiddenIsChos
     window->sidebar().takeFocus();
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Up);
     QMenu keys;
-    Sidebar::fillKeyMenu(keys, *application->context, *application->root);
-    EXPECT_EQ(textsOf(keys), QStringList(QStringLiteral("Your keys are locked with a passphrase")));
+    fillKeyMenu(keys, *application, window->keySheets());
+    EXPECT_EQ(textsOf(keys),
+        QStringList(
+            {QStringLiteral("Your keys are locked with a passphrase"), QString(), QStringLiteral("Add Key…")}));
     auto* const account = window->menuBar()->actions().at(4)->menu();
     Q_EMIT account->aboutToShow();
     EXPECT_EQ(textsOf(*account).mid(0, 3),
@@ -160,9 +163,9 @@ TEST_F(StoredKeysFileTest, APassphraseIsChangedByWhoeverKnowsItAndThatIsSaid)
     auto* const sheet = window->keySheets().sheet();
     const auto fields = sheet->findChildren<QLineEdit*>();
     EXPECT_TRUE(spinUntil([&] { return fields.front()->hasFocus() && fields.front()->hasSelectedText(); }));
-    EXPECT_FALSE(*application->root->remark);
+    EXPECT_FALSE(application->root->notices.newest());
 
     answer({QStringLiteral("horse"), QStringLiteral("cow"), QStringLiteral("cow")});
-    EXPECT_TRUE(spinUntil([&] { return application->root->remark->has_value(); }));
+    EXPECT_TRUE(spinUntil([&] { return application->root->notices.find("passphrase") != nullptr; }));
     EXPECT_NO_THROW(qtRun(FileKeychain(directory, log).unlockLegacyStore("cow")));
 }

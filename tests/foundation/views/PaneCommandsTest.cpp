@@ -97,7 +97,8 @@ TEST(PaneToolBarTest, GivesUpItsTitlesButNoCommandWhenNarrow)
     present(bar);
     EXPECT_EQ(bar.toolButtonStyle(), Qt::ToolButtonTextBesideIcon);
 
-    bar.resize(bar.widthWithTitles() / 2, 38);
+    bar.resize(bar.widthWithTitles() * 3 / 5, 38);
+    QApplication::processEvents();
     EXPECT_EQ(bar.toolButtonStyle(), Qt::ToolButtonIconOnly);
     EXPECT_TRUE(buttonOf(bar, "Refresh").isVisible());
     EXPECT_EQ(buttonOf(bar, "Refresh").toolTip(), QStringLiteral("Refresh (F5)"));
