@@ -30,8 +30,6 @@ template <class Target>
 class UploadURLPool;
 template <class Reply>
 struct B2Call;
-template <class Item>
-struct B2WalkPage;
 struct B2APIError;
 struct B2CallProgress;
 struct B2FailureStep;
@@ -111,14 +109,10 @@ public:
 
     /// With exactly one bucket the key is made through version 3 of the API, otherwise through version 4.
     Task<B2CreatedApplicationKey> createKey(B2CreateKeyRequest request);
-    /// One page of the keys that version 4 lists.
+    /// One page of the keys that one version of the API lists; `allKeys` in B2AccountKeys.h lists them all.
     Task<B2KeysPage> listKeys(B2ListKeysRequest request);
-    /// Every application key, once, in the manner of `allFileNames`: version 4 lists keys over several buckets and
-    /// earlier versions the others.
-    Stream<B2ApplicationKey> allKeys(int pageSize = 1000);
-    /// Tries the other version of the API when one refuses.
-    /// If the answer was lost and the key is gone, only the key's id is set.
-    Task<B2ApplicationKey> deleteKey(std::string applicationKeyID);
+    /// Deletes a key that one version of the API knows; `deleteAccountKey` in B2AccountKeys.h deletes any.
+    Task<B2ApplicationKey> deleteKey(B2DeleteKeyRequest request);
 
     // --- Transfers
 
@@ -178,16 +172,6 @@ private:
     /// The answer of a JSON call as its record; see B2JSONCall.h.
     template <class Answer>
     Task<Answer> callJSON(B2JSONCall call);
-
-    // --- Keys
-
-    struct KeyWalk;
-
-    /// A page of the keys that one version of the API lists.
-    Task<B2KeysPage> listKeysOf(
-        std::string_view version, B2ListKeysRequest request, bool (*expectsRefusal)(const B2APIError&));
-    static Task<B2WalkPage<B2ApplicationKey>> fetchKeys(std::shared_ptr<KeyWalk> walk);
-    Task<bool> isListedKey(std::string applicationKeyID);
 
     // --- Transfers
 

@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+struct B2APIError;
+
 struct B2CreateBucketRequest {
     std::string bucketName;
     B2BucketType bucketType;
@@ -87,9 +89,22 @@ struct B2CreateKeyRequest {
     std::optional<std::string> namePrefix;
 };
 
+/// The version of the API that a call on keys goes to. Each may know only some of an account's keys.
+enum class B2KeyAPI { version3, version4 };
+
 struct B2ListKeysRequest {
     int maxKeyCount = 1000;
     std::optional<std::string> startApplicationKeyID;
+    B2KeyAPI api = B2KeyAPI::version4;
+    bool (*expectsRefusal)(const B2APIError&) = nullptr; ///< Refusals that are no errors in the log.
+};
+
+struct B2DeleteKeyRequest {
+    std::string applicationKeyID;
+    B2KeyAPI api = B2KeyAPI::version4;
+    bool (*expectsRefusal)(const B2APIError&) = nullptr; ///< Refusals that are no errors in the log.
+    /// If not null: becomes true when an answer was lost, so that the key may be gone. Must outlive the call.
+    bool* mayHaveBeenDone = nullptr;
 };
 
 struct B2UploadFileRequest {

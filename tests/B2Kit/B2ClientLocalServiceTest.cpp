@@ -1,3 +1,4 @@
+#include "B2Kit/calls/B2AccountKeys.h"
 #include "tests/B2Kit/LocalServiceFixture.h"
 
 using testing::ElementsAre;
@@ -107,9 +108,9 @@ TEST_F(LocalServiceTest, KeysAreRightHoweverTheVersionsShareThem)
         EXPECT_THAT(run(keyIDs()), UnorderedElementsAreArray(made));
 
         for (const auto& id : made)
-            EXPECT_EQ(run(client->deleteKey(id)).applicationKeyID, id);
+            EXPECT_EQ(run(deleteAccountKey(client, id)).applicationKeyID, id);
         EXPECT_THAT(run(keyIDs()), ElementsAre());
-        EXPECT_THROW(run(client->deleteKey(made.front())), B2Error);
+        EXPECT_THROW(run(deleteAccountKey(client, made.front())), B2Error);
     }
 }
 
