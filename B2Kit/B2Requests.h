@@ -120,6 +120,21 @@ struct B2UploadFileRequest {
     B2OnRetry onRetry; ///< Waits for a busy service, and their end.
 };
 
+struct B2StartLargeFileRequest {
+    std::string bucketID;
+    std::string fileName;
+    std::string contentType = "b2/x-auto";
+    std::map<std::string, std::string> fileInfo;
+};
+
+/// Which page of a bucket's unfinished large files to fetch.
+struct B2ListUnfinishedLargeFilesRequest {
+    std::string bucketID;
+    std::optional<std::string> namePrefix;
+    std::optional<std::string> startFileID; ///< First id to return; unset for the first page.
+    int maxFileCount = 100;                 ///< 1 to 100, which is also what a larger number asks for.
+};
+
 /// The first and the last byte wanted.
 struct B2ByteRange {
     std::int64_t first = 0;

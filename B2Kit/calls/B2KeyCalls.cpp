@@ -1,4 +1,5 @@
 #include "B2Kit/calls/B2JSONCall.h"
+#include "B2Kit/pipeline/B2ClientTools.h"
 #include "B2Kit/wire/B2Text.h"
 #include "B2Kit/wire/JSONObject.h"
 
@@ -43,7 +44,7 @@ Task<B2CreatedApplicationKey> B2Client::createKey(B2CreateKeyRequest request)
     // The secret of a key whose answer was lost is lost too, so the retry had to make another one.
     created.mayHaveTwin = mayHaveBeenDone;
     if (mayHaveBeenDone)
-        options_.log->warning("keys",
+        tools_->log->warning("keys",
             "An answer to b2_create_key was lost, so there may be a second key named " + oneLine(request.keyName),
             "The key that was received is " + created.key.applicationKeyID + ".");
     co_return created;

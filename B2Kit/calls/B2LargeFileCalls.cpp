@@ -1,6 +1,7 @@
 #include "B2Kit/calls/B2JSONCall.h"
 #include "B2Kit/calls/B2PagedWalk.h"
 #include "B2Kit/calls/B2WalkGuard.h"
+#include "B2Kit/pipeline/B2ClientTools.h"
 #include "B2Kit/wire/B2Text.h"
 #include "B2Kit/wire/JSONObject.h"
 #include "async/Cancelled.h"
@@ -83,7 +84,7 @@ Task<B2FileVersion> B2Client::finishLargeFile(std::string fileID, std::vector<st
     auto finished = co_await finishedLargeFile(fileID);
     if (!finished)
         std::rethrow_exception(failure);
-    options_.log->notice("transfer",
+    tools_->log->notice("transfer",
         oneLine(finished->fileName) + ": the answer of b2_finish_large_file was lost, but the file is there");
     co_return std::move(*finished);
 }

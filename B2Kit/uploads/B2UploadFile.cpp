@@ -1,5 +1,6 @@
 #include "B2Kit/calls/B2JSONCall.h"
 #include "B2Kit/files/B2FileWorker.h"
+#include "B2Kit/pipeline/B2ClientTools.h"
 #include "B2Kit/pipeline/B2Pipeline.h"
 #include "B2Kit/pipeline/B2RetryTeller.h"
 #include "B2Kit/uploads/UploadURLPool.h"
@@ -105,8 +106,8 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
         setLastModified(request.fileInfo, *request.modificationDate);
     const auto headers = uploadHeaders(request, body.sha1);
     const auto pool = uploadPool(request.bucketID);
-    const auto& policy = options_.retryPolicy;
-    auto& log = *options_.log;
+    const auto& policy = tools_->retryPolicy;
+    auto& log = *tools_->log;
     const auto name = oneLine(request.fileName);
     BodyWatch watch(body.length, std::move(request.onProgress));
     B2RetryTeller teller(std::move(request.onRetry));
@@ -121,7 +122,7 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
             sent.url = lease->target.uploadURL;
             sent.headers = headers;
             sent.headers.push_back({"Authorization", lease->target.authorizationToken});
-            const auto reply = co_await options_.transport->upload(std::move(sent), body.body, watch.progress());
+            const auto reply = co_await tools_->transport->upload(std::move(sent), body.body, watch.progress());
             requireSuccess(reply.response, reply.body);
             auto version = decodeAnswer<B2FileVersion>("b2_upload_file", reply.body);
             co_await pool->release(std::move(*lease));
@@ -144,7 +145,7 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
         const int next = attempt + 1;
         if (next >= policy.maxDataAttempts || !isRetryableTransferFailure(failure))
             endUpload(log, name, next, failure);
-        const double wait = backoffSeconds(policy, attempt, options_.jitter());
+        const double wait = backoffSeconds(policy, attempt, tools_->jitter());
         log.warning("transfer",
             fmt::format(
                 "Upload of {} refused, retry {}/{} in {}", name, next, policy.maxDataAttempts - 1, formatWait(wait)),
@@ -155,7 +156,7 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
                     "All of {} was sent but the answer was lost, so the retry may leave a second version", name));
         teller.backsOff(next, policy.maxDataAttempts, wait, shortReason(failure));
         try {
-            co_await options_.sleeper->sleep(wait);
+            co_await tools_->sleeper->sleep(wait);
         } catch (...) {
             endUpload(log, name, next, std::current_exception());
         }

@@ -4,6 +4,7 @@
 #include "B2Kit/calls/B2AccountKeys.h"
 #include "B2Kit/files/B2SHA1.h"
 #include "B2Kit/transport/B2CurlTransport.h"
+#include "B2Kit/uploads/B2LargeUpload.h"
 #include "localb2/Service.h"
 #include "tests/support/RunTask.h"
 
