@@ -4,9 +4,9 @@
 #include "B2Kit/B2Error.h"
 #include "B2Kit/calls/B2JSONCall.h"
 #include "B2Kit/pipeline/B2ClientTools.h"
-#include "B2Kit/pipeline/B2Pipeline.h"
 #include "B2Kit/pipeline/B2RetryTeller.h"
 #include "B2Kit/uploads/B2PartSource.h"
+#include "B2Kit/uploads/B2UploadLoop.h"
 #include "B2Kit/uploads/ByteTally.h"
 #include "B2Kit/uploads/UploadURLPool.h"
 #include "B2Kit/wire/B2ByteCount.h"
@@ -45,6 +45,8 @@ private:
     Task<> verifyStoredParts();
     Task<> sendParts();
     Task<> sendPart(int number);
+    /// @throws B2Error when the attempt failed because the source has changed.
+    Task<> examinePart(const B2HashedBody* part, int number, std::exception_ptr failure);
     Task<B2FileVersion> finish();
 
     std::string name() const { return oneLine(request_.fileName); }
@@ -69,22 +71,6 @@ bool isOf(const B2PartSource& source, const B2FileVersion& version, bool mayHave
         return false;
     const auto digest = version.largeFileSHA1();
     return source.sha1().empty() || !digest ? !mayHaveChanged : *digest == source.sha1();
-}
-
-std::vector<B2HTTPHeader> partHeaders(const B2UploadPartTarget& target, int number, const std::string& sha1)
-{
-    return {{"Authorization", target.authorizationToken}, {"X-Bz-Part-Number", std::to_string(number)},
-        {"X-Bz-Content-Sha1", sha1}};
-}
-
-/// Says how the part ended and throws why.
-[[noreturn]] void endPart(B2LogSink& log, int number, int attempts, const std::exception_ptr& failure)
-{
-    if (isCancellation(failure))
-        log.debug("transfer", fmt::format("Part {} stopped", number));
-    else
-        log.error("transfer", fmt::format("Part {} gave up after {} attempts", number, attempts), describe(failure));
-    std::rethrow_exception(failure);
 }
 
 Task<B2FileVersion> LargeUpload::run()
@@ -230,66 +216,37 @@ Task<> LargeUpload::sendPart(int number)
     co_await checkCancelled();
     const auto part = co_await source_.part(number);
     co_await source_.requireUnchanged(number);
-    const auto& policy = tools_.retryPolicy;
-    auto& log = *tools_.log;
     B2RetryTeller teller(request_.onPartRetry, number);
-    const B2Progress onProgress = [tally = tally_, number](
-                                      std::int64_t done, std::int64_t) { tally->report(number, done); };
+    B2BodyUpload upload{.body = part.body,
+        .headers = {{"X-Bz-Part-Number", std::to_string(number)}, {"X-Bz-Content-Sha1", part.sha1}},
+        .texts = {.subject = fmt::format("Part {}", number),
+            .failed = "gave up",
+            .stopLevel = B2LogLevel::debug,
+            .reason = describe},
+        .teller = &teller};
+    upload.progress = [this, number] {
+        return [tally = tally_, number](std::int64_t done, std::int64_t) { tally->report(number, done); };
+    };
+    upload.examine = [this, &part, number](
+                         std::exception_ptr failure, bool) { return examinePart(&part, number, std::move(failure)); };
+    upload.onRetry = [this, number] { tally_->report(number, 0); };
+    const int retries = co_await sendBody(&tools_, pool_.get(), &upload);
 
-    for (int attempt = 0;; ++attempt) {
-        std::optional<UploadURLPool<B2UploadPartTarget>::Lease> lease;
-        std::exception_ptr failure;
-        try {
-            lease = co_await pool_->acquire();
-            B2HTTPRequest sent;
-            sent.url = lease->target.uploadURL;
-            sent.headers = partHeaders(lease->target, number, part.sha1);
-            const auto reply = co_await tools_.transport->upload(std::move(sent), part.body, onProgress);
-            requireSuccess(reply.response, reply.body);
-        } catch (...) {
-            failure = std::current_exception();
-        }
+    tally_->report(number, part.length);
+    if (retries > 0)
+        tools_.log->notice("transfer",
+            fmt::format("Part {} succeeded after {} {}", number, retries, retries == 1 ? "retry" : "retries"));
+    teller.goesOn();
+    digests_[number] = part.sha1;
+    reportPartsDone();
+}
 
-        if (!failure) {
-            co_await pool_->release(std::move(*lease));
-            tally_->report(number, part.length);
-            if (attempt > 0)
-                log.notice("transfer",
-                    fmt::format("Part {} succeeded after {} {}", number, attempt, attempt == 1 ? "retry" : "retries"));
-            teller.goesOn();
-            digests_[number] = part.sha1;
-            reportPartsDone();
-            co_return;
-        }
-
-        if (lease)
-            co_await pool_->discard(lease->target);
-        const int next = attempt + 1;
-        if (!isCancellation(failure)) {
-            // The digest is of the part as it was: to send it again would be refused again.
-            try {
-                co_await source_.requireUnchanged(number);
-                if (co_await source_.wasRefusedForItsBytes(&part, failure))
-                    throw B2Error(B2Error::SourceChangedSinceUpload{number});
-            } catch (...) {
-                failure = std::current_exception();
-            }
-        }
-        if (next >= policy.maxDataAttempts || !isRetryableTransferFailure(failure))
-            endPart(log, number, next, failure);
-        const double wait = backoffSeconds(policy, attempt, tools_.jitter());
-        log.warning("transfer",
-            fmt::format(
-                "Part {} refused, retry {}/{} in {}", number, next, policy.maxDataAttempts - 1, formatWait(wait)),
-            describe(failure));
-        tally_->report(number, 0);
-        teller.backsOff(next, policy.maxDataAttempts, wait, shortReason(failure));
-        try {
-            co_await tools_.sleeper->sleep(wait);
-        } catch (...) {
-            endPart(log, number, next, std::current_exception());
-        }
-    }
+Task<> LargeUpload::examinePart(const B2HashedBody* part, int number, std::exception_ptr failure)
+{
+    // The digest is of the part as it was: sent again, the part would be refused again.
+    co_await source_.requireUnchanged(number);
+    if (co_await source_.wasRefusedForItsBytes(part, std::move(failure)))
+        throw B2Error(B2Error::SourceChangedSinceUpload{number});
 }
 
 void LargeUpload::reportPartsDone() const
