@@ -134,6 +134,9 @@ public:
     Task<B2CancelledLargeFile> cancelLargeFile(std::string fileID);
     /// One page of the stored parts, up to 1000, by number.
     Task<B2PartsPage> listParts(std::string fileID, std::optional<int> startPartNumber = {});
+    /// All of them, up to 10,000. Ends at a page that does not lead on to a later part: a caller must take the parts
+    /// that are missing as not stored.
+    Task<std::vector<B2Part>> allParts(std::string fileID);
     /// One page of what was started in a bucket and neither finished nor cancelled.
     Task<B2UnfinishedLargeFilesPage> listUnfinishedLargeFiles(B2ListUnfinishedLargeFilesRequest request);
     /// All of them, in the manner of `allFileNames`.

@@ -39,7 +39,6 @@ private:
     /// Finds the parts that need not be sent again.
     /// @returns the version when the upload to resume had been finished.
     Task<std::optional<B2FileVersion>> trustStoredParts();
-    Task<std::vector<B2Part>> storedParts();
     Task<std::optional<B2FileVersion>> finishedBefore(std::exception_ptr refusal);
     /// @throws B2Error when the source differs from what is stored.
     Task<> verifyStoredParts();
@@ -120,7 +119,7 @@ Task<std::optional<B2FileVersion>> LargeUpload::trustStoredParts()
 {
     std::exception_ptr refusal;
     try {
-        digests_ = trustedParts(source_.plan(), co_await storedParts());
+        digests_ = trustedParts(source_.plan(), co_await client_->allParts(fileID_));
     } catch (const B2Error& error) {
         if (!isRefusal(error, "bad_request"))
             throw;
@@ -130,21 +129,6 @@ Task<std::optional<B2FileVersion>> LargeUpload::trustStoredParts()
         co_return co_await finishedBefore(refusal);
     co_await verifyStoredParts();
     co_return std::nullopt;
-}
-
-Task<std::vector<B2Part>> LargeUpload::storedParts()
-{
-    std::vector<B2Part> stored;
-    std::optional<int> start;
-    for (;;) {
-        auto page = co_await client_->listParts(fileID_, start);
-        std::ranges::move(page.parts, std::back_inserter(stored));
-        // What a cursor that does not advance keeps back is sent again, which is safe.
-        const auto next = page.nextPartNumber;
-        if (!next || *next <= start.value_or(1) || *next > B2LargeFileLimits::mostParts)
-            co_return stored;
-        start = next;
-    }
 }
 
 Task<std::optional<B2FileVersion>> LargeUpload::finishedBefore(std::exception_ptr refusal)
