@@ -1,6 +1,7 @@
 #include "B2Kit/B2Client.h"
 
 #include "B2Kit/calls/B2JSONCall.h"
+#include "B2Kit/pipeline/B2ClientTools.h"
 #include "B2Kit/pipeline/B2Pipeline.h"
 #include "B2Kit/uploads/UploadURLPool.h"
 #include "B2Kit/wire/B2URL.h"
@@ -47,7 +48,13 @@ std::shared_ptr<B2Client> B2Client::make(B2ClientOptions options)
 B2Client::B2Client(std::shared_ptr<SerialExecutor> executor, B2ClientOptions options)
     : Actor(*executor)
     , executor_(std::move(executor))
-    , options_(std::move(options))
+    , credentials_(std::move(options.credentials))
+    , accountEndpoint_(std::move(options.accountEndpoint))
+    , tools_(std::make_unique<B2ClientTools>(B2ClientTools{.transport = std::move(options.transport),
+          .retryPolicy = options.retryPolicy,
+          .sleeper = std::move(options.sleeper),
+          .jitter = std::move(options.jitter),
+          .log = std::move(options.log)}))
 {
 }
 
@@ -83,12 +90,12 @@ Task<B2Authorization> B2Client::reauthorize()
 Task<B2Authorization> B2Client::authorizeAccount()
 {
     constexpr std::string_view operation = "b2_authorize_account";
-    requireTrustedURL(options_.accountEndpoint);
+    requireTrustedURL(accountEndpoint_);
     B2HTTPRequest request;
     request.method = B2HTTPMethod::get;
-    request.url = callURL(options_.accountEndpoint, b2APIVersion, operation);
-    request.headers = {{"Authorization", basicAuthorization(options_.credentials)}};
-    const auto reply = co_await options_.transport->data(std::move(request));
+    request.url = callURL(accountEndpoint_, b2APIVersion, operation);
+    request.headers = {{"Authorization", basicAuthorization(credentials_)}};
+    const auto reply = co_await tools_->transport->data(std::move(request));
     if (!isSuccess(reply.response.status))
         throw B2Error::ofAuthorization(readAPIError(reply.response.status, reply.body));
     auto record = decodeAnswer<B2Authorization>(operation, reply.body);
@@ -117,7 +124,7 @@ void B2Client::forget(const B2Authorization& expired)
     if (!authorization_ || authorization_->authorizationToken != expired.authorizationToken)
         return;
     authorization_ = nullptr;
-    options_.log->info("auth", "Authorization token expired, renewing");
+    tools_->log->info("auth", "Authorization token expired, renewing");
 }
 
 Task<B2DataReply> B2Client::postJSON(B2JSONCall call)
@@ -132,7 +139,7 @@ Task<B2DataReply> B2Client::postJSON(B2JSONCall call)
         made.body = call.body;
         return made;
     };
-    request.send = [this](B2HTTPRequest made) { return options_.transport->data(std::move(made)); };
+    request.send = [this](B2HTTPRequest made) { return tools_->transport->data(std::move(made)); };
     request.mayHaveBeenDone = call.mayHaveBeenDone;
     request.expectsRefusal = call.expectsRefusal;
     co_return co_await perform(std::move(request));

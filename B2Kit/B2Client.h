@@ -10,7 +10,6 @@
 #include "B2Kit/B2Requests.h"
 #include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "B2Kit/transport/B2Transport.h"
-#include "B2Kit/uploads/B2LargeFile.h"
 #include "B2Kit/uploads/B2Upload.h"
 #include "async/Executor.h"
 #include "async/SingleFlight.h"
@@ -30,10 +29,9 @@ template <class Target>
 class UploadURLPool;
 template <class Reply>
 struct B2Call;
-template <class Item>
-struct B2WalkPage;
 struct B2APIError;
 struct B2CallProgress;
+struct B2ClientTools;
 struct B2FailureStep;
 struct B2JSONCall;
 struct B2StatusStep;
@@ -65,7 +63,9 @@ public:
     static std::shared_ptr<B2Client> make(B2ClientOptions options);
     ~B2Client();
 
-    const std::string& keyID() const { return options_.credentials.keyID; }
+    const std::string& keyID() const { return credentials_.keyID; }
+    /// For the parts of B2Kit that are built over the client; see B2ClientTools.h.
+    const B2ClientTools& tools() const { return *tools_; }
 
     // --- Authorization
 
@@ -111,35 +111,32 @@ public:
 
     /// With exactly one bucket the key is made through version 3 of the API, otherwise through version 4.
     Task<B2CreatedApplicationKey> createKey(B2CreateKeyRequest request);
-    /// One page of the keys that version 4 lists.
+    /// One page of the keys that one version of the API lists; `allKeys` in B2AccountKeys.h lists them all.
     Task<B2KeysPage> listKeys(B2ListKeysRequest request);
-    /// Every application key, once, in the manner of `allFileNames`: version 4 lists keys over several buckets and
-    /// earlier versions the others.
-    Stream<B2ApplicationKey> allKeys(int pageSize = 1000);
-    /// Tries the other version of the API when one refuses.
-    /// If the answer was lost and the key is gone, only the key's id is set.
-    Task<B2ApplicationKey> deleteKey(std::string applicationKeyID);
+    /// Deletes a key that one version of the API knows; `deleteAccountKey` in B2AccountKeys.h deletes any.
+    Task<B2ApplicationKey> deleteKey(B2DeleteKeyRequest request);
 
     // --- Transfers
 
     /// `b2_upload_file`, up to 5,000,000,000 bytes; each attempt leases an upload URL.
     Task<B2FileVersion> uploadFile(B2UploadFileRequest request);
 
-    /// Uploads in parts, which lets it go on after an interruption: reads the file twice, to hash it and part by part,
-    /// and holds only what is being read. Each part has attempts of its own. Whatever ends it before its time, the
-    /// large file stays unfinished on B2, to be resumed or cancelled; a file that changes on the way is never glued
-    /// from two contents. When the file to resume turns out to be finished, that is the result.
-    ///
-    /// @throws also B2Error (`SourceChangedSinceUpload`): resuming cannot help, the upload has to be started anew.
-    Task<B2FileVersion> uploadLargeFile(B2UploadLargeFileRequest request);
+    // B2LargeUpload.h uploads a file in parts through the following.
+
     Task<B2FileVersion> startLargeFile(B2StartLargeFileRequest request);
     Task<B2UploadPartTarget> uploadPartURL(std::string fileID);
     /// If the answer was lost, the file's record decides whether it was finished.
     Task<B2FileVersion> finishLargeFile(std::string fileID, std::vector<std::string> partSHA1s);
+    /// The version that a large file became, or nothing when it did not.
+    /// @throws B2Error when the service does not say.
+    Task<std::optional<B2FileVersion>> finishedLargeFile(std::string fileID);
     /// If the answer was lost and the file is gone, only its id is set.
     Task<B2CancelledLargeFile> cancelLargeFile(std::string fileID);
     /// One page of the stored parts, up to 1000, by number.
     Task<B2PartsPage> listParts(std::string fileID, std::optional<int> startPartNumber = {});
+    /// All of them, up to 10,000. Ends at a page that does not lead on to a later part: a caller must take the parts
+    /// that are missing as not stored.
+    Task<std::vector<B2Part>> allParts(std::string fileID);
     /// One page of what was started in a bucket and neither finished nor cancelled.
     Task<B2UnfinishedLargeFilesPage> listUnfinishedLargeFiles(B2ListUnfinishedLargeFilesRequest request);
     /// All of them, in the manner of `allFileNames`.
@@ -179,16 +176,6 @@ private:
     template <class Answer>
     Task<Answer> callJSON(B2JSONCall call);
 
-    // --- Keys
-
-    struct KeyWalk;
-
-    /// A page of the keys that one version of the API lists.
-    Task<B2KeysPage> listKeysOf(
-        std::string_view version, B2ListKeysRequest request, bool (*expectsRefusal)(const B2APIError&));
-    static Task<B2WalkPage<B2ApplicationKey>> fetchKeys(std::shared_ptr<KeyWalk> walk);
-    Task<bool> isListedKey(std::string applicationKeyID);
-
     // --- Transfers
 
     using UploadPool = UploadURLPool<B2UploadTarget>;
@@ -197,27 +184,15 @@ private:
     static Task<B2UploadTarget> fetchUploadTarget(std::weak_ptr<B2Client> holder, std::string bucketID);
     Task<B2UploadTarget> uploadTarget(std::string bucketID);
 
-    struct LargeUpload;
-
-    /// The version that a large file became, or nothing when it did not.
-    /// @throws B2Error when the service does not say.
-    Task<std::optional<B2FileVersion>> finishedLargeFile(std::string fileID);
-    Task<> start(LargeUpload& upload);
-    /// Finds the parts that need not be sent again.
-    /// @returns the version when the upload to resume had been finished.
-    Task<std::optional<B2FileVersion>> trustStoredParts(LargeUpload& upload);
-    Task<std::vector<B2Part>> storedParts(std::string fileID);
-    Task<> sendParts(LargeUpload& upload);
-    Task<> sendPart(LargeUpload& upload, int number);
-    Task<B2FileVersion> finish(LargeUpload& upload);
-
     struct Download;
 
     Task<B2DownloadedFile> downloadToMemory(Download download);
     Task<B2FileMetadata> downloadToFile(Download download, B2FileDestination destination);
 
     const std::shared_ptr<SerialExecutor> executor_;
-    const B2ClientOptions options_;
+    const B2Credentials credentials_;
+    const std::string accountEndpoint_;
+    const std::unique_ptr<const B2ClientTools> tools_;
     Record authorization_; ///< Null until the first call.
     SingleFlight<Record> authorizationFlight_;
     std::map<std::string, std::shared_ptr<UploadPool>> uploadPools_; ///< By bucket id.

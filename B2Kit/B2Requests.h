@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+struct B2APIError;
+
 struct B2CreateBucketRequest {
     std::string bucketName;
     B2BucketType bucketType;
@@ -87,9 +89,22 @@ struct B2CreateKeyRequest {
     std::optional<std::string> namePrefix;
 };
 
+/// The version of the API that a call on keys goes to. Each may know only some of an account's keys.
+enum class B2KeyAPI { version3, version4 };
+
 struct B2ListKeysRequest {
     int maxKeyCount = 1000;
     std::optional<std::string> startApplicationKeyID;
+    B2KeyAPI api = B2KeyAPI::version4;
+    bool (*expectsRefusal)(const B2APIError&) = nullptr; ///< Refusals that are no errors in the log.
+};
+
+struct B2DeleteKeyRequest {
+    std::string applicationKeyID;
+    B2KeyAPI api = B2KeyAPI::version4;
+    bool (*expectsRefusal)(const B2APIError&) = nullptr; ///< Refusals that are no errors in the log.
+    /// If not null: becomes true when an answer was lost, so that the key may be gone. Must outlive the call.
+    bool* mayHaveBeenDone = nullptr;
 };
 
 struct B2UploadFileRequest {
@@ -103,6 +118,21 @@ struct B2UploadFileRequest {
     std::optional<std::chrono::system_clock::time_point> modificationDate; ///< Kept as `src_last_modified_millis`.
     B2Progress onProgress;
     B2OnRetry onRetry; ///< Waits for a busy service, and their end.
+};
+
+struct B2StartLargeFileRequest {
+    std::string bucketID;
+    std::string fileName;
+    std::string contentType = "b2/x-auto";
+    std::map<std::string, std::string> fileInfo;
+};
+
+/// Which page of a bucket's unfinished large files to fetch.
+struct B2ListUnfinishedLargeFilesRequest {
+    std::string bucketID;
+    std::optional<std::string> namePrefix;
+    std::optional<std::string> startFileID; ///< First id to return; unset for the first page.
+    int maxFileCount = 100;                 ///< 1 to 100, which is also what a larger number asks for.
 };
 
 /// The first and the last byte wanted.

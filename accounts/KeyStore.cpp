@@ -1,5 +1,6 @@
 #include "accounts/KeyStore.h"
 
+#include "B2Kit/calls/B2AccountKeys.h"
 #include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "accounts/KeyNames.h"
 #include "foundation/QtText.h"
@@ -255,7 +256,7 @@ Task<> KeyStore::loadLiveKeyNames()
     bool isComplete = false;
     if (current && current->may(B2Capabilities::listKeys)) {
         try {
-            auto listed = current->client->allKeys();
+            auto listed = allKeys(current->client);
             while (auto key = co_await listed.next())
                 live.insert_or_assign(key->applicationKeyID, std::move(*key));
             // The walk of a stopped task ends early, which must not look like a short list.

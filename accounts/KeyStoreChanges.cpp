@@ -4,6 +4,7 @@
 #include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "B2Kit/wire/B2Text.h"
 #include "accounts/KeyNames.h"
+#include "B2Kit/calls/B2AccountKeys.h"
 #include "foundation/SettingsKeys.h"
 #include "foundation/Texts.h"
 
@@ -114,7 +115,7 @@ Task<std::optional<std::string>> KeyStore::nameAtService(
         co_return std::nullopt;
     constexpr int pageSize = 100;
     try {
-        auto listed = client->allKeys(pageSize);
+        auto listed = allKeys(client, pageSize);
         while (auto key = co_await listed.next()) {
             if (key->applicationKeyID == keyID)
                 co_return key->keyName.empty() ? std::nullopt : std::optional(key->keyName);

@@ -1,6 +1,7 @@
 // bench_large_upload BUCKET FILE PART-SIZE: uploads a file in parts, with the digest of the whole.
 // Prints by how many kilobytes the process grew over what it held when it was idle.
 
+#include "B2Kit/uploads/B2LargeUpload.h"
 #include "bench/BenchClient.h"
 
 #include <cstdio>
@@ -18,7 +19,7 @@ Task<> upload(std::string bucketName, std::filesystem::path path, std::int64_t p
     request.fileName = path.filename().string();
     request.source = std::move(path);
     request.partSize = partSize;
-    co_await client->uploadLargeFile(std::move(request));
+    co_await uploadLargeFile(client, std::move(request));
     std::printf("%ld\n", processMemory().peakKilobytes - idle.residentKilobytes);
 }
 

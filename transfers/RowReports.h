@@ -1,6 +1,6 @@
 #pragma once
 
-#include "B2Kit/uploads/B2LargeFile.h"
+#include "B2Kit/uploads/B2LargeUpload.h"
 #include "async/Task.h"
 #include "transfers/Transfer.h"
 

@@ -1,6 +1,7 @@
 #include "B2Kit/B2Client.h"
 #include "B2Kit/calls/B2DownloadMetadata.h"
 #include "B2Kit/files/B2FileWorker.h"
+#include "B2Kit/pipeline/B2ClientTools.h"
 #include "B2Kit/pipeline/B2Pipeline.h"
 #include "B2Kit/wire/B2PercentEncoding.h"
 #include "B2Kit/wire/B2URL.h"
@@ -96,7 +97,7 @@ Task<B2FileMetadata> B2Client::downloadByIDToFile(B2DownloadByIDRequest request,
 Task<B2DownloadedFile> B2Client::downloadToMemory(Download download)
 {
     auto call = download.call<B2DataReply>();
-    call.send = [this](B2HTTPRequest request) { return options_.transport->data(std::move(request)); };
+    call.send = [this](B2HTTPRequest request) { return tools_->transport->data(std::move(request)); };
     auto reply = co_await perform(std::move(call));
     B2DownloadedFile file{.data = std::move(reply.body)};
     file.metadata = metadataFrom(reply.response, static_cast<std::int64_t>(file.data.size()));
@@ -119,7 +120,7 @@ Task<B2FileMetadata> B2Client::downloadToFile(Download download, B2FileDestinati
     };
     call.send = [this, &onProgress, &destination](B2HTTPRequest request) {
         const B2Place place(destination.path, destination.folder);
-        return options_.transport->download(std::move(request), place, onProgress);
+        return tools_->transport->download(std::move(request), place, onProgress);
     };
     auto reply = co_await perform(std::move(call));
     auto metadata = metadataFrom(reply.response, reply.byteCount);

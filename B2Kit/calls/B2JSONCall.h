@@ -2,6 +2,7 @@
 
 #include "B2Kit/B2Client.h"
 #include "B2Kit/B2Error.h"
+#include "B2Kit/pipeline/B2ClientTools.h"
 #include "B2Kit/wire/B2Decoding.h"
 #include "B2Kit/wire/B2URL.h"
 
@@ -56,7 +57,7 @@ Task<Answer> B2Client::callJSON(B2JSONCall call)
         co_return decodeAnswer<Answer>(operation, reply.body);
     } catch (const B2Error& error) {
         // The pipeline saw a success; that it could not be read is told nowhere else.
-        options_.log->error("api", std::string(operation) + " failed: its answer could not be read", error.what());
+        tools_->log->error("api", std::string(operation) + " failed: its answer could not be read", error.what());
         throw;
     }
 }

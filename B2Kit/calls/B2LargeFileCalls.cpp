@@ -1,6 +1,8 @@
 #include "B2Kit/calls/B2JSONCall.h"
 #include "B2Kit/calls/B2PagedWalk.h"
 #include "B2Kit/calls/B2WalkGuard.h"
+#include "B2Kit/pipeline/B2ClientTools.h"
+#include "B2Kit/uploads/B2PartPlan.h"
 #include "B2Kit/wire/B2Text.h"
 #include "B2Kit/wire/JSONObject.h"
 #include "async/Cancelled.h"
@@ -8,6 +10,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -83,7 +86,7 @@ Task<B2FileVersion> B2Client::finishLargeFile(std::string fileID, std::vector<st
     auto finished = co_await finishedLargeFile(fileID);
     if (!finished)
         std::rethrow_exception(failure);
-    options_.log->notice("transfer",
+    tools_->log->notice("transfer",
         oneLine(finished->fileName) + ": the answer of b2_finish_large_file was lost, but the file is there");
     co_return std::move(*finished);
 }
@@ -141,6 +144,21 @@ Task<B2PartsPage> B2Client::listParts(std::string fileID, std::optional<int> sta
     JSONObject body;
     body.set("fileId", fileID).setIfPresent("startPartNumber", startPartNumber).set("maxPartCount", maxPartCount);
     co_return co_await callJSON<B2PartsPage>({.operation = "b2_list_parts", .body = std::move(body).text()});
+}
+
+Task<std::vector<B2Part>> B2Client::allParts(std::string fileID)
+{
+    std::vector<B2Part> parts;
+    std::optional<int> start;
+    for (;;) {
+        auto page = co_await listParts(fileID, start);
+        std::ranges::move(page.parts, std::back_inserter(parts));
+        const auto next = page.nextPartNumber;
+        // A page that does not lead on would be read for ever.
+        if (!next || *next <= start.value_or(1) || *next > B2LargeFileLimits::mostParts)
+            co_return parts;
+        start = next;
+    }
 }
 
 Task<B2UnfinishedLargeFilesPage> B2Client::listUnfinishedLargeFiles(B2ListUnfinishedLargeFilesRequest request)

@@ -1,6 +1,6 @@
 #include "B2Kit/files/FileFaults.h"
 
-#include "B2Kit/wire/B2ByteCount.h"
+#include "B2Kit/pipeline/B2ByteCount.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "B2Kit/B2Error.h"
-#include "B2Kit/pipeline/B2Place.h"
+#include "B2Kit/files/B2Place.h"
 
 /// A download could not be written.
 ///

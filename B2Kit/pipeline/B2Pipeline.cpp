@@ -1,6 +1,7 @@
 #include "B2Kit/pipeline/B2Pipeline.h"
 
 #include "B2Kit/B2Client.h"
+#include "B2Kit/pipeline/B2ClientTools.h"
 #include "B2Kit/wire/B2Decoding.h"
 #include "B2Kit/wire/B2Text.h"
 
@@ -121,8 +122,8 @@ bool isFromGateway(const B2APIError& refusal)
 template <class Reply>
 Task<Reply> B2Client::perform(B2Call<Reply> call)
 {
-    const auto& policy = options_.retryPolicy;
-    auto& log = *options_.log;
+    const auto& policy = tools_->retryPolicy;
+    auto& log = *tools_->log;
     B2CallProgress progress;
     for (;;) {
         const auto started = Clock::now();
@@ -140,7 +141,7 @@ Task<Reply> B2Client::perform(B2Call<Reply> call)
         if (failure) {
             if (call.mayHaveBeenDone && authorization && mayHaveReachedService(failure))
                 *call.mayHaveBeenDone = true;
-            const auto step = stepAfterFailure(policy, progress, failure, options_.jitter());
+            const auto step = stepAfterFailure(policy, progress, failure, tools_->jitter());
             logFailure(call.operation, progress, failure, step);
             if (step.kind != B2FailureStep::Kind::retry)
                 std::rethrow_exception(failure);
@@ -159,7 +160,7 @@ Task<Reply> B2Client::perform(B2Call<Reply> call)
             reply.reset();
             if (call.mayHaveBeenDone && isFromGateway(refusal))
                 *call.mayHaveBeenDone = true;
-            const auto step = stepAfterRefusal(policy, progress, refusal, retryAfter, options_.jitter());
+            const auto step = stepAfterRefusal(policy, progress, refusal, retryAfter, tools_->jitter());
             if (step.kind == B2StatusStep::Kind::renew) {
                 forget(*authorization);
                 progress.hasRenewed = true;
@@ -179,7 +180,7 @@ Task<Reply> B2Client::perform(B2Call<Reply> call)
         }
         if (call.teller)
             call.teller->backsOff(progress.failures + 1, policy.maxAttempts, waitSeconds, shortReason(failure));
-        co_await options_.sleeper->sleep(waitSeconds);
+        co_await tools_->sleeper->sleep(waitSeconds);
         ++progress.failures;
     }
 }
@@ -193,24 +194,24 @@ void B2Client::logRetry(std::string_view operation, const B2CallProgress& progre
     auto detail = refusal.message;
     if (step.askedSeconds)
         detail += fmt::format(" (server asked for {})", formatWait(*step.askedSeconds));
-    options_.log->warning("api",
+    tools_->log->warning("api",
         fmt::format("{} → {} {}, retry {}/{} in {}", operation, refusal.status, oneLine(refusal.code),
-            progress.failures + 1, options_.retryPolicy.maxAttempts - 1, formatWait(step.waitSeconds)),
+            progress.failures + 1, tools_->retryPolicy.maxAttempts - 1, formatWait(step.waitSeconds)),
         std::move(detail));
 }
 
 void B2Client::logFailure(std::string_view operation, const B2CallProgress& progress, const std::exception_ptr& failure,
     const B2FailureStep& step) const
 {
-    auto& log = *options_.log;
+    auto& log = *tools_->log;
     const int next = progress.failures + 1;
     switch (step.kind) {
     case B2FailureStep::Kind::passOn:
         return;
     case B2FailureStep::Kind::retry:
         log.warning("api",
-            fmt::format("{} connection failed, retry {}/{} in {}", operation, next,
-                options_.retryPolicy.maxAttempts - 1, formatWait(step.waitSeconds)),
+            fmt::format("{} connection failed, retry {}/{} in {}", operation, next, tools_->retryPolicy.maxAttempts - 1,
+                formatWait(step.waitSeconds)),
             describe(failure));
         return;
     case B2FailureStep::Kind::giveUp:

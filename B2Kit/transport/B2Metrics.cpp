@@ -1,6 +1,6 @@
 #include "B2Kit/transport/B2Metrics.h"
 
-#include "B2Kit/wire/B2ByteCount.h"
+#include "B2Kit/pipeline/B2ByteCount.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

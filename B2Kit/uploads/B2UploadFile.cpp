@@ -1,7 +1,9 @@
 #include "B2Kit/calls/B2JSONCall.h"
 #include "B2Kit/files/B2FileWorker.h"
+#include "B2Kit/pipeline/B2ClientTools.h"
 #include "B2Kit/pipeline/B2Pipeline.h"
 #include "B2Kit/pipeline/B2RetryTeller.h"
+#include "B2Kit/uploads/B2UploadLoop.h"
 #include "B2Kit/uploads/UploadURLPool.h"
 #include "B2Kit/wire/B2PercentEncoding.h"
 #include "B2Kit/wire/B2Text.h"
@@ -14,7 +16,6 @@
 namespace {
 
 constexpr std::int64_t largestSingleUpload = 5'000'000'000;
-/// An hour under the service's day.
 /// A body up to this size is gone by the time a lost connection is noticed, so progress need not be watched.
 constexpr std::int64_t largestUnwatched = 1'000'000;
 
@@ -84,15 +85,38 @@ bool isAnswerLost(const std::exception_ptr& failure)
     }
 }
 
-/// Says how the upload ended and throws why.
-[[noreturn]] void endUpload(B2LogSink& log, const std::string& name, int attempts, const std::exception_ptr& failure)
-{
-    if (isCancellation(failure))
-        log.info("transfer", fmt::format("Upload of {} stopped", name));
-    else
-        log.error("transfer", fmt::format("Upload of {} failed after {} attempts", name, attempts), describe(failure));
-    std::rethrow_exception(failure);
-}
+/// Keeps what became of the attempts to upload a file in one piece.
+class SingleUpload {
+public:
+    SingleUpload(const B2HashedBody& body, B2Progress onProgress)
+        : body_(body)
+        , watch_(body.length, std::move(onProgress))
+    {
+    }
+
+    B2Progress progress() { return watch_.progress(); }
+
+    /// @throws B2FileError when the file has changed.
+    Task<> examine(std::exception_ptr failure, bool hadTarget)
+    {
+        wasAnswerLost_ = hadTarget && watch_.isWholeBodyOut() && isAnswerLost(failure);
+        mayBeStored_ = mayBeStored_ || wasAnswerLost_;
+        if (!body_.stamp)
+            co_return;
+        // The digest is of the file as it was: sent again, the file would be refused again.
+        B2FileWorker worker;
+        if (co_await worker.hasChanged(body_))
+            throw changedFileError(body_.file()->path, mayBeStored_);
+    }
+
+    bool wasAnswerLost() const { return wasAnswerLost_; }
+
+private:
+    const B2HashedBody& body_;
+    BodyWatch watch_;
+    bool wasAnswerLost_ = false; ///< Of the last attempt.
+    bool mayBeStored_ = false;
+};
 
 } // namespace
 
@@ -103,63 +127,31 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
     const auto body = co_await hash(std::move(request.body));
     if (request.modificationDate)
         setLastModified(request.fileInfo, *request.modificationDate);
-    const auto headers = uploadHeaders(request, body.sha1);
-    const auto pool = uploadPool(request.bucketID);
-    const auto& policy = options_.retryPolicy;
-    auto& log = *options_.log;
     const auto name = oneLine(request.fileName);
-    BodyWatch watch(body.length, std::move(request.onProgress));
+    SingleUpload single(body, std::move(request.onProgress));
     B2RetryTeller teller(std::move(request.onRetry));
-    bool mayBeStored = false;
+    B2FileVersion version;
 
-    for (int attempt = 0;; ++attempt) {
-        std::optional<UploadPool::Lease> lease;
-        std::exception_ptr failure;
-        try {
-            lease = co_await pool->acquire();
-            B2HTTPRequest sent;
-            sent.url = lease->target.uploadURL;
-            sent.headers = headers;
-            sent.headers.push_back({"Authorization", lease->target.authorizationToken});
-            const auto reply = co_await options_.transport->upload(std::move(sent), body.body, watch.progress());
-            requireSuccess(reply.response, reply.body);
-            auto version = decodeAnswer<B2FileVersion>("b2_upload_file", reply.body);
-            co_await pool->release(std::move(*lease));
-            teller.goesOn();
-            co_return version;
-        } catch (...) {
-            failure = std::current_exception();
-        }
-
-        if (lease)
-            co_await pool->discard(lease->target);
-        const bool wasAnswerLost = lease && watch.isWholeBodyOut() && isAnswerLost(failure);
-        mayBeStored = mayBeStored || wasAnswerLost;
-        // The digest is of the file as it was: to send it again would be refused again.
-        if (body.stamp && !isCancellation(failure)) {
-            B2FileWorker worker;
-            if (co_await worker.hasChanged(body))
-                failure = std::make_exception_ptr(changedFileError(body.file()->path, mayBeStored));
-        }
-        const int next = attempt + 1;
-        if (next >= policy.maxDataAttempts || !isRetryableTransferFailure(failure))
-            endUpload(log, name, next, failure);
-        const double wait = backoffSeconds(policy, attempt, options_.jitter());
-        log.warning("transfer",
-            fmt::format(
-                "Upload of {} refused, retry {}/{} in {}", name, next, policy.maxDataAttempts - 1, formatWait(wait)),
-            shortReason(failure));
-        if (wasAnswerLost)
-            log.notice("transfer",
+    B2BodyUpload upload{.body = body.body,
+        .headers = uploadHeaders(request, body.sha1),
+        .texts = {.subject = "Upload of " + name, .failed = "failed", .reason = shortReason},
+        .teller = &teller};
+    upload.progress = [&single] { return single.progress(); };
+    upload.accept = [&version](
+                        const std::string& answer) { version = decodeAnswer<B2FileVersion>("b2_upload_file", answer); };
+    upload.examine = [&single](std::exception_ptr failure, bool hadTarget) {
+        return single.examine(std::move(failure), hadTarget);
+    };
+    upload.onRetry = [this, &single, &name] {
+        if (single.wasAnswerLost())
+            tools_->log->notice("transfer",
                 fmt::format(
                     "All of {} was sent but the answer was lost, so the retry may leave a second version", name));
-        teller.backsOff(next, policy.maxDataAttempts, wait, shortReason(failure));
-        try {
-            co_await options_.sleeper->sleep(wait);
-        } catch (...) {
-            endUpload(log, name, next, std::current_exception());
-        }
-    }
+    };
+    const auto pool = uploadPool(request.bucketID);
+    co_await sendBody(tools_.get(), pool.get(), &upload);
+    teller.goesOn();
+    co_return version;
 }
 
 std::shared_ptr<B2Client::UploadPool> B2Client::uploadPool(const std::string& bucketID)

@@ -1,6 +1,7 @@
 #include "accounts/keys/KeysModel.h"
 
 #include "B2Kit/Secret.h"
+#include "B2Kit/calls/B2AccountKeys.h"
 #include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "accounts/keys/CreatedKeyRules.h"
 #include "accounts/keys/KeyPermissions.h"
@@ -17,7 +18,7 @@ namespace {
 Task<std::vector<B2ApplicationKey>> everyKey(std::shared_ptr<B2Client> client)
 {
     std::vector<B2ApplicationKey> keys;
-    auto listed = client->allKeys();
+    auto listed = allKeys(client);
     while (auto key = co_await listed.next())
         keys.push_back(std::move(*key));
     // The walk of a stopped task ends early, which must not look like a short list.
@@ -181,7 +182,7 @@ Task<std::optional<std::string>> KeysModel::removeOne(std::shared_ptr<B2Session>
     const std::string name = singleLine(key.keyName);
     std::exception_ptr failure;
     try {
-        co_await current->client->deleteKey(id);
+        co_await deleteAccountKey(current->client, id);
     } catch (...) {
         failure = std::current_exception();
     }

@@ -28,18 +28,10 @@ struct StoredParts {
 
 Task<StoredParts> storedParts(std::shared_ptr<B2Client> client, std::string fileID)
 {
-    StoredParts stored;
-    std::optional<int> start;
-    do {
-        const auto page = co_await client->listParts(fileID, start);
-        for (const auto& part : page.parts)
-            stored.bytes += part.contentLength;
-        stored.count += static_cast<int>(page.parts.size());
-        // A page that does not lead on would be read for ever.
-        if (page.nextPartNumber && start && *page.nextPartNumber <= *start)
-            break;
-        start = page.nextPartNumber;
-    } while (start);
+    const auto parts = co_await client->allParts(std::move(fileID));
+    StoredParts stored{.count = static_cast<int>(parts.size())};
+    for (const auto& part : parts)
+        stored.bytes += part.contentLength;
     co_return stored;
 }
 

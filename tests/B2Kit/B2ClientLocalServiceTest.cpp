@@ -1,3 +1,5 @@
+#include "B2Kit/calls/B2AccountKeys.h"
+#include "B2Kit/uploads/B2LargeUpload.h"
 #include "tests/B2Kit/LocalServiceFixture.h"
 
 using testing::ElementsAre;
@@ -107,9 +109,9 @@ TEST_F(LocalServiceTest, KeysAreRightHoweverTheVersionsShareThem)
         EXPECT_THAT(run(keyIDs()), UnorderedElementsAreArray(made));
 
         for (const auto& id : made)
-            EXPECT_EQ(run(client->deleteKey(id)).applicationKeyID, id);
+            EXPECT_EQ(run(deleteAccountKey(client, id)).applicationKeyID, id);
         EXPECT_THAT(run(keyIDs()), ElementsAre());
-        EXPECT_THROW(run(client->deleteKey(made.front())), B2Error);
+        EXPECT_THROW(run(deleteAccountKey(client, made.front())), B2Error);
     }
 }
 
@@ -118,7 +120,7 @@ TEST_F(LocalLargeFileTest, GoesUpInPartsAndComesDownEqual)
     auto request = largeUpload();
     request.modificationDate = std::chrono::system_clock::time_point(std::chrono::milliseconds(1700000000123));
 
-    const auto version = run(client->uploadLargeFile(request));
+    const auto version = run(uploadLargeFile(client, request));
 
     EXPECT_EQ(version.fileID, startedID);
     EXPECT_EQ(version.contentLength, 12'000'000);
@@ -134,7 +136,7 @@ TEST_F(LocalLargeFileTest, AnInterruptedUploadGoesOnWhereItStopped)
         R"({"kind": "status", "operation": "b2_upload_part", "after": 2, "status": 403, "code": "cap_exceeded"})");
     auto request = largeUpload();
     request.concurrency = 1;
-    EXPECT_THROW(run(client->uploadLargeFile(request)), B2Error);
+    EXPECT_THROW(run(uploadLargeFile(client, request)), B2Error);
     EXPECT_THAT(run(unfinished()), ElementsAre(startedID));
     control("faults/clear", "{}");
 
@@ -142,14 +144,14 @@ TEST_F(LocalLargeFileTest, AnInterruptedUploadGoesOnWhereItStopped)
     client = clientWith(service.masterKey().keyID, service.masterKey().applicationKey);
     request.resumeFileID = startedID;
     request.verifiesEveryPart = true;
-    const auto version = run(client->uploadLargeFile(request));
+    const auto version = run(uploadLargeFile(client, request));
 
     EXPECT_EQ(partsBefore, 2);
     EXPECT_EQ(version.fileID, startedID);
     EXPECT_EQ(digestOf(version), digest);
 
     // Killed after the end and before that was noted down.
-    EXPECT_EQ(run(client->uploadLargeFile(request)).fileID, version.fileID);
+    EXPECT_EQ(run(uploadLargeFile(client, request)).fileID, version.fileID);
     EXPECT_THAT(run(namesIn(bucket.bucketID)), ElementsAre("films/ä.mp4"));
 }
 
@@ -162,7 +164,7 @@ TEST_F(LocalLargeFileTest, FaultsInThePartsAndAtTheEndCostNothing)
         R"( {"kind": "status", "operation": "b2_get_upload_part_url", "count": 1, "status": 500},)"
         R"( {"kind": "loseReply", "operation": "b2_finish_large_file", "count": 1}])");
 
-    const auto version = run(client->uploadLargeFile(largeUpload()));
+    const auto version = run(uploadLargeFile(client, largeUpload()));
 
     EXPECT_EQ(version.action.rawValue, "upload");
     EXPECT_EQ(digestOf(version), digest);
@@ -176,7 +178,7 @@ TEST_F(LocalLargeFileTest, AStopInTheMiddleOfAPartTakesNoTime)
     std::atomic<bool> isSending = false;
     auto request = largeUpload();
     request.onProgress = [&](std::int64_t, std::int64_t) { isSending = true; };
-    StartedTask<B2FileVersion> task(client->uploadLargeFile(request));
+    StartedTask<B2FileVersion> task(uploadLargeFile(client, request));
     while (!isSending && !task.waitFor(std::chrono::milliseconds(1))) {}
 
     task.cancel();

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "B2Kit/B2Client.h"
+#include "B2Kit/calls/B2AccountKeys.h"
 #include "B2Kit/files/B2SHA1.h"
 #include "B2Kit/transport/B2CurlTransport.h"
+#include "B2Kit/uploads/B2LargeUpload.h"
 #include "localb2/Service.h"
 #include "tests/support/RunTask.h"
 
@@ -67,7 +69,7 @@ protected:
     Task<std::vector<std::string>> keyIDs()
     {
         std::vector<std::string> ids;
-        auto keys = client->allKeys(1);
+        auto keys = allKeys(client, 1);
         while (const auto key = co_await keys.next())
             ids.push_back(key->applicationKeyID);
         co_return ids;

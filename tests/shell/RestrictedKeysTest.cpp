@@ -1,3 +1,4 @@
+#include "B2Kit/calls/B2AccountKeys.h"
 #include "tests/shell/RootFixture.h"
 
 #include "browser/BrowserTexts.h"
@@ -150,7 +151,7 @@ TEST_F(RestrictedKeysTest, AKeyAboutToEndSaysSoAndThenWhatHappened)
 TEST_F(RestrictedKeysTest, AKeyDeletedElsewhereIsSaidToBeGone)
 {
     auto revoke = [](std::shared_ptr<B2Session> session, std::string keyID) -> Task<> {
-        co_await session->client->deleteKey(std::move(keyID));
+        co_await deleteAccountKey(session->client, std::move(keyID));
     };
     const auto master = *root.keyStore.session;
     const auto keyID = connectWith({.capabilities = reading});

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "B2Kit/pipeline/B2Place.h"
+#include "B2Kit/files/B2Place.h"
 #include "transfers/download/ExistingFilePolicy.h"
 
 #include <cstdint>

@@ -1,6 +1,7 @@
 #include "transfers/upload/LargeUpload.h"
 
 #include "B2Kit/B2Client.h"
+#include "B2Kit/uploads/B2LargeUpload.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Settings.h"
 #include "foundation/SettingsKeys.h"
@@ -159,7 +160,7 @@ Task<> sendInParts(const UploadOrder* order, const TransferRun* run, const Uploa
             request.startedSHA1 = *transfer.startedSHA1;
     }
     const auto client = order->session->client;
-    co_await client->uploadLargeFile(std::move(request));
+    co_await uploadLargeFile(client, std::move(request));
 }
 
 LargeUploadEnd endOfLargeUpload(Transfer& transfer, const std::exception_ptr& failure)

@@ -9,7 +9,7 @@
 /// Sends the file in parts, after a pass for its checksum unless that is off, skipped or was made when the upload
 /// began. Remembers the large file in the record and in the store, so that it can be resumed.
 ///
-/// @throws as `B2Client::uploadLargeFile`.
+/// @throws as `uploadLargeFile` of B2Kit.
 Task<> sendInParts(const UploadOrder* order, const TransferRun* run, const UploadContext* context,
     const UploadSource* source, std::string contentType);
 

@@ -1,3 +1,4 @@
+#include "B2Kit/calls/B2AccountKeys.h"
 #include "tests/B2Kit/ClientFixture.h"
 
 using testing::ElementsAre;
@@ -31,7 +32,7 @@ protected:
     Task<std::string> listedIDs()
     {
         std::string ids;
-        auto keys = client->allKeys(2);
+        auto keys = allKeys(client, 2);
         while (const auto found = co_await keys.next())
             ids += found->applicationKeyID + (found->bucketIDs.empty() ? " " : "@" + found->bucketIDs.front() + " ");
         co_return ids;
@@ -133,10 +134,10 @@ TEST_F(KeyCallsTest, AListThatMayLackKeysIsAFailure)
 TEST_F(KeyCallsTest, ADeletionTriesTheOtherVersion)
 {
     transport->answer(deleteKey, key("k1", "v4", overTwo));
-    EXPECT_EQ(run(client->deleteKey("k1")).applicationKeyID, "k1");
+    EXPECT_EQ(run(deleteAccountKey(client, "k1")).applicationKeyID, "k1");
 
     transport->refuse(deleteKey, 400, "bad_request").answer(deleteKey, key("k2", "v3", "null"));
-    EXPECT_EQ(run(client->deleteKey("k2")).applicationKeyID, "k2");
+    EXPECT_EQ(run(deleteAccountKey(client, "k2")).applicationKeyID, "k2");
 
     EXPECT_THAT(versionsOf(deleteKey), ElementsAre("v4", "v4", "v3"));
     EXPECT_THAT(log->lines(), IsEmpty()) << "what the other version made good is no error";
@@ -145,21 +146,21 @@ TEST_F(KeyCallsTest, ADeletionTriesTheOtherVersion)
 TEST_F(KeyCallsTest, ADeletionThatBothVersionsRefuseThrowsTheFirstRefusal)
 {
     transport->refuse(deleteKey, 400, "bad_request", "first").refuse(deleteKey, 401, "unsupported", "second");
-    EXPECT_EQ(failureOf(client->deleteKey("k1")), "B2 400 bad_request: first");
+    EXPECT_EQ(failureOf(deleteAccountKey(client, "k1")), "B2 400 bad_request: first");
     EXPECT_THAT(log->lines(), ElementsAre("Error api: b2_delete_key failed: 401 unsupported | second"));
 
     // A right that is missing is missing in every version.
     transport->refuse(deleteKey, 401, "unauthorized", "");
-    EXPECT_THAT(failureOf(client->deleteKey("k1")), HasSubstr("not allowed"));
+    EXPECT_THAT(failureOf(deleteAccountKey(client, "k1")), HasSubstr("not allowed"));
     EXPECT_EQ(transport->count(deleteKey), 3U);
 
     // What is no refusal says more than the first one.
     transport->refuse(deleteKey, 400, "bad_request");
     for (int i = 0; i < 5; ++i)
         transport->refuse(deleteKey, 503, "service_unavailable");
-    EXPECT_EQ(failureOf(client->deleteKey("k1")), "B2 503 service_unavailable: why");
+    EXPECT_EQ(failureOf(deleteAccountKey(client, "k1")), "B2 503 service_unavailable: why");
     transport->refuse(deleteKey, 400, "bad_request").refuse(deleteKey, 403, "access_denied");
-    EXPECT_EQ(failureOf(client->deleteKey("k1")), "B2 403 access_denied: why");
+    EXPECT_EQ(failureOf(deleteAccountKey(client, "k1")), "B2 403 access_denied: why");
 }
 
 TEST_F(KeyCallsTest, ADeletionWhoseAnswerWasLostIsLookedUp)
@@ -171,11 +172,11 @@ TEST_F(KeyCallsTest, ADeletionWhoseAnswerWasLostIsLookedUp)
     };
     loseAnswer();
     transport->answer(listKeys, keysPage({})).answer(listKeys, keysPage({key("k2", "v3", "null")}));
-    EXPECT_EQ(run(client->deleteKey("k1")).applicationKeyID, "k1");
+    EXPECT_EQ(run(deleteAccountKey(client, "k1")).applicationKeyID, "k1");
 
     loseAnswer();
     transport->answer(listKeys, keysPage({})).answer(listKeys, keysPage({key("k1", "v3", "null")}));
-    EXPECT_EQ(failureOf(client->deleteKey("k1")), "B2 400 bad_request: why");
+    EXPECT_EQ(failureOf(deleteAccountKey(client, "k1")), "B2 400 bad_request: why");
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "tests/B2Kit/uploads/LargeFileFixture.h"
 
 #include "B2Kit/files/B2SHA1.h"
+#include "B2Kit/uploads/B2LargeUpload.h"
 #include "B2Kit/uploads/B2PartPlan.h"
 
 using testing::AllOf;
@@ -77,7 +78,7 @@ TEST_F(B2LargeFileTest, SendsAFileInPartsAndSaysSo)
     auto request = fileUpload(text);
     request.modificationDate = std::chrono::system_clock::time_point(std::chrono::milliseconds(1'772'700'000'123));
 
-    const auto version = run(client->uploadLargeFile(std::move(request)));
+    const auto version = run(uploadLargeFile(client, std::move(request)));
 
     EXPECT_EQ(version.fileID, "4_large");
     EXPECT_THAT(bodiesOf("b2_start_large_file"),
@@ -98,9 +99,9 @@ TEST_F(B2LargeFileTest, BytesInMemoryGoTheSameWay)
     const auto text = content(7'000'000);
     auto request = fileUpload(text);
     request.source = std::make_shared<const std::string>(text);
-    run(client->uploadLargeFile(request));
+    run(uploadLargeFile(client, request));
     request.hashesMemory = true;
-    run(client->uploadLargeFile(request));
+    run(uploadLargeFile(client, request));
 
     EXPECT_THAT(bodiesOf("b2_start_large_file"),
         ElementsAre(HasSubstr(R"("fileInfo":{}})"), HasSubstr(R"({"large_file_sha1":")" + sha1Of(text) + "\"}")));
@@ -114,7 +115,7 @@ TEST_F(B2LargeFileTest, WithoutAChecksumPassAChangeIsNoticedAllTheSame)
     auto request = fileUpload(text);
     request.concurrency = 1;
     request.recordsWholeFileChecksum = false;
-    run(client->uploadLargeFile(request));
+    run(uploadLargeFile(client, request));
 
     EXPECT_THAT(bodiesOf("b2_start_large_file"), ElementsAre(HasSubstr(R"("fileInfo":{}})")));
     EXPECT_EQ(received(), text);
@@ -126,9 +127,9 @@ TEST_F(B2LargeFileTest, WithoutAChecksumPassAChangeIsNoticedAllTheSame)
             std::ofstream(source(), std::ios::in | std::ios::out) << "edited";
     };
     EXPECT_THAT(
-        failureOf(client->uploadLargeFile(request)), HasSubstr("changed since this upload was started: part 3"));
+        failureOf(uploadLargeFile(client, request)), HasSubstr("changed since this upload was started: part 3"));
     request.source = folder / "absent";
-    EXPECT_EQ(failureOf(client->uploadLargeFile(request)), "Invalid response: Could not determine the size of absent");
+    EXPECT_EQ(failureOf(uploadLargeFile(client, request)), "Invalid response: Could not determine the size of absent");
     EXPECT_EQ(transport->count("b2_finish_large_file"), 1U);
 }
 
@@ -142,7 +143,7 @@ TEST_F(B2LargeFileTest, ASkippedPassEndsAndTheUploadGoesOn)
     request.isChecksumSkipped = [&] { return hashed > 0; };
     request.onStarted = [&](const std::string&, const std::string& sha1) { digest = sha1; };
 
-    run(client->uploadLargeFile(request));
+    run(uploadLargeFile(client, request));
 
     EXPECT_EQ(hashed, 4'000'000);
     EXPECT_EQ(digest, "");
@@ -152,15 +153,15 @@ TEST_F(B2LargeFileTest, ASkippedPassEndsAndTheUploadGoesOn)
 
 TEST_F(B2LargeFileTest, WhatIsNoLargeFileIsToldBeforeAnythingIsSent)
 {
-    EXPECT_EQ(failureOf(client->uploadLargeFile(fileUpload(content(5'000'000)))),
+    EXPECT_EQ(failureOf(uploadLargeFile(client, fileUpload(content(5'000'000)))),
         "5000000 bytes is below B2's 5000001 byte minimum for a large file; use uploadFile.");
     auto request = fileUpload("");
     request.source = folder / "absent";
-    EXPECT_EQ(failureOf(client->uploadLargeFile(request)), "Invalid response: Could not determine the size of absent");
+    EXPECT_EQ(failureOf(uploadLargeFile(client, request)), "Invalid response: Could not determine the size of absent");
     EXPECT_EQ(transport->count("b2_authorize_account"), 0U);
 
     transport->answer("b2_start_large_file", R"({"fileName": "movie.mp4", "action": "start"})");
-    EXPECT_EQ(failureOf(client->uploadLargeFile(fileUpload(content(6'000'000)))),
+    EXPECT_EQ(failureOf(uploadLargeFile(client, fileUpload(content(6'000'000)))),
         "Invalid response: b2_start_large_file returned no fileId");
 }
 
@@ -170,7 +171,7 @@ TEST_F(B2LargeFileTest, ARefusedPartIsSentAgainThroughAnotherAddress)
     request.concurrency = 1;
     transport->refuse(part, 503, "service_unavailable", "no tomes available").loseConnection(part);
 
-    run(client->uploadLargeFile(request));
+    run(uploadLargeFile(client, request));
 
     EXPECT_THAT(sleeper->waits(), ElementsAre(1.5, 2.0));
     EXPECT_THAT(log->lines(),
@@ -196,7 +197,7 @@ TEST_F(B2LargeFileTest, APartHasTwentyAttempts)
         return StubTransport::Reply{500, R"({"status": 500, "code": "internal_error", "message": "why"})"};
     });
 
-    EXPECT_EQ(failureOf(client->uploadLargeFile(request)), "B2 500 internal_error: why");
+    EXPECT_EQ(failureOf(uploadLargeFile(client, request)), "B2 500 internal_error: why");
 
     EXPECT_EQ(transport->count(part), 20U);
     EXPECT_EQ(log->lines().back(), "Error transfer: Part 1 gave up after 20 attempts | B2 500 internal_error: why");
@@ -209,7 +210,7 @@ TEST_F(B2LargeFileTest, AReachedCapEndsItAtOnce)
     request.concurrency = 1;
     transport->refuse(part, 403, "storage_cap_exceeded");
 
-    EXPECT_EQ(failureOf(client->uploadLargeFile(request)), "B2 403 storage_cap_exceeded: why");
+    EXPECT_EQ(failureOf(uploadLargeFile(client, request)), "B2 403 storage_cap_exceeded: why");
 
     EXPECT_EQ(transport->count(part), 1U);
     EXPECT_EQ(transport->count("b2_finish_large_file"), 0U);
@@ -222,7 +223,7 @@ TEST_F(B2LargeFileTest, SendsAsManyPartsAtOnceAsAllowed)
     auto request = fileUpload(content(30'000'000));
     request.concurrency = 3;
 
-    run(client->uploadLargeFile(request));
+    run(uploadLargeFile(client, request));
 
     EXPECT_EQ(transport->count("b2_get_upload_part_url"), 3U) << "each lane keeps its address";
 }
@@ -230,7 +231,7 @@ TEST_F(B2LargeFileTest, SendsAsManyPartsAtOnceAsAllowed)
 TEST_F(B2LargeFileTest, AStopEndsItAndCancelsNothingOnB2)
 {
     transport->gather(part, 9);
-    StartedTask<B2FileVersion> task(client->uploadLargeFile(fileUpload(content(12'000'000))));
+    StartedTask<B2FileVersion> task(uploadLargeFile(client, fileUpload(content(12'000'000))));
     while (transport->count(part) < 3)
         std::this_thread::yield();
 
@@ -249,20 +250,20 @@ TEST_F(B2LargeFileTest, ALostAnswerOfTheFinishIsLookedUp)
     transport->loseConnection(finish);
     refuse();
     transport->answer("b2_get_file_info", fileRecord("upload"));
-    EXPECT_EQ(run(client->uploadLargeFile(request)).action.rawValue, "upload");
+    EXPECT_EQ(run(uploadLargeFile(client, request)).action.rawValue, "upload");
     EXPECT_EQ(log->lines().back(),
         "Notice transfer: movie.mp4: the answer of b2_finish_large_file was lost, but the file is there");
 
     transport->answer(finish, "{").answer("b2_get_file_info", fileRecord("upload"));
-    EXPECT_EQ(run(client->uploadLargeFile(request)).fileID, "4_large");
+    EXPECT_EQ(run(uploadLargeFile(client, request)).fileID, "4_large");
 
     transport->loseConnection(finish);
     refuse();
     transport->answer("b2_get_file_info", fileRecord("start"));
-    EXPECT_EQ(failureOf(client->uploadLargeFile(request)), "B2 400 bad_request: No active upload for: 4_large");
+    EXPECT_EQ(failureOf(uploadLargeFile(client, request)), "B2 400 bad_request: No active upload for: 4_large");
 
     refuse();
-    EXPECT_THAT(failureOf(client->uploadLargeFile(request)), HasSubstr("No active upload"));
+    EXPECT_THAT(failureOf(uploadLargeFile(client, request)), HasSubstr("No active upload"));
     EXPECT_EQ(transport->count("b2_get_file_info"), 3U) << "a plain refusal needs no look-up";
 }
 
@@ -274,7 +275,7 @@ TEST_F(B2LargeFileTest, CutShortItIsToldSo)
         };
         auto request = fileUpload(content(12'000'000));
         request.concurrency = 1;
-        return failureOf(client->uploadLargeFile(request));
+        return failureOf(uploadLargeFile(client, request));
     };
 
     EXPECT_EQ(cut(7'000'000), "Invalid response: Short read at offset 5000000 of source");
@@ -292,7 +293,7 @@ TEST_F(B2LargeFileTest, ASourceThatChangesOnTheWayIsNeverFinished)
         auto request = fileUpload(content(6'000'000));
         request.concurrency = 1;
         EXPECT_THAT(
-            failureOf(client->uploadLargeFile(request)), HasSubstr("changed since this upload was started: part 2 "));
+            failureOf(uploadLargeFile(client, request)), HasSubstr("changed since this upload was started: part 2 "));
     }
     EXPECT_EQ(transport->count("b2_finish_large_file"), 0U);
 }

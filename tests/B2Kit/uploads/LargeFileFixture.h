@@ -3,6 +3,7 @@
 #include "tests/B2Kit/ClientFixture.h"
 
 #include "B2Kit/files/B2SHA1.h"
+#include "B2Kit/uploads/B2LargeUpload.h"
 
 #include <cstdlib>
 #include <fstream>

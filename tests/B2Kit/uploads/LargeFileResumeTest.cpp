@@ -1,3 +1,4 @@
+#include "B2Kit/uploads/B2LargeUpload.h"
 #include "tests/B2Kit/uploads/LargeFileFixture.h"
 
 using testing::AllOf;
@@ -29,7 +30,7 @@ TEST_F(LargeFileResumeTest, SendsOnlyWhatIsMissing)
 {
     transport->answer(listParts, partsPage(text, {1, 2}, "3")).answer(listParts, partsPage(text, {4}));
 
-    run(client->uploadLargeFile(resumed(text)));
+    run(uploadLargeFile(client, resumed(text)));
 
     EXPECT_THAT(sentNumbers(), ElementsAre(3, 5));
     EXPECT_EQ(transport->count("b2_start_large_file"), 0U);
@@ -47,7 +48,7 @@ TEST_F(LargeFileResumeTest, WithAllPartsThereItGoesStraightToTheEnd)
 {
     transport->answer(listParts, partsPage(text, {1, 2, 3, 4, 5}));
 
-    run(client->uploadLargeFile(resumed(text)));
+    run(uploadLargeFile(client, resumed(text)));
 
     EXPECT_EQ(transport->count(part), 0U);
     EXPECT_EQ(transport->count("b2_get_upload_part_url"), 0U);
@@ -60,7 +61,7 @@ TEST_F(LargeFileResumeTest, PartsOfAnotherSizeAreAllSentAgain)
     auto request = resumed(text);
     request.partSize = 6'000'000;
 
-    run(client->uploadLargeFile(request));
+    run(uploadLargeFile(client, request));
 
     EXPECT_THAT(sentNumbers(), ElementsAre(1, 2, 3, 4));
     EXPECT_EQ(transport->count("b2_start_large_file"), 0U) << "the unfinished file is used all the same";
@@ -71,7 +72,7 @@ TEST_F(LargeFileResumeTest, AListOfPartsThatNeverAdvancesEnds)
     transport->always(
         listParts, [this](const B2HTTPRequest&) { return StubTransport::Reply{200, partsPage(text, {1}, "2")}; });
 
-    run(client->uploadLargeFile(resumed(text)));
+    run(uploadLargeFile(client, resumed(text)));
 
     EXPECT_EQ(transport->count(listParts), 2U);
     EXPECT_THAT(sentNumbers(), ElementsAre(2, 3, 4, 5));
@@ -83,7 +84,7 @@ TEST_F(LargeFileResumeTest, AReplacedFileHasToStartAgain)
     other.at(7'000'000) ^= 1;
     transport->answer(listParts, partsPage(text, {2, 3}));
 
-    EXPECT_EQ(failureOf(client->uploadLargeFile(resumed(other))),
+    EXPECT_EQ(failureOf(uploadLargeFile(client, resumed(other))),
         "The file has changed since this upload was started: part 2 no longer matches what is stored on B2. Resuming "
         "would combine two different versions, so it has to start again.");
 
@@ -99,21 +100,21 @@ TEST_F(LargeFileResumeTest, AnEditBehindTheFirstPartIsFoundWhenEveryPartIsCompar
         listParts, [this](const B2HTTPRequest&) { return StubTransport::Reply{200, partsPage(text, {1, 3, 4})}; });
     auto request = resumed(other);
     request.verifiesEveryPart = true;
-    EXPECT_THAT(failureOf(client->uploadLargeFile(request)), HasSubstr("part 4 no longer matches"));
+    EXPECT_THAT(failureOf(uploadLargeFile(client, request)), HasSubstr("part 4 no longer matches"));
 
     // The digest of the whole tells it too, even when no stored part is touched.
     request.verifiesEveryPart = false;
     request.startedSHA1 = sha1Of(text);
-    EXPECT_THAT(failureOf(client->uploadLargeFile(request)), HasSubstr("part 4 no longer matches"));
+    EXPECT_THAT(failureOf(uploadLargeFile(client, request)), HasSubstr("part 4 no longer matches"));
     other = text;
     other.at(6'000'000) ^= 1;
     request.source = resumed(other).source;
-    EXPECT_THAT(failureOf(client->uploadLargeFile(request)), HasSubstr("part 2 no longer matches"));
+    EXPECT_THAT(failureOf(uploadLargeFile(client, request)), HasSubstr("part 2 no longer matches"));
     EXPECT_THAT(sentNumbers(), IsEmpty());
 
     request.source = resumed(text).source;
     request.verifiesEveryPart = true;
-    run(client->uploadLargeFile(request));
+    run(uploadLargeFile(client, request));
     EXPECT_THAT(sentNumbers(), ElementsAre(2, 5));
 }
 
@@ -124,7 +125,7 @@ TEST_F(LargeFileResumeTest, AnUnchangedSourceIsNotReadForItsDigestAgain)
     request.recordsWholeFileChecksum = false;
     request.startedSHA1 = sha1Of(text);
 
-    run(client->uploadLargeFile(request));
+    run(uploadLargeFile(client, request));
 
     EXPECT_THAT(sentNumbers(), ElementsAre(1, 3));
     EXPECT_THAT(events(), Not(Contains(HasSubstr("hashed"))));
@@ -142,14 +143,14 @@ TEST_F(LargeFileResumeTest, AChangedSourceIsComparedThoughChecksumsAreSkipped)
     request.isChecksumSkipped = [] { return true; };
 
     // Every stored part still fits, but the rest would go under a digest that is not the file's.
-    EXPECT_THAT(failureOf(client->uploadLargeFile(request)), HasSubstr("part 2 no longer matches"));
+    EXPECT_THAT(failureOf(uploadLargeFile(client, request)), HasSubstr("part 2 no longer matches"));
 
     // What was finished can be compared by its digest alone, which here there is none of.
     request.startedSHA1.reset();
     transport->refuse(listParts, 400, "bad_request", "No active upload for: 4_large");
     transport->answer("b2_get_file_info",
         R"({"fileId": "4_large", "fileName": "movie.mp4", "contentLength": 22000000, "action": "upload"})");
-    EXPECT_THAT(failureOf(client->uploadLargeFile(request)), HasSubstr("The file has changed"));
+    EXPECT_THAT(failureOf(uploadLargeFile(client, request)), HasSubstr("The file has changed"));
     EXPECT_THAT(sentNumbers(), IsEmpty());
     EXPECT_EQ(transport->count("b2_finish_large_file"), 0U);
 }
@@ -164,15 +165,15 @@ TEST_F(LargeFileResumeTest, AnUploadThatWasFinishedAfterAllIsTheResult)
                 + digest + "\"}}");
     };
     finished(sha1Of(text));
-    EXPECT_EQ(run(client->uploadLargeFile(resumed(text))).fileID, "4_large");
+    EXPECT_EQ(run(uploadLargeFile(client, resumed(text))).fileID, "4_large");
     EXPECT_EQ(log->lines().back(), "Notice transfer: movie.mp4 had been finished already");
 
     finished(sha1Of("other"));
-    EXPECT_THAT(failureOf(client->uploadLargeFile(resumed(text))), HasSubstr("The file has changed"));
+    EXPECT_THAT(failureOf(uploadLargeFile(client, resumed(text))), HasSubstr("The file has changed"));
 
     transport->refuse(listParts, 400, "bad_request", "No active upload for: 4_large");
     transport->refuse("b2_get_file_info", 404, "not_found");
-    EXPECT_EQ(failureOf(client->uploadLargeFile(resumed(text))), "B2 400 bad_request: No active upload for: 4_large");
+    EXPECT_EQ(failureOf(uploadLargeFile(client, resumed(text))), "B2 400 bad_request: No active upload for: 4_large");
     EXPECT_THAT(sentNumbers(), IsEmpty());
 }
 

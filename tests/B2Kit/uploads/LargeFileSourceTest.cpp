@@ -1,3 +1,4 @@
+#include "B2Kit/uploads/B2LargeUpload.h"
 #include "tests/B2Kit/LocalServiceFixture.h"
 
 using testing::ElementsAre;
@@ -59,7 +60,7 @@ protected:
     std::string failureOf(const B2UploadLargeFileRequest& request)
     {
         try {
-            run(client->uploadLargeFile(request));
+            run(uploadLargeFile(client, request));
             return "nothing";
         } catch (const std::exception& failure) {
             return failure.what();

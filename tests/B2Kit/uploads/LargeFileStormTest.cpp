@@ -1,3 +1,4 @@
+#include "B2Kit/uploads/B2LargeUpload.h"
 #include "tests/B2Kit/uploads/LargeFileFixture.h"
 
 #include <array>
@@ -225,7 +226,7 @@ TEST_P(OnePartAtATimeTest, EveryRequestAndWaitIsAsThePolicySays)
     auto request = wholeUpload();
     request.concurrency = 1;
 
-    EXPECT_EQ(failureOf(client->uploadLargeFile(std::move(request))), "nothing");
+    EXPECT_EQ(failureOf(uploadLargeFile(client, std::move(request))), "nothing");
 
     EXPECT_THAT(sleeper->waits(), Pointwise(DoubleNear(1e-9), expected.waits));
     EXPECT_THAT(sentNumbers(), ElementsAreArray(expected.sends));
@@ -238,7 +239,7 @@ TEST_P(FourPartsAtOnceTest, EachHasItsOwnAttemptsAndNoneIsSentTwice)
 {
     strikeParts();
 
-    EXPECT_EQ(failureOf(client->uploadLargeFile(wholeUpload())), "nothing");
+    EXPECT_EQ(failureOf(uploadLargeFile(client, wholeUpload())), "nothing");
 
     std::vector<double> waits;
     std::vector<int> sends;

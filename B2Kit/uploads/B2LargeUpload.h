@@ -1,7 +1,9 @@
 #pragma once
 
+#include "B2Kit/B2File.h"
 #include "B2Kit/transport/B2Transport.h"
 #include "B2Kit/uploads/B2PartRetryEvent.h"
+#include "async/Task.h"
 
 #include <chrono>
 #include <cstdint>
@@ -13,20 +15,7 @@
 #include <string>
 #include <variant>
 
-struct B2StartLargeFileRequest {
-    std::string bucketID;
-    std::string fileName;
-    std::string contentType = "b2/x-auto";
-    std::map<std::string, std::string> fileInfo;
-};
-
-/// Which page of a bucket's unfinished large files to fetch.
-struct B2ListUnfinishedLargeFilesRequest {
-    std::string bucketID;
-    std::optional<std::string> namePrefix;
-    std::optional<std::string> startFileID; ///< First id to return; unset for the first page.
-    int maxFileCount = 100;                 ///< 1 to 100, which is also what a larger number asks for.
-};
+class B2Client;
 
 /// What a caller found a source file to be.
 struct B2SourceState {
@@ -79,3 +68,14 @@ struct B2UploadLargeFileRequest {
     B2OnRetry onPartRetry;
     std::function<void(int done, int total)> onPartsDone;
 };
+
+/// Uploads in parts, so that the upload can go on after an interruption.
+///
+/// Reads the file twice, once for its digest and once part by part, and holds only what is being read. Runs on the
+/// client's executor and resumes on the caller's. Each part has attempts of its own. Whatever stops the upload, the
+/// large file stays unfinished on B2, to be resumed or cancelled; a file that changes on the way is never put together
+/// from two contents. When the file to resume turns out to be finished, that version is the result.
+///
+/// @throws as the calls of `B2Client` do. After `B2Error::SourceChangedSinceUpload` resuming cannot help: the upload
+///         has to start over.
+Task<B2FileVersion> uploadLargeFile(std::shared_ptr<B2Client> client, B2UploadLargeFileRequest request);

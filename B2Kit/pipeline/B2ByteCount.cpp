@@ -1,4 +1,4 @@
-#include "B2Kit/wire/B2ByteCount.h"
+#include "B2Kit/pipeline/B2ByteCount.h"
 
 #include <fmt/format.h>
 
