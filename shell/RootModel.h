@@ -103,8 +103,6 @@ public:
     /// Gives a key or an account another name. A failure is left in `remark`.
     void renameKey(StoredKey key, std::string name);
     void renameAccount(std::string accountID, std::string name);
-    /// Forgets the keys that the service refuses; what was kept is left in `remark`.
-    Task<> removeRevokedKeys();
     /// Is the program connected with the key?
     bool isCurrent(const StoredKey& key) const;
     /// The key that commands without a choice are about: the session's, or the one that could not connect.
