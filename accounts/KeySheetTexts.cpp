@@ -44,9 +44,9 @@ bool isNameGiven(std::string_view name)
     return !trimmed(name).empty();
 }
 
-KeyQuestion removeKeyQuestion(const StoredKey& key, bool isCurrent)
+Question removeKeyQuestion(const StoredKey& key, bool isCurrent)
 {
-    KeyQuestion question{.title = fmt::format("Remove “{}” from Kestrovan?", key.label),
+    Question question{.title = fmt::format("Remove “{}” from Kestrovan?", key.label),
         .text = "Removes this key from Kestrovan. It stays at Backblaze. To use it here again you need its "
                 "applicationKey, which Backblaze shows only once.",
         .verb = "Remove"};
@@ -55,7 +55,7 @@ KeyQuestion removeKeyQuestion(const StoredKey& key, bool isCurrent)
     return question;
 }
 
-KeyQuestion removeRevokedQuestion(const std::vector<StoredKey>& keys, bool isAnyShared)
+Question removeRevokedQuestion(const std::vector<StoredKey>& keys, bool isAnyShared)
 {
     const auto count = countText(static_cast<std::int64_t>(keys.size()), "key", "keys");
     return {.title = fmt::format("Remove {} Backblaze no longer has?", count),
@@ -90,17 +90,4 @@ std::string passphraseChangeText(PassphraseChange change)
         return "The passphrase of your stored keys was taken off, and what opens their file lies beside it.";
     }
     return {};
-}
-
-std::optional<std::string> keptKeysText(const RevokedKeysOutcome& outcome)
-{
-    if (outcome.kept.empty())
-        return std::nullopt;
-    std::string text;
-    if (!outcome.removed.empty())
-        text = countText(static_cast<std::int64_t>(outcome.removed.size()), "key was", "keys were") + " removed. ";
-    for (const auto& kept : outcome.kept)
-        text += kept.reason + " ";
-    text.pop_back();
-    return text;
 }

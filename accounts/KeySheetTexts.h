@@ -1,50 +1,40 @@
 #pragma once
 
-#include "accounts/KeyStore.h"
+#include "B2Kit/Secret.h"
+#include "accounts/StoredKey.h"
+#include "foundation/Question.h"
 
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-/// The words of the sheets that rename and remove stored keys. Functions of values.
-
-/// A question with the button that does it; "Cancel" is the other.
-struct KeyQuestion {
-    std::string title;
-    std::string text;
-    std::string verb;
-
-    bool operator==(const KeyQuestion&) const = default;
-};
+/// The texts of the sheets that rename and remove stored keys. Functions of values.
 
 std::string renameKeyText(bool isMaster);
 std::string renameAccountText();
 
-/// May the name be given? Blanks alone are none.
+/// Is there a name at all? Blanks alone are none.
 bool isNameGiven(std::string_view name);
 
 /// @param isCurrent  the program is connected with the key.
-KeyQuestion removeKeyQuestion(const StoredKey& key, bool isCurrent);
+Question removeKeyQuestion(const StoredKey& key, bool isCurrent);
 
 /// @param isAnyShared  one of the keys is on the user's other computers too.
-KeyQuestion removeRevokedQuestion(const std::vector<StoredKey>& keys, bool isAnyShared);
+Question removeRevokedQuestion(const std::vector<StoredKey>& keys, bool isAnyShared);
 
-/// What is left to do for somebody who does not know the passphrase any more.
+/// Advice for a user who no longer knows the passphrase.
 std::string forgottenPassphraseText(const std::filesystem::path& store);
 
-/// What makes a passphrase good.
+/// Advice for choosing a passphrase.
 inline constexpr std::string_view passphraseAdvice = "Four or more random words are good.";
 
-/// Is it worth a word? It is never forbidden.
+/// Is it short enough for a warning? No passphrase is refused.
 bool isShortPassphrase(const Secret& passphrase);
 inline constexpr std::string_view shortPassphraseText =
     "This passphrase is short. Whoever gets a copy of the file guesses a short one quickly.";
 
-/// What happened to the passphrase of the stored keys' file, as a sentence.
+/// A change of the passphrase of the stored keys' file.
 enum class PassphraseChange { set, changed, takenOff };
+/// The change as a sentence to show.
 std::string passphraseChangeText(PassphraseChange change);
-
-/// What to tell after the revoked keys were removed; nothing when all of them are gone.
-std::optional<std::string> keptKeysText(const RevokedKeysOutcome& outcome);

@@ -18,21 +18,6 @@
 #include <string>
 #include <vector>
 
-/// What became of the keys that looked revoked.
-struct RevokedKeysOutcome {
-    struct Kept {
-        StoredKey key;
-        std::string reason; ///< A sentence.
-
-        bool operator==(const Kept&) const = default;
-    };
-
-    std::vector<StoredKey> removed;
-    std::vector<Kept> kept;
-
-    bool operator==(const RevokedKeysOutcome&) const = default;
-};
-
 /// The stored keys and the session of the one in use.
 ///
 /// Lives on the main thread as long as the process. A failed attempt to connect leaves the session that was there;
@@ -110,9 +95,11 @@ public:
     /// @throws Keychain::Failure when the store would not remove it; everything is as before then.
     Task<> remove(StoredKey key);
 
-    /// Removes every key that looks revoked, each only after the service has refused that very key. One that still
-    /// works, or that could not be asked about, stays.
-    Task<RevokedKeysOutcome> removeRevoked();
+    /// Removes a key that looks revoked, once the service has refused that very key. One that still works, or that
+    /// could not be asked about, stays. Cancelled before the removal begins, it changes nothing.
+    ///
+    /// @returns why the key was kept, as a sentence; nothing when it was removed.
+    Task<std::optional<std::string>> removeIfRevoked(StoredKey key);
 
     // A failure goes to the log; an empty name does nothing. Neither changes anything at the service.
     Task<> rename(StoredKey key, std::string name);

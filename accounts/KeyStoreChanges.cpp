@@ -150,26 +150,20 @@ Task<> KeyStore::remove(StoredKey key)
         settings_.removePrefix(SettingsKeys::browserSortsOfAccount(*key.accountID));
 }
 
-Task<RevokedKeysOutcome> KeyStore::removeRevoked()
+Task<std::optional<std::string>> KeyStore::removeIfRevoked(StoredKey key)
 {
-    RevokedKeysOutcome outcome;
-    for (const auto& key : revokedKeys()) {
-        auto reason = co_await reasonToKeep(key);
-        if (!reason) {
-            try {
-                co_await remove(key);
-            } catch (const Keychain::Failure& error) {
-                reason = fmt::format("“{}” could not be removed, so it was kept. {}", key.label, error.what());
-            }
+    auto reason = co_await reasonToKeep(key);
+    co_await checkCancelled();
+    if (!reason) {
+        try {
+            co_await remove(key);
+        } catch (const Keychain::Failure& error) {
+            reason = fmt::format("“{}” could not be removed, so it was kept. {}", key.label, error.what());
         }
-        if (!reason) {
-            outcome.removed.push_back(key);
-            continue;
-        }
-        record(B2LogLevel::notice, "keys", fmt::format("Kept key {}", key.label), *reason);
-        outcome.kept.push_back({key, std::move(*reason)});
     }
-    co_return outcome;
+    if (reason)
+        record(B2LogLevel::notice, "keys", fmt::format("Kept key {}", key.label), *reason);
+    co_return reason;
 }
 
 /// Why a key that looks revoked must not be forgotten: only a refusal of that very key proves it.

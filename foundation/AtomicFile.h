@@ -4,8 +4,8 @@
 #include <string_view>
 #include <system_error>
 
-/// Replaces a file in one step by one that only its owner can read (0600), written through to the disk before.
+/// Replaces a file in one step with one that only its owner can read (0600). The content reaches the disk first.
 ///
-/// A link is followed, so that the file it leads to is replaced. After a failure the file is as it was. Blocks.
-/// Not for two writers of one file at once.
+/// Follows a link and replaces the file it leads to. After a failure the file is as it was. Blocks.
+/// Two writers of one file need a lock around the call (`FileLock`).
 std::error_code replaceFile(const std::filesystem::path& file, std::string_view content);

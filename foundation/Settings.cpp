@@ -1,19 +1,10 @@
 #include "foundation/Settings.h"
 
-#include "async/Executor.h"
-#include "foundation/AtomicFile.h"
 #include "foundation/Paths.h"
 #include "foundation/QtText.h"
-
-#include <QJsonDocument>
-#include <QJsonValue>
+#include "foundation/SettingsWriter.h"
 
 #include <cerrno>
-#include <condition_variable>
-#include <cstdio>
-#include <fcntl.h>
-#include <mutex>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -21,7 +12,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto gatheringTime = 200ms;
-constexpr std::size_t maxFileBytes = 64'000'000;
 
 Settings* injectedSettings = nullptr;
 
@@ -30,113 +20,12 @@ std::string quoted(const std::filesystem::path& path)
     return '"' + path.string() + '"';
 }
 
-/// The content of a regular file; an empty optional without an error for anything else, or for one that is too large.
-std::optional<std::string> readRegularFile(const std::filesystem::path& file, std::error_code& error)
-{
-    // Without O_NONBLOCK, a pipe in the file's place would hold up the start for ever.
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) {
-        error = {errno, std::generic_category()};
-        return std::nullopt;
-    }
-    std::optional<std::string> content;
-    struct stat status{};
-    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
-        content.emplace();
-        char block[65536];
-        ssize_t count = 0;
-        while (content->size() <= maxFileBytes && (count = ::read(descriptor, block, sizeof block)) > 0)
-            content->append(block, static_cast<std::size_t>(count));
-        if (count < 0)
-            error = {errno, std::generic_category()};
-        if (count < 0 || content->size() > maxFileBytes)
-            content.reset();
-    }
-    ::close(descriptor);
-    return content;
-}
-
 } // namespace
 
-/// Writes whole files on another thread; of several that wait, only the newest.
-class Settings::Writer : public std::enable_shared_from_this<Writer> {
-public:
-    Writer(Settings* owner, std::filesystem::path file)
-        : owner_(owner)
-        , file_(std::move(file))
-    {
-    }
-
-    void hand(const QJsonObject& values)
-    {
-        {
-            const std::lock_guard lock(mutex_);
-            waiting_ = values;
-            if (std::exchange(isBusy_, true))
-                return;
-        }
-        WorkerPool::blocking().submit(&Writer::run, new std::shared_ptr<Writer>(shared_from_this()));
-    }
-
-    bool flush(std::chrono::milliseconds limit)
-    {
-        std::unique_lock lock(mutex_);
-        return idle_.wait_for(lock, limit, [this] { return !isBusy_; }) && !hasFailed_;
-    }
-
-    /// The owner hears nothing from now on.
-    void detach()
-    {
-        const std::lock_guard lock(mutex_);
-        owner_ = nullptr;
-    }
-
-private:
-    static void run(void* context)
-    {
-        const std::unique_ptr<std::shared_ptr<Writer>> self(static_cast<std::shared_ptr<Writer>*>(context));
-        (*self)->writeWhatWaits();
-    }
-
-    void writeWhatWaits()
-    {
-        std::unique_lock lock(mutex_);
-        while (waiting_) {
-            const QJsonObject values = *std::exchange(waiting_, std::nullopt);
-            lock.unlock();
-            const QByteArray text = QJsonDocument(values).toJson(QJsonDocument::Indented);
-            const auto error = replaceFile(file_, {text.constData(), static_cast<std::size_t>(text.size())});
-            lock.lock();
-            if (error && !hasFailed_)
-                tell(error);
-            hasFailed_ = static_cast<bool>(error);
-        }
-        isBusy_ = false;
-        idle_.notify_all();
-    }
-
-    void tell(const std::error_code& error)
-    {
-        if (!owner_)
-            return;
-        const auto sentence = toQString("Couldn't save the settings to " + quoted(file_) + ": " + error.message()
-            + ". What was changed is lost when Kestrovan quits, unless a later change can be saved.");
-        QMetaObject::invokeMethod(
-            owner_, [owner = owner_, sentence] { Q_EMIT owner->writeFailed(sentence); }, Qt::QueuedConnection);
-    }
-
-    std::mutex mutex_;
-    std::condition_variable idle_;
-    Settings* owner_;
-    const std::filesystem::path file_;
-    std::optional<QJsonObject> waiting_;
-    bool isBusy_ = false;
-    bool hasFailed_ = false;
-};
-
-Settings::Settings(std::filesystem::path file, QObject* parent)
+Settings::Settings(std::filesystem::path file, QObject* parent, std::chrono::milliseconds lockLimit)
     : QObject(parent)
     , file_(std::move(file))
+    , lockLimit_(lockLimit)
 {
     gathering_.setSingleShot(true);
     gathering_.setInterval(gatheringTime);
@@ -156,54 +45,44 @@ void Settings::load()
 {
     const auto lostAtQuit = " Changes made now are lost when Kestrovan quits.";
     std::error_code error;
-    // The file may be a link to one that lies elsewhere.
+    // The file may be a link into another directory.
     if (auto target = std::filesystem::weakly_canonical(file_, error); !error)
         file_ = std::move(target);
     const auto directory = file_.parent_path();
     const auto noDirectory = makePrivateDirectory(directory);
 
-    error.clear();
-    const auto content = readRegularFile(file_, error);
-    if (error && error != std::errc::no_such_file_or_directory) {
-        loadNotice_ = "Couldn't read the settings in " + quoted(file_) + ": " + error.message()
+    const auto content = readSettings(file_);
+    if (content.state == SettingsContent::State::unreadable) {
+        loadNotice_ = "Couldn't read the settings in " + quoted(file_) + ": " + content.error.message()
             + ". The file stays as it is." + lostAtQuit;
         return;
     }
+    values_ = content.values;
     if (noDirectory || ::access(directory.c_str(), W_OK) != 0) {
         const auto reason = noDirectory ? noDirectory : std::error_code(errno, std::generic_category());
         loadNotice_ = "Couldn't write settings to " + quoted(directory) + ": " + reason.message() + '.' + lostAtQuit;
-        if (content)
-            values_ = QJsonDocument::fromJson(QByteArray::fromStdString(*content)).object();
         return;
     }
-    writer_ = std::make_shared<Writer>(this, file_);
-    if (error)
+    if (content.state == SettingsContent::State::damaged && !setAside())
         return;
-    const auto document = content ? QJsonDocument::fromJson(QByteArray::fromStdString(*content)) : QJsonDocument();
-    if (document.isObject())
-        values_ = document.object();
-    else
-        setAside();
+    writer_ = std::make_shared<SettingsWriter>(
+        file_, lockLimit_, [this] { QMetaObject::invokeMethod(this, &Settings::takeNews, Qt::QueuedConnection); });
 }
 
-void Settings::setAside()
+bool Settings::setAside()
 {
-    for (int number = 1;; ++number) {
-        auto aside = file_;
-        aside += ".damaged-" + std::to_string(number);
-        if (::renameat2(AT_FDCWD, file_.c_str(), AT_FDCWD, aside.c_str(), RENAME_NOREPLACE) == 0) {
-            loadNotice_ = "The settings file was damaged. It has been set aside as " + quoted(aside.filename())
-                + ", and Kestrovan starts with its default settings.";
-            return;
-        }
-        if (errno == EEXIST)
-            continue;
-        loadNotice_ = "The settings file " + quoted(file_)
-            + " is damaged and couldn't be set aside: " + std::error_code(errno, std::generic_category()).message()
-            + ". It stays as it is. Changes made now are lost when Kestrovan quits.";
-        writer_.reset();
-        return;
+    const auto aside = setAsideDamaged(file_);
+    if (!aside) {
+        loadNotice_ = "The settings file " + quoted(file_) + " is damaged and couldn't be set aside: "
+            + aside.error().message() + ". It stays as it is. Changes made now are lost when Kestrovan quits.";
+        return false;
     }
+    if (*aside)
+        loadNotice_ = "The settings file was damaged. It has been set aside as " + quoted((*aside)->filename())
+            + ", and Kestrovan starts with its default settings.";
+    else
+        values_ = readSettings(file_).values;
+    return true;
 }
 
 QJsonValue Settings::value(std::string_view key) const
@@ -220,7 +99,7 @@ std::optional<bool> Settings::boolean(std::string_view key) const
 std::optional<std::int64_t> Settings::integer(std::string_view key) const
 {
     const auto stored = value(key);
-    // Neither a fraction nor a number out of range equals both replies.
+    // A fraction and a number out of range return the default, which differs between the two calls.
     if (!stored.isDouble() || stored.toInteger(0) != stored.toInteger(1))
         return std::nullopt;
     return stored.toInteger();
@@ -308,30 +187,67 @@ void Settings::store(std::string_view key, const QJsonValue& value)
     if (values_.value(name) == value)
         return;
     values_.insert(name, value); // Inserting an undefined value removes the key.
-    isDirty_ = true;
-    if (!gathering_.isActive())
-        gathering_.start();
+    if (writer_) {
+        unsaved_[name] = ++lastChange_;
+        if (!gathering_.isActive())
+            gathering_.start();
+    }
     Q_EMIT changed(name);
 }
 
 void Settings::handOver()
 {
     gathering_.stop();
-    if (std::exchange(isDirty_, false) && writer_)
-        writer_->hand(values_);
+    // After a failure everything is still unsaved and goes with the next write.
+    if (writer_ && std::exchange(handedOver_, lastChange_) != lastChange_)
+        writer_->hand({values_, unsaved_, lastChange_});
 }
 
 bool Settings::flush(std::chrono::milliseconds limit)
 {
+    if (!writer_)
+        return true;
+    if (writer_->hasFailed())
+        handedOver_ = 0;
     handOver();
-    return !writer_ || writer_->flush(limit);
+    const bool isWritten = writer_->wait(limit);
+    takeNews();
+    return isWritten;
+}
+
+void Settings::takeNews()
+{
+    const auto news = writer_->takeNews();
+    std::erase_if(unsaved_, [&](const auto& change) { return change.second <= news.written; });
+    if (news.values)
+        adopt(*news.values);
+    for (const auto& sentence : news.sentences)
+        Q_EMIT writeFailed(toQString(sentence));
+}
+
+void Settings::adopt(const QJsonObject& stored)
+{
+    std::vector<QString> different;
+    for (auto each = stored.begin(); each != stored.end(); ++each) {
+        if (!unsaved_.contains(each.key()) && values_.value(each.key()) != *each)
+            different.push_back(each.key());
+    }
+    for (const auto& key : values_.keys()) {
+        if (!unsaved_.contains(key) && !stored.contains(key))
+            different.push_back(key);
+    }
+    // All before the first signal: who hears of one may read another, or change it.
+    for (const auto& key : different)
+        values_.insert(key, stored.value(key));
+    for (const auto& key : different)
+        Q_EMIT changed(key);
 }
 
 Settings& Settings::shared()
 {
     if (injectedSettings)
         return *injectedSettings;
-    // Leaked on purpose: models that go late may still write.
+    // Leaked on purpose: a model destroyed late may still write.
     static auto* const own = new Settings(configDirectory() / "settings.json");
     return *own;
 }

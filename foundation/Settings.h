@@ -15,21 +15,29 @@
 #include <string_view>
 #include <vector>
 
+class SettingsWriter;
+
 /// The program's small persistent state: typed values under text keys, in one JSON file. No secrets.
 ///
-/// Lives on the main thread, which never waits for the disk but in the constructor, which reads the file, and in
-/// `flush`. Changes are gathered for a moment, then the whole file is replaced in one step by another thread.
-/// Values of a kind it does not know are kept as they are.
+/// Lives on the main thread, which waits for the disk only in the constructor, which reads the file, and in `flush`.
+/// Changes are gathered for a moment, then another thread replaces the whole file in one step. Values of a kind it does
+/// not know are kept as they are.
+///
+/// Several programs may use one file. A write changes the keys that were changed here and keeps the others as the file
+/// has them; of two changes of one key the last one written stays. What others have written is seen here after the
+/// next own write, told by `changed`.
 ///
 /// A damaged file is set aside as "settings.json.damaged-1" (or the next free number) and the store starts empty; a
 /// file that cannot be read or set aside stays untouched, and changes then last until the end of the process.
-/// `loadNotice` says so in either case.
+/// `loadNotice` says so in either case. A file damaged later is set aside too, and replaced by the values in use.
 class Settings final : public QObject {
     Q_OBJECT
 
 public:
     /// @param file  empty for a store in memory only.
-    explicit Settings(std::filesystem::path file, QObject* parent = nullptr);
+    /// @param lockLimit  how long a write waits while another program writes, before it counts as failed.
+    explicit Settings(std::filesystem::path file, QObject* parent = nullptr,
+        std::chrono::milliseconds lockLimit = std::chrono::seconds(2));
 
     /// Hands over what is not written yet, without waiting for it.
     ~Settings() override;
@@ -68,7 +76,8 @@ public:
     /// What went wrong with the file at the start, as a sentence to show.
     const std::optional<std::string>& loadNotice() const { return loadNotice_; }
 
-    /// Writes what is not written yet and waits for it, at most `limit`; for the end of the process.
+    /// Writes what is not written yet, and again what could not be, and waits at most `limit`; for the end of the
+    /// process.
     ///
     /// @returns false when it was not written in time, or could not be.
     bool flush(std::chrono::milliseconds limit);
@@ -79,26 +88,29 @@ public:
     static void setShared(Settings* settings);
 
 Q_SIGNALS:
-    /// A value is new, other or gone.
+    /// A value was added, changed or removed, here or by another program.
     void changed(const QString& key);
 
-    /// The file cannot be written any more; the values live on in memory. Said once, until a write succeeds again.
+    /// The file cannot be written any more, and the values live on in memory: said once, until a write succeeds again.
+    /// Or it was damaged and set aside.
     void writeFailed(const QString& sentence);
 
 private:
-    class Writer;
-
     void load();
-    void readContent(std::string_view content);
-    void setAside();
+    bool setAside();
     QJsonValue value(std::string_view key) const;
     void store(std::string_view key, const QJsonValue& value);
     void handOver();
+    void takeNews();
+    void adopt(const QJsonObject& stored);
 
     std::filesystem::path file_;
+    std::chrono::milliseconds lockLimit_;
     QJsonObject values_;
     std::optional<std::string> loadNotice_;
-    std::shared_ptr<Writer> writer_; ///< Null when nothing is to be written.
+    std::shared_ptr<SettingsWriter> writer_; ///< Null when nothing is to be written.
     QTimer gathering_;
-    bool isDirty_ = false;
+    std::map<QString, std::uint64_t> unsaved_; ///< The number of the last change of each key not known as written.
+    std::uint64_t lastChange_ = 0;
+    std::uint64_t handedOver_ = 0; ///< The last change that the writer has been given.
 };

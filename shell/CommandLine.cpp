@@ -95,6 +95,11 @@ std::expected<CommandLine, std::string> parseCommandLine(const std::vector<std::
     return line;
 }
 
+bool CommandLine::mayJoinRunningProgram() const
+{
+    return *this == CommandLine{.endpoint = std::string(b2AccountEndpoint)};
+}
+
 std::string helpText()
 {
     return "Usage: kestrovan [OPTIONS]\n"

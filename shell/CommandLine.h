@@ -6,14 +6,13 @@
 #include <string>
 #include <vector>
 
-/// What the program was asked on its command line.
+/// The options given on the command line.
 struct CommandLine {
     bool isDemo = false;                       ///< A local service with an account of its own; nothing of the user's.
-    std::optional<std::filesystem::path> tour; ///< Walk through the program by itself and keep pictures here.
-    /// Of a tour: the walk of a process that the tour itself has started, "begin-upload", "resume-upload" or
-    /// "newcomer", and
+    std::optional<std::filesystem::path> tour; ///< Walk through the program unattended and save pictures here.
+    /// The walk of a process that a tour has started: "begin-upload", "resume-upload" or "newcomer".
     std::string tourChapter;
-    std::filesystem::path tourFile;       ///< the file it is about.
+    std::filesystem::path tourFile;       ///< The file which that walk uploads.
     std::optional<std::string> keyID;     ///< Connect with this key; its secret comes from elsewhere.
     std::string endpoint;                 ///< Where keys are authorized.
     std::string certificateAuthorityFile; ///< PEM to trust instead of the system's; empty for the system's.
@@ -21,6 +20,9 @@ struct CommandLine {
     bool wantsVersion = false;
 
     bool operator==(const CommandLine&) const = default;
+
+    /// Can a program that is already running stand in for this start? Only without options.
+    bool mayJoinRunningProgram() const;
 };
 
 /// Reads the arguments (without the program's name).
@@ -28,14 +30,14 @@ struct CommandLine {
 /// @returns what is wrong with them, as a sentence, when they make no sense.
 std::expected<CommandLine, std::string> parseCommandLine(const std::vector<std::string>& arguments);
 
-/// What `--help` prints.
+/// The text printed by `--help`.
 std::string helpText();
 
 /// The variable that may hold the secret of the key given with `--key-id`.
 inline constexpr const char* applicationKeyVariable = "KESTROVAN_APPLICATION_KEY";
 
-/// The secret for `--key-id`: from the environment, where it is removed at once so that no child gets it, else asked
-/// for on the terminal without echo.
+/// Reads the secret for `--key-id` from the environment, where it is removed at once so that no child inherits it, or
+/// asks for it on the terminal without echo.
 ///
 /// @returns nothing when there is neither.
 std::optional<std::string> readApplicationKey(const std::string& keyID);

@@ -82,13 +82,6 @@ Task<> RootModel::renameStored(std::string accountID, std::string name)
             .text = "“" + before + "” keeps its name: it could not be renamed. The activity log says why."});
 }
 
-Task<> RootModel::removeRevokedKeys()
-{
-    const auto outcome = co_await keyStore.removeRevoked();
-    if (auto text = keptKeysText(outcome))
-        notices.post({.id = "revokedKeys", .kind = Notice::Kind::warning, .text = std::move(*text)});
-}
-
 bool RootModel::isCurrent(const StoredKey& key) const
 {
     const auto session = *keyStore.session;

@@ -89,8 +89,6 @@ public:
     /// Gives a key or an account another name. A failure is a notice.
     void renameKey(StoredKey key, std::string name);
     void renameAccount(std::string accountID, std::string name);
-    /// Forgets the keys that the service refuses; a notice tells what was kept.
-    Task<> removeRevokedKeys();
     /// Is the program connected with the key?
     bool isCurrent(const StoredKey& key) const;
     /// The key that commands without a choice are about: the session's, or the one that could not connect.

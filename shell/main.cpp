@@ -5,6 +5,7 @@
 #include "shell/Application.h"
 #include "shell/CommandLine.h"
 #include "shell/SignalWatch.h"
+#include "shell/SingleInstance.h"
 #include "shell/tour/Tour.h"
 #include "shell/tour/TourChapter.h"
 #include "shell/window/MainWindow.h"
@@ -26,7 +27,40 @@ void chooseDisplay(const CommandLine& commandLine)
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
 }
 
-int runProgram(const CommandLine& commandLine, std::optional<std::string> secret, bool isHardened, Theme& theme)
+/// Shows the window to a user who has started the program a second time.
+void present(QWidget& window, const QString& token)
+{
+    // Qt has no other way to pass a token on; it takes the variable away again.
+    if (!token.isEmpty() && QGuiApplication::platformName().startsWith(QStringLiteral("wayland")))
+        qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
+    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
+
+/// Is another program running already that has been asked to show its window? Tells the user, too, when it does not
+/// answer; `result` is then the failure.
+bool hasJoinedRunningProgram(SingleInstance& instance, const QString& token, int& result)
+{
+    switch (instance.claim(token)) {
+    case SingleInstance::Role::first:
+    case SingleInstance::Role::alone:
+        return false;
+    case SingleInstance::Role::second:
+        std::cout << "Kestrovan is already running; its window was brought to the front.\n";
+        result = 0;
+        break;
+    case SingleInstance::Role::unanswered:
+        std::cerr << "Kestrovan is already running, but does not answer.\n";
+        result = 1;
+        break;
+    }
+    return true;
+}
+
+int runProgram(const CommandLine& commandLine, std::optional<std::string> secret, bool isHardened, Theme& theme,
+    SingleInstance& instance)
 {
     Application application(commandLine, std::move(secret));
     if (!isHardened)
@@ -34,9 +68,15 @@ int runProgram(const CommandLine& commandLine, std::optional<std::string> secret
             "After a crash, or to a debugger, it may show the secrets of the keys in use."});
     auto window = std::make_unique<MainWindow>(application);
     SignalWatch signals;
-    const auto leave = [&application] { application.shutDown([] { QCoreApplication::quit(); }); };
+    const auto leave = [&application, &instance] {
+        // A start from now on finds no window here.
+        instance.release();
+        application.shutDown([] { QCoreApplication::quit(); });
+    };
+    QObject::connect(&instance, &SingleInstance::activated, window.get(),
+        [&window](const QString& token) { present(*window, token); });
     QObject::connect(window.get(), &MainWindow::quitConfirmed, window.get(), leave);
-    // A terminal's interrupt and the end of the login session leave no time for questions.
+    // An interrupt from the terminal and the end of the login session leave no time for questions.
     QObject::connect(&signals, &SignalWatch::received, window.get(), leave);
     window->show();
 
@@ -55,7 +95,7 @@ int runProgram(const CommandLine& commandLine, std::optional<std::string> secret
     }
     const int result = QApplication::exec();
     tour.reset();
-    // Windows save their places when they go; what they save must be on the disk before the process ends.
+    // Windows save their size when they close; that must reach the disk before the process ends.
     window.reset();
     constexpr std::chrono::seconds patience(2);
     application.log->flush(patience);
@@ -94,6 +134,7 @@ int main(int argc, char** argv)
         }
     }
     chooseDisplay(*commandLine);
+    const auto token = activationToken();
 
     Theme::prepareApplication();
     QApplication qt(argc, argv);
@@ -104,9 +145,12 @@ int main(int argc, char** argv)
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/kestrovan/com.zantro.kestrovan.svg")));
     QGuiApplication::setQuitOnLastWindowClosed(false);
     const ContextMenuKey contextMenuKey(qt);
+    SingleInstance instance(sessionBusIfAny());
+    if (int result = 0; commandLine->mayJoinRunningProgram() && hasJoinedRunningProgram(instance, token, result))
+        return result;
     Theme theme;
     try {
-        return runProgram(*commandLine, std::move(secret), isHardened, theme);
+        return runProgram(*commandLine, std::move(secret), isHardened, theme, instance);
     } catch (const std::exception& error) {
         std::cerr << error.what() << '\n';
         return 1;

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-std::optional<QuitQuestion> quitQuestion(const std::vector<std::shared_ptr<Transfer>>& activeTransfers)
+std::optional<Question> quitQuestion(const std::vector<std::shared_ptr<Transfer>>& activeTransfers)
 {
     if (activeTransfers.empty())
         return {};
@@ -15,8 +15,10 @@ std::optional<QuitQuestion> quitQuestion(const std::vector<std::shared_ptr<Trans
     else
         what = countText(static_cast<std::int64_t>(activeTransfers.size()), "transfer", "transfers") + " are";
 
-    QuitQuestion question{.title = "Quit while " + what + " in progress?",
-        .text = "Interrupted downloads leave incomplete files behind."};
+    Question question{.title = "Quit while " + what + " in progress?",
+        .text = "Interrupted downloads leave incomplete files behind.",
+        .verb = "Quit Anyway",
+        .cancelText = "Keep Working"};
     if (std::ranges::any_of(activeTransfers, isUpload))
         question.text += " An interrupted upload leaves the parts already sent stored on B2 and billed, in a file that "
                          "will not appear in any ordinary listing. Kestrovan shows these under the bucket's "

@@ -1,21 +1,11 @@
 #pragma once
 
+#include "foundation/Question.h"
 #include "transfers/Transfer.h"
 
 #include <memory>
 #include <optional>
-#include <string>
 #include <vector>
 
-/// What to ask before the program quits.
-struct QuitQuestion {
-    std::string title;
-    std::string text;
-    std::string quitButton = "Quit Anyway";
-    std::string stayButton = "Keep Working";
-
-    bool operator==(const QuitQuestion&) const = default;
-};
-
-/// Nothing when no transfer is in progress: quitting then asks nothing.
-std::optional<QuitQuestion> quitQuestion(const std::vector<std::shared_ptr<Transfer>>& activeTransfers);
+/// The question before the program quits; nothing when no transfer is in progress.
+std::optional<Question> quitQuestion(const std::vector<std::shared_ptr<Transfer>>& activeTransfers);

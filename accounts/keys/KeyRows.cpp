@@ -191,15 +191,17 @@ std::string expiryText(const B2ApplicationKey& key, std::chrono::system_clock::t
     return (date <= now ? "Expired " : "") + dateText(date);
 }
 
-DeleteKeysQuestion::DeleteKeysQuestion(const std::vector<B2ApplicationKey>& keys)
+Question deleteKeysQuestion(const std::vector<B2ApplicationKey>& keys)
 {
     const bool isOne = keys.size() == 1;
     const std::string count = countText(static_cast<std::int64_t>(keys.size()), "Key", "Keys");
     const std::string name = isOne ? "“" + singleLine(keys.front().keyName) + "”"
                                    : "these " + countText(static_cast<std::int64_t>(keys.size()), "key", "keys");
-    title = "Delete " + (isOne ? name : count) + "?";
-    text = "This takes effect immediately. Anything still authenticating with " + name
+    Question question;
+    question.title = "Delete " + (isOne ? name : count) + "?";
+    question.text = "This takes effect immediately. Anything still authenticating with " + name
         + " (scripts, backups, another computer) stops working at once, and " + (isOne ? "it" : "they")
         + " cannot be restored.";
-    button = isOne ? "Delete Key" : "Delete " + count;
+    question.verb = isOne ? "Delete Key" : "Delete " + count;
+    return question;
 }

@@ -4,6 +4,7 @@
 #include "B2Kit/B2Key.h"
 #include "accounts/StoredKey.h"
 #include "foundation/NaturalOrder.h"
+#include "foundation/Question.h"
 #include "foundation/TableSort.h"
 
 #include <chrono>
@@ -76,11 +77,5 @@ std::vector<std::string> bucketNames(const B2ApplicationKey& key, const std::vec
 /// "Never", a date, or "Expired" with the date.
 std::string expiryText(const B2ApplicationKey& key, std::chrono::system_clock::time_point now);
 
-/// The question before keys are deleted.
-struct DeleteKeysQuestion {
-    explicit DeleteKeysQuestion(const std::vector<B2ApplicationKey>& keys);
-
-    std::string title;
-    std::string text;
-    std::string button;
-};
+/// The question before keys are deleted at the service.
+Question deleteKeysQuestion(const std::vector<B2ApplicationKey>& keys);

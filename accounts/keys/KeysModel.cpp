@@ -8,8 +8,6 @@
 #include "accounts/keys/NewKeyRules.h"
 #include "foundation/Texts.h"
 
-#include <QPointer>
-
 #include <algorithm>
 #include <utility>
 
@@ -125,7 +123,7 @@ Task<bool> KeysModel::create(B2CreateKeyRequest request, std::weak_ptr<B2Session
     twinNote = mayHaveTwin ? std::optional(CreatedKeyRules::twinNote(name)) : std::nullopt;
     created = std::move(made);
     log_.record({B2LogLevel::notice, "keys", "Created Application Key " + name, summary});
-    tellChange();
+    announceChange();
     if (*session == current)
         co_await load();
     if (!self || !mayHaveTwin || !before || *session != current)
@@ -139,73 +137,66 @@ Task<bool> KeysModel::create(B2CreateKeyRequest request, std::weak_ptr<B2Session
     co_return true;
 }
 
-Task<> KeysModel::remove(std::vector<B2ApplicationKey> doomed)
+std::unique_ptr<ItemRun> KeysModel::makeDeletion(const std::vector<B2ApplicationKey>& doomed)
 {
-    const auto current = *session;
-    if (!current)
-        co_return;
-    const QPointer<KeysModel> self(this);
-    std::erase_if(doomed, [&](const B2ApplicationKey& key) {
-        return key.applicationKeyID == current->key->keyID || inFlight->contains(key.applicationKeyID);
-    });
-    inFlight.update([&](auto& ids) {
-        for (const auto& key : doomed)
-            ids.insert(key.applicationKeyID);
-    });
-    dismissError();
-    std::string firstRefusal;
-    std::size_t refused = 0;
+    const auto usedSession = *session;
+    std::vector<ItemRun::Item> items;
     for (const auto& key : doomed) {
-        const auto reason = co_await removeOne(current, key);
-        if (!self)
-            co_return;
-        if (!reason)
+        const bool isSkipped =
+            !usedSession || key.applicationKeyID == usedSession->key->keyID || inFlight->contains(key.applicationKeyID);
+        if (isSkipped)
             continue;
-        if (++refused == 1)
-            firstRefusal = "Could not delete key “" + singleLine(key.keyName) + "”. " + *reason;
+        items.push_back({.name = key.keyName,
+            .work = [self = QPointer(this), usedSession, key] { return remove(self, usedSession, key); }});
     }
-    if (refused > 1)
-        firstRefusal = countText(static_cast<std::int64_t>(refused), "key", "keys")
-            + " could not be deleted. The first: " + firstRefusal;
-    if (refused > 0 && *session == current) {
-        dismissError();
-        error = std::move(firstRefusal);
-    }
-    if (refused < doomed.size())
-        tellChange();
+    auto run = std::make_unique<ItemRun>(std::move(items));
+    run->onEnd = [self = QPointer(this), usedSession](const ItemRun::Summary& summary) {
+        if (self)
+            self->deletionEnded(summary, usedSession);
+    };
+    return run;
 }
 
-Task<std::optional<std::string>> KeysModel::removeOne(std::shared_ptr<B2Session> current, B2ApplicationKey key)
+void KeysModel::deletionEnded(const ItemRun::Summary& summary, const std::shared_ptr<B2Session>& usedSession)
 {
-    const QPointer<KeysModel> self(this);
+    if (summary.done > 0 || !summary.interrupted.empty())
+        announceChange();
+    if (!summary.interrupted.empty() && *session == usedSession)
+        tasks_.start(load());
+}
+
+Task<std::optional<std::string>> KeysModel::remove(
+    QPointer<KeysModel> self, std::shared_ptr<B2Session> usedSession, B2ApplicationKey key)
+{
+    // The question was about keys of one account.
+    if (!self || *self->session != usedSession)
+        co_return "Another key is in use now.";
     const std::string id = key.applicationKeyID;
     const std::string name = singleLine(key.keyName);
+    self->inFlight.update([&](auto& ids) { ids.insert(id); });
     std::exception_ptr failure;
     try {
-        co_await deleteAccountKey(current->client, id);
+        co_await deleteAccountKey(usedSession->client, id);
     } catch (...) {
         failure = std::current_exception();
     }
     if (!self)
         co_return std::nullopt;
-    const bool isCurrent = *session == current;
-    if (failure && isCancellation(failure)) {
-        if (isCurrent)
-            inFlight = std::set<std::string>();
-        std::rethrow_exception(failure);
-    }
+    const bool isCurrent = *self->session == usedSession;
     if (isCurrent)
-        inFlight.update([&](auto& ids) { ids.erase(id); });
+        self->inFlight.update([&](auto& ids) { ids.erase(id); });
+    if (failure && isCancellation(failure))
+        std::rethrow_exception(failure);
     if (failure) {
         auto reason = describe(failure);
-        log_.record({B2LogLevel::error, "keys", "Could not delete key " + name, reason});
+        self->log_.record({B2LogLevel::error, "keys", "Could not delete key " + name, reason});
         co_return reason;
     }
-    log_.record({B2LogLevel::warning, "keys", "Deleted Application Key " + name,
+    self->log_.record({B2LogLevel::warning, "keys", "Deleted Application Key " + name,
         name + ". Anything still using it will stop working now."});
     if (isCurrent) {
-        goneIDs_.insert(id);
-        keys.update(
+        self->goneIDs_.insert(id);
+        self->keys.update(
             [&](auto& all) { std::erase_if(all, [&](const auto& each) { return each.applicationKeyID == id; }); });
     }
     co_return std::nullopt;
@@ -228,7 +219,7 @@ void KeysModel::forgetCreated()
     twinNote = std::nullopt;
 }
 
-void KeysModel::tellChange()
+void KeysModel::announceChange()
 {
     if (didChange)
         didChange();

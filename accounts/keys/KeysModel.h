@@ -3,8 +3,12 @@
 #include "B2Kit/B2Key.h"
 #include "B2Kit/B2Requests.h"
 #include "accounts/B2Session.h"
+#include "foundation/ItemRun.h"
 #include "foundation/Observable.h"
+#include "foundation/TaskScope.h"
 #include "foundation/log/ActivityLog.h"
+
+#include <QPointer>
 
 #include <functional>
 #include <memory>
@@ -16,7 +20,8 @@
 /// The application keys of the account at the service, as opposed to those the program stores.
 ///
 /// Lives on the main thread. A load that fails or is cancelled leaves the list as it was; no answer for a session that
-/// was replaced meanwhile reaches the list. No call throws what the service refused: it is in `error` and in the log.
+/// was replaced in the meantime reaches the list. No call throws what the service refused: it is in `error` and in the
+/// log, or in the summary of the run.
 class KeysModel final : public Observable {
 public:
     explicit KeysModel(ActivityLog& log);
@@ -54,8 +59,10 @@ public:
     /// @returns whether the key was created.
     Task<bool> create(B2CreateKeyRequest request, std::weak_ptr<B2Session> askedFor);
 
-    /// Deletes the keys one after the other; those the service refuses stay. The key of the session is never deleted.
-    Task<> remove(std::vector<B2ApplicationKey> doomed);
+    /// A run that deletes the keys one after another; those the service refuses stay. It leaves out the key of the
+    /// session, and keys that are being deleted already. A key whose deletion was cancelled under way may be gone: the
+    /// list is read again to find out.
+    std::unique_ptr<ItemRun> makeDeletion(const std::vector<B2ApplicationKey>& doomed);
 
     /// Takes the last failure as seen.
     void dismissError();
@@ -64,11 +71,13 @@ public:
     void forgetCreated();
 
 private:
-    /// @returns why the key was not deleted, or nothing.
-    Task<std::optional<std::string>> removeOne(std::shared_ptr<B2Session> current, B2ApplicationKey key);
-    void tellChange();
+    static Task<std::optional<std::string>> remove(
+        QPointer<KeysModel> self, std::shared_ptr<B2Session> usedSession, B2ApplicationKey key);
+    void deletionEnded(const ItemRun::Summary& summary, const std::shared_ptr<B2Session>& usedSession);
+    void announceChange();
 
     ActivityLog& log_;
     std::set<std::string> goneIDs_; ///< Deleted in this session.
-    int generation_ = 0;            ///< Rises with each load and reset: an older one's answer counts no more.
+    int generation_ = 0;            ///< Rises with each load and reset: an older one's answer is dropped.
+    TaskScope tasks_;
 };

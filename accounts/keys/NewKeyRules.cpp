@@ -125,3 +125,12 @@ std::string reachForLog(const B2CreateKeyRequest& request)
         reach += " under “" + singleLine(*request.namePrefix) + "”";
     return request.bucketIDs.empty() ? reach : reach + ", bucket-restricted";
 }
+
+Question multiBucketQuestion()
+{
+    return {.title = "This key will only work with software on Backblaze's version 4 API",
+        .text = "Most B2 tools will refuse this key with an error that does not say why. A key over one bucket works "
+                "everywhere. A key's reach cannot be changed later.",
+        .verb = "Create Anyway",
+        .isDestructive = false};
+}

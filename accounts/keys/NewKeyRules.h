@@ -3,6 +3,7 @@
 #include "B2Kit/B2Key.h"
 #include "B2Kit/B2Requests.h"
 #include "accounts/keys/KeyPermissions.h"
+#include "foundation/Question.h"
 
 #include <array>
 #include <optional>
@@ -55,11 +56,4 @@ B2CreateKeyRequest makeCreateKeyRequest(const NewKeyForm& form, const NewKeyRule
 std::string reachForLog(const B2CreateKeyRequest& request);
 
 /// The question before a key over several buckets is created.
-struct MultiBucketQuestion {
-    static constexpr std::string_view title = "This key will only work with software on Backblaze's version 4 API";
-    static constexpr std::string_view text =
-        "Most B2 tools will refuse this key with an error that does not say why. A key over one bucket works "
-        "everywhere. A key's reach cannot be changed later.";
-    static constexpr std::string_view createButton = "Create Anyway";
-    static constexpr std::string_view cancelButton = "Cancel";
-};
+Question multiBucketQuestion();

@@ -150,6 +150,11 @@ void Sheet::addWide(QWidget* widget)
     rows_->setVisible(true);
 }
 
+void Sheet::removeWide(QWidget* widget)
+{
+    form_->removeRow(widget);
+}
+
 // The label stands beside the field's own line, not beside what is written under it.
 QLabel* Sheet::makeCaption(const QString& label, QWidget* field)
 {
@@ -188,6 +193,19 @@ void Sheet::setVerbText(const QString& verb)
 void Sheet::setCancelText(const QString& text)
 {
     cancel_->setText(text);
+}
+
+void Sheet::showOnlyClose(const QString& text)
+{
+    verb_->hide();
+    cancel_->setText(text);
+    cancel_->setDefault(true);
+    focusCancel();
+}
+
+void Sheet::focusCancel()
+{
+    cancel_->setFocus(Qt::OtherFocusReason);
 }
 
 void Sheet::hideCancel()

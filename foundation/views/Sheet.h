@@ -35,6 +35,9 @@ public:
     /// Anything else that takes the sheet's whole width.
     void addWide(QWidget* widget);
 
+    /// Takes away what was added with its whole width, and deletes it.
+    void removeWide(QWidget* widget);
+
     /// The button that does it, with a verb ("Create Bucket"), and the default.
     QPushButton* setVerb(const QString& verb);
 
@@ -46,6 +49,10 @@ public:
 
     /// What the button that changes nothing says, where "Cancel" would be unclear.
     void setCancelText(const QString& text);
+    /// Moves the focus to the button that changes nothing.
+    void focusCancel();
+    /// Takes the verb away: the sheet can then only be closed.
+    void showOnlyClose(const QString& text);
     /// For a sheet that cannot simply be turned down; Escape then does what `reject` is made to do.
     void hideCancel();
 

@@ -1,10 +1,12 @@
 #include "shell/window/KeySheets.h"
 
 #include "accounts/KeyNames.h"
+#include "accounts/KeyRemoval.h"
 #include "accounts/keys/views/KeyDetailsView.h"
 #include "accounts/views/AddKeyView.h"
 #include "accounts/views/RenameSheet.h"
 #include "foundation/QtText.h"
+#include "foundation/views/sheets/RunSheet.h"
 #include "shell/window/ConnectedSheet.h"
 
 #include <algorithm>
@@ -12,13 +14,6 @@
 #include <utility>
 
 namespace {
-
-Sheet* makeQuestion(const KeyQuestion& question, QWidget* parent)
-{
-    auto* const sheet = new Sheet(toQString(question.title), toQString(question.text), parent);
-    sheet->setDestructiveVerb(toQString(question.verb));
-    return sheet;
-}
 
 /// Closes the sheet when the work is done. A failure is told in the sheet, which stays; `onFailure` is called then.
 Task<> runBehind(QPointer<Sheet> sheet, Task<> work, std::function<void()> onFailure = nullptr)
@@ -168,12 +163,9 @@ void KeySheets::removeKey(const StoredKey& key)
 {
     if (bringToFront())
         return;
-    auto* const sheet = makeQuestion(removeKeyQuestion(key, root_.isCurrent(key)), &window_);
+    auto* const sheet = new RunSheet(removeKeyQuestion(key, root_.isCurrent(key)), makeKeyRemoval(root_.keyStore, key),
+        {fromQString(tr("Removing the key…")), keyRemovalWords()}, &window_);
     sheet->setObjectName(QStringLiteral("removeKey"));
-    connect(sheet, &Sheet::verbTriggered, this, [this, sheet, key] {
-        sheet->setBusy(true, tr("Removing the key…"));
-        tasks_.start(runBehind(sheet, root_.keyStore.remove(key)));
-    });
     open(sheet);
 }
 
@@ -199,12 +191,10 @@ Task<> KeySheets::askAboutRevoked(QPointer<KeySheets> self)
     }
     if (!self || revoked.empty() || self->bringToFront())
         co_return;
-    auto* const sheet = makeQuestion(removeRevokedQuestion(revoked, isAnyShared), &self->window_);
+    auto* const sheet =
+        new RunSheet(removeRevokedQuestion(revoked, isAnyShared), makeRevokedKeysRemoval(self->root_.keyStore, revoked),
+            {fromQString(tr("Asking Backblaze about each key…")), keyRemovalWords()}, &self->window_);
     sheet->setObjectName(QStringLiteral("removeRevoked"));
-    connect(sheet, &Sheet::verbTriggered, self, [self = self.data(), sheet] {
-        sheet->setBusy(true, tr("Asking Backblaze about each key…"));
-        self->tasks_.start(runBehind(sheet, self->root_.removeRevokedKeys()));
-    });
     self->open(sheet);
 }
 

@@ -4,9 +4,9 @@
 #include "foundation/QtText.h"
 #include "foundation/SettingsKeys.h"
 #include "foundation/views/ButtonKeys.h"
-#include "foundation/views/Sheet.h"
 #include "foundation/views/panes/Banner.h"
 #include "foundation/views/panes/PaneToolBar.h"
+#include "foundation/views/sheets/QuestionSheet.h"
 #include "foundation/views/style/Icons.h"
 #include "foundation/views/style/Measures.h"
 #include "shell/log/ActivityLogWindow.h"
@@ -293,11 +293,8 @@ void MainWindow::askToQuit()
     if (isAskingToQuit_)
         return;
     isAskingToQuit_ = true;
-    auto* const sheet = new Sheet(toQString(question->title), toQString(question->text), this);
-    sheet->setAttribute(Qt::WA_DeleteOnClose);
+    auto* const sheet = new QuestionSheet(*question, this);
     sheet->setObjectName(QStringLiteral("quitQuestion"));
-    sheet->setDestructiveVerb(toQString(question->quitButton));
-    sheet->setCancelText(toQString(question->stayButton));
     connect(sheet, &Sheet::verbTriggered, sheet, &QDialog::accept);
     connect(sheet, &QDialog::finished, this, [this](int outcome) {
         isAskingToQuit_ = false;

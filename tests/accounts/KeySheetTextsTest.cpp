@@ -18,15 +18,6 @@ TEST(KeySheetTextsTest, TheQuestionAboutRevokedKeysNamesThemAndCounts)
     EXPECT_EQ(removeRevokedQuestion({two.front()}, false).title, "Remove 1 key Backblaze no longer has?");
 }
 
-TEST(KeySheetTextsTest, SaysWhichKeysWereKeptAndWhy)
-{
-    RevokedKeysOutcome outcome{.removed = {{"1", "Old laptop", "a"}}, .kept = {}};
-    EXPECT_FALSE(keptKeysText(outcome));
-
-    outcome.kept.push_back({{"2", "Printer", "a"}, "“Printer” still signs in, so it was kept."});
-    EXPECT_EQ(keptKeysText(outcome), "1 key was removed. “Printer” still signs in, so it was kept.");
-}
-
 TEST(KeySheetTextsTest, OnlyTheKeyInUseIsSaidToDisconnect)
 {
     const StoredKey key{"1", "Office", "a"};

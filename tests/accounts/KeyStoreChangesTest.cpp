@@ -1,7 +1,9 @@
 #include "B2Kit/B2Error.h"
 #include "accounts/KeyNames.h"
+#include "accounts/KeyRemoval.h"
 #include "foundation/SettingsKeys.h"
 #include "tests/accounts/KeyStoreFixture.h"
+#include "tests/support/RunItems.h"
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -22,6 +24,8 @@ protected:
         }
         return nullptr;
     }
+
+    ItemRun::Summary removeRevoked() { return runItems(*makeRevokedKeysRemoval(store, store.revokedKeys())); }
 
     std::vector<std::string> storedIDs()
     {
@@ -137,12 +141,11 @@ TEST_F(KeyStoreChangesTest, OnlyAKeyThatTheServiceRefusesIsForgotten)
     // A listing that is older than the working key.
     ASSERT_EQ(store.revokedKeys().size(), 2U);
 
-    const auto outcome = qtRun(store.removeRevoked());
+    const auto outcome = removeRevoked();
 
-    ASSERT_EQ(outcome.removed.size(), 1U);
-    EXPECT_EQ(outcome.removed[0].label, "Former");
-    ASSERT_EQ(outcome.kept.size(), 1U);
-    EXPECT_EQ(outcome.kept[0].reason, "“Working” is not listed, but Backblaze still accepts it, so it was kept.");
+    EXPECT_EQ(outcome.done, 1);
+    ASSERT_EQ(outcome.failures.size(), 1U);
+    EXPECT_EQ(outcome.failures[0].sentence, "“Working” is not listed, but Backblaze still accepts it, so it was kept.");
     EXPECT_THAT(storedIDs(), Contains(working.key.applicationKeyID));
     EXPECT_THAT(logMessages(), Contains("Kept key Working"));
 }
@@ -154,19 +157,37 @@ TEST_F(KeyStoreChangesTest, AKeyThatCannotBeAskedAboutIsKept)
     qtRun(store.reload());
     keychain.isBroken = true;
 
-    const auto outcome = qtRun(store.removeRevoked());
+    const auto outcome = removeRevoked();
 
-    EXPECT_THAT(outcome.removed, IsEmpty());
-    EXPECT_THAT(outcome.kept.at(0).reason, HasSubstr("could not be found out, so it was kept."));
+    EXPECT_EQ(outcome.done, 0);
+    EXPECT_THAT(outcome.failures.at(0).sentence, HasSubstr("could not be found out, so it was kept."));
 
     keychain.isBroken = false;
     control("faults", R"({"kind": "status", "operation": "b2_authorize_account", "count": 1, "status": 401,
         "body": "<html>Sign in to the network</html>", "contentType": "text/html"})");
-    EXPECT_THAT(qtRun(store.removeRevoked()).removed, IsEmpty()) << "that was a proxy";
+    EXPECT_EQ(removeRevoked().done, 0) << "that was a proxy";
 
     control("options", R"({"wrongKeyCode": "bad_auth_token"})");
-    EXPECT_THAT(qtRun(store.removeRevoked()).kept, IsEmpty());
+    EXPECT_THAT(removeRevoked().failures, IsEmpty());
     EXPECT_THAT(storedIDs(), ElementsAre(master.keyID));
+}
+
+TEST_F(KeyStoreChangesTest, ARemovalOfRevokedKeysStopsBetweenThem)
+{
+    connectMaster();
+    for (const auto* const id : {"0044a1b2c3d4e5f0000000097", "0044a1b2c3d4e5f0000000098", "0044a1b2c3d4e5f0000000099"})
+        memory.add({id, "Former", master.keyID}, "K004wrong");
+    qtRun(store.reload());
+    control("faults", R"({"kind": "stall", "operation": "b2_authorize_account", "after": 1, "milliseconds": 60000})");
+    const auto run = makeRevokedKeysRemoval(store, store.revokedKeys());
+    run->start();
+    ASSERT_TRUE(spinUntil([&] { return run->summary->done == 1; }));
+
+    run->stop();
+
+    ASSERT_TRUE(spinUntil([&] { return run->hasEnded(); }));
+    EXPECT_EQ(run->summary->done, 1);
+    EXPECT_EQ(storedIDs().size(), 3U) << "two of them and the one in use";
 }
 
 TEST_F(KeyStoreChangesTest, NamesAreTrimmedAndShownAtOnce)

@@ -34,7 +34,7 @@ mode_t modeOf(const std::filesystem::path& path)
     return status.st_mode & 0777;
 }
 
-TEST_F(SettingsTest, KeepsTypedValuesOverARestart)
+TEST_F(SettingsTest, KeepsTypedValuesAcrossARestart)
 {
     const std::string binary("\0\xFF{}\n", 5);
     {
@@ -76,7 +76,7 @@ TEST_F(SettingsTest, HasNothingWhereTheTypeIsAnother)
     EXPECT_EQ(settings.text("absent"), std::nullopt);
 }
 
-TEST_F(SettingsTest, TellsRealChangesOnly)
+TEST_F(SettingsTest, ReportsRealChangesOnly)
 {
     Settings settings(file);
     const QSignalSpy spy(&settings, &Settings::changed);

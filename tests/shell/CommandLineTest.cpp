@@ -34,6 +34,13 @@ TEST(CommandLineTest, SendsNoKeyInTheClearToAnotherComputer)
     EXPECT_TRUE(parseCommandLine({"--endpoint", "https://b2.example.com"}));
 }
 
+TEST(CommandLineTest, OnlyAStartWithoutOptionsMayJoinARunningProgram)
+{
+    EXPECT_TRUE(parseCommandLine({})->mayJoinRunningProgram());
+    EXPECT_FALSE(parseCommandLine({"--demo"})->mayJoinRunningProgram());
+    EXPECT_FALSE(parseCommandLine({"--key-id", "x"})->mayJoinRunningProgram());
+}
+
 TEST(CommandLineTest, TheSecretLeavesTheEnvironmentWhenItIsRead)
 {
     setenv(applicationKeyVariable, "canary", 1);

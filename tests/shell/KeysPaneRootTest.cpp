@@ -3,7 +3,7 @@
 #include "keychain/MemoryKeychain.h"
 #include "localb2/Service.h"
 #include "shell/RootModel.h"
-#include "tests/support/QtRun.h"
+#include "tests/support/RunItems.h"
 
 #include <QTemporaryDir>
 
@@ -81,7 +81,7 @@ TEST_F(KeysPaneRootTest, ADeletedKeyIsRevokedInTheListOfStoredOnes)
     qtRun(root.keyStore.reload());
     EXPECT_FALSE(root.keyStore.revokedKeyIDs().contains(doomed.applicationKeyID));
 
-    qtRun(root.keys.remove({doomed}));
+    runItems(*root.keys.makeDeletion({doomed}));
 
     EXPECT_TRUE(spinUntil([&] { return root.keyStore.revokedKeyIDs().contains(doomed.applicationKeyID); }));
 }

@@ -6,6 +6,7 @@
 #include "foundation/QtText.h"
 #include "foundation/views/Sheet.h"
 #include "foundation/views/panes/PaneSlots.h"
+#include "foundation/views/sheets/RunSheet.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -143,20 +144,13 @@ void KeysView::showCreated()
 
 void KeysView::askToDelete()
 {
-    auto keys = selectedKeys();
+    const auto keys = selectedKeys();
     if (keys.empty() || !commands().remove->isEnabled)
         return;
-    const DeleteKeysQuestion question(keys);
-    auto* const sheet = new Sheet(toQString(question.title), toQString(question.text), this);
-    sheet->setAttribute(Qt::WA_DeleteOnClose);
+    const auto progress = keys.size() == 1 ? tr("Deleting the key…") : tr("Deleting %1 keys…").arg(keys.size());
+    auto* const sheet = new RunSheet(deleteKeysQuestion(keys), model_.makeDeletion(keys),
+        {fromQString(progress), {.singular = "key", .plural = "keys", .participle = "deleted"}}, this);
     sheet->setObjectName(QStringLiteral("deleteKeys"));
-    sheet->setDestructiveVerb(toQString(question.button));
-    connect(sheet, &Sheet::verbTriggered, sheet, &QDialog::accept);
-    connect(sheet, &QDialog::accepted, this, [this, keys = std::move(keys), session = *model_.session] {
-        // The question was about keys of this account.
-        if (*model_.session == session)
-            tasks_.start(model_.remove(keys));
-    });
     sheet->open();
 }
 

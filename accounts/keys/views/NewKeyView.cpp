@@ -5,6 +5,7 @@
 #include "accounts/keys/views/PermissionList.h"
 #include "foundation/QtText.h"
 #include "foundation/views/Labels.h"
+#include "foundation/views/sheets/QuestionSheet.h"
 #include "foundation/views/tables/NameText.h"
 
 #include <QComboBox>
@@ -203,11 +204,8 @@ void NewKeyView::submit()
 
 void NewKeyView::askAboutSeveralBuckets()
 {
-    auto* const sheet = new Sheet(toQString(MultiBucketQuestion::title), toQString(MultiBucketQuestion::text), this);
-    sheet->setAttribute(Qt::WA_DeleteOnClose);
+    auto* const sheet = new QuestionSheet(multiBucketQuestion(), this);
     sheet->setObjectName(QStringLiteral("multiBucketQuestion"));
-    sheet->setVerb(toQString(MultiBucketQuestion::createButton));
-    sheet->setCancelText(toQString(MultiBucketQuestion::cancelButton));
     connect(sheet, &Sheet::verbTriggered, sheet, &QDialog::accept);
     connect(sheet, &QDialog::accepted, this, &NewKeyView::request);
     sheet->open();

@@ -1,10 +1,11 @@
 #include "foundation/views/style/DesktopPreferences.h"
 
+#include "foundation/SessionBus.h"
+
 #include <QDBusConnection>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
-#include <QFileInfo>
 
 namespace {
 
@@ -17,13 +18,6 @@ const QString gnomeInterface = QStringLiteral("org.gnome.desktop.interface");
 const QString animationsKey = QStringLiteral("enable-animations");
 const QString plasmaGroup = QStringLiteral("org.kde.kdeglobals.KDE");
 const QString plasmaDurationKey = QStringLiteral("AnimationDurationFactor");
-
-// Without either, the D-Bus library would try to start a bus by itself, and wait for it.
-bool hasSessionBus()
-{
-    return qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS")
-        || QFileInfo::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus"));
-}
 
 // The portal's `Read` wraps its answer in a variant once more than its signal does.
 QVariant unwrapped(QVariant value)

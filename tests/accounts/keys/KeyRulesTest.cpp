@@ -206,11 +206,11 @@ TEST(KeyRowsTest, RowsStandInTheWantedOrder)
 TEST(KeyRowsTest, TheQuestionNamesTheKeyOrCountsThem)
 {
     const B2ApplicationKey key{.keyName = "backup"};
-    EXPECT_EQ(DeleteKeysQuestion({key}).title, "Delete “backup”?");
-    EXPECT_THAT(DeleteKeysQuestion({key}).text, HasSubstr("and it cannot be restored."));
-    EXPECT_EQ(DeleteKeysQuestion({key, key}).button, "Delete 2 Keys");
-    EXPECT_THAT(DeleteKeysQuestion({key, key}).text, HasSubstr("with these 2 keys (scripts"));
-    EXPECT_THAT(DeleteKeysQuestion({key, key}).text, HasSubstr("and they cannot be restored."));
+    EXPECT_EQ(deleteKeysQuestion({key}).title, "Delete “backup”?");
+    EXPECT_THAT(deleteKeysQuestion({key}).text, HasSubstr("and it cannot be restored."));
+    EXPECT_EQ(deleteKeysQuestion({key, key}).verb, "Delete 2 Keys");
+    EXPECT_THAT(deleteKeysQuestion({key, key}).text, HasSubstr("with these 2 keys (scripts"));
+    EXPECT_THAT(deleteKeysQuestion({key, key}).text, HasSubstr("and they cannot be restored."));
 }
 
 TEST(KeyDetailsTest, WhatIsUnknownIsSaidAndNotGuessed)

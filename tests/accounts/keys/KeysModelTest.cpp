@@ -7,7 +7,7 @@
 #include "foundation/Settings.h"
 #include "foundation/TaskScope.h"
 #include "localb2/Service.h"
-#include "tests/support/QtRun.h"
+#include "tests/support/RunItems.h"
 
 #include <QTemporaryDir>
 
@@ -52,6 +52,8 @@ protected:
         model.forgetCreated();
         return made;
     }
+
+    ItemRun::Summary removeAll() { return runItems(*model.makeDeletion(*model.keys)); }
 
     std::vector<std::string> names() const
     {
@@ -124,7 +126,7 @@ TEST_F(KeysModelTest, AKeyIsCreatedToldOnceListedAndDeleted)
     model.forgetCreated();
     EXPECT_FALSE(*model.created);
 
-    qtRun(model.remove(*model.keys));
+    removeAll();
     EXPECT_THAT(names(), IsEmpty());
     EXPECT_THAT(*model.inFlight, IsEmpty());
     EXPECT_THAT(logged(), HasSubstr("Deleted Application Key reader"));
@@ -143,10 +145,50 @@ TEST_F(KeysModelTest, TheSessionsOwnKeyIsNeverDeleted)
     model.reset(sessionOf(manager));
     qtRun(model.load());
 
-    qtRun(model.remove(*model.keys));
+    EXPECT_EQ(removeAll().total, 1);
 
     EXPECT_THAT(names(), ElementsAre("manager"));
-    EXPECT_FALSE(*model.error);
+}
+
+TEST_F(KeysModelTest, AStoppedDeletionFindsOutAboutTheKeyUnderWay)
+{
+    model.reset(sessionOf(service.masterKey()));
+    for (const auto* const name : {"one", "two", "three"})
+        make(name, {B2Capabilities::listFiles});
+    int changes = 0;
+    model.didChange = [&] { ++changes; };
+    // The service deletes the second key, and its answer does not come. Each key takes two calls.
+    control("faults", R"({"kind": "stall", "operation": "b2_delete_key", "after": 3, "milliseconds": 60000})");
+    const auto run = model.makeDeletion(*model.keys);
+    run->start();
+    ASSERT_TRUE(spinUntil([&] { return run->summary->done == 1 && !model.inFlight->empty(); }));
+
+    run->stop();
+
+    ASSERT_TRUE(spinUntil([&] { return run->hasEnded() && !*model.isLoading; }));
+    EXPECT_EQ(run->summary->interrupted.size() + static_cast<std::size_t>(run->summary->untried()), 2U);
+    EXPECT_THAT(*model.inFlight, IsEmpty());
+    EXPECT_EQ(changes, 1);
+    const auto shown = names();
+    qtRun(model.load());
+    EXPECT_EQ(names(), shown) << "the list is what the service has";
+}
+
+TEST_F(KeysOfTwoAccountsTest, ADeletionThatASwitchCrossesLeavesTheOtherAccountAlone)
+{
+    model.reset(sessionOf(service.masterKeys().at(0)));
+    qtRun(model.load());
+    const auto run = model.makeDeletion(*model.keys);
+    ASSERT_GT(run->summary->total, 1);
+    model.reset(sessionOf(service.masterKeys().at(1)));
+    qtRun(model.load());
+    const auto before = names();
+
+    EXPECT_EQ(runItems(*run).done, 0);
+
+    EXPECT_EQ(runResultText(*run->summary, {"key", "keys", "deleted"}).substr(0, 19), "No key was deleted.");
+    qtRun(model.load());
+    EXPECT_EQ(names(), before);
 }
 
 TEST_F(KeysModelTest, WhatTheServiceRefusesIsSaidAndKeepsTheRows)
@@ -158,9 +200,11 @@ TEST_F(KeysModelTest, WhatTheServiceRefusesIsSaidAndKeepsTheRows)
     control("faults",
         R"({"kind": "status", "operation": "b2_delete_key", "count": 2, "status": 403, "code": "cap_exceeded"})");
 
-    qtRun(model.remove(*model.keys));
+    const auto refused = removeAll();
     EXPECT_THAT(names(), ElementsAre("one", "two"));
-    EXPECT_THAT(model.error->value(), HasSubstr("2 keys could not be deleted. The first: Could not delete key “one”."));
+    ASSERT_EQ(refused.failures.size(), 2U);
+    EXPECT_EQ(refused.failures[0].name, "one");
+    EXPECT_THAT(refused.failures[0].sentence, Not(IsEmpty()));
     EXPECT_THAT(logged(), HasSubstr("Could not delete key two"));
 
     EXPECT_FALSE(
