@@ -1,5 +1,6 @@
 #pragma once
 
+#include "B2Kit/transport/B2Transport.h"
 #include "B2Kit/uploads/B2LargeFile.h"
 #include "async/Task.h"
 #include "transfers/Transfer.h"
@@ -28,6 +29,12 @@ private:
     std::weak_ptr<Transfer> transfer_;
     int attempt_;
 };
+
+/// Notes that the first byte of the attempt is about to move, for the folder's record too.
+void noteTransferStart(Transfer& transfer);
+
+/// Shows the bytes that have moved in the row and in the log, each at its own pace.
+B2Progress progressOf(const TransferRun& run);
 
 /// Shows what is tried again in the row, as its trouble, until it goes through.
 std::function<void(const B2PartRetryEvent&)> retryReportsOf(const TransferRun& run);

@@ -3,6 +3,8 @@
 #include "async/Background.h"
 #include "foundation/Texts.h"
 #include "transfers/TransferQueue.h"
+#include "transfers/download/FolderDownload.h"
+#include "transfers/upload/FolderUpload.h"
 #include "transfers/upload/UploadSource.h"
 
 #include <QPointer>

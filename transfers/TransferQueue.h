@@ -7,9 +7,12 @@
 #include "foundation/Observable.h"
 #include "foundation/TaskScope.h"
 #include "transfers/Transfer.h"
-#include "transfers/TransferRun.h"
 #include "transfers/download/DownloadDestination.h"
+#include "transfers/download/DownloadMark.h"
+#include "transfers/download/DownloadRun.h"
 #include "transfers/resume/ResumeStore.h"
+#include "transfers/upload/UploadRun.h"
+#include "transfers/upload/UploadSource.h"
 
 #include <deque>
 #include <filesystem>

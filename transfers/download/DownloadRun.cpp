@@ -1,3 +1,5 @@
+#include "transfers/download/DownloadRun.h"
+
 #include "B2Kit/B2Client.h"
 #include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "async/Background.h"
@@ -5,7 +7,6 @@
 #include "transfers/FailureTexts.h"
 #include "transfers/RowReports.h"
 #include "transfers/TransferLog.h"
-#include "transfers/TransferRun.h"
 #include "transfers/download/FolderLanding.h"
 #include "transfers/download/LocalNames.h"
 

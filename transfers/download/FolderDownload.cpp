@@ -1,12 +1,13 @@
+#include "transfers/download/FolderDownload.h"
+
 #include "B2Kit/B2Client.h"
 #include "async/Background.h"
 #include "foundation/log/ActivityLog.h"
 #include "transfers/FailureTexts.h"
-#include "transfers/FolderTally.h"
 #include "transfers/TransferLog.h"
-#include "transfers/TransferRun.h"
 #include "transfers/download/FolderLanding.h"
 #include "transfers/download/LocalNames.h"
+#include "transfers/folders/FolderTally.h"
 
 #include <fmt/format.h>
 
@@ -109,10 +110,9 @@ Task<std::set<std::string>> doneBefore(const Run& self)
     for (const auto& file : self.files) {
         if (++looked % batchSize == 0)
             co_await yieldToOthers();
-        const auto known = self.order.progress->done.find(file.relativePath);
-        if (known != self.order.progress->done.end() && known->second.byteCount == file.size
-            && known->second.modificationDate == file.uploadDate())
-            candidates.push_back(*known);
+        const auto& progress = *self.order.progress;
+        if (progress.isDone(file.relativePath, file.size, file.uploadDate()))
+            candidates.emplace_back(file.relativePath, progress.done.at(file.relativePath));
     }
     if (candidates.empty())
         co_return std::set<std::string>();

@@ -1,11 +1,12 @@
+#include "transfers/upload/FolderUpload.h"
+
 #include "async/Background.h"
 #include "async/Group.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Texts.h"
 #include "foundation/log/ActivityLog.h"
-#include "transfers/FolderTally.h"
 #include "transfers/TransferLog.h"
-#include "transfers/TransferRun.h"
+#include "transfers/folders/FolderTally.h"
 #include "transfers/upload/FolderScan.h"
 
 #include <fmt/format.h>
@@ -150,13 +151,6 @@ void keep(FolderTally& tally, FolderProgress& progress, const FoundFile& file, c
         tally.fail(file.relativePath, state.text, file.size);
 }
 
-bool isDone(const FolderProgress& progress, const FoundFile& file)
-{
-    const auto known = progress.done.find(file.relativePath);
-    return known != progress.done.end() && known->second.byteCount == file.size
-        && known->second.modificationDate == file.modificationDate;
-}
-
 } // namespace
 
 Task<> runFolderUpload(FolderUploadOrder order, TransferRun run, UploadContext context)
@@ -174,7 +168,7 @@ Task<> runFolderUpload(FolderUploadOrder order, TransferRun run, UploadContext c
     for (const auto& file : found.files) {
         if (stop.stop_requested())
             break;
-        if (isDone(*order.progress, file)) {
+        if (order.progress->isDone(file.relativePath, file.size, file.modificationDate)) {
             tally.completeWithoutMoving(file.size);
             co_await tally.breathe();
             continue;

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "transfers/TransferRun.h"
+#include "transfers/upload/UploadRun.h"
+#include "transfers/upload/UploadSource.h"
 
 #include <string>
 

@@ -1,3 +1,5 @@
+#include "transfers/upload/UploadRun.h"
+
 #include "B2Kit/B2Client.h"
 #include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "B2Kit/uploads/B2PartPlan.h"
@@ -5,9 +7,9 @@
 #include "foundation/log/ActivityLog.h"
 #include "transfers/FailureTexts.h"
 #include "transfers/RowReports.h"
-#include "transfers/TransferRun.h"
 #include "transfers/resume/ResumeStore.h"
 #include "transfers/upload/LargeUpload.h"
+#include "transfers/upload/UploadSource.h"
 
 #include <fmt/format.h>
 

@@ -1,9 +1,9 @@
+#include "transfers/RowReports.h"
+
 #include "async/Group.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/log/ActivityLog.h"
 #include "transfers/ProgressThrottle.h"
-#include "transfers/RowReports.h"
-#include "transfers/TransferRun.h"
 #include "transfers/TransferTexts.h"
 
 #include <variant>

@@ -1,4 +1,4 @@
-#include "transfers/FolderTally.h"
+#include "transfers/folders/FolderTally.h"
 
 #include "foundation/Texts.h"
 #include "foundation/log/ActivityLog.h"
