@@ -8,6 +8,8 @@
 #include <functional>
 #include <memory>
 
+class ActivityLog;
+
 // Inside transfers: a client's reports, which come on any thread, on their way to the row.
 
 /// The row's attempt, held weakly: a record may not end on a client's thread.
@@ -34,7 +36,9 @@ private:
 void noteTransferStart(Transfer& transfer);
 
 /// Shows the bytes that have moved in the row and in the log, each at its own pace.
-B2Progress progressOf(const TransferRun& run);
+///
+/// @param log  lives as long as the application.
+B2Progress progressOf(const TransferRun& run, ActivityLog& log);
 
 /// Shows what is tried again in the row, as its trouble, until it goes through.
 std::function<void(const B2PartRetryEvent&)> retryReportsOf(const TransferRun& run);

@@ -2,6 +2,7 @@
 
 #include "async/Background.h"
 #include "foundation/Texts.h"
+#include "foundation/log/ActivityLog.h"
 #include "transfers/TransferQueue.h"
 #include "transfers/download/FolderDownload.h"
 #include "transfers/upload/FolderUpload.h"
@@ -55,7 +56,7 @@ void TransferQueue::download(B2FileVersion file, B2Bucket bucket, std::shared_pt
         folder->isScanning = true;
         FolderDownloadOrder order{
             .bucket = std::move(bucket), .session = std::move(session), .folder = destination_.current()};
-        enqueue(std::move(folder), [order = std::move(order), context = context_](TransferRun run) {
+        enqueue(std::move(folder), [order = std::move(order), context = downloadContext_](TransferRun run) {
             return runFolderDownload(order, std::move(run), context);
         });
         return;
@@ -63,7 +64,7 @@ void TransferQueue::download(B2FileVersion file, B2Bucket bucket, std::shared_pt
     auto transfer = std::make_shared<Transfer>(Transfer::Kind::download, file.fileName, file.contentLength);
     transfer->bucket = bucket;
     DownloadOrder order{std::move(file), std::move(bucket), std::move(session), destination_.current()};
-    enqueue(std::move(transfer), [order = std::move(order), context = context_](TransferRun run) {
+    enqueue(std::move(transfer), [order = std::move(order), context = downloadContext_](TransferRun run) {
         return runDownload(order, std::move(run), context);
     });
 }

@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 
+class ActivityLog;
 class FolderLanding;
 class Settings;
 
@@ -28,6 +29,7 @@ struct DownloadOrder {
 /// What all downloads share.
 struct DownloadContext {
     Settings* settings = nullptr; ///< Lives as long as the application.
+    ActivityLog* log = nullptr;   ///< Lives as long as the application.
     std::shared_ptr<ReservedPaths> reserved = std::make_shared<ReservedPaths>();
     /// Where downloads of folders note what a kill would leave.
     std::filesystem::path markDirectory;

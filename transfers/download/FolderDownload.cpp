@@ -4,7 +4,6 @@
 #include "async/Background.h"
 #include "foundation/log/ActivityLog.h"
 #include "transfers/FailureTexts.h"
-#include "transfers/TransferLog.h"
 #include "transfers/download/FolderLanding.h"
 #include "transfers/download/LocalNames.h"
 #include "transfers/folders/FolderTally.h"
@@ -28,9 +27,9 @@ struct ListedFile {
     }
 };
 
-void failDownload(const TransferRun& run, std::string text)
+void failDownload(const TransferRun& run, ActivityLog& log, std::string text)
 {
-    recordTransfer(B2LogLevel::error, fmt::format("Download of {} failed", run.transfer->displayName), text);
+    log.record({B2LogLevel::error, "transfer", fmt::format("Download of {} failed", run.transfer->displayName), text});
     run.setState(Transfer::State::failed(std::move(text)));
 }
 
@@ -77,8 +76,8 @@ Task<bool> openLanding(Run& self)
         .landed = self.order.progress->landed,
         .markDirectory = self.context.markDirectory};
     if (!localName(parts.name)) {
-        recordTransfer(B2LogLevel::error, "Refused to download " + self.run.transfer->remoteName,
-            "Its name would write outside the destination folder");
+        self.context.log->record({B2LogLevel::error, "transfer", "Refused to download " + self.run.transfer->remoteName,
+            "Its name would write outside the destination folder"});
         self.run.setState(Transfer::State::failed(
             fmt::format("\"{}\" was not downloaded. Its name would write outside the destination folder.",
                 self.run.transfer->remoteName)));
@@ -86,15 +85,16 @@ Task<bool> openLanding(Run& self)
     }
     auto landing = co_await runInBackground([parts = std::move(parts)] { return FolderLanding::open(parts); });
     if (!landing) {
-        failDownload(self.run, landing.error());
+        failDownload(self.run, *self.context.log, landing.error());
         co_return false;
     }
     self.landing = std::move(*landing);
     if (self.landing->name() != folderNameOf(*self.run.transfer) && !self.order.progress->localFolder)
-        recordTransfer(B2LogLevel::notice, fmt::format("Saving {} under another name", self.run.transfer->displayName),
+        self.context.log->record({B2LogLevel::notice, "transfer",
+            fmt::format("Saving {} under another name", self.run.transfer->displayName),
             fmt::format("A file or a link of its name is in the destination folder, or the name is longer than the "
                         "disk takes. The folder is \"{}\".",
-                self.landing->path().string()));
+                self.landing->path().string())});
     self.order.progress->localFolder = self.landing->name();
     if (self.run.isCurrent())
         self.run.transfer->localPath = self.landing->path();
@@ -145,8 +145,8 @@ Task<> downloadFile(const Run& self, FolderTally& tally, const ListedFile& file)
 {
     const auto& prefix = self.run.transfer->remoteName;
     if (!guardedName(file.relativePath)) {
-        recordTransfer(B2LogLevel::error, "Refused to download " + prefix + file.relativePath,
-            "Its name would write outside the destination folder");
+        self.context.log->record({B2LogLevel::error, "transfer", "Refused to download " + prefix + file.relativePath,
+            "Its name would write outside the destination folder"});
         tally.fail(file.relativePath, "Its name would write outside the destination folder.", file.size);
         co_await tally.breathe();
         co_return;
@@ -177,8 +177,8 @@ Task<bool> begin(Run& self, FolderTally& tally)
         byteCount += file.size;
     tally.setTotal(static_cast<int>(self.files.size()), byteCount);
     if (self.files.empty()) {
-        recordTransfer(B2LogLevel::warning,
-            fmt::format("Nothing downloaded from {}, it holds no files", folderNameOf(*self.run.transfer)));
+        self.context.log->record({B2LogLevel::warning, "transfer",
+            fmt::format("Nothing downloaded from {}, it holds no files", folderNameOf(*self.run.transfer)), {}});
         self.run.setState(Transfer::State::failed("Nothing to download, the folder is empty"));
         co_return false;
     }
@@ -205,7 +205,7 @@ Task<> runFolderDownload(FolderDownloadOrder order, TransferRun run, DownloadCon
 {
     run.setState(Transfer::State::running());
     run.transfer->isScanning = true;
-    FolderTally tally(run);
+    FolderTally tally(run, *context.log);
     Run self{.order = std::move(order), .run = run, .context = std::move(context), .files = {}, .landing = {}};
     std::exception_ptr failure;
     bool hasBegun = false;
@@ -223,7 +223,7 @@ Task<> runFolderDownload(FolderDownloadOrder order, TransferRun run, DownloadCon
     if ((co_await currentStopToken()).stop_requested())
         tally.stop();
     else if (failure)
-        failDownload(run, failureText(failure));
+        failDownload(run, *self.context.log, failureText(failure));
     else if (hasBegun)
         tally.finish(run.transfer->localPath->value_or("").string());
 }

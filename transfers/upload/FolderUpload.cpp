@@ -5,7 +5,6 @@
 #include "foundation/MainExecutor.h"
 #include "foundation/Texts.h"
 #include "foundation/log/ActivityLog.h"
-#include "transfers/TransferLog.h"
 #include "transfers/folders/FolderTally.h"
 #include "transfers/upload/FolderScan.h"
 
@@ -38,16 +37,17 @@ Task<FolderScan> scan(const std::filesystem::path& folder, const TransferRun& ru
     co_return found;
 }
 
-void failUpload(const TransferRun& run, std::string text)
+void failUpload(const TransferRun& run, ActivityLog& log, std::string text)
 {
-    recordTransfer(B2LogLevel::error, fmt::format("Upload of {} failed", run.transfer->displayName), text);
+    log.record({B2LogLevel::error, "transfer", fmt::format("Upload of {} failed", run.transfer->displayName), text});
     run.setState(Transfer::State::failed(std::move(text)));
 }
 
 /// Names in the log what does not go.
 /// @param what  how the line ends: "3 items that are no file".
 /// @param before  what stands above the names.
-void tellLeftOut(const std::string& folderName, const LeftOut& items, const std::string& what, std::string before = {})
+void tellLeftOut(ActivityLog& log, const std::string& folderName, const LeftOut& items, const std::string& what,
+    std::string before = {})
 {
     constexpr std::size_t mostNamed = 20;
     auto detail = std::move(before);
@@ -55,20 +55,21 @@ void tellLeftOut(const std::string& folderName, const LeftOut& items, const std:
         detail += (detail.empty() ? "" : "\n") + singleLine(item.relativePath);
     if (const auto rest = items.count - static_cast<std::int64_t>(mostNamed); rest > 0)
         detail += fmt::format("\n… and {} more", rest);
-    recordTransfer(B2LogLevel::notice, fmt::format("Left out of {}: {}", folderName, what), std::move(detail));
+    log.record(
+        {B2LogLevel::notice, "transfer", fmt::format("Left out of {}: {}", folderName, what), std::move(detail)});
 }
 
 /// Tells what is no file and so does not go, as a link the user takes for a file.
-void leaveOut(FolderTally& tally, const std::string& folderName, const FolderScan& scan)
+void leaveOut(FolderTally& tally, ActivityLog& log, const std::string& folderName, const FolderScan& scan)
 {
     if (const auto& items = scan.passedOver; items.count > 0) {
-        tellLeftOut(folderName, items,
+        tellLeftOut(log, folderName, items,
             fmt::format("{} that {} no file, as a link or a pipe", countText(items.count, "item", "items"),
                 items.count == 1 ? "is" : "are"));
         tally.leaveOut(items, "They are links, pipes and the like, not files, and are not sent.");
     }
     if (const auto& items = scan.emptyFolders; items.count > 0) {
-        tellLeftOut(folderName, items, countText(items.count, "empty folder", "empty folders"),
+        tellLeftOut(log, folderName, items, countText(items.count, "empty folder", "empty folders"),
             "B2 stores name prefixes rather than folders, so an empty folder cannot exist there");
         tally.leaveOut(items, "They are empty folders, which cannot be stored in a bucket.");
     }
@@ -76,22 +77,23 @@ void leaveOut(FolderTally& tally, const std::string& folderName, const FolderSca
 
 /// Shows what the folder holds.
 /// @returns false when that is nothing: the record has its last state then.
-bool begin(FolderTally& tally, const TransferRun& run, const FolderScan& scan)
+bool begin(FolderTally& tally, ActivityLog& log, const TransferRun& run, const FolderScan& scan)
 {
     if (!scan.unreadableFolders.empty() && scan.unreadableFolders.front().relativePath.empty()) {
-        failUpload(run, scan.unreadableFolders.front().reason);
+        failUpload(run, log, scan.unreadableFolders.front().reason);
         return false;
     }
     const auto name = folderNameOf(*run.transfer);
     const auto fileCount = scan.files.size() + scan.refusedFiles.size();
-    recordTransfer(B2LogLevel::info,
+    log.record({B2LogLevel::info, "transfer",
         fmt::format("Scanned {}: {}, {}", name, countText(static_cast<std::int64_t>(fileCount), "file", "files"),
-            sizeText(scan.byteCount)));
-    leaveOut(tally, name, scan);
+            sizeText(scan.byteCount)),
+        {}});
+    leaveOut(tally, log, name, scan);
     tally.setTotal(static_cast<int>(fileCount + scan.unreadableFolders.size()), scan.byteCount);
     if (fileCount + scan.unreadableFolders.size() == 0) {
-        recordTransfer(B2LogLevel::warning, fmt::format("Nothing uploaded from {}, it holds no files", name),
-            "B2 stores name prefixes rather than folders, so an empty folder cannot exist there");
+        log.record({B2LogLevel::warning, "transfer", fmt::format("Nothing uploaded from {}, it holds no files", name),
+            "B2 stores name prefixes rather than folders, so an empty folder cannot exist there"});
         tally.finishEmpty(scan.passedOver.count == 0
                 ? "Nothing to upload, the folder is empty"
                 : "Nothing to upload, the folder holds only links and the like, which are not sent");
@@ -101,11 +103,12 @@ bool begin(FolderTally& tally, const TransferRun& run, const FolderScan& scan)
 }
 
 /// Counts what the scan has refused.
-Task<> tellRefused(FolderTally* tally, const FolderScan* scan)
+Task<> tellRefused(FolderTally* tally, ActivityLog* log, const FolderScan* scan)
 {
     for (const auto* problems : {&scan->refusedFiles, &scan->unreadableFolders}) {
         for (const auto& problem : *problems) {
-            recordTransfer(B2LogLevel::error, fmt::format("Upload of {} failed", problem.relativePath), problem.reason);
+            log->record({B2LogLevel::error, "transfer", fmt::format("Upload of {} failed", problem.relativePath),
+                problem.reason});
             tally->fail(problem.relativePath, problem.reason, 0);
             co_await tally->breathe();
         }
@@ -158,12 +161,12 @@ Task<> runFolderUpload(FolderUploadOrder order, TransferRun run, UploadContext c
     run.setState(Transfer::State::running());
     const auto stop = co_await currentStopToken();
     const auto found = co_await scan(order.folder, run);
-    FolderTally tally(run);
-    if (!stop.stop_requested() && !begin(tally, run, found))
+    FolderTally tally(run, *context.log);
+    if (!stop.stop_requested() && !begin(tally, *context.log, run, found))
         co_return;
 
     if (!stop.stop_requested())
-        co_await tellRefused(&tally, &found);
+        co_await tellRefused(&tally, context.log, &found);
     std::optional<std::string> interrupted;
     for (const auto& file : found.files) {
         if (stop.stop_requested())

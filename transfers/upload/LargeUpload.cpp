@@ -8,7 +8,6 @@
 #include "foundation/log/ActivityLog.h"
 #include "transfers/FailureTexts.h"
 #include "transfers/RowReports.h"
-#include "transfers/TransferLog.h"
 #include "transfers/resume/ResumeStore.h"
 
 #include <fmt/format.h>
@@ -44,31 +43,31 @@ ChecksumPass decidePass(const Transfer& transfer, const UploadSource& source, co
     return isTurnedOff ? ChecksumPass::turnedOff : ChecksumPass::runs;
 }
 
-void logPass(ChecksumPass pass, const Transfer& transfer)
+void logPass(ChecksumPass pass, const Transfer& transfer, ActivityLog& log)
 {
     const auto& name = transfer.displayName;
     switch (pass) {
     case ChecksumPass::skippedForFolder:
-        recordTransfer(B2LogLevel::warning, fmt::format("Uploading {} without a whole-file checksum", name),
+        log.record({B2LogLevel::warning, "transfer", fmt::format("Uploading {} without a whole-file checksum", name),
             "Checksums were skipped for this folder. Parts are still checked in transit; the stored file cannot be "
-            "verified later.");
+            "verified later."});
         break;
     case ChecksumPass::runs:
-        recordTransfer(B2LogLevel::info, fmt::format("Preparing {}, reading it to record a checksum", name),
+        log.record({B2LogLevel::info, "transfer", fmt::format("Preparing {}, reading it to record a checksum", name),
             sizeText(*transfer.byteCount)
-                + " to read before the upload starts. Turn the whole-file checksum off in Settings to skip this.");
+                + " to read before the upload starts. Turn the whole-file checksum off in Settings to skip this."});
         break;
     case ChecksumPass::resuming:
-        recordTransfer(B2LogLevel::info, fmt::format("Skipping the checksum pass for {}", name),
-            "Resuming, so the whole-file checksum recorded when the upload was first started still stands.");
+        log.record({B2LogLevel::info, "transfer", fmt::format("Skipping the checksum pass for {}", name),
+            "Resuming, so the whole-file checksum recorded when the upload was first started still stands."});
         break;
     case ChecksumPass::runsForChangedSource:
-        recordTransfer(B2LogLevel::notice, fmt::format("Reading {} again before the upload goes on", name),
-            "Its date or size is another than when the upload began. Only a file with the same content is resumed.");
+        log.record({B2LogLevel::notice, "transfer", fmt::format("Reading {} again before the upload goes on", name),
+            "Its date or size is another than when the upload began. Only a file with the same content is resumed."});
         break;
     case ChecksumPass::turnedOff:
-        recordTransfer(B2LogLevel::warning, fmt::format("Uploading {} without a whole-file checksum", name),
-            "Turned off in Settings. Parts are still checked in transit; the stored file cannot be verified later.");
+        log.record({B2LogLevel::warning, "transfer", fmt::format("Uploading {} without a whole-file checksum", name),
+            "Turned off in Settings. Parts are still checked in transit; the stored file cannot be verified later."});
         break;
     }
 }
@@ -128,7 +127,7 @@ Task<> sendInParts(const UploadOrder* order, const TransferRun* run, const Uploa
     transfer.isHashing = isHashing;
     if (isHashing)
         transfer.hashStartedAt = Transfer::Clock::now();
-    logPass(pass, transfer);
+    logPass(pass, transfer, *context->log);
 
     const RowOfAttempt row(*run);
     B2UploadLargeFileRequest request{.bucketID = order->bucket.bucketID,
@@ -145,7 +144,7 @@ Task<> sendInParts(const UploadOrder* order, const TransferRun* run, const Uploa
             [row](int done, int count) {
                 row.show([done, count](Transfer& shown) { showResumeState(shown, done, count); });
             },
-        .onProgress = progressOf(*run),
+        .onProgress = progressOf(*run, *context->log),
         .onPartRetry = retryReportsOf(*run),
         .onPartsDone = [row](int done,
                            int count) { row.show([done, count](Transfer& shown) { showParts(shown, done, count); }); }};

@@ -34,7 +34,8 @@ std::string_view keptOf(const Transfer& transfer)
     return *transfer.resumableFileID ? partsStayStored : nothingWasSent;
 }
 
-Task<> sendWhole(const UploadOrder* order, const TransferRun* run, const UploadSource* source, std::string contentType)
+Task<> sendWhole(const UploadOrder* order, const TransferRun* run, const UploadContext* context,
+    const UploadSource* source, std::string contentType)
 {
     noteTransferStart(*run->transfer);
     B2UploadFileRequest request{.bucketID = order->bucket.bucketID,
@@ -42,7 +43,7 @@ Task<> sendWhole(const UploadOrder* order, const TransferRun* run, const UploadS
         .contentType = std::move(contentType),
         .body = B2FileRange{source->path, 0, source->byteCount},
         .modificationDate = source->modificationDate,
-        .onProgress = progressOf(*run),
+        .onProgress = progressOf(*run, *context->log),
         .onRetry = retryReportsOf(*run)};
     const auto client = order->session->client;
     co_await client->uploadFile(std::move(request));
@@ -102,7 +103,7 @@ Task<std::optional<Problem>> send(const UploadOrder& order, const TransferRun& r
         if (isLarge)
             co_await sendInParts(&order, &run, &context, &source, std::move(inspected.contentType));
         else
-            co_await sendWhole(&order, &run, &source, std::move(inspected.contentType));
+            co_await sendWhole(&order, &run, &context, &source, std::move(inspected.contentType));
     } catch (...) {
         failure = std::current_exception();
     }
@@ -142,7 +143,7 @@ Task<> runUpload(UploadOrder order, TransferRun run, UploadContext context)
         problem = Problem{text, text};
     }
     if (problem) {
-        ActivityLog::shared().record(
+        context.log->record(
             {B2LogLevel::error, "transfer", fmt::format("Upload of {} failed", transfer.displayName), problem->detail});
         run.setState(Transfer::State::failed(problem->text));
         co_return;
@@ -152,6 +153,5 @@ Task<> runUpload(UploadOrder order, TransferRun run, UploadContext context)
     transfer.resumableFileID = std::nullopt;
     transfer.bytesTransferred = *transfer.byteCount;
     run.setState(Transfer::State::finished());
-    ActivityLog::shared().record(
-        {B2LogLevel::notice, "transfer", "Uploaded " + transfer.displayName, transfer.remoteName});
+    context.log->record({B2LogLevel::notice, "transfer", "Uploaded " + transfer.displayName, transfer.remoteName});
 }

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <memory>
 
+class ActivityLog;
 class ResumeStore;
 class Settings;
 
@@ -21,6 +22,7 @@ struct UploadOrder {
 /// What all uploads share.
 struct UploadContext {
     Settings* settings = nullptr;       ///< Lives as long as the application.
+    ActivityLog* log = nullptr;         ///< Lives as long as the application.
     ResumeStore* resumeStore = nullptr; ///< Null without one; otherwise lives as long as the application.
 };
 
