@@ -72,13 +72,14 @@ private:
     std::shared_ptr<std::atomic<bool>> isOut_ = std::make_shared<std::atomic<bool>>(false);
 };
 
-/// Did the service's own answer stay out? What a gateway says in its place tells nothing about the file.
+/// Is there no answer of the service that says what became of the file? What a gateway says in its place does not.
 bool isAnswerLost(const std::exception_ptr& failure)
 {
     try {
         std::rethrow_exception(failure);
     } catch (const B2Error& error) {
-        return error.api() && isFromGateway(*error.api());
+        return error.api() ? isFromGateway(*error.api())
+                           : std::holds_alternative<B2Error::InvalidResponse>(error.which());
     } catch (...) {
         return mayHaveReachedService(failure);
     }
@@ -110,7 +111,6 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
     const auto name = oneLine(request.fileName);
     BodyWatch watch(body.length, std::move(request.onProgress));
     B2RetryTeller teller(std::move(request.onRetry));
-    bool mayBeStored = false;
 
     for (int attempt = 0;; ++attempt) {
         std::optional<UploadPool::Lease> lease;
@@ -134,12 +134,13 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
         if (lease)
             co_await pool->discard(lease->target);
         const bool wasAnswerLost = lease && watch.isWholeBodyOut() && isAnswerLost(failure);
-        mayBeStored = mayBeStored || wasAnswerLost;
+        if (wasAnswerLost && request.onAnswerLost)
+            request.onAnswerLost();
         // The digest is of the file as it was: to send it again would be refused again.
         if (body.stamp && !isCancellation(failure)) {
             B2FileWorker worker;
             if (co_await worker.hasChanged(body))
-                failure = std::make_exception_ptr(changedFileError(body.file()->path, mayBeStored));
+                failure = std::make_exception_ptr(changedFileError(body.file()->path));
         }
         const int next = attempt + 1;
         if (next >= policy.maxDataAttempts || !isRetryableTransferFailure(failure))

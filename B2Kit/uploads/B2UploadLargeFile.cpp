@@ -113,7 +113,7 @@ void requireExpected(const B2HashedBody& whole, const std::optional<B2SourceStat
     const auto sinceEpoch = std::chrono::nanoseconds(expected->modificationDate.time_since_epoch());
     if (*whole.stamp
         != B2FileStamp{.size = expected->size, .modifiedNanoseconds = sinceEpoch.count(), .inode = expected->inode})
-        throw changedFileError(file->path, false);
+        throw changedFileError(file->path);
 }
 
 /// @throws B2Error when the file is no longer what was hashed.
@@ -228,7 +228,7 @@ Task<std::optional<B2FileVersion>> B2Client::trustStoredParts(LargeUpload& uploa
         if (!finished || finished->fileName != upload.request.fileName)
             std::rethrow_exception(refusal);
         if (!isOf(upload.whole, *finished, upload.request.verifiesEveryPart))
-            throw B2Error(B2Error::SourceChangedSinceUpload{1});
+            throw B2Error(B2Error::SourceChangedSinceUpload{.partNumber = 1, .isFinished = true});
         options_.log->notice("transfer", upload.name() + " had been finished already");
         co_return finished;
     }
