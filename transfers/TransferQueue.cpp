@@ -1,9 +1,10 @@
 #include "transfers/TransferQueue.h"
 
+#include "B2Kit/pipeline/B2RetryPolicy.h"
+#include "foundation/BytesFate.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Texts.h"
 #include "foundation/log/ActivityLog.h"
-#include "transfers/FailureTexts.h"
 #include "transfers/TransferProgress.h"
 
 #include <QPointer>
@@ -79,7 +80,8 @@ Task<> TransferQueue::carryOut(
     } catch (const Cancelled&) {
         run.setState(Transfer::State::cancelled());
     } catch (...) {
-        run.setState(Transfer::State::failed(failureText(std::current_exception())));
+        // Nobody foresaw this, so nothing is claimed about the bytes.
+        run.setState(Transfer::State::failed(describe(std::current_exception())));
     }
     if (queue)
         queue->ended(run);
@@ -213,8 +215,9 @@ Task<> TransferQueue::stopAll()
     co_await drained.wait();
 }
 
-void TransferQueue::refuse(const std::string& message, std::string sentence)
+void TransferQueue::refuse(std::string message, BytesOperation operation, const BytesFailure& failure)
 {
-    log_.record({B2LogLevel::error, "transfer", message, sentence});
+    auto sentence = failureText(operation, failure);
+    log_.record({B2LogLevel::error, "transfer", std::move(message), sentence});
     refusals.update([&](auto& all) { all.push_back(std::move(sentence)); });
 }

@@ -140,7 +140,7 @@ private:
     void queueFolder(
         std::filesystem::path folder, std::string name, B2Bucket bucket, std::shared_ptr<B2Session> session);
     void queueFile(const UploadSource& source, std::string name, B2Bucket bucket, std::shared_ptr<B2Session> session);
-    void refuse(const std::string& message, std::string sentence);
+    void refuse(std::string message, BytesOperation operation, const BytesFailure& failure);
 
     ActivityLog& log_;
     const DownloadDestination& destination_;

@@ -4,8 +4,8 @@
 #include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "async/Background.h"
 #include "foundation/log/ActivityLog.h"
-#include "transfers/FailureTexts.h"
 #include "transfers/RowReports.h"
+#include "transfers/TransferFailure.h"
 #include "transfers/download/FolderLanding.h"
 #include "transfers/download/LocalNames.h"
 
@@ -26,13 +26,13 @@ struct Landed {
 
 /// Why nothing was asked of the service.
 struct Refused {
-    std::string message; ///< Of the log line.
-    std::string text;
+    BytesFailure failure;
+    FailureLine line;
 };
 
 using Outcome = std::variant<Skipped, Landed, Refused>;
 
-using Prepared = std::expected<PreparedDestination, std::string>;
+using Prepared = std::expected<PreparedDestination, BytesFailure>;
 
 /// Settles the destination, off the main thread.
 Task<Prepared> prepare(const DownloadOrder& order, const DownloadContext& context, std::string name)
@@ -92,14 +92,13 @@ Task<Outcome> fetch(const DownloadOrder& order, const TransferRun& run, const Do
     const Transfer& transfer = *run.transfer;
     const auto name = localName(order.file.fileName);
     if (!name)
-        co_return Refused{"Refused to download " + transfer.displayName,
-            fmt::format("\"{}\" was not downloaded. Its name would write outside the destination folder.",
-                order.file.fileName)};
+        co_return Refused{outsideFailure(order.file.fileName),
+            {.message = "Refused to download " + transfer.displayName, .detail = {}}};
 
     const auto prepared = co_await prepare(order, context, *name);
     co_await checkCancelled();
     if (!prepared)
-        co_return Refused{fmt::format("Download of {} failed", transfer.displayName), prepared.error()};
+        co_return Refused{prepared.error(), {}};
     if (prepared->choice.skippedFor)
         co_return Skipped{*prepared->choice.skippedFor};
     tellOtherName(*context.log, transfer, *prepared, *name);
@@ -124,17 +123,11 @@ Task<Outcome> fetch(const DownloadOrder& order, const TransferRun& run, const Do
     co_return landed;
 }
 
-void fail(const TransferRun& run, ActivityLog& log, std::string message, std::string text)
-{
-    log.record({B2LogLevel::error, "transfer", std::move(message), text});
-    run.setState(Transfer::State::failed(std::move(text)));
-}
-
 void end(const TransferRun& run, ActivityLog& log, const Outcome& outcome)
 {
     Transfer& transfer = *run.transfer;
     if (const auto* refused = std::get_if<Refused>(&outcome)) {
-        fail(run, log, refused->message, refused->text);
+        endAsFailed(run, log, refused->failure, refused->line);
     } else if (const auto* skipped = std::get_if<Skipped>(&outcome)) {
         transfer.localPath = skipped->existing;
         run.setState(Transfer::State::skipped());
@@ -176,8 +169,7 @@ Task<> runDownload(DownloadOrder order, TransferRun run, DownloadContext context
     if (wasStopped || (failure && isCancellation(failure)))
         run.setState(Transfer::State::cancelled());
     else if (failure)
-        fail(run, *context.log, fmt::format("Download of {} failed", run.transfer->displayName),
-            downloadFailureText(failure, run.transfer->displayName));
+        endAsFailed(run, *context.log, downloadFailure(failure, run.transfer->displayName));
     else
         end(run, *context.log, *outcome);
 }

@@ -3,7 +3,7 @@
 #include "B2Kit/B2Client.h"
 #include "async/Background.h"
 #include "foundation/log/ActivityLog.h"
-#include "transfers/FailureTexts.h"
+#include "transfers/TransferFailure.h"
 #include "transfers/download/FolderLanding.h"
 #include "transfers/download/LocalNames.h"
 #include "transfers/folders/FolderTally.h"
@@ -26,12 +26,6 @@ struct ListedFile {
         return std::chrono::system_clock::time_point(std::chrono::milliseconds(uploadTimestamp));
     }
 };
-
-void failDownload(const TransferRun& run, ActivityLog& log, std::string text)
-{
-    log.record({B2LogLevel::error, "transfer", fmt::format("Download of {} failed", run.transfer->displayName), text});
-    run.setState(Transfer::State::failed(std::move(text)));
-}
 
 /// Lists the current files under the prefix; the row grows with what is found.
 Task<std::vector<ListedFile>> list(const FolderDownloadOrder& order, const TransferRun& run)
@@ -64,6 +58,9 @@ struct Run {
     DownloadContext context;
     std::vector<ListedFile> files;
     std::shared_ptr<FolderLanding> landing;
+
+    /// The files that earlier attempts have saved.
+    BytesFate savedBefore() const { return BytesFate::files(std::ssize(order.progress->done)); }
 };
 
 /// Opens the local folder, off the main thread.
@@ -76,16 +73,16 @@ Task<bool> openLanding(Run& self)
         .landed = self.order.progress->landed,
         .markDirectory = self.context.markDirectory};
     if (!localName(parts.name)) {
-        self.context.log->record({B2LogLevel::error, "transfer", "Refused to download " + self.run.transfer->remoteName,
-            "Its name would write outside the destination folder"});
-        self.run.setState(Transfer::State::failed(
-            fmt::format("\"{}\" was not downloaded. Its name would write outside the destination folder.",
-                self.run.transfer->remoteName)));
+        endAsFailed(self.run, *self.context.log, outsideFailure(self.run.transfer->remoteName),
+            {.message = "Refused to download " + self.run.transfer->remoteName,
+                .detail = "Its name would write outside the destination folder"});
         co_return false;
     }
     auto landing = co_await runInBackground([parts = std::move(parts)] { return FolderLanding::open(parts); });
     if (!landing) {
-        failDownload(self.run, *self.context.log, landing.error());
+        auto failure = landing.error();
+        failure.fate = self.savedBefore();
+        endAsFailed(self.run, *self.context.log, failure);
         co_return false;
     }
     self.landing = std::move(*landing);
@@ -223,7 +220,7 @@ Task<> runFolderDownload(FolderDownloadOrder order, TransferRun run, DownloadCon
     if ((co_await currentStopToken()).stop_requested())
         tally.stop();
     else if (failure)
-        failDownload(run, *self.context.log, failureText(failure));
+        endAsFailed(run, *self.context.log, folderDownloadFailure(failure, self.savedBefore()));
     else if (hasBegun)
         tally.finish(run.transfer->localPath->value_or("").string());
 }

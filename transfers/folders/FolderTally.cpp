@@ -1,5 +1,6 @@
 #include "transfers/folders/FolderTally.h"
 
+#include "foundation/BytesFate.h"
 #include "foundation/Texts.h"
 #include "foundation/log/ActivityLog.h"
 
@@ -155,9 +156,9 @@ void FolderTally::stop(std::optional<std::string> interrupted)
     publish();
     if (interrupted)
         interrupted =
-            fmt::format("“{}” was sent in part. Its parts stay stored and billed: the folder's Resume goes on "
-                        "from them, and \"Unfinished Uploads\" removes them.",
-                *interrupted);
+            fmt::format("“{}” was sent in part. {} The folder's Resume goes on from them; \"Unfinished Uploads\" "
+                        "removes them.",
+                *interrupted, fateText(BytesOperation::upload, BytesFate::parts()));
     log_.record(
         {B2LogLevel::notice, "transfer", "Stopped after " + ofFiles(completed_, fileCount_), std::move(interrupted)});
     run_.setState(Transfer::State::cancelled());

@@ -5,11 +5,13 @@
 #include "foundation/MainExecutor.h"
 #include "foundation/Texts.h"
 #include "foundation/log/ActivityLog.h"
+#include "transfers/TransferFailure.h"
 #include "transfers/folders/FolderTally.h"
 #include "transfers/upload/FolderScan.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <ranges>
 
 namespace {
@@ -37,10 +39,13 @@ Task<FolderScan> scan(const std::filesystem::path& folder, const TransferRun& ru
     co_return found;
 }
 
-void failUpload(const TransferRun& run, ActivityLog& log, std::string text)
+/// A folder below the one that is sent, or that itself, which could not be read.
+BytesFailure unreadableFailure(const FileProblem& folder, const FolderProgress& progress)
 {
-    log.record({B2LogLevel::error, "transfer", fmt::format("Upload of {} failed", run.transfer->displayName), text});
-    run.setState(Transfer::State::failed(std::move(text)));
+    const auto isBelow = [prefix = folder.relativePath.empty() ? std::string() : folder.relativePath + '/'](
+                             const auto& file) { return file.first.starts_with(prefix); };
+    return {
+        .cause = folder.reason, .fate = BytesFate::files(std::ranges::count_if(progress.done, isBelow)), .advice = {}};
 }
 
 /// Names in the log what does not go.
@@ -77,10 +82,11 @@ void leaveOut(FolderTally& tally, ActivityLog& log, const std::string& folderNam
 
 /// Shows what the folder holds.
 /// @returns false when that is nothing: the record has its last state then.
-bool begin(FolderTally& tally, ActivityLog& log, const TransferRun& run, const FolderScan& scan)
+bool begin(FolderTally& tally, ActivityLog& log, const TransferRun& run, const FolderScan& scan,
+    const FolderProgress& progress)
 {
     if (!scan.unreadableFolders.empty() && scan.unreadableFolders.front().relativePath.empty()) {
-        failUpload(run, log, scan.unreadableFolders.front().reason);
+        endAsFailed(run, log, unreadableFailure(scan.unreadableFolders.front(), progress));
         return false;
     }
     const auto name = folderNameOf(*run.transfer);
@@ -103,15 +109,17 @@ bool begin(FolderTally& tally, ActivityLog& log, const TransferRun& run, const F
 }
 
 /// Counts what the scan has refused.
-Task<> tellRefused(FolderTally* tally, ActivityLog* log, const FolderScan* scan)
+Task<> countRefused(FolderTally* tally, ActivityLog* log, const FolderScan* scan, const FolderProgress* progress)
 {
-    for (const auto* problems : {&scan->refusedFiles, &scan->unreadableFolders}) {
-        for (const auto& problem : *problems) {
-            log->record({B2LogLevel::error, "transfer", fmt::format("Upload of {} failed", problem.relativePath),
-                problem.reason});
-            tally->fail(problem.relativePath, problem.reason, 0);
-            co_await tally->breathe();
-        }
+    auto problems = scan->refusedFiles;
+    for (const auto& folder : scan->unreadableFolders)
+        problems.push_back(
+            {folder.relativePath, failureText(BytesOperation::upload, unreadableFailure(folder, *progress))});
+    for (const auto& problem : problems) {
+        log->record(
+            {B2LogLevel::error, "transfer", fmt::format("Upload of {} failed", problem.relativePath), problem.reason});
+        tally->fail(problem.relativePath, problem.reason, 0);
+        co_await tally->breathe();
     }
 }
 
@@ -162,11 +170,11 @@ Task<> runFolderUpload(FolderUploadOrder order, TransferRun run, UploadContext c
     const auto stop = co_await currentStopToken();
     const auto found = co_await scan(order.folder, run);
     FolderTally tally(run, *context.log);
-    if (!stop.stop_requested() && !begin(tally, *context.log, run, found))
+    if (!stop.stop_requested() && !begin(tally, *context.log, run, found, *order.progress))
         co_return;
 
     if (!stop.stop_requested())
-        co_await tellRefused(&tally, context.log, &found);
+        co_await countRefused(&tally, context.log, &found, order.progress.get());
     std::optional<std::string> interrupted;
     for (const auto& file : found.files) {
         if (stop.stop_requested())

@@ -1,12 +1,12 @@
 #include "transfers/upload/LargeUpload.h"
 
 #include "B2Kit/B2Client.h"
+#include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Settings.h"
 #include "foundation/SettingsKeys.h"
 #include "foundation/Texts.h"
 #include "foundation/log/ActivityLog.h"
-#include "transfers/FailureTexts.h"
 #include "transfers/RowReports.h"
 #include "transfers/resume/ResumeStore.h"
 
@@ -161,21 +161,25 @@ Task<> sendInParts(const UploadOrder* order, const TransferRun* run, const Uploa
     co_await client->uploadLargeFile(std::move(request));
 }
 
-LargeUploadEnd endOfLargeUpload(Transfer& transfer, const std::exception_ptr& failure)
+UploadProblem endOfLargeUpload(Transfer& transfer, const std::exception_ptr& failure)
 {
+    // Every part is there, so only the answer to the last step is missing: it may have been taken.
+    const bool isAllSent = *transfer.partCount && *transfer.partsCompleted == *transfer.partCount;
+    const bool mayBeFinished = isAllSent && isRetryableTransferFailure(failure);
     const auto fileID = *transfer.resumableFileID;
-    if (!fileID) {
-        const auto text = uploadFailureText(failure);
-        return {text, text};
-    }
-    auto text = resumableFailureText(failure);
+    UploadProblem problem{
+        .failure = uploadFailure(failure, mayBeFinished ? BytesFate::maybe() : fateOf(transfer)), .line = {}};
+    if (!fileID)
+        return problem;
     // Once parts were sent, a source with another date may still have the same content: the next attempt compares it.
     const bool hasBegun = transfer.partCount->has_value();
-    if (!hasBegun && !isResumable(failure)) {
+    if (isGoneAtService(failure) || (!hasBegun && isOfAnotherSource(failure))) {
         transfer.resumableFileID = std::nullopt;
         transfer.startedSHA1 = std::string();
-        return {text, text};
+        transfer.fate = problem.failure.fate;
+        return problem;
     }
-    auto detail = fmt::format("{} - resumable, large file {} still holds the parts already sent", text, *fileID);
-    return {std::move(text), std::move(detail)};
+    problem.line.detail =
+        fmt::format("{} - resumable, large file {} still holds the parts already sent", problem.failure.cause, *fileID);
+    return problem;
 }
