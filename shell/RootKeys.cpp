@@ -146,6 +146,8 @@ std::optional<RootNotice> RootModel::notice() const
         return RootNotice{*failure, (*keyStore.connectionFailure)->canTryAgain() ? Action::tryAgain : Action::none};
     if (*remark)
         return RootNotice{**remark};
+    if (!notices.all->empty())
+        return RootNotice{notices.all->back().text};
     if (*expiry_.notice)
         return RootNotice{**expiry_.notice};
     return std::nullopt;
@@ -157,6 +159,8 @@ void RootModel::dismissNotice()
         keyStore.connectionFailure = std::nullopt;
     else if (*remark)
         remark = std::nullopt;
+    else if (!notices.all->empty())
+        notices.dismiss(notices.all->back().id);
     else
         expiry_.dismiss();
 }

@@ -29,6 +29,7 @@ RootModel::RootModel(const RootParts& parts)
     , keys(parts.log)
     , browser(parts.settings)
     , unfinishedUploads(parts.log)
+    , unfinishedResumes(parts.queue, parts.settings, parts.log, notices)
     , settings_(parts.settings)
     , log_(parts.log)
     , context_(parts.context)
@@ -38,7 +39,7 @@ RootModel::RootModel(const RootParts& parts)
     , reconnection_(keyStore)
     , expiry_(keyStore)
 {
-    for (Observable* model : std::initializer_list<Observable*>{&keyStore, &buckets, &keychain_})
+    for (Observable* model : std::initializer_list<Observable*>{&keyStore, &buckets, &notices, &keychain_})
         connect(model, &Observable::changed, this, [this] { markChanged(); });
     connect(&keychain_, &Observable::changed, this, [this, told = std::optional<std::string>()]() mutable {
         if (std::exchange(told, *keychain_.remark) != *keychain_.remark)
@@ -74,9 +75,7 @@ Task<> RootModel::launch()
 {
     co_await keychain_.probeOnce();
     if (openResumeStore_)
-        resumeStore_ = co_await openResumeStore_();
-    if (resumeStore_)
-        interrupted_.begin(*resumeStore_, settings_);
+        unfinishedResumes.open(co_await openResumeStore_());
     co_await keyStore.reload();
     keyStore.isStarted = true;
     tasks_.start(log_.loadPersisted());
@@ -98,7 +97,11 @@ void RootModel::wire()
     browser.onBucketGone = [this](std::string bucketID) { return dropBucket(std::move(bucketID)); };
     unfinishedUploads.inFlightFileIDs = [this] { return queue_.inFlightFileIDs(); };
     unfinishedUploads.onBucketGone = [this](std::string bucketID) { return dropBucket(std::move(bucketID)); };
-    unfinishedUploads.didCancel = [this](const std::string& fileID) { noteCancelledUpload(fileID); };
+    unfinishedUploads.didCancel = [this](const std::string& fileID) {
+        unfinishedResumes.forget(fileID);
+        if (const auto& bucket = *unfinishedUploads.bucket)
+            noteWrite(bucket->bucketID);
+    };
     connect(&queue_, &TransferQueue::uploadEnded, this, [this](const std::shared_ptr<Transfer>& transfer, bool) {
         // A failed or cancelled upload may have left something all the same.
         if (const auto& bucket = *transfer->bucket)
@@ -130,42 +133,6 @@ void RootModel::noteWrite(const std::string& bucketID)
     writtenBuckets_.insert(bucketID);
     if (!gathering_.isActive())
         tellWrites();
-}
-
-void RootModel::noteCancelledUpload(const std::string& fileID)
-{
-    if (resumeStore_)
-        resumeStore_->remove(fileID);
-    dropOutdatedRemark();
-    if (const auto& bucket = *unfinishedUploads.bucket)
-        noteWrite(bucket->bucketID);
-}
-
-bool RootModel::openUnfinishedUploads()
-{
-    if (!*browser.session || !*browser.bucket)
-        return false;
-    unfinishedUploads.open(*browser.session, **browser.bucket);
-    return true;
-}
-
-bool RootModel::canResume(const std::string& fileID) const
-{
-    return resumeStore_ && resumeStore_->upload(fileID);
-}
-
-Task<std::optional<std::string>> RootModel::resumeUpload(std::string fileID)
-{
-    const auto session = *unfinishedUploads.session;
-    const auto bucket = *unfinishedUploads.bucket;
-    auto known = resumeStore_ ? resumeStore_->upload(fileID) : std::nullopt;
-    if (!known || !session || !bucket)
-        co_return "Kestrovan no longer knows which file this upload comes from. The parts already sent stay stored.";
-    const QPointer<RootModel> self = this;
-    auto refusal = co_await queue_.resume(std::move(*known), *bucket, session);
-    if (self)
-        dropOutdatedRemark();
-    co_return refusal;
 }
 
 void RootModel::tellWrites()
@@ -242,27 +209,7 @@ Task<> RootModel::loadBuckets(std::shared_ptr<B2Session> session)
         co_return;
     restoreSelection();
     showSelection();
-    tellInterruptedUploads();
-}
-
-void RootModel::tellInterruptedUploads()
-{
-    const auto sentence = interrupted_.tell(*buckets.buckets, std::bind_front(&RootModel::isOpenUpload, this));
-    if (!sentence)
-        return;
-    log_.record({B2LogLevel::notice, "transfer", *sentence, {}});
-    remark = *remark ? **remark + " " + *sentence : *sentence;
-}
-
-void RootModel::dropOutdatedRemark()
-{
-    if (*remark && interrupted_.isOutdated(**remark, std::bind_front(&RootModel::isOpenUpload, this)))
-        remark = std::nullopt;
-}
-
-bool RootModel::isOpenUpload(const std::string& fileID) const
-{
-    return canResume(fileID) && !queue_.inFlightFileIDs().contains(fileID);
+    unfinishedResumes.announceInterrupted(*buckets.buckets);
 }
 
 Task<> RootModel::selectByKeyID(std::string keyID)

@@ -9,15 +9,16 @@
 #include "browser/BrowserModel.h"
 #include "browser/ListingCache.h"
 #include "buckets/BucketsModel.h"
+#include "foundation/Notices.h"
 #include "foundation/Observable.h"
 #include "foundation/Settings.h"
 #include "foundation/TaskScope.h"
 #include "foundation/log/ActivityLog.h"
 #include "shell/AppContext.h"
 #include "shell/DetailState.h"
-#include "shell/InterruptedUploads.h"
 #include "storage/unfinished/UnfinishedUploadsModel.h"
 #include "transfers/TransferQueue.h"
+#include "transfers/resume/UnfinishedResumes.h"
 
 #include <QTimer>
 
@@ -62,11 +63,13 @@ public:
     KeysModel keys; ///< Of the account at the service.
     BrowserModel browser;
     UnfinishedUploadsModel unfinishedUploads;
+    Notices notices; ///< Shown above the panes until dismissed.
+    UnfinishedResumes unfinishedResumes;
 
     Observed<std::optional<SidebarItem>> selection{this};
     Observed<std::vector<StoredAccount>> accountGroups{this};
-    /// What the user should know of the settings file, of uploads left unfinished or of a bucket that is gone, as a
-    /// sentence to show until `dismissNotice`.
+    /// What the user should know of the settings file or of a bucket that is gone, as a sentence to show until
+    /// `dismissNotice`.
     Observed<std::optional<std::string>> remark{this};
 
     /// The first connection of this user stands, and the sheet that says so has not been shown.
@@ -88,15 +91,6 @@ public:
 
     /// Shows a pane; a bucket is remembered for the next start with this key.
     void select(const SidebarItem& item);
-
-    /// Turns `unfinishedUploads` to the bucket that is shown.
-    /// @returns false when none is.
-    bool openUnfinishedUploads();
-    /// Is it known here which file the unfinished upload comes from?
-    bool canResume(const std::string& fileID) const;
-    /// Goes on with an unfinished upload of the bucket in `unfinishedUploads`.
-    /// @returns a sentence when it cannot: then nothing is queued.
-    Task<std::optional<std::string>> resumeUpload(std::string fileID);
 
     // --- Stored keys
 
@@ -121,7 +115,8 @@ public:
     DetailState detailState() const;
     /// Why the last switch of key failed while the old session goes on; nothing otherwise.
     std::optional<std::string> switchFailure() const;
-    /// What stands above the panes: a wait for the keyring, a failed switch, the last remark, else the key's end.
+    /// What is shown above the panes: a wait for the keyring, a failed switch, the last remark, the newest of
+    /// `notices`, else the key's end.
     std::optional<RootNotice> notice() const;
     void dismissNotice();
 
@@ -133,11 +128,7 @@ private:
     void followBrowser();
     void followRequests();
     void noteWrite(const std::string& bucketID);
-    void noteCancelledUpload(const std::string& fileID);
     void tellWrites();
-    void tellInterruptedUploads();
-    void dropOutdatedRemark();
-    bool isOpenUpload(const std::string& fileID) const;
     void noteSettings(std::string message, std::string sentence);
     Task<> launch();
     Task<> connectFirst();
@@ -157,8 +148,6 @@ private:
     AppContext& context_;
     TransferQueue& queue_;
     std::function<Task<ResumeStore*>()> openResumeStore_;
-    ResumeStore* resumeStore_ = nullptr;
-    InterruptedUploads interrupted_;
     Keychain& keychain_;
     bool isStartSlow_ = false;
     std::set<std::string> keysWithoutSecret_; ///< Found out when they were to connect.
