@@ -41,6 +41,9 @@ struct Description {
     }
     std::string operator()(const B2Error::SourceChangedSinceUpload& error) const
     {
+        if (error.isFinished)
+            return "The file has changed since this upload was started, and the upload has been finished with what it "
+                   "held then.";
         return fmt::format("The file has changed since this upload was started: part {} no longer matches what is "
                            "stored on B2. Resuming would combine two different versions, so it has to start again.",
             error.partNumber);

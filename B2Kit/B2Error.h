@@ -57,6 +57,7 @@ public:
     };
     struct SourceChangedSinceUpload {
         int partNumber = 0;
+        bool isFinished = false; ///< The upload was finished with the content it began with.
         bool operator==(const SourceChangedSinceUpload&) const = default;
     };
     struct ClientUnavailable {

@@ -118,6 +118,8 @@ struct B2UploadFileRequest {
     std::optional<std::chrono::system_clock::time_point> modificationDate; ///< Kept as `src_last_modified_millis`.
     B2Progress onProgress;
     B2OnRetry onRetry; ///< Waits for a busy service, and their end.
+    /// The whole file went out and no readable answer came, so it may be stored whatever follows. On any thread.
+    std::function<void()> onAnswerLost;
 };
 
 struct B2StartLargeFileRequest {

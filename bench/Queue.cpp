@@ -95,7 +95,7 @@ private:
     ActivityLog log_;
     DownloadDestination destination_{settings_};
     std::unique_ptr<ResumeStore> store_; ///< Outlives the queue.
-    TransferQueue queue_{settings_, destination_};
+    TransferQueue queue_{settings_, log_, destination_};
     B2Bucket bucket_;
     std::shared_ptr<B2Session> session_;
 };

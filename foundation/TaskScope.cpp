@@ -32,6 +32,8 @@ void report(const std::exception_ptr& error)
     } catch (...) {
         reason = "Unknown failure";
     }
+    // The process's log and not one of the owner's: a failure that no owner expected must not be lost because the
+    // owner was made without a log.
     ActivityLog::shared().record({B2LogLevel::error, "app", "A step ended before it was done", std::move(reason)});
 }
 

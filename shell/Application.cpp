@@ -45,7 +45,7 @@ Application::Application(const CommandLine& commandLine, std::optional<std::stri
         removeAbandonedFiles(folder);
         removeFilesOfKilledDownloads(marks);
     }));
-    queue = std::make_unique<TransferQueue>(*settings, *destination, marks);
+    queue = std::make_unique<TransferQueue>(*settings, *log, *destination, marks);
     sleepInhibitor = std::make_unique<SleepInhibitor>(*queue);
     root = std::make_unique<RootModel>(
         RootParts{*settings, *log, *context, *keychain, *clients, *queue, [this] { return openResumeStore(); }});

@@ -26,6 +26,7 @@ RootModel::RootModel(const RootParts& parts)
     , keys(parts.log)
     , browser(parts.settings)
     , unfinishedUploads(parts.log)
+    , unfinishedResumes(parts.queue, parts.settings, parts.log, notices)
     , selection(parts.settings, parts.context, buckets, browser)
     , settings_(parts.settings)
     , log_(parts.log)
@@ -67,9 +68,7 @@ Task<> RootModel::launch()
 {
     co_await keychain_.probeOnce();
     if (openResumeStore_)
-        resumeStore_ = co_await openResumeStore_();
-    if (resumeStore_)
-        interrupted_.begin(*resumeStore_, settings_);
+        unfinishedResumes.open(co_await openResumeStore_());
     co_await keyStore.reload();
     keyStore.isStarted = true;
     tasks_.start(log_.loadPersisted());
@@ -91,7 +90,11 @@ void RootModel::wire()
     browser.onBucketGone = [this](std::string bucketID) { return dropBucket(std::move(bucketID)); };
     unfinishedUploads.inFlightFileIDs = [this] { return queue_.inFlightFileIDs(); };
     unfinishedUploads.onBucketGone = [this](std::string bucketID) { return dropBucket(std::move(bucketID)); };
-    unfinishedUploads.didCancel = [this](const std::string& fileID) { noteCancelledUpload(fileID); };
+    unfinishedUploads.didCancel = [this](const std::string& fileID) {
+        unfinishedResumes.forget(fileID);
+        if (const auto& bucket = *unfinishedUploads.bucket)
+            writes.note(bucket->bucketID);
+    };
     connect(&queue_, &TransferQueue::uploadEnded, this, [this](const std::shared_ptr<Transfer>& transfer, bool) {
         // A failed or cancelled upload may have left something all the same.
         if (const auto& bucket = *transfer->bucket)
@@ -113,42 +116,6 @@ void RootModel::wire()
     // A key that is gone is revoked in the list of stored ones too.
     keys.didChange = [this] { tasks_.start(keyStore.loadLiveKeyNames()); };
     keys.didLoad = [this] { keyStore.takeLiveKeys(*keys.session, *keys.keys); };
-}
-
-void RootModel::noteCancelledUpload(const std::string& fileID)
-{
-    if (resumeStore_)
-        resumeStore_->remove(fileID);
-    dropOutdatedRemark();
-    if (const auto& bucket = *unfinishedUploads.bucket)
-        writes.note(bucket->bucketID);
-}
-
-bool RootModel::openUnfinishedUploads()
-{
-    if (!*browser.session || !*browser.bucket)
-        return false;
-    unfinishedUploads.open(*browser.session, **browser.bucket);
-    return true;
-}
-
-bool RootModel::canResume(const std::string& fileID) const
-{
-    return resumeStore_ && resumeStore_->upload(fileID);
-}
-
-Task<std::optional<std::string>> RootModel::resumeUpload(std::string fileID)
-{
-    const auto session = *unfinishedUploads.session;
-    const auto bucket = *unfinishedUploads.bucket;
-    auto known = resumeStore_ ? resumeStore_->upload(fileID) : std::nullopt;
-    if (!known || !session || !bucket)
-        co_return "Kestrovan no longer knows which file this upload comes from. The parts already sent stay stored.";
-    const QPointer<RootModel> self = this;
-    auto refusal = co_await queue_.resume(std::move(*known), *bucket, session);
-    if (self)
-        dropOutdatedRemark();
-    co_return refusal;
 }
 
 void RootModel::noteSettings(std::string message, std::string sentence)
@@ -197,28 +164,7 @@ Task<> RootModel::loadBuckets(std::shared_ptr<B2Session> session)
         co_return;
     selection.restore();
     selection.show();
-    tellInterruptedUploads();
-}
-
-void RootModel::tellInterruptedUploads()
-{
-    const auto sentence = interrupted_.tell(*buckets.buckets, std::bind_front(&RootModel::isOpenUpload, this));
-    if (!sentence)
-        return;
-    log_.record({B2LogLevel::notice, "transfer", *sentence, {}});
-    notices.post({.id = "interruptedUploads", .text = *sentence});
-}
-
-void RootModel::dropOutdatedRemark()
-{
-    const auto* const notice = notices.find("interruptedUploads");
-    if (notice && interrupted_.isOutdated(notice->text, std::bind_front(&RootModel::isOpenUpload, this)))
-        notices.dismiss("interruptedUploads");
-}
-
-bool RootModel::isOpenUpload(const std::string& fileID) const
-{
-    return canResume(fileID) && !queue_.inFlightFileIDs().contains(fileID);
+    unfinishedResumes.announceInterrupted(*buckets.buckets);
 }
 
 Task<> RootModel::selectByKeyID(std::string keyID)

@@ -17,10 +17,10 @@
 #include "foundation/log/ActivityLog.h"
 #include "shell/AppContext.h"
 #include "shell/DetailState.h"
-#include "shell/InterruptedUploads.h"
 #include "shell/PaneSelection.h"
 #include "storage/unfinished/UnfinishedUploadsModel.h"
 #include "transfers/TransferQueue.h"
+#include "transfers/resume/UnfinishedResumes.h"
 
 #include <functional>
 #include <optional>
@@ -53,9 +53,10 @@ public:
     KeysModel keys; ///< Of the account at the service.
     BrowserModel browser;
     UnfinishedUploadsModel unfinishedUploads;
+    Notices notices; ///< Shown above the panes until dismissed.
+    UnfinishedResumes unfinishedResumes;
 
     PaneSelection selection;
-    Notices notices;
     BucketWrites writes; ///< Whatever changes a bucket reports it here.
     Observed<std::vector<StoredAccount>> accountGroups{this};
     /// The first connection of this user stands, and the sheet that says so has not been shown.
@@ -75,14 +76,6 @@ public:
     /// Ends a wait for the secret store to be unlocked; what waited fails.
     void stopWaiting();
 
-    /// Turns `unfinishedUploads` to the bucket that is shown.
-    /// @returns false when none is.
-    bool openUnfinishedUploads();
-    /// Is it known here which file the unfinished upload comes from?
-    bool canResume(const std::string& fileID) const;
-    /// Goes on with an unfinished upload of the bucket in `unfinishedUploads`.
-    /// @returns a sentence when it cannot: then nothing is queued.
-    Task<std::optional<std::string>> resumeUpload(std::string fileID);
 
     // --- Stored keys
 
@@ -111,10 +104,6 @@ public:
 
 private:
     void wire();
-    void noteCancelledUpload(const std::string& fileID);
-    void tellInterruptedUploads();
-    void dropOutdatedRemark();
-    bool isOpenUpload(const std::string& fileID) const;
     Task<> launch();
     Task<> connectFirst();
     Task<> readKeys();
@@ -135,8 +124,6 @@ private:
     AppContext& context_;
     TransferQueue& queue_;
     std::function<Task<ResumeStore*>()> openResumeStore_;
-    ResumeStore* resumeStore_ = nullptr;
-    InterruptedUploads interrupted_;
     Keychain& keychain_;
     bool isStartSlow_ = false;
     std::optional<std::string> keychainRemark_; ///< Told last.

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "B2Kit/transport/B2Transport.h"
 #include "B2Kit/uploads/B2LargeUpload.h"
 #include "async/Task.h"
 #include "transfers/Transfer.h"
 
 #include <functional>
 #include <memory>
+
+class ActivityLog;
 
 // Inside transfers: a client's reports, which come on any thread, on their way to the row.
 
@@ -28,6 +31,14 @@ private:
     std::weak_ptr<Transfer> transfer_;
     int attempt_;
 };
+
+/// Notes that the first byte of the attempt is about to move, for the folder's record too.
+void noteTransferStart(Transfer& transfer);
+
+/// Shows the bytes that have moved in the row and in the log, each at its own pace.
+///
+/// @param log  lives as long as the application.
+B2Progress progressOf(const TransferRun& run, ActivityLog& log);
 
 /// Shows what is tried again in the row, as its trouble, until it goes through.
 std::function<void(const B2PartRetryEvent&)> retryReportsOf(const TransferRun& run);

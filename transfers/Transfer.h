@@ -2,6 +2,7 @@
 
 #include "B2Kit/B2Bucket.h"
 #include "B2Kit/B2Download.h"
+#include "foundation/BytesFate.h"
 #include "foundation/Observable.h"
 #include "transfers/AbandonFlag.h"
 #include "transfers/upload/SourceBookmark.h"
@@ -83,6 +84,9 @@ public:
     Observed<std::int64_t> bytesTransferred{this};
     Observed<std::int64_t> bytesAtStart{this}; ///< Above 0 when the attempt goes on from an earlier one.
     Observed<std::optional<Clock::time_point>> transferStartedAt{this};
+
+    /// What earlier attempts at an upload may have left at the service, apart from the parts of `resumableFileID`.
+    BytesFate fate;
 
     // --- The whole-file checksum pass before a large upload
 

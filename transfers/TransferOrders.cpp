@@ -1,8 +1,12 @@
 // How files come into the queue: what is asked for becomes rows or refusals.
 
 #include "async/Background.h"
+#include "foundation/BytesFate.h"
 #include "foundation/Texts.h"
+#include "foundation/log/ActivityLog.h"
 #include "transfers/TransferQueue.h"
+#include "transfers/download/FolderDownload.h"
+#include "transfers/upload/FolderUpload.h"
 #include "transfers/upload/UploadSource.h"
 
 #include <QPointer>
@@ -17,8 +21,8 @@ namespace {
 struct CheckedItem {
     std::filesystem::path path;
     bool isFolder = false;
-    std::expected<std::string, std::string> name;
-    std::expected<UploadSource, std::string> source; ///< Of a file.
+    std::expected<std::string, BytesFailure> name;
+    std::expected<UploadSource, BytesFailure> source; ///< Of a file.
 };
 
 CheckedItem checked(const std::filesystem::path& path, const std::string& prefix)
@@ -43,8 +47,10 @@ std::vector<CheckedItem> checkedAll(const std::vector<std::filesystem::path>& pa
 void TransferQueue::download(B2FileVersion file, B2Bucket bucket, std::shared_ptr<B2Session> session)
 {
     if (file.isHideMarker()) {
-        refuse("Download of " + file.fileName + " refused",
-            fmt::format("\"{}\" is a hide marker, which has no content; nothing was saved.", file.fileName));
+        refuse("Download of " + file.fileName + " refused", BytesOperation::download,
+            {.cause = fmt::format("\"{}\" is a hide marker, which has no content.", file.fileName),
+                .fate = BytesFate::nothing(),
+                .advice = {}});
         return;
     }
     if (file.isFolder()) {
@@ -53,7 +59,7 @@ void TransferQueue::download(B2FileVersion file, B2Bucket bucket, std::shared_pt
         folder->isScanning = true;
         FolderDownloadOrder order{
             .bucket = std::move(bucket), .session = std::move(session), .folder = destination_.current()};
-        enqueue(std::move(folder), [order = std::move(order), context = context_](TransferRun run) {
+        enqueue(std::move(folder), [order = std::move(order), context = downloadContext_](TransferRun run) {
             return runFolderDownload(order, std::move(run), context);
         });
         return;
@@ -61,7 +67,7 @@ void TransferQueue::download(B2FileVersion file, B2Bucket bucket, std::shared_pt
     auto transfer = std::make_shared<Transfer>(Transfer::Kind::download, file.fileName, file.contentLength);
     transfer->bucket = bucket;
     DownloadOrder order{std::move(file), std::move(bucket), std::move(session), destination_.current()};
-    enqueue(std::move(transfer), [order = std::move(order), context = context_](TransferRun run) {
+    enqueue(std::move(transfer), [order = std::move(order), context = downloadContext_](TransferRun run) {
         return runDownload(order, std::move(run), context);
     });
 }
@@ -111,7 +117,7 @@ Task<> TransferQueue::queueUploads(QPointer<TransferQueue> queue, std::vector<st
                 co_return;
             if (!item.name || !item.source)
                 queue->refuse(fmt::format("Upload of {} refused", item.path.filename().string()),
-                    item.source ? item.name.error() : item.source.error());
+                    BytesOperation::upload, item.source ? item.name.error() : item.source.error());
             else if (item.isFolder)
                 queue->queueFolder(item.path, *item.name + "/", bucket, session);
             else
@@ -150,12 +156,12 @@ Task<std::optional<std::string>> TransferQueue::resume(
 {
     const QPointer<TransferQueue> self = this;
     const auto source =
-        co_await runInBackground([path = upload.source.path] { return inspectUploadSource(path, partsStayStored); });
+        co_await runInBackground([path = upload.source.path] { return inspectUploadSource(path, BytesFate::parts()); });
     co_await checkCancelled();
     if (!self)
         co_return std::nullopt;
     if (!source)
-        co_return source.error();
+        co_return failureText(BytesOperation::upload, source.error());
     if (inFlightFileIDs().contains(upload.fileID))
         co_return fmt::format("\"{}\" is being uploaded already.", upload.remoteName);
 

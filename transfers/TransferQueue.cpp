@@ -1,10 +1,10 @@
 #include "transfers/TransferQueue.h"
 
+#include "B2Kit/pipeline/B2RetryPolicy.h"
+#include "foundation/BytesFate.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Texts.h"
 #include "foundation/log/ActivityLog.h"
-#include "transfers/FailureTexts.h"
-#include "transfers/TransferLog.h"
 #include "transfers/TransferProgress.h"
 
 #include <QPointer>
@@ -26,11 +26,11 @@ Task<> endOf(std::optional<OneShot<void>> previous)
 } // namespace
 
 TransferQueue::TransferQueue(
-    Settings& settings, const DownloadDestination& destination, std::filesystem::path markDirectory)
-    : settings_(settings)
+    Settings& settings, ActivityLog& log, const DownloadDestination& destination, std::filesystem::path markDirectory)
+    : log_(log)
     , destination_(destination)
-    , context_{.settings = &settings_, .markDirectory = std::move(markDirectory)}
-    , uploadContext_{.settings = &settings_}
+    , downloadContext_{.settings = &settings, .log = &log, .markDirectory = std::move(markDirectory)}
+    , uploadContext_{.settings = &settings, .log = &log}
 {
 }
 
@@ -44,10 +44,10 @@ void TransferQueue::enqueue(std::shared_ptr<Transfer> transfer, Work work)
 void TransferQueue::submit(const std::shared_ptr<Transfer>& transfer)
 {
     Q_ASSERT(thread() == QThread::currentThread());
-    recordTransfer(B2LogLevel::info,
+    log_.record({B2LogLevel::info, "transfer",
         fmt::format("Queued {} of {} - {}", transfer->kind == Transfer::Kind::upload ? "upload" : "download",
             transfer->displayName, sizeText(*transfer->byteCount)),
-        transfer->remoteName);
+        transfer->remoteName});
     pending_.push_back({{transfer, transfer->attempt()}, works_.at(transfer->id)});
     startNext();
 }
@@ -80,7 +80,8 @@ Task<> TransferQueue::carryOut(
     } catch (const Cancelled&) {
         run.setState(Transfer::State::cancelled());
     } catch (...) {
-        run.setState(Transfer::State::failed(failureText(std::current_exception())));
+        // Nobody foresaw this, so nothing is claimed about the bytes.
+        run.setState(Transfer::State::failed(describe(std::current_exception())));
     }
     if (queue)
         queue->ended(run);
@@ -120,7 +121,7 @@ void TransferQueue::cancel(const std::shared_ptr<Transfer>& transfer)
 {
     if (!transfer->state->isLive())
         return;
-    recordTransfer(B2LogLevel::notice, "Cancelled " + transfer->displayName);
+    log_.record({B2LogLevel::notice, "transfer", "Cancelled " + transfer->displayName, {}});
     if (const auto entry = tasks_.find(transfer->id); entry != tasks_.end()) {
         Started started = std::move(entry->second);
         tasks_.erase(entry);
@@ -160,11 +161,11 @@ void TransferQueue::skipChecksum(const std::shared_ptr<Transfer>& transfer)
     // The flag of a folder is every child's.
     transfer->skipChecksum->raise();
     target->checksumSkipped = true;
-    recordTransfer(B2LogLevel::warning,
+    log_.record({B2LogLevel::warning, "transfer",
         child ? fmt::format("Skipped checksums for {} and everything left in it", transfer->displayName)
               : "Skipped the checksum for " + transfer->displayName,
         "Uploading without a whole-file checksum. Parts are still checked in transit; the stored file cannot be "
-        "verified later.");
+        "verified later."});
 }
 
 void TransferQueue::clearFinished()
@@ -214,8 +215,9 @@ Task<> TransferQueue::stopAll()
     co_await drained.wait();
 }
 
-void TransferQueue::refuse(const std::string& message, std::string sentence)
+void TransferQueue::refuse(std::string message, BytesOperation operation, const BytesFailure& failure)
 {
-    recordTransfer(B2LogLevel::error, message, sentence);
+    auto sentence = failureText(operation, failure);
+    log_.record({B2LogLevel::error, "transfer", std::move(message), sentence});
     refusals.update([&](auto& all) { all.push_back(std::move(sentence)); });
 }

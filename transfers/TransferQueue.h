@@ -7,9 +7,12 @@
 #include "foundation/Observable.h"
 #include "foundation/TaskScope.h"
 #include "transfers/Transfer.h"
-#include "transfers/TransferRun.h"
 #include "transfers/download/DownloadDestination.h"
+#include "transfers/download/DownloadMark.h"
+#include "transfers/download/DownloadRun.h"
 #include "transfers/resume/ResumeStore.h"
+#include "transfers/upload/UploadRun.h"
+#include "transfers/upload/UploadSource.h"
 
 #include <deque>
 #include <filesystem>
@@ -20,6 +23,7 @@
 #include <string>
 #include <vector>
 
+class ActivityLog;
 class Settings;
 
 /// The one queue of downloads and uploads: what starts when, what a cancel does, what the log says.
@@ -36,9 +40,9 @@ public:
     /// treats a stop as a normal end. What it throws becomes the record's failure.
     using Work = std::function<Task<>(TransferRun run)>;
 
-    /// Both outlive the queue.
+    /// All outlive the queue and the work that it has started.
     /// @param markDirectory  where downloads of folders note what a kill would leave.
-    TransferQueue(Settings& settings, const DownloadDestination& destination,
+    TransferQueue(Settings& settings, ActivityLog& log, const DownloadDestination& destination,
         std::filesystem::path markDirectory = downloadMarkDirectory());
 
     /// All rows in the order of their coming. They go by `clearFinished` alone.
@@ -136,11 +140,11 @@ private:
     void queueFolder(
         std::filesystem::path folder, std::string name, B2Bucket bucket, std::shared_ptr<B2Session> session);
     void queueFile(const UploadSource& source, std::string name, B2Bucket bucket, std::shared_ptr<B2Session> session);
-    void refuse(const std::string& message, std::string sentence);
+    void refuse(std::string message, BytesOperation operation, const BytesFailure& failure);
 
-    Settings& settings_;
+    ActivityLog& log_;
     const DownloadDestination& destination_;
-    DownloadContext context_;
+    DownloadContext downloadContext_;
     UploadContext uploadContext_;
     std::map<QUuid, Work> works_; ///< Of every row, for a retry.
     std::deque<Pending> pending_;

@@ -1,5 +1,6 @@
 #include "transfers/TransferTexts.h"
 
+#include "foundation/BytesFate.h"
 #include "foundation/Texts.h"
 #include "transfers/TransferProgress.h"
 
@@ -107,8 +108,8 @@ std::string cancelledHelp(const Transfer& transfer)
 {
     if (!*transfer.resumableFileID)
         return {};
-    return "The parts sent so far stay stored and billed. Resume goes on from them; \"Unfinished Uploads\" removes "
-           "them.";
+    return fateText(BytesOperation::upload, BytesFate::parts())
+        + " Resume goes on from them; \"Unfinished Uploads\" removes them.";
 }
 
 std::int64_t countIn(const std::vector<std::shared_ptr<Transfer>>& transfers, Case which)

@@ -87,10 +87,10 @@ Task<B2HashedBody> B2FileWorker::hash(B2FileRange range)
         }
     } catch (const B2Error&) {
         // The file ended before the stretch did.
-        throw changedFileError(range.path, false);
+        throw changedFileError(range.path);
     }
     if (stamp.size != range.offset + range.length || stampOf(range.path) != stamp)
-        throw changedFileError(range.path, false);
+        throw changedFileError(range.path);
     co_return hashed;
 }
 
@@ -101,10 +101,10 @@ Task<B2HashedBody> B2FileWorker::hashInParts(B2FileRange range, std::vector<B2Pa
         co_await readInParts(hashed, std::move(parts), std::move(watch));
     } catch (const B2Error&) {
         // The file ended before the stretch did.
-        throw changedFileError(range.path, false);
+        throw changedFileError(range.path);
     }
     if (stampOf(range.path) != hashed.stamp)
-        throw changedFileError(range.path, false);
+        throw changedFileError(range.path);
     co_return hashed;
 }
 
@@ -135,7 +135,7 @@ Task<B2HashedBody> B2FileWorker::stamp(B2FileRange range)
     const FileSource source(range);
     const auto stamp = stampOf(range.path);
     if (stamp.size != range.offset + range.length)
-        throw changedFileError(range.path, false);
+        throw changedFileError(range.path);
     co_return B2HashedBody{.body = range, .length = range.length, .stamp = stamp};
 }
 
@@ -200,10 +200,8 @@ Task<std::string> sha1Aside(const std::string& bytes)
     co_return co_await worker.sha1(bytes);
 }
 
-B2FileError changedFileError(const std::filesystem::path& path, bool mayBeStored)
+B2FileError changedFileError(const std::filesystem::path& path)
 {
-    const auto outcome = mayBeStored ? "An earlier attempt may have stored it as it was." : "Nothing was stored.";
     return {B2FileError::Operation::read, path, 0,
-        fmt::format(
-            "“{}” changed while it was being read, so it was not uploaded. {}", path.filename().string(), outcome)};
+        fmt::format("“{}” changed while it was being read, so it was not uploaded.", path.filename().string())};
 }

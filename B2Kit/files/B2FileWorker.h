@@ -94,7 +94,5 @@ private:
 /// The SHA-1 of bytes in memory: a few at once, many by a worker, so that the caller's executor goes on.
 Task<std::string> sha1Aside(const std::string& bytes);
 
-/// What to throw when a file changed while it was read to be sent.
-///
-/// @param mayBeStored  an earlier attempt may have stored it as it was.
-B2FileError changedFileError(const std::filesystem::path& path, bool mayBeStored);
+/// The error of a file that changed while it was read to be sent. Says nothing about what earlier attempts have stored.
+B2FileError changedFileError(const std::filesystem::path& path);

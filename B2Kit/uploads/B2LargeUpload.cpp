@@ -138,7 +138,7 @@ Task<std::optional<B2FileVersion>> LargeUpload::finishedBefore(std::exception_pt
     if (!finished || finished->fileName != request_.fileName)
         std::rethrow_exception(refusal);
     if (!isOf(source_, *finished, request_.verifiesEveryPart))
-        throw B2Error(B2Error::SourceChangedSinceUpload{1});
+        throw B2Error(B2Error::SourceChangedSinceUpload{.partNumber = 1, .isFinished = true});
     tools_.log->notice("transfer", name() + " had been finished already");
     co_return finished;
 }

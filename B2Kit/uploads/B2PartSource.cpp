@@ -65,7 +65,7 @@ void B2PartSource::requireExpected(const std::optional<B2SourceState>& expected)
     const auto sinceEpoch = std::chrono::nanoseconds(expected->modificationDate.time_since_epoch());
     if (*whole_.stamp
         != B2FileStamp{.size = expected->size, .modifiedNanoseconds = sinceEpoch.count(), .inode = expected->inode})
-        throw changedFileError(file->path, false);
+        throw changedFileError(file->path);
 }
 
 Task<B2HashedBody> B2PartSource::part(int number) const

@@ -73,13 +73,14 @@ private:
     std::shared_ptr<std::atomic<bool>> isOut_ = std::make_shared<std::atomic<bool>>(false);
 };
 
-/// Did the service's own answer stay out? What a gateway says in its place tells nothing about the file.
+/// Is there no answer of the service that says what became of the file? What a gateway says in its place does not.
 bool isAnswerLost(const std::exception_ptr& failure)
 {
     try {
         std::rethrow_exception(failure);
     } catch (const B2Error& error) {
-        return error.api() && isFromGateway(*error.api());
+        return error.api() ? isFromGateway(*error.api())
+                           : std::holds_alternative<B2Error::InvalidResponse>(error.which());
     } catch (...) {
         return mayHaveReachedService(failure);
     }
@@ -88,9 +89,10 @@ bool isAnswerLost(const std::exception_ptr& failure)
 /// Keeps what became of the attempts to upload a file in one piece.
 class SingleUpload {
 public:
-    SingleUpload(const B2HashedBody& body, B2Progress onProgress)
+    SingleUpload(const B2HashedBody& body, B2UploadFileRequest& request)
         : body_(body)
-        , watch_(body.length, std::move(onProgress))
+        , watch_(body.length, std::move(request.onProgress))
+        , onAnswerLost_(std::move(request.onAnswerLost))
     {
     }
 
@@ -100,13 +102,14 @@ public:
     Task<> examine(std::exception_ptr failure, bool hadTarget)
     {
         wasAnswerLost_ = hadTarget && watch_.isWholeBodyOut() && isAnswerLost(failure);
-        mayBeStored_ = mayBeStored_ || wasAnswerLost_;
+        if (wasAnswerLost_ && onAnswerLost_)
+            onAnswerLost_();
         if (!body_.stamp)
             co_return;
         // The digest is of the file as it was: sent again, the file would be refused again.
         B2FileWorker worker;
         if (co_await worker.hasChanged(body_))
-            throw changedFileError(body_.file()->path, mayBeStored_);
+            throw changedFileError(body_.file()->path);
     }
 
     bool wasAnswerLost() const { return wasAnswerLost_; }
@@ -114,8 +117,8 @@ public:
 private:
     const B2HashedBody& body_;
     BodyWatch watch_;
+    std::function<void()> onAnswerLost_;
     bool wasAnswerLost_ = false; ///< Of the last attempt.
-    bool mayBeStored_ = false;
 };
 
 } // namespace
@@ -128,7 +131,7 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
     if (request.modificationDate)
         setLastModified(request.fileInfo, *request.modificationDate);
     const auto name = oneLine(request.fileName);
-    SingleUpload single(body, std::move(request.onProgress));
+    SingleUpload single(body, request);
     B2RetryTeller teller(std::move(request.onRetry));
     B2FileVersion version;
 

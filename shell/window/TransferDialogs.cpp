@@ -123,18 +123,23 @@ void TransferDialogs::chooseDownloadFolder()
 void TransferDialogs::showUnfinishedUploads()
 {
     auto& root = *application_.root;
-    if (!root.openUnfinishedUploads())
+    auto& unfinished = root.unfinishedUploads;
+    if (!*root.browser.session || !*root.browser.bucket)
         return;
+    unfinished.open(*root.browser.session, **root.browser.bucket);
     UnfinishedUploadsView::Actions actions;
     if (application_.resumeStore) {
-        actions.resumeAction = [&root](std::string fileID) { return root.resumeUpload(std::move(fileID)); };
-        actions.canResume = [&root](const std::string& fileID) { return root.canResume(fileID); };
+        auto& resumes = root.unfinishedResumes;
+        actions.resumeAction = [&resumes, &unfinished](std::string fileID) {
+            return resumes.resume(std::move(fileID), *unfinished.bucket, *unfinished.session);
+        };
+        actions.canResume = [&resumes](const std::string& fileID) { return resumes.canResume(fileID); };
     }
-    auto* const sheet = new UnfinishedUploadsView(root.unfinishedUploads, std::move(actions), &window_);
+    auto* const sheet = new UnfinishedUploadsView(unfinished, std::move(actions), &window_);
     sheet->setAttribute(Qt::WA_DeleteOnClose);
     connect(sheet, &UnfinishedUploadsView::resumed, this, &TransferDialogs::queued);
-    // Rows of one account must not stand over another.
-    connect(&root, &Observable::changed, sheet, [&root, sheet, session = *root.unfinishedUploads.session] {
+    // Rows of one account must not be shown over another.
+    connect(&root, &Observable::changed, sheet, [&root, sheet, session = *unfinished.session] {
         if (*root.keyStore.session != session)
             sheet->reject();
     });

@@ -43,7 +43,7 @@ protected:
     ClientFactory clients{
         std::make_shared<B2CurlTransport>(B2CurlTransportOptions{}), std::make_shared<B2NullLogSink>(), service.url()};
     DownloadDestination destination{settings};
-    TransferQueue queue{settings, destination};
+    TransferQueue queue{settings, log, destination};
     RootModel root{RootParts{settings, log, context, keychain, clients, queue}};
     std::string first;
     std::string second;

@@ -56,7 +56,7 @@ protected:
     ClientFactory clients{
         std::make_shared<B2CurlTransport>(B2CurlTransportOptions{}), std::make_shared<B2NullLogSink>(), service.url()};
     DownloadDestination destination{settings};
-    TransferQueue queue{settings, destination};
+    TransferQueue queue{settings, log, destination};
     std::unique_ptr<ResumeStore> store;
     RootModel root{RootParts{settings, log, context, keychain, clients, queue, [this] { return openStore(); }}};
     std::string first;

@@ -151,7 +151,7 @@ TEST_F(RootModelTest, ABucketDeletedElsewhereLeavesTheListAndTheSelection)
     EXPECT_EQ(root.detailState().notice.title, "Select a Bucket");
 }
 
-TEST_F(RootModelTest, TellsOnceOfTheUploadsThatTheLastRunLeft)
+TEST_F(RootModelTest, MentionsTheUploadsThatTheLastRunLeftOnce)
 {
     settings.set(SettingsKeys::lastKeyID, first);
     root.start();
@@ -179,10 +179,10 @@ TEST_F(RootModelTest, TellsOnceOfTheUploadsThatTheLastRunLeft)
     nextRun.start();
     EXPECT_TRUE(spinUntil([&] { return nextRun.notices.newest() != nullptr; }));
     EXPECT_EQ(nextRun.notices.newest()->text,
-        "“big.bin” was not finished when Kestrovan was last open. What was sent stays stored and billed: resume or "
-        "remove it in Unfinished Uploads of “"
+        "“big.bin” was not finished when Kestrovan was last open. The parts already sent stay stored and billed. "
+        "Resume or remove it in Unfinished Uploads of “"
             + buckets[0].bucketName + "”.");
-    EXPECT_EQ(startAgain().tell(buckets, isOpen), std::nullopt) << "it may be gone by now";
+    EXPECT_EQ(startAgain().takeSentence(buckets, isOpen), std::nullopt) << "it may be gone";
     nextRun.unfinishedUploads.didCancel("1");
     EXPECT_FALSE(nextRun.notices.newest()) << "it is no longer true";
     qtRun(nextRun.shutDown());
@@ -192,27 +192,29 @@ TEST_F(RootModelTest, TellsOnceOfTheUploadsThatTheLastRunLeft)
     begin("5", "cancelled.bin", buckets[1].bucketID);
     auto next = startAgain();
     store->remove("5");
-    EXPECT_THAT(next.tell(buckets, isOpen).value_or(""), testing::StartsWith("2 uploads were not finished"));
+    EXPECT_THAT(next.takeSentence(buckets, isOpen).value_or(""), testing::StartsWith("2 uploads were not finished"));
     qtRun(store->flush());
 }
 
 TEST_F(RootModelTest, OffersToResumeOnlyWhatItKnowsAndForgetsWhatIsCancelled)
 {
     settings.set(SettingsKeys::lastKeyID, first);
-    EXPECT_FALSE(root.openUnfinishedUploads());
     root.start();
     ASSERT_TRUE(isBrowsing(first));
     ASSERT_TRUE(store) << "opened before anything can be uploaded";
     const auto films = std::ranges::find(*root.buckets.buckets, "media-archive", &B2Bucket::bucketName);
     root.selection.select(SidebarItem::bucket(films->bucketID));
-    ASSERT_TRUE(root.openUnfinishedUploads());
     auto& unfinished = root.unfinishedUploads;
+    unfinished.open(*root.browser.session, **root.browser.bucket);
+    const auto resume = [&](const std::string& fileID) {
+        return qtRun(root.unfinishedResumes.resume(fileID, *unfinished.bucket, *unfinished.session));
+    };
     unfinished.load();
     ASSERT_TRUE(spinUntil([&] { return *unfinished.hasLoaded; }));
     ASSERT_EQ(unfinished.items->size(), 1U);
     const auto item = unfinished.items->front();
     const auto fileID = *item.file.fileID;
-    EXPECT_FALSE(root.canResume(fileID));
+    EXPECT_FALSE(root.unfinishedResumes.canResume(fileID));
 
     ResumableUpload known;
     known.fileID = fileID;
@@ -220,8 +222,8 @@ TEST_F(RootModelTest, OffersToResumeOnlyWhatItKnowsAndForgetsWhatIsCancelled)
     known.remoteName = item.file.fileName;
     known.source.path = directory.path().toStdString() + "/gone.mov";
     store->record(known);
-    EXPECT_TRUE(root.canResume(fileID));
-    const auto refusal = qtRun(root.resumeUpload(fileID));
+    EXPECT_TRUE(root.unfinishedResumes.canResume(fileID));
+    const auto refusal = resume(fileID);
     ASSERT_TRUE(refusal) << "its source is gone";
     EXPECT_TRUE(queue.transfers->empty());
     EXPECT_TRUE(store->upload(fileID));
@@ -229,5 +231,5 @@ TEST_F(RootModelTest, OffersToResumeOnlyWhatItKnowsAndForgetsWhatIsCancelled)
     unfinished.cancel(item);
     ASSERT_TRUE(spinUntil([&] { return unfinished.items->empty(); }));
     EXPECT_FALSE(store->upload(fileID));
-    EXPECT_TRUE(qtRun(root.resumeUpload(fileID)));
+    EXPECT_THAT(resume(fileID).value_or(""), testing::Not(testing::HasSubstr("parts"))) << "they are gone";
 }

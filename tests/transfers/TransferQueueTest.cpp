@@ -236,7 +236,7 @@ TEST_F(TransferQueueTest, RefusesWhatCannotGoAndKeepsTheReasonToShow)
 
     EXPECT_TRUE(spinUntil([&] { return queue.refusals->size() == 3; }));
     EXPECT_THAT(*queue.transfers, IsEmpty());
-    EXPECT_EQ(queue.refusals->at(0), "\"photos/a.jpg\" is a hide marker, which has no content; nothing was saved.");
+    EXPECT_EQ(queue.refusals->at(0), "\"photos/a.jpg\" is a hide marker, which has no content. Nothing was saved.");
     EXPECT_THAT(lines(), Contains("Upload of gone refused"));
     queue.dismissRefusals();
     EXPECT_THAT(*queue.refusals, IsEmpty());

@@ -105,7 +105,7 @@ TEST_F(TransferServiceTest, SaysWhatIsWrongWithAFolderAndGoesOn)
     const auto file = store("a.txt", "content");
     std::filesystem::remove(downloads);
     const auto transfer = download(file);
-    EXPECT_THAT(endOf(transfer).text, HasSubstr("doesn't exist any more. Nothing was saved of \"a.txt\""));
+    EXPECT_THAT(endOf(transfer).text, HasSubstr("doesn't exist any more. Nothing was saved. Choose another folder"));
     EXPECT_EQ(lines().back(), "Download of a.txt failed");
 
     std::filesystem::create_directories(downloads);
@@ -142,6 +142,22 @@ TEST_F(TransferServiceTest, SaysThatASourceWentAwayOrChanged)
     EXPECT_THAT(endOf(changing).text, HasSubstr("changed while it was being uploaded"));
     for (const auto& version : stored())
         EXPECT_EQ(version.contentLength, 500'000) << "whole or not at all";
+}
+
+TEST_F(TransferServiceTest, RemembersThatALostAnswerMayHaveStoredTheFile)
+{
+    const auto file = directory / "a.txt";
+    writeFile(file, "content");
+    plant(R"([{"kind": "loseReply", "operation": "b2_upload_file", "count": 1},
+              {"kind": "status", "operation": "b2_upload_file", "after": 1, "status": 400, "code": "bad_request",
+               "message": "no"}])");
+    const auto transfer = upload(file);
+    EXPECT_EQ(endOf(transfer).text, "B2 400 bad_request: no. It may have been stored all the same.");
+    EXPECT_EQ(stored().size(), 1U);
+
+    std::filesystem::remove(file);
+    queue.retry(transfer);
+    EXPECT_THAT(endOf(transfer).text, HasSubstr("It may have been stored all the same."));
 }
 
 TEST_F(TransferServiceTest, CancelsWithoutALeftover)

@@ -1,10 +1,7 @@
 #include "transfers/TransferTexts.h"
 
-#include "transfers/FailureTexts.h"
 #include "transfers/QuitQuestion.h"
 #include "transfers/TransferProgress.h"
-
-#include "B2Kit/B2Error.h"
 
 #include <gmock/gmock.h>
 
@@ -247,18 +244,6 @@ TEST(TransferProgressTest, HoldsAnEstimateBackUntilItIsWorthSomething)
     EXPECT_EQ(checksumSecondsLeft(*transfer, start + 10s), 90);
 }
 
-TEST(FailureTextsTest, NamesTheCapAndWhereToRaiseIt)
-{
-    const auto textOf = [](int status, std::string code) {
-        return failureText(std::make_exception_ptr(B2Error(B2APIError{status, std::move(code), "No more."})));
-    };
-    EXPECT_THAT(textOf(403, "storage_cap_exceeded"), StartsWith("The account's storage cap is reached"));
-    EXPECT_THAT(textOf(403, "cap_exceeded"), HasSubstr("storage cap"));
-    EXPECT_THAT(textOf(403, "transaction_cap_exceeded"), HasSubstr("daily transactions cap"));
-    EXPECT_THAT(textOf(403, "download_cap_exceeded"), HasSubstr("Caps & Alerts"));
-    EXPECT_EQ(textOf(400, "bad_request"), "B2 400 bad_request: No more.");
-}
-
 TEST(QuitQuestionTest, NamesWhatIsInProgress)
 {
     const auto upload = transferIn(State::running());
@@ -273,15 +258,3 @@ TEST(QuitQuestionTest, NamesWhatIsInProgress)
 }
 
 } // namespace
-
-TEST(FailureTextsTest, SaysByNameThatAFileToDownloadIsGone)
-{
-    const auto textOf = [](int status, std::string code) {
-        return downloadFailureText(
-            std::make_exception_ptr(B2Error(B2APIError{status, std::move(code), "4_z123"})), "report.pdf");
-    };
-
-    EXPECT_THAT(textOf(404, "not_found"), testing::StartsWith("“report.pdf” is no longer there"));
-    EXPECT_EQ(textOf(416, "range_not_satisfiable"), "B2 416 range_not_satisfiable: 4_z123");
-    EXPECT_THAT(textOf(403, "download_cap_exceeded"), testing::HasSubstr("daily download cap"));
-}

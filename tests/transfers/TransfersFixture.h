@@ -3,6 +3,7 @@
 #include "foundation/QtText.h"
 #include "foundation/Settings.h"
 #include "foundation/log/ActivityLog.h"
+#include "tests/support/QtRun.h"
 #include "transfers/TransferQueue.h"
 #include "transfers/download/DownloadDestination.h"
 
@@ -47,6 +48,8 @@ protected:
     }
     void TearDown() override
     {
+        // What still runs writes to the log.
+        qtRun(queue.stopAll());
         log.flush(std::chrono::seconds(5));
         ActivityLog::setShared(nullptr);
     }
@@ -65,5 +68,5 @@ protected:
     Settings settings{std::filesystem::path()};
     ActivityLog log{settings, directory / "log"};
     DownloadDestination destination{settings};
-    TransferQueue queue{settings, destination};
+    TransferQueue queue{settings, log, destination};
 };

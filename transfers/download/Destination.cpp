@@ -139,14 +139,18 @@ std::size_t longestNameIn(const B2Folder& folder)
     return nameLimit(fpathconf(folder.descriptor(), _PC_NAME_MAX));
 }
 
-std::expected<PreparedDestination, std::string> prepareDestination(
+BytesFailure folderFailure(const DownloadFolder& folder, std::string_view problem)
+{
+    return {.cause = fmt::format("The folder \"{}\" {}.", folder.path.string(), problem),
+        .fate = BytesFate::nothing(),
+        .advice = "Choose another folder for downloads and try again."};
+}
+
+std::expected<PreparedDestination, BytesFailure> prepareDestination(
     const DownloadFolder& folder, const std::string& name, ExistingFilePolicy policy, ReservedPaths& reserved)
 {
     if (const auto problem = folderProblem(folder))
-        return std::unexpected(fmt::format("The folder \"{}\" {}. Nothing was saved of \"{}\"; choose another folder "
-                                           "for downloads and try again.",
-            folder.path.string(), *problem, name));
-
+        return std::unexpected(folderFailure(folder, *problem));
     if (auto opened = B2Folder::open(folder.path))
         return settleDestination(std::move(*opened), name, policy, reserved, nullptr);
     // A folder that may be written to but not looked into.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "B2Kit/files/B2Place.h"
+#include "foundation/BytesFate.h"
 #include "transfers/download/ExistingFilePolicy.h"
 
 #include <cstdint>
@@ -11,6 +12,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 
 /// Where a download goes.
@@ -105,8 +107,8 @@ struct PreparedDestination {
 ///
 /// A name that a running download will take is never taken twice, whatever the policy: the later file gets a number.
 ///
-/// @returns a sentence when nothing can be saved there.
-std::expected<PreparedDestination, std::string> prepareDestination(
+/// @returns a failure when nothing can be saved there.
+std::expected<PreparedDestination, BytesFailure> prepareDestination(
     const DownloadFolder& folder, const std::string& name, ExistingFilePolicy policy, ReservedPaths& reserved);
 
 /// The same in a folder that is open already.
@@ -117,6 +119,11 @@ PreparedDestination settleDestination(std::shared_ptr<const B2Folder> folder, co
 
 /// Why nothing can be saved in the folder, as a clause: "is not a folder any more". Blocks.
 std::optional<std::string> folderProblem(const DownloadFolder& folder);
+
+/// The failure of a download whose folder takes nothing.
+///
+/// @param problem  a clause: "is not a folder any more".
+BytesFailure folderFailure(const DownloadFolder& folder, std::string_view problem);
 
 /// How many bytes a name may have there. Blocks.
 std::size_t longestNameIn(const B2Folder& folder);

@@ -1,11 +1,11 @@
+#include "transfers/download/DownloadRun.h"
+
 #include "B2Kit/B2Client.h"
 #include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "async/Background.h"
 #include "foundation/log/ActivityLog.h"
-#include "transfers/FailureTexts.h"
 #include "transfers/RowReports.h"
-#include "transfers/TransferLog.h"
-#include "transfers/TransferRun.h"
+#include "transfers/TransferFailure.h"
 #include "transfers/download/FolderLanding.h"
 #include "transfers/download/LocalNames.h"
 
@@ -26,13 +26,13 @@ struct Landed {
 
 /// Why nothing was asked of the service.
 struct Refused {
-    std::string message; ///< Of the log line.
-    std::string text;
+    BytesFailure failure;
+    FailureLine line;
 };
 
 using Outcome = std::variant<Skipped, Landed, Refused>;
 
-using Prepared = std::expected<PreparedDestination, std::string>;
+using Prepared = std::expected<PreparedDestination, BytesFailure>;
 
 /// Settles the destination, off the main thread.
 Task<Prepared> prepare(const DownloadOrder& order, const DownloadContext& context, std::string name)
@@ -58,29 +58,30 @@ B2FileDestination destinationOf(const PreparedDestination& prepared)
 }
 
 /// Tells of a file that is not saved under its own name.
-void tellOtherName(const Transfer& transfer, const PreparedDestination& prepared, const std::string& name)
+void tellOtherName(
+    ActivityLog& log, const Transfer& transfer, const PreparedDestination& prepared, const std::string& name)
 {
     const auto saved = prepared.choice.target.filename().string();
     if (prepared.isShortened)
-        recordTransfer(B2LogLevel::notice, "Shortened the name of " + transfer.displayName,
+        log.record({B2LogLevel::notice, "transfer", "Shortened the name of " + transfer.displayName,
             fmt::format(
-                "It has {} bytes, more than this disk takes. The file is saved as \"{}\".", name.size(), saved));
+                "It has {} bytes, more than this disk takes. The file is saved as \"{}\".", name.size(), saved)});
     if (prepared.isTwin)
-        recordTransfer(B2LogLevel::notice, fmt::format("Saved {} under another name", transfer.displayName),
+        log.record({B2LogLevel::notice, "transfer", fmt::format("Saved {} under another name", transfer.displayName),
             fmt::format("To this disk its name is that of another file here, which is kept. The file is saved as "
                         "\"{}\".",
-                saved));
+                saved)});
 }
 
 /// Where the file has landed: what took its name on the way has given it a number.
 Task<std::filesystem::path> landedPath(
-    const DownloadOrder& order, const PreparedDestination& prepared, const Transfer& transfer)
+    const DownloadOrder& order, const PreparedDestination& prepared, const Transfer& transfer, ActivityLog& log)
 {
     const auto place = prepared.numbers->place();
     if (place.path != prepared.choice.target)
-        recordTransfer(B2LogLevel::notice, fmt::format("Saved {} under another name", transfer.displayName),
+        log.record({B2LogLevel::notice, "transfer", fmt::format("Saved {} under another name", transfer.displayName),
             fmt::format("Something else has taken its name meanwhile. The file is saved as \"{}\".",
-                place.path.filename().string()));
+                place.path.filename().string())});
     if (order.landing)
         co_await runInBackground([landing = order.landing, place] { landing->noteLanded(place); });
     co_return place.path;
@@ -91,17 +92,16 @@ Task<Outcome> fetch(const DownloadOrder& order, const TransferRun& run, const Do
     const Transfer& transfer = *run.transfer;
     const auto name = localName(order.file.fileName);
     if (!name)
-        co_return Refused{"Refused to download " + transfer.displayName,
-            fmt::format("\"{}\" was not downloaded. Its name would write outside the destination folder.",
-                order.file.fileName)};
+        co_return Refused{outsideFailure(order.file.fileName),
+            {.message = "Refused to download " + transfer.displayName, .detail = {}}};
 
     const auto prepared = co_await prepare(order, context, *name);
     co_await checkCancelled();
     if (!prepared)
-        co_return Refused{fmt::format("Download of {} failed", transfer.displayName), prepared.error()};
+        co_return Refused{prepared.error(), {}};
     if (prepared->choice.skippedFor)
         co_return Skipped{*prepared->choice.skippedFor};
-    tellOtherName(transfer, *prepared, *name);
+    tellOtherName(*context.log, transfer, *prepared, *name);
 
     run.setState(Transfer::State::running());
     noteTransferStart(*run.transfer);
@@ -110,36 +110,30 @@ Task<Outcome> fetch(const DownloadOrder& order, const TransferRun& run, const Do
     Landed landed;
     if (order.file.fileID) {
         B2DownloadByIDRequest request{
-            .fileID = *order.file.fileID, .onProgress = progressOf(run), .onRetry = retryReportsOf(run)};
+            .fileID = *order.file.fileID, .onProgress = progressOf(run, *context.log), .onRetry = retryReportsOf(run)};
         landed.metadata = co_await client->downloadByIDToFile(std::move(request), std::move(destination));
     } else {
         B2DownloadByNameRequest request{.bucketName = order.bucket.bucketName,
             .fileName = order.file.fileName,
-            .onProgress = progressOf(run),
+            .onProgress = progressOf(run, *context.log),
             .onRetry = retryReportsOf(run)};
         landed.metadata = co_await client->downloadByNameToFile(std::move(request), std::move(destination));
     }
-    landed.path = co_await landedPath(order, *prepared, transfer);
+    landed.path = co_await landedPath(order, *prepared, transfer, *context.log);
     co_return landed;
 }
 
-void fail(const TransferRun& run, std::string message, std::string text)
-{
-    recordTransfer(B2LogLevel::error, std::move(message), text);
-    run.setState(Transfer::State::failed(std::move(text)));
-}
-
-void end(const TransferRun& run, const Outcome& outcome)
+void end(const TransferRun& run, ActivityLog& log, const Outcome& outcome)
 {
     Transfer& transfer = *run.transfer;
     if (const auto* refused = std::get_if<Refused>(&outcome)) {
-        fail(run, refused->message, refused->text);
+        endAsFailed(run, log, refused->failure, refused->line);
     } else if (const auto* skipped = std::get_if<Skipped>(&outcome)) {
         transfer.localPath = skipped->existing;
         run.setState(Transfer::State::skipped());
-        recordTransfer(B2LogLevel::notice,
+        log.record({B2LogLevel::notice, "transfer",
             fmt::format("Skipped {}, already in the destination folder", transfer.displayName),
-            skipped->existing.string());
+            skipped->existing.string()});
     } else if (const auto* landed = std::get_if<Landed>(&outcome)) {
         const auto& checksum = landed->metadata.checksum;
         transfer.localPath = landed->path;
@@ -147,12 +141,12 @@ void end(const TransferRun& run, const Outcome& outcome)
         transfer.bytesTransferred = *transfer.byteCount;
         run.setState(Transfer::State::finished());
         if (const auto reason = checksum.skipReason())
-            recordTransfer(B2LogLevel::warning,
+            log.record({B2LogLevel::warning, "transfer",
                 fmt::format("Downloaded {} - NOT checksum verified", transfer.displayName),
-                fmt::format("{}. {}", sentence(*reason), landed->path.string()));
+                fmt::format("{}. {}", sentence(*reason), landed->path.string())});
         else
-            recordTransfer(B2LogLevel::notice, fmt::format("Downloaded {} - checksum verified", transfer.displayName),
-                landed->path.string());
+            log.record({B2LogLevel::notice, "transfer",
+                fmt::format("Downloaded {} - checksum verified", transfer.displayName), landed->path.string()});
     }
 }
 
@@ -175,8 +169,7 @@ Task<> runDownload(DownloadOrder order, TransferRun run, DownloadContext context
     if (wasStopped || (failure && isCancellation(failure)))
         run.setState(Transfer::State::cancelled());
     else if (failure)
-        fail(run, fmt::format("Download of {} failed", run.transfer->displayName),
-            downloadFailureText(failure, run.transfer->displayName));
+        endAsFailed(run, *context.log, downloadFailure(failure, run.transfer->displayName));
     else
-        end(run, *outcome);
+        end(run, *context.log, *outcome);
 }

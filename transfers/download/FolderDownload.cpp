@@ -1,12 +1,12 @@
+#include "transfers/download/FolderDownload.h"
+
 #include "B2Kit/B2Client.h"
 #include "async/Background.h"
 #include "foundation/log/ActivityLog.h"
-#include "transfers/FailureTexts.h"
-#include "transfers/FolderTally.h"
-#include "transfers/TransferLog.h"
-#include "transfers/TransferRun.h"
+#include "transfers/TransferFailure.h"
 #include "transfers/download/FolderLanding.h"
 #include "transfers/download/LocalNames.h"
+#include "transfers/folders/FolderTally.h"
 
 #include <fmt/format.h>
 
@@ -26,12 +26,6 @@ struct ListedFile {
         return std::chrono::system_clock::time_point(std::chrono::milliseconds(uploadTimestamp));
     }
 };
-
-void failDownload(const TransferRun& run, std::string text)
-{
-    recordTransfer(B2LogLevel::error, fmt::format("Download of {} failed", run.transfer->displayName), text);
-    run.setState(Transfer::State::failed(std::move(text)));
-}
 
 /// Lists the current files under the prefix; the row grows with what is found.
 Task<std::vector<ListedFile>> list(const FolderDownloadOrder& order, const TransferRun& run)
@@ -64,6 +58,9 @@ struct Run {
     DownloadContext context;
     std::vector<ListedFile> files;
     std::shared_ptr<FolderLanding> landing;
+
+    /// The files that earlier attempts have saved.
+    BytesFate savedBefore() const { return BytesFate::files(std::ssize(order.progress->done)); }
 };
 
 /// Opens the local folder, off the main thread.
@@ -76,24 +73,25 @@ Task<bool> openLanding(Run& self)
         .landed = self.order.progress->landed,
         .markDirectory = self.context.markDirectory};
     if (!localName(parts.name)) {
-        recordTransfer(B2LogLevel::error, "Refused to download " + self.run.transfer->remoteName,
-            "Its name would write outside the destination folder");
-        self.run.setState(Transfer::State::failed(
-            fmt::format("\"{}\" was not downloaded. Its name would write outside the destination folder.",
-                self.run.transfer->remoteName)));
+        endAsFailed(self.run, *self.context.log, outsideFailure(self.run.transfer->remoteName),
+            {.message = "Refused to download " + self.run.transfer->remoteName,
+                .detail = "Its name would write outside the destination folder"});
         co_return false;
     }
     auto landing = co_await runInBackground([parts = std::move(parts)] { return FolderLanding::open(parts); });
     if (!landing) {
-        failDownload(self.run, landing.error());
+        auto failure = landing.error();
+        failure.fate = self.savedBefore();
+        endAsFailed(self.run, *self.context.log, failure);
         co_return false;
     }
     self.landing = std::move(*landing);
     if (self.landing->name() != folderNameOf(*self.run.transfer) && !self.order.progress->localFolder)
-        recordTransfer(B2LogLevel::notice, fmt::format("Saving {} under another name", self.run.transfer->displayName),
+        self.context.log->record({B2LogLevel::notice, "transfer",
+            fmt::format("Saving {} under another name", self.run.transfer->displayName),
             fmt::format("A file or a link of its name is in the destination folder, or the name is longer than the "
                         "disk takes. The folder is \"{}\".",
-                self.landing->path().string()));
+                self.landing->path().string())});
     self.order.progress->localFolder = self.landing->name();
     if (self.run.isCurrent())
         self.run.transfer->localPath = self.landing->path();
@@ -109,10 +107,9 @@ Task<std::set<std::string>> doneBefore(const Run& self)
     for (const auto& file : self.files) {
         if (++looked % batchSize == 0)
             co_await yieldToOthers();
-        const auto known = self.order.progress->done.find(file.relativePath);
-        if (known != self.order.progress->done.end() && known->second.byteCount == file.size
-            && known->second.modificationDate == file.uploadDate())
-            candidates.push_back(*known);
+        const auto& progress = *self.order.progress;
+        if (progress.isDone(file.relativePath, file.size, file.uploadDate()))
+            candidates.emplace_back(file.relativePath, progress.done.at(file.relativePath));
     }
     if (candidates.empty())
         co_return std::set<std::string>();
@@ -145,8 +142,8 @@ Task<> downloadFile(const Run& self, FolderTally& tally, const ListedFile& file)
 {
     const auto& prefix = self.run.transfer->remoteName;
     if (!guardedName(file.relativePath)) {
-        recordTransfer(B2LogLevel::error, "Refused to download " + prefix + file.relativePath,
-            "Its name would write outside the destination folder");
+        self.context.log->record({B2LogLevel::error, "transfer", "Refused to download " + prefix + file.relativePath,
+            "Its name would write outside the destination folder"});
         tally.fail(file.relativePath, "Its name would write outside the destination folder.", file.size);
         co_await tally.breathe();
         co_return;
@@ -177,8 +174,8 @@ Task<bool> begin(Run& self, FolderTally& tally)
         byteCount += file.size;
     tally.setTotal(static_cast<int>(self.files.size()), byteCount);
     if (self.files.empty()) {
-        recordTransfer(B2LogLevel::warning,
-            fmt::format("Nothing downloaded from {}, it holds no files", folderNameOf(*self.run.transfer)));
+        self.context.log->record({B2LogLevel::warning, "transfer",
+            fmt::format("Nothing downloaded from {}, it holds no files", folderNameOf(*self.run.transfer)), {}});
         self.run.setState(Transfer::State::failed("Nothing to download, the folder is empty"));
         co_return false;
     }
@@ -205,7 +202,7 @@ Task<> runFolderDownload(FolderDownloadOrder order, TransferRun run, DownloadCon
 {
     run.setState(Transfer::State::running());
     run.transfer->isScanning = true;
-    FolderTally tally(run);
+    FolderTally tally(run, *context.log);
     Run self{.order = std::move(order), .run = run, .context = std::move(context), .files = {}, .landing = {}};
     std::exception_ptr failure;
     bool hasBegun = false;
@@ -223,7 +220,7 @@ Task<> runFolderDownload(FolderDownloadOrder order, TransferRun run, DownloadCon
     if ((co_await currentStopToken()).stop_requested())
         tally.stop();
     else if (failure)
-        failDownload(run, failureText(failure));
+        endAsFailed(run, *self.context.log, folderDownloadFailure(failure, self.savedBefore()));
     else if (hasBegun)
         tally.finish(run.transfer->localPath->value_or("").string());
 }

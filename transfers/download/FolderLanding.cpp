@@ -54,12 +54,10 @@ FolderLanding::FolderLanding(std::shared_ptr<const B2Folder> top, Parts parts)
 {
 }
 
-std::expected<std::shared_ptr<FolderLanding>, std::string> FolderLanding::open(Parts parts)
+std::expected<std::shared_ptr<FolderLanding>, BytesFailure> FolderLanding::open(Parts parts)
 {
     const auto fail = [&](const std::string& reason) {
-        return std::unexpected(fmt::format("The folder \"{}\" {}. Nothing was saved of \"{}\"; choose another folder "
-                                           "for downloads and try again.",
-            parts.destination.path.string(), reason, parts.name));
+        return std::unexpected(folderFailure(parts.destination, reason));
     };
     if (const auto problem = folderProblem(parts.destination))
         return fail(*problem);
@@ -87,7 +85,7 @@ B2Folder::Result FolderLanding::folderOf(const std::string& relativeFolder)
     return folder;
 }
 
-std::expected<PreparedDestination, std::string> FolderLanding::prepare(
+std::expected<PreparedDestination, BytesFailure> FolderLanding::prepare(
     const std::string& relativePath, ExistingFilePolicy policy, ReservedPaths& reserved)
 {
     const auto slash = relativePath.rfind('/');
@@ -95,8 +93,11 @@ std::expected<PreparedDestination, std::string> FolderLanding::prepare(
     const auto relativeFolder = slash == std::string::npos ? std::string() : relativePath.substr(0, slash);
     const auto folder = folderOf(relativeFolder);
     if (!folder)
-        return std::unexpected(fmt::format("\"{}\" was not saved. Its folder \"{}\" can't be made or opened: {}.", name,
-            relativeFolder, whyNoFolder(folder.error())));
+        return std::unexpected(
+            BytesFailure{.cause = fmt::format("The folder \"{}\" of \"{}\" can't be made or opened: {}.",
+                             relativeFolder, name, whyNoFolder(folder.error())),
+                .fate = BytesFate::nothing(),
+                .advice = {}});
     return settleDestination(*folder, name, policy, reserved, landed_.get());
 }
 

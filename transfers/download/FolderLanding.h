@@ -29,16 +29,16 @@ public:
     };
 
     /// Opens the folder and makes it when it is missing. Where a file or a link has its name, it gets a number.
-    /// @returns a sentence when nothing can be saved there.
-    static std::expected<std::shared_ptr<FolderLanding>, std::string> open(Parts parts);
+    /// @returns a failure when nothing can be saved there; it knows nothing of earlier attempts.
+    static std::expected<std::shared_ptr<FolderLanding>, BytesFailure> open(Parts parts);
 
     const std::filesystem::path& path() const { return top_->path(); }
     std::string name() const { return path().filename().string(); }
 
     /// Settles where a file is saved, and makes the folders above it.
     /// @param relativePath  guarded.
-    /// @returns a sentence when it cannot be saved.
-    std::expected<PreparedDestination, std::string> prepare(
+    /// @returns a failure when it cannot be saved.
+    std::expected<PreparedDestination, BytesFailure> prepare(
         const std::string& relativePath, ExistingFilePolicy policy, ReservedPaths& reserved);
 
     /// Remembers what has landed, so that nothing later replaces it.

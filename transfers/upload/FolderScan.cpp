@@ -1,6 +1,7 @@
 #include "transfers/upload/FolderScan.h"
 
 #include "B2Kit/files/B2Folder.h"
+#include "foundation/BytesFate.h"
 #include "transfers/upload/UploadSource.h"
 
 #include <fmt/format.h>
@@ -123,7 +124,11 @@ private:
             // What is gone by now is no part of the folder any more.
             if (fstatat(folder.descriptor(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
                 if (errno != ENOENT)
-                    scan_.refusedFiles.push_back({above + name, reasonText(errno)});
+                    scan_.refusedFiles.push_back({above + name,
+                        failureText(BytesOperation::upload,
+                            {.cause = fmt::format("\"{}\" can't be read: {}.", name, reasonText(errno)),
+                                .fate = BytesFate::nothing(),
+                                .advice = {}})});
                 continue;
             }
             if (S_ISDIR(info.st_mode))
@@ -150,7 +155,7 @@ private:
     void take(const std::string& above, const std::string& name, const struct stat& info)
     {
         if (const auto allowed = uploadName(prefix_ + above, name); !allowed) {
-            scan_.refusedFiles.push_back({above + name, allowed.error()});
+            scan_.refusedFiles.push_back({above + name, failureText(BytesOperation::upload, allowed.error())});
             return;
         }
         scan_.files.push_back({above + name, info.st_size, toDate(info.st_mtim)});
@@ -161,7 +166,7 @@ private:
     {
         const auto name = relativePath.empty() ? folder_.filename().string() : relativePath;
         scan_.unreadableFolders.push_back(
-            {relativePath, fmt::format("The folder \"{}\" can't be read: {}. Nothing in it was sent.", name, reason)});
+            {relativePath, fmt::format("The folder \"{}\" can't be read: {}.", name, reason)});
     }
 
     void report()

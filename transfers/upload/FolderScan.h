@@ -35,7 +35,7 @@ struct FolderScan {
     std::vector<FoundFile> files;
     /// Files that cannot have their name at the service. They are in no other list.
     std::vector<FileProblem> refusedFiles;
-    /// Folders that could not be looked into; "" is the folder itself.
+    /// Folders that could not be looked into, each with the cause alone; "" is the folder itself.
     std::vector<FileProblem> unreadableFolders;
     LeftOut passedOver;         ///< Links, devices, pipes and sockets.
     LeftOut emptyFolders;       ///< Below the folder; those that hold nothing at all.

@@ -1,15 +1,17 @@
+#include "transfers/upload/FolderUpload.h"
+
 #include "async/Background.h"
 #include "async/Group.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Texts.h"
 #include "foundation/log/ActivityLog.h"
-#include "transfers/FolderTally.h"
-#include "transfers/TransferLog.h"
-#include "transfers/TransferRun.h"
+#include "transfers/TransferFailure.h"
+#include "transfers/folders/FolderTally.h"
 #include "transfers/upload/FolderScan.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <ranges>
 
 namespace {
@@ -37,16 +39,20 @@ Task<FolderScan> scan(const std::filesystem::path& folder, const TransferRun& ru
     co_return found;
 }
 
-void failUpload(const TransferRun& run, std::string text)
+/// A folder below the one that is sent, or that itself, which could not be read.
+BytesFailure unreadableFailure(const FileProblem& folder, const FolderProgress& progress)
 {
-    recordTransfer(B2LogLevel::error, fmt::format("Upload of {} failed", run.transfer->displayName), text);
-    run.setState(Transfer::State::failed(std::move(text)));
+    const auto isBelow = [prefix = folder.relativePath.empty() ? std::string() : folder.relativePath + '/'](
+                             const auto& file) { return file.first.starts_with(prefix); };
+    return {
+        .cause = folder.reason, .fate = BytesFate::files(std::ranges::count_if(progress.done, isBelow)), .advice = {}};
 }
 
 /// Names in the log what does not go.
 /// @param what  how the line ends: "3 items that are no file".
 /// @param before  what stands above the names.
-void tellLeftOut(const std::string& folderName, const LeftOut& items, const std::string& what, std::string before = {})
+void tellLeftOut(ActivityLog& log, const std::string& folderName, const LeftOut& items, const std::string& what,
+    std::string before = {})
 {
     constexpr std::size_t mostNamed = 20;
     auto detail = std::move(before);
@@ -54,20 +60,21 @@ void tellLeftOut(const std::string& folderName, const LeftOut& items, const std:
         detail += (detail.empty() ? "" : "\n") + singleLine(item.relativePath);
     if (const auto rest = items.count - static_cast<std::int64_t>(mostNamed); rest > 0)
         detail += fmt::format("\n… and {} more", rest);
-    recordTransfer(B2LogLevel::notice, fmt::format("Left out of {}: {}", folderName, what), std::move(detail));
+    log.record(
+        {B2LogLevel::notice, "transfer", fmt::format("Left out of {}: {}", folderName, what), std::move(detail)});
 }
 
 /// Tells what is no file and so does not go, as a link the user takes for a file.
-void leaveOut(FolderTally& tally, const std::string& folderName, const FolderScan& scan)
+void leaveOut(FolderTally& tally, ActivityLog& log, const std::string& folderName, const FolderScan& scan)
 {
     if (const auto& items = scan.passedOver; items.count > 0) {
-        tellLeftOut(folderName, items,
+        tellLeftOut(log, folderName, items,
             fmt::format("{} that {} no file, as a link or a pipe", countText(items.count, "item", "items"),
                 items.count == 1 ? "is" : "are"));
         tally.leaveOut(items, "They are links, pipes and the like, not files, and are not sent.");
     }
     if (const auto& items = scan.emptyFolders; items.count > 0) {
-        tellLeftOut(folderName, items, countText(items.count, "empty folder", "empty folders"),
+        tellLeftOut(log, folderName, items, countText(items.count, "empty folder", "empty folders"),
             "B2 stores name prefixes rather than folders, so an empty folder cannot exist there");
         tally.leaveOut(items, "They are empty folders, which cannot be stored in a bucket.");
     }
@@ -75,22 +82,24 @@ void leaveOut(FolderTally& tally, const std::string& folderName, const FolderSca
 
 /// Shows what the folder holds.
 /// @returns false when that is nothing: the record has its last state then.
-bool begin(FolderTally& tally, const TransferRun& run, const FolderScan& scan)
+bool begin(FolderTally& tally, ActivityLog& log, const TransferRun& run, const FolderScan& scan,
+    const FolderProgress& progress)
 {
     if (!scan.unreadableFolders.empty() && scan.unreadableFolders.front().relativePath.empty()) {
-        failUpload(run, scan.unreadableFolders.front().reason);
+        endAsFailed(run, log, unreadableFailure(scan.unreadableFolders.front(), progress));
         return false;
     }
     const auto name = folderNameOf(*run.transfer);
     const auto fileCount = scan.files.size() + scan.refusedFiles.size();
-    recordTransfer(B2LogLevel::info,
+    log.record({B2LogLevel::info, "transfer",
         fmt::format("Scanned {}: {}, {}", name, countText(static_cast<std::int64_t>(fileCount), "file", "files"),
-            sizeText(scan.byteCount)));
-    leaveOut(tally, name, scan);
+            sizeText(scan.byteCount)),
+        {}});
+    leaveOut(tally, log, name, scan);
     tally.setTotal(static_cast<int>(fileCount + scan.unreadableFolders.size()), scan.byteCount);
     if (fileCount + scan.unreadableFolders.size() == 0) {
-        recordTransfer(B2LogLevel::warning, fmt::format("Nothing uploaded from {}, it holds no files", name),
-            "B2 stores name prefixes rather than folders, so an empty folder cannot exist there");
+        log.record({B2LogLevel::warning, "transfer", fmt::format("Nothing uploaded from {}, it holds no files", name),
+            "B2 stores name prefixes rather than folders, so an empty folder cannot exist there"});
         tally.finishEmpty(scan.passedOver.count == 0
                 ? "Nothing to upload, the folder is empty"
                 : "Nothing to upload, the folder holds only links and the like, which are not sent");
@@ -100,14 +109,17 @@ bool begin(FolderTally& tally, const TransferRun& run, const FolderScan& scan)
 }
 
 /// Counts what the scan has refused.
-Task<> tellRefused(FolderTally* tally, const FolderScan* scan)
+Task<> countRefused(FolderTally* tally, ActivityLog* log, const FolderScan* scan, const FolderProgress* progress)
 {
-    for (const auto* problems : {&scan->refusedFiles, &scan->unreadableFolders}) {
-        for (const auto& problem : *problems) {
-            recordTransfer(B2LogLevel::error, fmt::format("Upload of {} failed", problem.relativePath), problem.reason);
-            tally->fail(problem.relativePath, problem.reason, 0);
-            co_await tally->breathe();
-        }
+    auto problems = scan->refusedFiles;
+    for (const auto& folder : scan->unreadableFolders)
+        problems.push_back(
+            {folder.relativePath, failureText(BytesOperation::upload, unreadableFailure(folder, *progress))});
+    for (const auto& problem : problems) {
+        log->record(
+            {B2LogLevel::error, "transfer", fmt::format("Upload of {} failed", problem.relativePath), problem.reason});
+        tally->fail(problem.relativePath, problem.reason, 0);
+        co_await tally->breathe();
     }
 }
 
@@ -150,13 +162,6 @@ void keep(FolderTally& tally, FolderProgress& progress, const FoundFile& file, c
         tally.fail(file.relativePath, state.text, file.size);
 }
 
-bool isDone(const FolderProgress& progress, const FoundFile& file)
-{
-    const auto known = progress.done.find(file.relativePath);
-    return known != progress.done.end() && known->second.byteCount == file.size
-        && known->second.modificationDate == file.modificationDate;
-}
-
 } // namespace
 
 Task<> runFolderUpload(FolderUploadOrder order, TransferRun run, UploadContext context)
@@ -164,17 +169,17 @@ Task<> runFolderUpload(FolderUploadOrder order, TransferRun run, UploadContext c
     run.setState(Transfer::State::running());
     const auto stop = co_await currentStopToken();
     const auto found = co_await scan(order.folder, run);
-    FolderTally tally(run);
-    if (!stop.stop_requested() && !begin(tally, run, found))
+    FolderTally tally(run, *context.log);
+    if (!stop.stop_requested() && !begin(tally, *context.log, run, found, *order.progress))
         co_return;
 
     if (!stop.stop_requested())
-        co_await tellRefused(&tally, &found);
+        co_await countRefused(&tally, context.log, &found, order.progress.get());
     std::optional<std::string> interrupted;
     for (const auto& file : found.files) {
         if (stop.stop_requested())
             break;
-        if (isDone(*order.progress, file)) {
+        if (order.progress->isDone(file.relativePath, file.size, file.modificationDate)) {
             tally.completeWithoutMoving(file.size);
             co_await tally.breathe();
             continue;

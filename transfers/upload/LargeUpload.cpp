@@ -1,15 +1,14 @@
 #include "transfers/upload/LargeUpload.h"
 
 #include "B2Kit/B2Client.h"
+#include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "B2Kit/uploads/B2LargeUpload.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Settings.h"
 #include "foundation/SettingsKeys.h"
 #include "foundation/Texts.h"
 #include "foundation/log/ActivityLog.h"
-#include "transfers/FailureTexts.h"
 #include "transfers/RowReports.h"
-#include "transfers/TransferLog.h"
 #include "transfers/resume/ResumeStore.h"
 
 #include <fmt/format.h>
@@ -45,31 +44,31 @@ ChecksumPass decidePass(const Transfer& transfer, const UploadSource& source, co
     return isTurnedOff ? ChecksumPass::turnedOff : ChecksumPass::runs;
 }
 
-void logPass(ChecksumPass pass, const Transfer& transfer)
+void logPass(ChecksumPass pass, const Transfer& transfer, ActivityLog& log)
 {
     const auto& name = transfer.displayName;
     switch (pass) {
     case ChecksumPass::skippedForFolder:
-        recordTransfer(B2LogLevel::warning, fmt::format("Uploading {} without a whole-file checksum", name),
+        log.record({B2LogLevel::warning, "transfer", fmt::format("Uploading {} without a whole-file checksum", name),
             "Checksums were skipped for this folder. Parts are still checked in transit; the stored file cannot be "
-            "verified later.");
+            "verified later."});
         break;
     case ChecksumPass::runs:
-        recordTransfer(B2LogLevel::info, fmt::format("Preparing {}, reading it to record a checksum", name),
+        log.record({B2LogLevel::info, "transfer", fmt::format("Preparing {}, reading it to record a checksum", name),
             sizeText(*transfer.byteCount)
-                + " to read before the upload starts. Turn the whole-file checksum off in Settings to skip this.");
+                + " to read before the upload starts. Turn the whole-file checksum off in Settings to skip this."});
         break;
     case ChecksumPass::resuming:
-        recordTransfer(B2LogLevel::info, fmt::format("Skipping the checksum pass for {}", name),
-            "Resuming, so the whole-file checksum recorded when the upload was first started still stands.");
+        log.record({B2LogLevel::info, "transfer", fmt::format("Skipping the checksum pass for {}", name),
+            "Resuming, so the whole-file checksum recorded when the upload was first started still stands."});
         break;
     case ChecksumPass::runsForChangedSource:
-        recordTransfer(B2LogLevel::notice, fmt::format("Reading {} again before the upload goes on", name),
-            "Its date or size is another than when the upload began. Only a file with the same content is resumed.");
+        log.record({B2LogLevel::notice, "transfer", fmt::format("Reading {} again before the upload goes on", name),
+            "Its date or size is another than when the upload began. Only a file with the same content is resumed."});
         break;
     case ChecksumPass::turnedOff:
-        recordTransfer(B2LogLevel::warning, fmt::format("Uploading {} without a whole-file checksum", name),
-            "Turned off in Settings. Parts are still checked in transit; the stored file cannot be verified later.");
+        log.record({B2LogLevel::warning, "transfer", fmt::format("Uploading {} without a whole-file checksum", name),
+            "Turned off in Settings. Parts are still checked in transit; the stored file cannot be verified later."});
         break;
     }
 }
@@ -129,7 +128,7 @@ Task<> sendInParts(const UploadOrder* order, const TransferRun* run, const Uploa
     transfer.isHashing = isHashing;
     if (isHashing)
         transfer.hashStartedAt = Transfer::Clock::now();
-    logPass(pass, transfer);
+    logPass(pass, transfer, *context->log);
 
     const RowOfAttempt row(*run);
     B2UploadLargeFileRequest request{.bucketID = order->bucket.bucketID,
@@ -146,7 +145,7 @@ Task<> sendInParts(const UploadOrder* order, const TransferRun* run, const Uploa
             [row](int done, int count) {
                 row.show([done, count](Transfer& shown) { showResumeState(shown, done, count); });
             },
-        .onProgress = progressOf(*run),
+        .onProgress = progressOf(*run, *context->log),
         .onPartRetry = retryReportsOf(*run),
         .onPartsDone = [row](int done,
                            int count) { row.show([done, count](Transfer& shown) { showParts(shown, done, count); }); }};
@@ -163,21 +162,25 @@ Task<> sendInParts(const UploadOrder* order, const TransferRun* run, const Uploa
     co_await uploadLargeFile(client, std::move(request));
 }
 
-LargeUploadEnd endOfLargeUpload(Transfer& transfer, const std::exception_ptr& failure)
+UploadProblem endOfLargeUpload(Transfer& transfer, const std::exception_ptr& failure)
 {
+    // Every part is there, so only the answer to the last step is missing: it may have been taken.
+    const bool isAllSent = *transfer.partCount && *transfer.partsCompleted == *transfer.partCount;
+    const bool mayBeFinished = isAllSent && isRetryableTransferFailure(failure);
     const auto fileID = *transfer.resumableFileID;
-    if (!fileID) {
-        const auto text = uploadFailureText(failure);
-        return {text, text};
-    }
-    auto text = resumableFailureText(failure);
+    UploadProblem problem{
+        .failure = uploadFailure(failure, mayBeFinished ? BytesFate::maybe() : fateOf(transfer)), .line = {}};
+    if (!fileID)
+        return problem;
     // Once parts were sent, a source with another date may still have the same content: the next attempt compares it.
     const bool hasBegun = transfer.partCount->has_value();
-    if (!hasBegun && !isResumable(failure)) {
+    if (isGoneAtService(failure) || (!hasBegun && isOfAnotherSource(failure))) {
         transfer.resumableFileID = std::nullopt;
         transfer.startedSHA1 = std::string();
-        return {text, text};
+        transfer.fate = problem.failure.fate;
+        return problem;
     }
-    auto detail = fmt::format("{} - resumable, large file {} still holds the parts already sent", text, *fileID);
-    return {std::move(text), std::move(detail)};
+    problem.line.detail =
+        fmt::format("{} - resumable, large file {} still holds the parts already sent", problem.failure.cause, *fileID);
+    return problem;
 }

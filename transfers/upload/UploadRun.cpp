@@ -1,38 +1,31 @@
+#include "transfers/upload/UploadRun.h"
+
 #include "B2Kit/B2Client.h"
 #include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "B2Kit/uploads/B2PartPlan.h"
 #include "async/Background.h"
 #include "foundation/log/ActivityLog.h"
-#include "transfers/FailureTexts.h"
 #include "transfers/RowReports.h"
-#include "transfers/TransferRun.h"
+#include "transfers/TransferFailure.h"
 #include "transfers/resume/ResumeStore.h"
 #include "transfers/upload/LargeUpload.h"
+#include "transfers/upload/UploadSource.h"
 
 #include <fmt/format.h>
+
+#include <atomic>
 
 namespace {
 
 struct InspectedFile {
-    std::expected<UploadSource, std::string> source;
+    std::expected<UploadSource, BytesFailure> source;
     std::string contentType;
 };
 
-/// Why a file did not reach the service as it is on the disk.
-using Problem = LargeUploadEnd;
-
-std::optional<Problem> problem(std::string text)
-{
-    return Problem{text, text};
-}
-
-/// What has become of the bytes when the source cannot be read.
-std::string_view keptOf(const Transfer& transfer)
-{
-    return *transfer.resumableFileID ? partsStayStored : nothingWasSent;
-}
-
-Task<> sendWhole(const UploadOrder* order, const TransferRun* run, const UploadSource* source, std::string contentType)
+/// Sends the file in one request.
+/// @param mayBeStored  becomes true when an answer is lost after the whole file went out.
+Task<> sendWhole(const UploadOrder* order, const TransferRun* run, const UploadContext* context,
+    const UploadSource* source, std::string contentType, std::shared_ptr<std::atomic<bool>> mayBeStored)
 {
     noteTransferStart(*run->transfer);
     B2UploadFileRequest request{.bucketID = order->bucket.bucketID,
@@ -40,75 +33,87 @@ Task<> sendWhole(const UploadOrder* order, const TransferRun* run, const UploadS
         .contentType = std::move(contentType),
         .body = B2FileRange{source->path, 0, source->byteCount},
         .modificationDate = source->modificationDate,
-        .onProgress = progressOf(*run),
-        .onRetry = retryReportsOf(*run)};
+        .onProgress = progressOf(*run, *context->log),
+        .onRetry = retryReportsOf(*run),
+        .onAnswerLost = [mayBeStored = std::move(mayBeStored)] { mayBeStored->store(true); }};
     const auto client = order->session->client;
     co_await client->uploadFile(std::move(request));
 }
 
-/// What a failure, or a source that changed on the way, means for a file that was sent whole.
-Task<std::optional<Problem>> endOfWhole(const UploadSource* source, std::exception_ptr failure)
+/// Interprets the end of a file that was sent in one request, whether by a failure or by a source that changed on the
+/// way.
+Task<std::optional<UploadProblem>> endOfWhole(
+    Transfer* transfer, const UploadSource* source, std::exception_ptr failure)
 {
-    // Hash and body are read one after the other: what was written meanwhile makes them differ, or is missing.
+    // Hash and body are read one after the other: a write between them makes them differ, or is missing.
     const auto now = co_await runInBackground([source = *source] { return compare(source); });
-    const bool isSame = now == SourceChange::none;
     // The service has checked what came against the digest, so a file that has gone since is stored whole.
     if (!failure && now != SourceChange::changed)
         co_return std::nullopt;
-    if (isSame || (failure && isRetryableConnectionFailure(failure)))
-        co_return problem(uploadFailureText(failure));
+    if (now == SourceChange::none || (failure && isRetryableConnectionFailure(failure)))
+        co_return UploadProblem{.failure = uploadFailure(failure, transfer->fate), .line = {}};
     const auto name = source->path.filename().string();
     if (failure)
-        co_return problem(
-            fmt::format("\"{}\" changed or went away while it was being uploaded, so nothing was stored of it. "
-                        "Upload it again when nothing writes to it any more.",
-                name));
-    co_return problem(
-        fmt::format("\"{}\" changed while it was being uploaded. B2 holds it as it was when it was read; upload "
-                    "it again to store what it holds now.",
-            name));
+        co_return UploadProblem{
+            .failure = {.cause = fmt::format("\"{}\" changed or went away while it was being uploaded.", name),
+                .fate = transfer->fate,
+                .advice = "Upload it again when nothing writes to it any more."},
+            .line = {}};
+    transfer->fate = BytesFate::whole();
+    co_return UploadProblem{.failure = {.cause = fmt::format("\"{}\" changed while it was being uploaded.", name),
+                                .fate = transfer->fate,
+                                .advice = "Upload it again to store its present content."},
+        .line = {}};
 }
 
 /// Sends the file.
 /// @returns nothing when it reached the service as it is on the disk.
-Task<std::optional<Problem>> send(const UploadOrder& order, const TransferRun& run, const UploadContext& context)
+Task<std::optional<UploadProblem>> send(const UploadOrder& order, const TransferRun& run, const UploadContext& context)
 {
     Transfer& transfer = *run.transfer;
     run.setState(Transfer::State::running());
     co_await checkCancelled();
-    auto inspected = co_await runInBackground([path = order.source, kept = keptOf(transfer)] {
-        return InspectedFile{inspectUploadSource(path, kept), contentTypeFor(path)};
+    auto inspected = co_await runInBackground([path = order.source, fate = fateOf(transfer)] {
+        return InspectedFile{inspectUploadSource(path, fate), contentTypeFor(path)};
     });
     co_await checkCancelled();
     if (!inspected.source)
-        co_return problem(inspected.source.error());
+        co_return UploadProblem{.failure = inspected.source.error(), .line = {}};
     const UploadSource& source = *inspected.source;
     transfer.byteCount = source.byteCount;
     if (*transfer.resumableFileID && source.byteCount < B2LargeFileLimits::smallestFile) {
         transfer.resumableFileID = std::nullopt;
         transfer.startedSHA1 = std::string();
-        co_return problem(fmt::format(
-            "\"{}\" is much smaller than when its upload began, so that upload can't go on. Its parts stay stored "
-            "until they are removed from the bucket's unfinished uploads. Retry sends the file as it is now.",
-            source.path.filename().string()));
+        transfer.fate = BytesFate::parts();
+        co_return UploadProblem{
+            .failure = {.cause = fmt::format("\"{}\" is much smaller than when its upload began, so that upload can't "
+                                             "go on.",
+                            source.path.filename().string()),
+                .fate = transfer.fate,
+                .advice = "\"Unfinished Uploads\" of the bucket removes them. Retry sends the file as it is now."},
+            .line = {}};
     }
     // What was begun in parts goes on in parts, whatever the size is now.
     const bool isLarge = source.byteCount >= largeFileThreshold || *transfer.resumableFileID;
 
+    const auto mayBeStored = std::make_shared<std::atomic<bool>>(false);
     std::exception_ptr failure;
     try {
         if (isLarge)
             co_await sendInParts(&order, &run, &context, &source, std::move(inspected.contentType));
         else
-            co_await sendWhole(&order, &run, &source, std::move(inspected.contentType));
+            co_await sendWhole(&order, &run, &context, &source, std::move(inspected.contentType), mayBeStored);
     } catch (...) {
         failure = std::current_exception();
     }
+    // Also of a stopped attempt, for the next one.
+    if (mayBeStored->load() && failure)
+        transfer.fate = BytesFate::maybe();
     co_await checkCancelled();
     if (failure && isCancellation(failure))
         std::rethrow_exception(failure);
     if (!isLarge)
-        co_return co_await endOfWhole(&source, failure);
+        co_return co_await endOfWhole(&transfer, &source, failure);
     if (failure)
         co_return endOfLargeUpload(transfer, failure);
     co_return std::nullopt;
@@ -119,7 +124,7 @@ Task<std::optional<Problem>> send(const UploadOrder& order, const TransferRun& r
 Task<> runUpload(UploadOrder order, TransferRun run, UploadContext context)
 {
     Transfer& transfer = *run.transfer;
-    std::optional<Problem> problem;
+    std::optional<UploadProblem> problem;
     std::exception_ptr failure;
     try {
         problem = co_await send(order, run, context);
@@ -135,21 +140,17 @@ Task<> runUpload(UploadOrder order, TransferRun run, UploadContext context)
         run.setState(Transfer::State::cancelled());
         co_return;
     }
-    if (failure) {
-        const auto text = uploadFailureText(failure);
-        problem = Problem{text, text};
-    }
+    if (failure)
+        problem = UploadProblem{.failure = uploadFailure(failure, fateOf(transfer)), .line = {}};
     if (problem) {
-        ActivityLog::shared().record(
-            {B2LogLevel::error, "transfer", fmt::format("Upload of {} failed", transfer.displayName), problem->detail});
-        run.setState(Transfer::State::failed(problem->text));
+        endAsFailed(run, *context.log, problem->failure, std::move(problem->line));
         co_return;
     }
     if (context.resumeStore && *transfer.resumableFileID)
         context.resumeStore->remove(**transfer.resumableFileID);
     transfer.resumableFileID = std::nullopt;
+    transfer.fate = BytesFate::nothing();
     transfer.bytesTransferred = *transfer.byteCount;
     run.setState(Transfer::State::finished());
-    ActivityLog::shared().record(
-        {B2LogLevel::notice, "transfer", "Uploaded " + transfer.displayName, transfer.remoteName});
+    context.log->record({B2LogLevel::notice, "transfer", "Uploaded " + transfer.displayName, transfer.remoteName});
 }

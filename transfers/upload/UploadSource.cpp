@@ -16,19 +16,18 @@
 
 namespace {
 
-std::string whyUnreadable(const std::filesystem::path& path, int systemError, std::string_view kept)
+std::string whyUnreadable(const std::filesystem::path& path, int systemError)
 {
     const auto name = path.filename().string();
-    const auto folder = path.parent_path().string();
     switch (systemError) {
     case ENOENT:
     case ENOTDIR:
-        return fmt::format("\"{}\" is no longer in \"{}\". {}", name, folder, kept);
+        return fmt::format("\"{}\" is no longer in \"{}\".", name, path.parent_path().string());
     case EACCES:
     case EPERM:
-        return fmt::format("\"{}\" can't be read: you have no permission. {}", name, kept);
+        return fmt::format("\"{}\" can't be read: you have no permission.", name);
     default:
-        return fmt::format("\"{}\" can't be read: {}. {}", name, std::generic_category().message(systemError), kept);
+        return fmt::format("\"{}\" can't be read: {}.", name, std::generic_category().message(systemError));
     }
 }
 
@@ -41,18 +40,21 @@ std::chrono::system_clock::time_point toDate(const timespec& time)
         std::chrono::duration_cast<std::chrono::system_clock::duration>(sinceEpoch));
 }
 
-std::expected<UploadSource, std::string> inspectUploadSource(const std::filesystem::path& path, std::string_view kept)
+std::expected<UploadSource, BytesFailure> inspectUploadSource(const std::filesystem::path& path, BytesFate fate)
 {
     const auto name = path.filename().string();
+    const auto refused = [fate](std::string cause) {
+        return std::unexpected(BytesFailure{.cause = std::move(cause), .fate = fate, .advice = {}});
+    };
     struct stat info = {};
     if (stat(path.c_str(), &info) != 0)
-        return std::unexpected(whyUnreadable(path, errno, kept));
+        return refused(whyUnreadable(path, errno));
     if (S_ISDIR(info.st_mode))
-        return std::unexpected(fmt::format("\"{}\" is a folder now and no file. {}", name, kept));
+        return refused(fmt::format("\"{}\" is a folder now, not a file.", name));
     if (!S_ISREG(info.st_mode))
-        return std::unexpected(fmt::format("\"{}\" is not a file with content. {}", name, kept));
+        return refused(fmt::format("\"{}\" is not a file with content.", name));
     if (access(path.c_str(), R_OK) != 0)
-        return std::unexpected(whyUnreadable(path, errno, kept));
+        return refused(whyUnreadable(path, errno));
     return UploadSource{path, info.st_size, toDate(info.st_mtim), info.st_dev, info.st_ino};
 }
 
@@ -75,15 +77,16 @@ std::string contentTypeFor(const std::filesystem::path& path)
     return fromQString(type.name());
 }
 
-std::expected<std::string, std::string> uploadName(std::string_view prefix, const std::filesystem::path& path)
+std::expected<std::string, BytesFailure> uploadName(std::string_view prefix, const std::filesystem::path& path)
 {
     constexpr std::size_t longest = 1024;
     // A path to a folder may end with a slash.
     const auto own = path.has_filename() ? path.filename() : path.parent_path().filename();
     const auto name = std::string(prefix) + own.string();
     const auto refused = [&](std::string_view reason) {
-        return std::unexpected(fmt::format(
-            "\"{}\" can't be uploaded: {}. Nothing was sent; rename it and try again.", own.string(), reason));
+        return std::unexpected(BytesFailure{.cause = fmt::format("\"{}\" can't be uploaded: {}.", own.string(), reason),
+            .fate = BytesFate::nothing(),
+            .advice = "Rename it and try again."});
     };
     if (own.empty() || own == "." || own == "..")
         return refused("it has no name of its own");

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "foundation/BytesFate.h"
+
 #include <chrono>
 #include <cstdint>
 #include <ctime>
@@ -11,9 +13,6 @@
 
 /// Files from this size on are sent in parts.
 inline constexpr std::int64_t largeFileThreshold = 100'000'000;
-
-inline constexpr std::string_view nothingWasSent = "Nothing was sent.";
-inline constexpr std::string_view partsStayStored = "The parts already sent stay stored.";
 
 /// A file to send, as it was when it was looked at.
 struct UploadSource {
@@ -31,10 +30,10 @@ std::chrono::system_clock::time_point toDate(const timespec& time);
 
 /// Looks at a file that is to be sent. Follows links. Blocks.
 ///
-/// @param kept  the sentence about what has become of its bytes.
-/// @returns a sentence when it cannot be sent: it is gone, no regular file or not readable.
-std::expected<UploadSource, std::string> inspectUploadSource(
-    const std::filesystem::path& path, std::string_view kept = nothingWasSent);
+/// @param fate  what earlier attempts have left of it at the service.
+/// @returns a failure when it cannot be sent: it is gone, no regular file or not readable.
+std::expected<UploadSource, BytesFailure> inspectUploadSource(
+    const std::filesystem::path& path, BytesFate fate = BytesFate::nothing());
 
 enum class SourceChange { none, changed, gone };
 
@@ -47,5 +46,5 @@ std::string contentTypeFor(const std::filesystem::path& path);
 
 /// The name at the service: the prefix and the file's name, byte for byte.
 ///
-/// @returns a sentence for a name the service does not take.
-std::expected<std::string, std::string> uploadName(std::string_view prefix, const std::filesystem::path& path);
+/// @returns a failure for a name the service does not take.
+std::expected<std::string, BytesFailure> uploadName(std::string_view prefix, const std::filesystem::path& path);

@@ -87,7 +87,7 @@ protected:
     }
     static std::string changedWhileRead()
     {
-        return "“source” changed while it was being read, so it was not uploaded. Nothing was stored.";
+        return "“source” changed while it was being read, so it was not uploaded.";
     }
 
     const std::filesystem::path path = folder / "source";

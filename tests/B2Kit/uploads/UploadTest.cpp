@@ -2,6 +2,7 @@
 
 #include "B2Kit/files/B2SHA1.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <fstream>
 
@@ -148,17 +149,27 @@ TEST_F(UploadTest, TellsWhenALostAnswerMayLeaveASecondVersion)
 {
     const std::string notice =
         "Notice transfer: All of a.txt was sent but the answer was lost, so the retry may leave a second version";
+    std::atomic<int> lost = 0;
+    auto request = textUpload();
+    request.onAnswerLost = [&lost] { ++lost; };
     transport->loseConnection(upload).answer(upload, stored);
-    run(client->uploadFile(textUpload()));
+    run(client->uploadFile(request));
     EXPECT_EQ(log->lines().back(), notice);
+    EXPECT_EQ(lost, 1);
 
     transport->answer(upload, {504, "<html>Gateway Timeout</html>"}).answer(upload, stored);
-    run(client->uploadFile(textUpload()));
+    run(client->uploadFile(request));
     EXPECT_EQ(log->lines().back(), notice);
+    EXPECT_EQ(lost, 2);
 
     transport->refuse(upload, 503, "service_unavailable").answer(upload, stored);
-    run(client->uploadFile(textUpload()));
+    run(client->uploadFile(request));
     EXPECT_NE(log->lines().back(), notice) << "the service's own refusal is an answer";
+    EXPECT_EQ(lost, 2);
+
+    transport->answer(upload, "{");
+    EXPECT_THAT(failureOf(client->uploadFile(request)), HasSubstr("Invalid response"));
+    EXPECT_EQ(lost, 3) << "an answer that cannot be read comes after the work";
 }
 
 TEST_F(UploadTest, AStoppedUploadIsNoFailure)
@@ -218,7 +229,7 @@ TEST_F(UploadTest, AFileThatChangedBeforeItWasReadIsNotUploaded)
         auto request = textUpload();
         request.body = B2FileRange{write("notes.txt", "hello"), 0, size};
         EXPECT_EQ(failureOf(client->uploadFile(std::move(request))),
-            "“notes.txt” changed while it was being read, so it was not uploaded. Nothing was stored.");
+            "“notes.txt” changed while it was being read, so it was not uploaded.");
     }
     EXPECT_EQ(transport->count(getURL), 0U);
 }
@@ -239,8 +250,8 @@ TEST_F(UploadTest, AFileThatChangedWhileItWasSentIsToldSo)
         changeAndAnswer(
             {400, R"({"status": 400, "code": "bad_request", "message": "Sha1 did not match data received"})"}));
 
-    EXPECT_EQ(failureOf(client->uploadFile(request)),
-        "“movie” changed while it was being read, so it was not uploaded. Nothing was stored.");
+    EXPECT_EQ(
+        failureOf(client->uploadFile(request)), "“movie” changed while it was being read, so it was not uploaded.");
     EXPECT_EQ(transport->count(upload), 1U);
 
     // One that has not changed keeps the service's own words, and one that was received whole is stored.

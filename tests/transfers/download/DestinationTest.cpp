@@ -54,7 +54,8 @@ protected:
     std::string targetOf(std::string name, ExistingFilePolicy policy)
     {
         const auto prepared = prepareDestination({downloads}, name, policy, *reserved);
-        return prepared ? prepared->choice.target.filename().string() : prepared.error();
+        return prepared ? prepared->choice.target.filename().string()
+                        : failureText(BytesOperation::download, prepared.error());
     }
 
     std::shared_ptr<ReservedPaths> reserved = std::make_shared<ReservedPaths>();

@@ -141,6 +141,11 @@ TEST_F(FolderDownloadTest, ARetryLeavesOutWhatIsDoneAndFetchesWhatIsGone)
     plant(R"({"kind": "status", "status": 400, "operation": "download", "after": 1, "count": 1})");
     const auto transfer = downloadFolder();
     EXPECT_EQ(endOf(transfer), State::failed("1 of 3 files failed"));
+
+    std::filesystem::rename(downloads, directory / "away");
+    queue.retry(transfer);
+    EXPECT_THAT(endOf(transfer).text, HasSubstr("doesn't exist any more. 2 files were saved. Choose another folder"));
+    std::filesystem::rename(directory / "away", downloads);
     std::filesystem::remove(local / "c");
 
     queue.retry(transfer);

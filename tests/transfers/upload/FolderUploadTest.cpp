@@ -112,6 +112,12 @@ TEST_F(FolderUploadTest, GoesOnAfterAFailureAndARetrySendsTheRestAlone)
     EXPECT_THAT(transfer->fileProblems->at(0).reason, HasSubstr("control characters"));
     EXPECT_EQ(transfer->fileProblems->at(1).relativePath, "bad.txt");
 
+    std::filesystem::rename(folder, directory / "away");
+    queue.retry(transfer);
+    EXPECT_EQ(
+        endOf(transfer).text, "The folder \"photos\" can't be read: No such file or directory. 2 files were stored.");
+    std::filesystem::rename(directory / "away", folder);
+
     writeFile(folder / "a.txt", "changed");
     std::filesystem::rename(folder / "line\nbreak", folder / "c.txt");
     queue.retry(transfer);

@@ -171,7 +171,21 @@ TEST_F(LargeUploadTest, ResumesInALaterRunOnlyWithTheSameContent)
     EXPECT_THAT(refusal.value_or(""), HasSubstr("is no longer in"));
 }
 
-TEST_F(LargeUploadTest, StartsAnewWhenTheUnfinishedFileIsGone)
+TEST_F(LargeUploadTest, ClaimsNoPartsWhenTheUnfinishedFileWentWhileTheyWereSent)
+{
+    plant(R"({"kind": "stall", "operation": "b2_upload_part", "in": "request", "at": 1000000, "milliseconds": 1500})");
+    const auto transfer = upload(file);
+    ASSERT_TRUE(spinUntil([&] { return transfer->partCount->has_value(); }));
+    qtRun(session->client->cancelLargeFile(**transfer->resumableFileID));
+
+    EXPECT_THAT(endOf(transfer).text, HasSubstr("no longer at B2"));
+    EXPECT_THAT(log.entries().back().detail.value_or(""), Not(HasSubstr("holds the parts")));
+    clearFaults();
+    queue.retry(transfer);
+    EXPECT_EQ(endOf(transfer), State::finished()) << "the retry sends the whole file";
+}
+
+TEST_F(LargeUploadTest, SendsTheWholeFileWhenTheUnfinishedOneIsGone)
 {
     const auto transfer = interruptedUpload();
     const auto fileID = **transfer->resumableFileID;

@@ -13,7 +13,7 @@ protected:
     std::string refusalOf(const std::filesystem::path& path)
     {
         const auto source = inspectUploadSource(path);
-        return source ? "taken" : source.error();
+        return source ? "taken" : failureText(BytesOperation::upload, source.error());
     }
 };
 
@@ -21,7 +21,7 @@ TEST_F(UploadSourceTest, SaysWhyAFileCannotBeSent)
 {
     mkfifo((directory / "pipe").c_str(), 0600);
 
-    EXPECT_EQ(refusalOf(downloads), "\"downloads\" is a folder now and no file. Nothing was sent.");
+    EXPECT_EQ(refusalOf(downloads), "\"downloads\" is a folder now, not a file. Nothing was stored.");
     EXPECT_THAT(refusalOf(directory / "pipe"), HasSubstr("is not a file with content"));
     EXPECT_THAT(refusalOf(directory / "gone.txt"), StartsWith("\"gone.txt\" is no longer in"));
 }
@@ -54,10 +54,10 @@ TEST_F(UploadSourceTest, TakesTheTypeFromTheExtensionAlone)
 TEST_F(UploadSourceTest, NamesAFileByPrefixAndItsOwnBytes)
 {
     EXPECT_EQ(uploadName("photos/", "/home/me/é ☕+%2F.txt "), "photos/é ☕+%2F.txt ");
-    EXPECT_THAT(uploadName("", "/home/me/b\xFFoken").error(), HasSubstr("not valid UTF-8"));
-    EXPECT_THAT(uploadName("", "/home/me/two\nlines").error(), HasSubstr("control characters"));
+    EXPECT_THAT(uploadName("", "/home/me/b\xFFoken").error().cause, HasSubstr("not valid UTF-8"));
+    EXPECT_THAT(uploadName("", "/home/me/two\nlines").error().cause, HasSubstr("control characters"));
     EXPECT_EQ(uploadName(std::string(1019, 'p') + "/", "/abcd")->size(), 1024U);
-    EXPECT_THAT(uploadName(std::string(1020, 'p') + "/", "/abcd").error(), HasSubstr("1025 bytes long"));
+    EXPECT_THAT(uploadName(std::string(1020, 'p') + "/", "/abcd").error().cause, HasSubstr("1025 bytes long"));
 }
 
 } // namespace

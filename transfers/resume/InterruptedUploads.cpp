@@ -1,5 +1,6 @@
-#include "shell/InterruptedUploads.h"
+#include "transfers/resume/InterruptedUploads.h"
 
+#include "foundation/BytesFate.h"
 #include "foundation/Settings.h"
 #include "foundation/SettingsKeys.h"
 #include "foundation/Texts.h"
@@ -46,7 +47,7 @@ void InterruptedUploads::begin(const ResumeStore& store, Settings& settings)
     settings.set(SettingsKeys::lastStart, std::chrono::ceil<milliseconds>(now).count());
 }
 
-std::optional<std::string> InterruptedUploads::tell(const std::vector<B2Bucket>& buckets, const IsOpen& isOpen)
+std::optional<std::string> InterruptedUploads::takeSentence(const std::vector<B2Bucket>& buckets, const IsOpen& isOpen)
 {
     std::map<std::string, int> counts;
     std::vector<std::string> fileIDs;
@@ -66,14 +67,13 @@ std::optional<std::string> InterruptedUploads::tell(const std::vector<B2Bucket>&
         return std::nullopt;
     const auto total = static_cast<std::int64_t>(fileIDs.size());
     const bool isOne = total == 1;
-    toldFileIDs_ = std::move(fileIDs);
-    sentence_ = (isOne ? inQuotes(lastName) + " was" : countText(total, "upload", "uploads") + " were")
-        + " not finished when Kestrovan was last open. What was sent stays stored and billed: resume or remove "
-        + (isOne ? "it" : "them") + " in Unfinished Uploads of " + bucketsText(counts) + ".";
-    return sentence_;
+    mentionedFileIDs_ = std::move(fileIDs);
+    return (isOne ? inQuotes(lastName) + " was" : countText(total, "upload", "uploads") + " were")
+        + " not finished when Kestrovan was last open. " + fateText(BytesOperation::upload, BytesFate::parts())
+        + " Resume or remove " + (isOne ? "it" : "them") + " in Unfinished Uploads of " + bucketsText(counts) + ".";
 }
 
-bool InterruptedUploads::isOutdated(const std::string& text, const IsOpen& isOpen) const
+bool InterruptedUploads::isOutdated(const IsOpen& isOpen) const
 {
-    return text == sentence_ && std::ranges::none_of(toldFileIDs_, isOpen);
+    return std::ranges::none_of(mentionedFileIDs_, isOpen);
 }

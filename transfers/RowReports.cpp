@@ -1,21 +1,21 @@
+#include "transfers/RowReports.h"
+
 #include "async/Group.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/log/ActivityLog.h"
 #include "transfers/ProgressThrottle.h"
-#include "transfers/RowReports.h"
-#include "transfers/TransferRun.h"
 #include "transfers/TransferTexts.h"
 
 #include <variant>
 
 namespace {
 
-using Report = void (*)(Transfer& transfer, std::int64_t done, std::int64_t total);
+using Report = std::function<void(Transfer& transfer, std::int64_t done, std::int64_t total)>;
 
 std::shared_ptr<ProgressThrottle> throttled(const TransferRun& run, ProgressThrottle::Step step, Report report)
 {
     return std::make_shared<ProgressThrottle>(
-        step, [row = RowOfAttempt(run), report](std::int64_t done, std::int64_t total) {
+        step, [row = RowOfAttempt(run), report = std::move(report)](std::int64_t done, std::int64_t total) {
             row.show([report, done, total](Transfer& transfer) { report(transfer, done, total); });
         });
 }
@@ -30,11 +30,6 @@ void showMoved(Transfer& transfer, std::int64_t done, std::int64_t)
     transfer.bytesTransferred = done;
     if (const auto folder = transfer.parent.lock())
         folder->bytesTransferred = *folder->bytesFromFinishedFiles + done;
-}
-
-void logMoved(Transfer& transfer, std::int64_t done, std::int64_t total)
-{
-    ActivityLog::shared().record({B2LogLevel::info, "transfer", progressLine(transfer, done, total), {}});
 }
 
 void showRetry(Transfer& transfer, const B2PartRetryEvent& event)
@@ -77,13 +72,16 @@ void noteTransferStart(Transfer& transfer)
     folder->bytesAtStart = *folder->bytesFromFinishedFiles + *transfer.bytesAtStart;
 }
 
-B2Progress progressOf(const TransferRun& run)
+B2Progress progressOf(const TransferRun& run, ActivityLog& log)
 {
     const auto row = throttled(run, ProgressThrottle::forRow, showMoved);
-    const auto log = throttled(run, ProgressThrottle::forLog, logMoved);
-    return [row, log](std::int64_t done, std::int64_t total) {
+    const auto line = throttled(
+        run, ProgressThrottle::forLog, [&log](const Transfer& transfer, std::int64_t done, std::int64_t total) {
+            log.record({B2LogLevel::info, "transfer", progressLine(transfer, done, total), {}});
+        });
+    return [row, line](std::int64_t done, std::int64_t total) {
         row->report(done, total);
-        log->report(done, total);
+        line->report(done, total);
     };
 }
 

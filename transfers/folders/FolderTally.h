@@ -11,10 +11,13 @@
 #include <string_view>
 #include <vector>
 
+class ActivityLog;
+
 /// What has become of the files of a folder, shown on its record as they end. Of one attempt, on the main thread.
 class FolderTally {
 public:
-    explicit FolderTally(TransferRun run);
+    /// @param log  outlives this.
+    FolderTally(TransferRun run, ActivityLog& log);
 
     /// The folder is counted now.
     void setTotal(int fileCount, std::int64_t byteCount);
@@ -50,6 +53,7 @@ private:
     void publish();
 
     TransferRun run_;
+    ActivityLog& log_;
     std::string_view verb_;
     std::string folderName_;
     int fileCount_ = 0;

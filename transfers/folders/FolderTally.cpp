@@ -1,8 +1,8 @@
-#include "transfers/FolderTally.h"
+#include "transfers/folders/FolderTally.h"
 
+#include "foundation/BytesFate.h"
 #include "foundation/Texts.h"
 #include "foundation/log/ActivityLog.h"
-#include "transfers/TransferLog.h"
 
 #include <fmt/format.h>
 
@@ -31,8 +31,9 @@ std::vector<FileProblem> worstFirst(const std::vector<FileProblem>& problems)
 
 } // namespace
 
-FolderTally::FolderTally(TransferRun run)
+FolderTally::FolderTally(TransferRun run, ActivityLog& log)
     : run_(std::move(run))
+    , log_(log)
     , verb_(run_.transfer->kind == Transfer::Kind::upload ? "Uploaded" : "Downloaded")
     , folderName_(folderNameOf(*run_.transfer))
 {
@@ -134,17 +135,19 @@ void FolderTally::finish(std::string place)
 {
     publish();
     if (skipped_ > 0)
-        recordTransfer(B2LogLevel::notice,
+        log_.record({B2LogLevel::notice, "transfer",
             fmt::format("Skipped {} from {}", countText(skipped_, "file", "files"), folderName_),
-            "They were there already and are untouched. The entries above name each.");
+            "They were there already and are untouched. The entries above name each."});
     if (failed_ == 0) {
-        recordTransfer(B2LogLevel::notice,
-            fmt::format("{} {} from {}", verb_, countText(completed_, "file", "files"), folderName_), std::move(place));
+        log_.record({B2LogLevel::notice, "transfer",
+            fmt::format("{} {} from {}", verb_, countText(completed_, "file", "files"), folderName_),
+            std::move(place)});
         run_.setState(Transfer::State::finished());
         return;
     }
-    recordTransfer(B2LogLevel::error, fmt::format("{} {} from {}", verb_, ofFiles(completed_, fileCount_), folderName_),
-        fmt::format("{} failed - see the entries above for each", failed_));
+    log_.record({B2LogLevel::error, "transfer",
+        fmt::format("{} {} from {}", verb_, ofFiles(completed_, fileCount_), folderName_),
+        fmt::format("{} failed - see the entries above for each", failed_)});
     run_.setState(Transfer::State::failed(ofFiles(failed_, fileCount_) + " failed"));
 }
 
@@ -153,10 +156,11 @@ void FolderTally::stop(std::optional<std::string> interrupted)
     publish();
     if (interrupted)
         interrupted =
-            fmt::format("“{}” was sent in part. Its parts stay stored and billed: the folder's Resume goes on "
-                        "from them, and \"Unfinished Uploads\" removes them.",
-                *interrupted);
-    recordTransfer(B2LogLevel::notice, "Stopped after " + ofFiles(completed_, fileCount_), std::move(interrupted));
+            fmt::format("“{}” was sent in part. {} The folder's Resume goes on from them; \"Unfinished Uploads\" "
+                        "removes them.",
+                *interrupted, fateText(BytesOperation::upload, BytesFate::parts()));
+    log_.record(
+        {B2LogLevel::notice, "transfer", "Stopped after " + ofFiles(completed_, fileCount_), std::move(interrupted)});
     run_.setState(Transfer::State::cancelled());
 }
 
