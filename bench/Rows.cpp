@@ -7,6 +7,7 @@
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Settings.h"
+#include "foundation/log/ActivityLog.h"
 #include "foundation/views/style/Theme.h"
 #include "foundation/views/tables/DenseTableView.h"
 
@@ -23,14 +24,16 @@ namespace {
 struct Pane {
     explicit Pane(const std::filesystem::path& directory)
         : settings(directory / "settings.json")
+        , log(settings, directory / "log")
         , model(settings)
-        , view(model, settings)
+        , view(model, settings, log)
     {
         view.resize(1180, 760);
         view.show();
     }
 
     Settings settings;
+    ActivityLog log;
     BrowserModel model;
     ObjectBrowserView view;
     StallWatch watch;

@@ -66,6 +66,8 @@ public:
     Observed<std::string> filter{this}; ///< Shows only names that hold it.
     /// The row to select once it is there: the folder one comes from after going up.
     Observed<std::optional<std::string>> arrivalID{this};
+    /// Called when that row was selected, or turned out to be missing.
+    void forgetArrival() { arrivalID = std::nullopt; }
 
     std::function<void(const std::string& bucketID)> didWrite; ///< After every successful write.
     std::function<Task<>(std::string bucketID)> onBucketGone;  ///< Awaited on the main thread.

@@ -104,7 +104,7 @@ void ObjectBrowserView::takeFiles(const QList<QUrl>& urls)
     if (commands_->upload->isEnabled())
         drops_->take(urls, *model_.prefix);
     else
-        say(commands_->upload->toolTip());
+        showNotice(commands_->upload->toolTip());
 }
 
 void ObjectBrowserView::openRow(const QModelIndex& index)
@@ -121,7 +121,7 @@ void ObjectBrowserView::openRow(const QModelIndex& index)
     if (commands_->download->isEnabled())
         download();
     else
-        say(commands_->download->toolTip());
+        showNotice(commands_->download->toolTip());
 }
 
 void ObjectBrowserView::download()
@@ -149,7 +149,7 @@ void ObjectBrowserView::keyPressEvent(QKeyEvent* event)
     else if (event->key() == Qt::Key_Backspace && event->modifiers() == Qt::NoModifier)
         model_.goUp();
     else
-        QWidget::keyPressEvent(event);
+        TablePane::keyPressEvent(event);
 }
 
 void ObjectBrowserView::resizeEvent(QResizeEvent* event)
@@ -159,5 +159,5 @@ void ObjectBrowserView::resizeEvent(QResizeEvent* event)
     filter_->setFixedWidth(fontMetrics().averageCharWidth() * letters + 2 * Spacing::wide);
     // A tool bar that has dropped the filter for lack of room does not notice when there is room again.
     toolBar_->layout()->invalidate();
-    QWidget::resizeEvent(event);
+    TablePane::resizeEvent(event);
 }

@@ -30,13 +30,13 @@ Task<std::optional<std::string>> storeCreated(KeyStore* store, B2CreatedApplicat
 
 } // namespace
 
-DetailArea::DetailArea(RootModel& root, Settings& settings, QWidget* parent)
+DetailArea::DetailArea(RootModel& root, Settings& settings, ActivityLog& log, QWidget* parent)
     : QStackedWidget(parent)
     , root_(root)
     , blank_(new QWidget(this))
     , notice_(new EmptyState(this))
-    , browser_(new ObjectBrowserView(root.browser, settings, this))
-    , keys_(new KeysView(root.keys, root.keyStore, settings, this))
+    , browser_(new ObjectBrowserView(root.browser, settings, log, this))
+    , keys_(new KeysView(root.keys, root.keyStore, settings, log, this))
     , patience_(new QTimer(this))
 {
     addWidget(blank_);

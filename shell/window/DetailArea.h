@@ -5,6 +5,7 @@
 
 #include <QStackedWidget>
 
+class ActivityLog;
 class EmptyState;
 class KeysView;
 class ObjectBrowserView;
@@ -15,7 +16,7 @@ class DetailArea final : public QStackedWidget {
     Q_OBJECT
 
 public:
-    DetailArea(RootModel& root, Settings& settings, QWidget* parent = nullptr);
+    DetailArea(RootModel& root, Settings& settings, ActivityLog& log, QWidget* parent = nullptr);
 
     ObjectBrowserView& browser() { return *browser_; }
     KeysView& keys() { return *keys_; }

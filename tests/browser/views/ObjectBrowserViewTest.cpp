@@ -4,6 +4,7 @@
 #include "foundation/LocalPath.h"
 #include "foundation/QtText.h"
 #include "foundation/Settings.h"
+#include "foundation/log/ActivityLog.h"
 #include "foundation/views/SearchField.h"
 #include "foundation/views/panes/Banner.h"
 #include "foundation/views/panes/EmptyState.h"
@@ -112,8 +113,9 @@ protected:
     QTemporaryDir directory;
     std::shared_ptr<ListingService> service = std::make_shared<ListingService>();
     Settings settings{""};
+    ActivityLog log{settings, fromQString(directory.filePath(QStringLiteral("log")))};
     BrowserModel model{settings};
-    mutable ObjectBrowserView view{model, settings};
+    mutable ObjectBrowserView view{model, settings, log};
     std::vector<std::string> uploads;
     std::vector<std::string> downloads;
 };
