@@ -1,13 +1,13 @@
 #pragma once
 
-#include "browser/BrowserModel.h"
+#include "browser/BrowserRows.h"
 #include "foundation/views/tables/KeyedRowsModel.h"
 
 #include <set>
 #include <string>
 #include <vector>
 
-/// The rows of a `BrowserModel` for a table, by the id of the file version.
+/// The rows of a `BrowserRows` for a table, by the id of the file version.
 class BrowserTableModel final : public KeyedRows<const BrowserRow*> {
     Q_OBJECT
 

@@ -42,13 +42,13 @@ void ObjectBrowserView::render()
     mode_->setMode(*model_.mode);
     mode_->setEnabled(model_.bucket->has_value());
     filter_->setEnabled(model_.bucket->has_value());
-    if (fromQString(filter_->text()) != *model_.filter)
-        filter_->setText(toQString(*model_.filter));
+    if (fromQString(filter_->text()) != *model_.rows.filter)
+        filter_->setText(toQString(*model_.rows.filter));
     loading_->setLoading(*model_.isLoading);
     renderPath();
-    tableState_->showOrder(*model_.sortOrder);
+    tableState_->showOrder(*model_.rows.sortOrder);
     rows_.setInFlight(*model_.inFlight);
-    keepPlace([this] { rows_.show(*model_.shown); });
+    keepPlace([this] { rows_.show(*model_.rows.shown); });
     if (isElsewhere)
         table_->scrollToTop();
     renderContent();
@@ -80,14 +80,14 @@ void ObjectBrowserView::renderPath()
 
 void ObjectBrowserView::renderBanner()
 {
-    const bool isCentred = model_.entries->empty();
+    const bool isCentred = model_.rows.entries->empty();
     showFailure(isCentred ? std::nullopt : *model_.error, retryVerb(*model_.session));
 }
 
 void ObjectBrowserView::renderContent()
 {
     const auto& session = *model_.session;
-    const bool isEmpty = model_.entries->empty();
+    const bool isEmpty = model_.rows.entries->empty();
     const auto refusal = session ? listRefusal(session->authorization) : std::nullopt;
     firstAction_ = nullptr;
     if (!*model_.bucket) {
@@ -106,10 +106,10 @@ void ObjectBrowserView::renderContent()
             QString::fromUtf8(isCurrent ? BrowserHelp::emptyCurrent : BrowserHelp::emptyAllVersions),
             isCurrent ? tr("Show All Versions") : QString(),
             commands_->upload->isEnabled() ? tr("Upload Files…") : QString()});
-    } else if (rows_.rowCount() == 0 && !model_.filter->empty()) {
+    } else if (rows_.rowCount() == 0 && !model_.rows.filter->empty()) {
         showMessage({Symbol::filter, tr("No name matches"),
             tr("No name holds “%1”. %2.")
-                .arg(toQString(shownText(*model_.filter)), toQString(filterNote(*model_.hasMore))),
+                .arg(toQString(shownText(*model_.rows.filter)), toQString(filterNote(*model_.hasMore))),
             tr("Clear Filter"), {}});
     } else {
         showTable();
@@ -137,9 +137,9 @@ void ObjectBrowserView::renderStatus()
     updateCommands(rows);
     drops_->setPlace(*model_.bucket ? (*model_.bucket)->bucketID : std::string(), *model_.prefix);
 
-    BrowserCounts counts{.loaded = model_.shown->entries.size(),
+    BrowserCounts counts{.loaded = model_.rows.shown->entries.size(),
         .shown = static_cast<std::size_t>(rows_.rowCount()),
-        .isFiltered = !model_.filter->empty(),
+        .isFiltered = !model_.rows.filter->empty(),
         .hasMore = *model_.hasMore,
         .selected = rows.size()};
     for (const auto* row : rows) {

@@ -107,7 +107,7 @@ void ObjectBrowserView::connectParts()
     connect(message_, &EmptyState::firstActionTriggered, this, [this] {
         if (firstAction_)
             (model_.*firstAction_)();
-        else if (!model_.filter->empty())
+        else if (!model_.rows.filter->empty())
             filter_->clear();
         else
             model_.setMode(BrowserMode::allVersions);
@@ -158,7 +158,7 @@ void ObjectBrowserView::goTo(const QString& path)
 
 void ObjectBrowserView::loadMoreAtEnd()
 {
-    if (!isVisible() || !isTableShown() || *model_.error || !model_.filter->empty())
+    if (!isVisible() || !isTableShown() || *model_.error || !model_.rows.filter->empty())
         return;
     const int last = table_->rowAt(table_->viewport()->height() - 1);
     if (last < 0 || last + rowsLeftBelow >= rows_.rowCount())

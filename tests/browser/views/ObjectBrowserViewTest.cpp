@@ -240,7 +240,7 @@ TEST_F(ObjectBrowserViewTest, SortsByAClickAndKeepsTheOrderOfTheBucket)
 
     QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, at(BrowserColumn::size));
 
-    EXPECT_EQ(model.sortOrder->front().key, "size");
+    EXPECT_EQ(model.rows.sortOrder->front().key, "size");
     EXPECT_EQ(header->sortIndicatorSection(), static_cast<int>(BrowserColumn::size));
     model.open(*model.session, {.bucketID = "bucket-2", .bucketName = "other"});
     settle();
