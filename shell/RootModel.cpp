@@ -98,7 +98,7 @@ void RootModel::wire()
     browser.onBucketGone = [this](std::string bucketID) { return dropBucket(std::move(bucketID)); };
     unfinishedUploads.inFlightFileIDs = [this] { return queue_.inFlightFileIDs(); };
     unfinishedUploads.onBucketGone = [this](std::string bucketID) { return dropBucket(std::move(bucketID)); };
-    unfinishedUploads.didCancel = [this](const std::string& fileID) { noteCancelledUpload(fileID); };
+    unfinishedUploads.didCancel = std::bind_front(&RootModel::noteCancelledUpload, this);
     connect(&queue_, &TransferQueue::uploadEnded, this, [this](const std::shared_ptr<Transfer>& transfer, bool) {
         // A failed or cancelled upload may have left something all the same.
         if (const auto& bucket = *transfer->bucket)
@@ -120,6 +120,7 @@ void RootModel::wire()
     });
     // A key that is gone is revoked in the list of stored ones too.
     keys.didChange = [this] { tasks_.start(keyStore.loadLiveKeyNames()); };
+    keys.didFailInEarlierSession = [this](std::string sentence) { remark = std::move(sentence); };
     keys.didLoad = [this] { keyStore.takeLiveKeys(*keys.session, *keys.keys); };
     connect(&browser, &Observable::changed, this, &RootModel::followBrowser);
 }
@@ -132,13 +133,12 @@ void RootModel::noteWrite(const std::string& bucketID)
         tellWrites();
 }
 
-void RootModel::noteCancelledUpload(const std::string& fileID)
+void RootModel::noteCancelledUpload(const std::string& bucketID, const std::string& fileID)
 {
     if (resumeStore_)
         resumeStore_->remove(fileID);
     dropOutdatedRemark();
-    if (const auto& bucket = *unfinishedUploads.bucket)
-        noteWrite(bucket->bucketID);
+    noteWrite(bucketID);
 }
 
 bool RootModel::openUnfinishedUploads()

@@ -133,7 +133,7 @@ private:
     void followBrowser();
     void followRequests();
     void noteWrite(const std::string& bucketID);
-    void noteCancelledUpload(const std::string& fileID);
+    void noteCancelledUpload(const std::string& bucketID, const std::string& fileID);
     void tellWrites();
     void tellInterruptedUploads();
     void dropOutdatedRemark();

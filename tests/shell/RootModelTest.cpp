@@ -181,8 +181,8 @@ TEST_F(RootModelTest, TellsOnceOfTheUploadsThatTheLastRunLeft)
         "“big.bin” was not finished when Kestrovan was last open. What was sent stays stored and billed: resume or "
         "remove it in Unfinished Uploads of “"
             + buckets[0].bucketName + "”.");
-    EXPECT_EQ(startAgain().tell(buckets, isOpen), std::nullopt) << "it may be gone by now";
-    nextRun.unfinishedUploads.didCancel("1");
+    EXPECT_EQ(startAgain().tell(buckets, isOpen), std::nullopt) << "it may be gone already";
+    nextRun.unfinishedUploads.didCancel(buckets[0].bucketID, "1");
     EXPECT_FALSE(*nextRun.remark) << "it is no longer true";
     qtRun(nextRun.shutDown());
 
