@@ -7,6 +7,7 @@
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Settings.h"
+#include "foundation/log/ActivityLog.h"
 #include "foundation/views/style/Theme.h"
 #include "foundation/views/tables/DenseTableView.h"
 
@@ -23,14 +24,16 @@ namespace {
 struct Pane {
     explicit Pane(const std::filesystem::path& directory)
         : settings(directory / "settings.json")
+        , log(settings, directory / "log")
         , model(settings)
-        , view(model, settings)
+        , view(model, settings, log)
     {
         view.resize(1180, 760);
         view.show();
     }
 
     Settings settings;
+    ActivityLog log;
     BrowserModel model;
     ObjectBrowserView view;
     StallWatch watch;
@@ -69,9 +72,9 @@ Task<> sort(Pane* pane, std::string column, bool isAscending)
 {
     auto& model = pane->model;
     pane->watch.begin("sort-" + column);
-    const auto before = *model.shown;
+    const auto before = *model.rows.shown;
     model.setSortOrder({{column, isAscending}});
-    while (*model.shown == before)
+    while (*model.rows.shown == before)
         co_await pause(0.002);
     co_await pause(0.2); // The view renders in a later turn.
 }
@@ -81,7 +84,7 @@ Task<> filter(Pane* pane, std::string text, std::size_t count)
     pane->watch.begin("filter");
     pane->model.setFilter(std::move(text));
     co_await pause(0.2);
-    if (pane->model.shown->size() >= count)
+    if (pane->model.rows.shown->size() >= count)
         throw std::runtime_error("The filter let everything through.");
     pane->model.setFilter({});
     co_await pause(0.2);
@@ -97,7 +100,7 @@ Task<> drive(Pane* pane, std::string bucketName, std::string prefix, std::size_t
     co_await pause(0.5); // What the window needs once, fonts and the like, is not counted here.
 
     co_await load(pane, std::move(prefix));
-    if (pane->model.shown->size() != count)
+    if (pane->model.rows.shown->size() != count)
         throw std::runtime_error("Not all rows were loaded.");
     co_await scroll(pane);
     co_await sort(pane, "name", false);

@@ -1,17 +1,19 @@
 #include "browser/BrowserModel.h"
 
+#include "B2Kit/B2Error.h"
+#include "accounts/ExpiryNotice.h"
 #include "browser/PrefixPath.h"
-#include "browser/RowWorker.h"
 #include "browser/actions/BrowserActions.h"
 #include "foundation/Settings.h"
 #include "foundation/SettingsKeys.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
 
-/// Up to here sorting takes less than a frame, and rows that come at once do not flicker.
-constexpr std::size_t sortedAtOnce = 1000;
+/// No more rows than this are listed again at a time, because each page bills a call.
+constexpr std::size_t maxRelistedRows = 10'000;
 
 } // namespace
 
@@ -21,20 +23,16 @@ BrowserModel::BrowserModel(Settings& settings, QObject* parent)
 {
 }
 
-// --- Where one is
+// --- The place
 
 void BrowserModel::open(std::shared_ptr<B2Session> newSession, B2Bucket newBucket)
 {
     if (*session != newSession)
         close();
     session = std::move(newSession);
-    const auto root = rootPrefix();
-    const auto before = place();
-    if (before && (before->bucket.bucketID != newBucket.bucketID || before->prefix != root)) {
-        back_.push_back(*before);
-        forward_.clear();
-    }
-    moveTo({std::move(newBucket), root});
+    BrowserPlace target{std::move(newBucket), rootPrefix()};
+    leaveFor(target);
+    moveTo(std::move(target));
 }
 
 void BrowserModel::close()
@@ -42,25 +40,20 @@ void BrowserModel::close()
     stopListing();
     if (*cache)
         (*cache)->clear();
-    back_.clear();
-    forward_.clear();
+    history_.clear();
     session = nullptr;
     bucket = std::nullopt;
     prefix = std::string();
-    filter = std::string();
+    rows.filter = std::string();
     error = std::nullopt;
-    cachedAt = std::nullopt;
     arrivalID = std::nullopt;
-    hasMore = false;
-    nextName = std::nullopt;
-    nextID = std::nullopt;
-    showEntries({});
+    startOver();
+    rows.show({}, *mode);
 }
 
 void BrowserModel::navigate(std::string newPrefix)
 {
-    const auto before = place();
-    if (!before)
+    if (!*bucket)
         return;
     if (*session) {
         if (auto refusal = prefixRefusal((*session)->authorization, newPrefix)) {
@@ -68,11 +61,9 @@ void BrowserModel::navigate(std::string newPrefix)
             return;
         }
     }
-    if (before->prefix != newPrefix) {
-        back_.push_back(*before);
-        forward_.clear();
-    }
-    moveTo({before->bucket, std::move(newPrefix)});
+    BrowserPlace target{**bucket, std::move(newPrefix)};
+    leaveFor(target);
+    moveTo(std::move(target));
 }
 
 void BrowserModel::goUp()
@@ -86,24 +77,16 @@ void BrowserModel::goUp()
 
 void BrowserModel::goBack()
 {
-    const auto before = place();
-    if (!before || back_.empty())
-        return;
-    forward_.push_back(*before);
-    auto target = std::move(back_.back());
-    back_.pop_back();
-    moveTo(std::move(target));
+    const auto present = place();
+    if (auto target = present ? history_.goBack(*present) : std::nullopt)
+        moveTo(std::move(*target));
 }
 
 void BrowserModel::goForward()
 {
-    const auto before = place();
-    if (!before || forward_.empty())
-        return;
-    back_.push_back(*before);
-    auto target = std::move(forward_.back());
-    forward_.pop_back();
-    moveTo(std::move(target));
+    const auto present = place();
+    if (auto target = present ? history_.goForward(*present) : std::nullopt)
+        moveTo(std::move(*target));
 }
 
 bool BrowserModel::canGoUp() const
@@ -116,12 +99,18 @@ std::string BrowserModel::rootPrefix() const
     return *session ? (*session)->authorization.storage.allowed.namePrefix.value_or("") : "";
 }
 
-std::optional<BrowserModel::Place> BrowserModel::place() const
+std::optional<BrowserPlace> BrowserModel::place() const
 {
-    return *bucket ? std::optional(Place{**bucket, *prefix}) : std::nullopt;
+    return *bucket ? std::optional(BrowserPlace{**bucket, *prefix}) : std::nullopt;
 }
 
-void BrowserModel::moveTo(Place target)
+void BrowserModel::leaveFor(const BrowserPlace& target)
+{
+    if (auto present = place(); present && !present->isSameFolder(target))
+        history_.leave(std::move(*present));
+}
+
+void BrowserModel::moveTo(BrowserPlace target)
 {
     const bool isSameBucket = *bucket && (*bucket)->bucketID == target.bucket.bucketID;
     const bool comesFromBelow =
@@ -130,12 +119,12 @@ void BrowserModel::moveTo(Place target)
     if (!isSameBucket && *session) {
         const auto stored =
             settings_.text(SettingsKeys::browserSort((*session)->authorization.accountID, target.bucket.bucketID));
-        sortOrder = decodeSort(stored.value_or(""), browserColumnKeys(), defaultBrowserOrder());
+        rows.sortOrder = decodeSort(stored.value_or(""), browserColumnKeys(), defaultBrowserOrder());
     }
     bucket = std::move(target.bucket);
     prefix = std::move(target.prefix);
-    filter = std::string();
-    // Back and forward are offered anew even when the place is the same.
+    rows.filter = std::string();
+    // The history may have changed even when the place is the same.
     markChanged();
     load();
 }
@@ -144,8 +133,6 @@ ListingCache::Key BrowserModel::key() const
 {
     return {(*bucket)->bucketID, *prefix, modeName(*mode)};
 }
-
-// --- What is shown of it
 
 void BrowserModel::setMode(Mode newMode)
 {
@@ -157,96 +144,174 @@ void BrowserModel::setMode(Mode newMode)
 
 void BrowserModel::setSortOrder(std::vector<SortOrder> order)
 {
-    if (order.empty() || *sortOrder == order)
+    if (order.empty() || *rows.sortOrder == order)
         return;
-    sortOrder = std::move(order);
     if (*session && *bucket) {
-        settings_.set(SettingsKeys::browserSort((*session)->authorization.accountID, (*bucket)->bucketID),
-            encodeSort(*sortOrder));
+        settings_.set(
+            SettingsKeys::browserSort((*session)->authorization.accountID, (*bucket)->bucketID), encodeSort(order));
     }
-    rearrange();
+    rows.sort(std::move(order));
 }
 
-void BrowserModel::setFilter(std::string text)
+// --- The listing
+
+void BrowserModel::load()
 {
-    if (*filter == text)
+    stopListing();
+    error = std::nullopt;
+    if (!*bucket)
         return;
-    filter = std::move(text);
-    publish();
-}
-
-const RowIndexes& BrowserModel::listed()
-{
-    if (listedCache_.version != listingVersion_ || listedCache_.mode != *mode)
-        adopt(arrange(*entries, *mode, *sortOrder, arrangement()));
-    return listedCache_.result;
-}
-
-const RowIndexes& BrowserModel::sorted()
-{
-    if (!isArranged())
-        adopt(arrange(*entries, *mode, *sortOrder, arrangement()));
-    return sortedCache_.result;
-}
-
-Arrangement BrowserModel::arrangement() const
-{
-    if (sortedCache_.version != listedCache_.version || sortedCache_.mode != listedCache_.mode || !listedCache_.result)
-        return {.mode = *mode, .order = *sortOrder};
-    return {sortedCache_.entries, sortedCache_.mode, sortedCache_.order, listedCache_.result, sortedCache_.result};
-}
-
-bool BrowserModel::isArranged() const
-{
-    return sortedCache_.version == listingVersion_ && sortedCache_.mode == *mode && sortedCache_.order == *sortOrder;
-}
-
-void BrowserModel::showEntries(BrowserEntries newEntries)
-{
-    if (*entries == newEntries && isArranged()) {
-        publish();
+    startOver();
+    if (const auto* const known = *cache ? (*cache)->entry(key()) : nullptr) {
+        cachedAt = known->fetchedAt;
+        rows.show(known->files, *mode);
         return;
     }
-    entries = std::move(newEntries);
-    ++listingVersion_;
-    // What was shown belongs to another place.
-    shown = ShownRows();
-    rearrange();
+    rows.show({}, *mode);
+    listAgain();
 }
 
-void BrowserModel::rearrange()
+void BrowserModel::refresh()
 {
-    if (isArranged())
-        publish();
-    else if (entries->size() <= sortedAtOnce)
-        adopt(arrange(*entries, *mode, *sortOrder, arrangement()));
+    if (!*bucket)
+        return;
+    stopListing();
+    error = std::nullopt;
+    if (*cache)
+        (*cache)->invalidate((*bucket)->bucketID, *prefix);
+    listAgain();
+}
+
+void BrowserModel::loadMore()
+{
+    if (!*hasMore || *isLoading)
+        return;
+    error = std::nullopt;
+    listNextPage();
+}
+
+void BrowserModel::retry()
+{
+    if (failedAtNextPage_ && *hasMore)
+        loadMore();
+    else if (rows.entries->empty())
+        load();
     else
-        tasks_.start(runArranging(this, listingVersion_));
+        refresh();
 }
 
-Task<> BrowserModel::runArranging(QPointer<BrowserModel> model, std::int64_t version)
+void BrowserModel::afterWrite(const std::string& bucketID)
 {
-    if (!model || model->listingVersion_ != version || model->isArranged())
-        co_return;
-    auto arranged = co_await arrangeAgain(
-        RowWorker::shared(), *model->entries, *model->mode, *model->sortOrder, model->arrangement());
-    // Whoever changed the order or the rows meanwhile has asked for another arrangement.
-    if (model && model->listingVersion_ == version && *model->sortOrder == arranged.order)
-        model->adopt(std::move(arranged));
-}
-
-void BrowserModel::adopt(Arrangement arranged)
-{
-    listedCache_ = {listingVersion_, arranged.mode, std::move(arranged.listed)};
-    sortedCache_ = {listingVersion_, arranged.mode, std::move(arranged.order), std::move(arranged.entries),
-        std::move(arranged.sorted)};
-    publish();
-}
-
-void BrowserModel::publish()
-{
-    // Rows that are still being sorted follow when they are ready.
-    if (sortedCache_.version != listingVersion_ || sortedCache_.mode != *mode)
+    if (*cache)
+        (*cache)->invalidate(bucketID);
+    if (didWrite)
+        didWrite(bucketID);
+    if (!*bucket || (*bucket)->bucketID != bucketID)
         return;
-    shown = ShownRows{sortedCache_.entries, filtered(sortedCache_.entries, sortedCache_.result, *filter)};
+    // A listing that every write restarted would never end.
+    if (*isLoading)
+        mustListAgain_ = true;
+    else
+        listAgain();
+}
+
+void BrowserModel::startOver()
+{
+    cachedAt = std::nullopt;
+    hasMore = false;
+    next_ = {};
+}
+
+void BrowserModel::stopListing()
+{
+    ++generation_;
+    if (listing_)
+        listing_->cancel();
+    listing_.reset();
+    mustListAgain_ = false;
+    isLoading = false;
+}
+
+bool BrowserModel::canList() const
+{
+    return *bucket && *session && !listRefusal((*session)->authorization);
+}
+
+void BrowserModel::listAgain()
+{
+    if (!canList())
+        return;
+    ListingRequest request{*session, key(), {}, std::min(rows.entries->size(), maxRelistedRows), {}};
+    request.before.mode = *mode;
+    request.before.order = *rows.sortOrder;
+    startListing(false, std::move(request));
+}
+
+void BrowserModel::listNextPage()
+{
+    if (canList())
+        startListing(true, {*session, key(), next_, 0, rows.arrangement()});
+}
+
+void BrowserModel::startListing(bool isNextPage, ListingRequest request)
+{
+    isLoading = true;
+    Ticket ticket{++generation_, request.session, request.key, isNextPage};
+    listing_ = tasks_.start(runListing(this, std::move(ticket), std::move(request)));
+}
+
+Task<> BrowserModel::runListing(QPointer<BrowserModel> model, Ticket ticket, ListingRequest request)
+{
+    ListedRows listed;
+    std::exception_ptr failure;
+    try {
+        listed = co_await listRows(std::move(request));
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (!model || model->generation_ != ticket.generation)
+        co_return;
+    model->isLoading = false;
+    if (failure)
+        model->fail(ticket, failure);
+    else
+        model->showListed(ticket, std::move(listed));
+    if (std::exchange(model->mustListAgain_, false))
+        model->listAgain();
+}
+
+void BrowserModel::showListed(const Ticket& ticket, ListedRows listed)
+{
+    failedAtNextPage_ = false;
+    error = std::nullopt;
+    cachedAt = std::nullopt;
+    next_ = std::move(listed.next);
+    hasMore = next_.name.has_value();
+    // A folder that was read in part would come back shorter than it is, and one with a write since would be outdated.
+    if (!*hasMore && *cache && !mustListAgain_)
+        (*cache)->store(ticket.key, listed.rows.entries, std::chrono::system_clock::now());
+    rows.show(std::move(listed.rows));
+}
+
+void BrowserModel::fail(const Ticket& ticket, const std::exception_ptr& failure)
+{
+    failedAtNextPage_ = ticket.isNextPage;
+    try {
+        std::rethrow_exception(failure);
+    } catch (const Cancelled&) {
+        // Needs no sentence: the user, or the program, stopped it.
+    } catch (const B2Error& refusal) {
+        if (!refusal.api() || !refusal.api()->isBadBucketID()) {
+            const auto ended = refusal.api() && refusal.api()->status == 401
+                ? endedKeyText(ticket.session->authorization, std::chrono::system_clock::now())
+                : std::nullopt;
+            error = ended.value_or(refusal.what());
+            return;
+        }
+        error = "This bucket no longer exists";
+        if (onBucketGone)
+            tasks_.start(onBucketGone(ticket.key.bucketID));
+    } catch (const std::exception& other) {
+        error = other.what();
+    }
 }

@@ -2,8 +2,10 @@
 
 #include "B2Kit/B2Bucket.h"
 #include "accounts/B2Session.h"
+#include "browser/BrowserHistory.h"
+#include "browser/BrowserListing.h"
+#include "browser/BrowserRows.h"
 #include "browser/ListingCache.h"
-#include "browser/RowOrder.h"
 #include "foundation/Observable.h"
 #include "foundation/TaskScope.h"
 
@@ -11,6 +13,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -20,23 +23,10 @@
 
 class Settings;
 
-/// What the table shows: rows of a listing, chosen and sorted. A value; copies share everything.
-struct ShownRows {
-    BrowserEntries entries;
-    RowIndexes rows = std::make_shared<const std::vector<std::uint32_t>>();
-
-    std::size_t size() const { return rows->size(); }
-    const BrowserRow& operator[](std::size_t row) const { return entries[(*rows)[row]]; }
-
-    /// The very same rows, not merely equal ones.
-    bool operator==(const ShownRows& other) const { return rows == other.rows && entries == other.entries; }
-};
-
 /// The object browser: which bucket, which folder, current files or all versions, and the rows shown.
 ///
 /// Lives on the main thread. Listings run in tasks; one that is overtaken by another place, mode, bucket or session is
-/// cancelled, and what it still brings is dropped. A listing that fails leaves the rows as they were. Long listings
-/// are sorted on a worker, and `shown` changes when they are ready.
+/// cancelled, and its late answer is dropped. A listing that fails leaves the rows as they were.
 class BrowserModel final : public Observable {
 public:
     using Mode = BrowserMode;
@@ -45,34 +35,29 @@ public:
     explicit BrowserModel(Settings& settings, QObject* parent = nullptr);
 
     Observed<Mode> mode{this, Mode::current};
-    Observed<BrowserEntries> entries{this}; ///< As listed.
-    Observed<ShownRows> shown{this};        ///< As the table shows them.
+    BrowserRows rows{this};
     Observed<bool> isLoading{this, false};
-    Observed<bool> isMutating{this, false};              ///< A write is running.
-    Observed<std::set<std::string>> inFlight{this};      ///< Ids of the rows with a write under way.
-    Observed<std::optional<SpawnedTask>> deleting{this}; ///< The running delete of all versions.
+    Observed<std::set<std::string>> inFlight{this}; ///< Ids of the rows with a write under way.
     /// Why the last request failed, as a sentence to show.
     Observed<std::optional<std::string>> error{this};
     Observed<bool> hasMore{this, false};
     Observed<std::string> prefix{this}; ///< With its trailing "/"; empty at the root.
     Observed<std::shared_ptr<B2Session>> session{this};
     Observed<std::optional<B2Bucket>> bucket{this};
-    Observed<std::optional<std::string>> nextName{this};
-    Observed<std::optional<std::string>> nextID{this};
     Observed<std::shared_ptr<ListingCache>> cache{this}; ///< Shared by all panes of a window; may be null.
     /// Set when the rows came from the cache.
     Observed<std::optional<std::chrono::system_clock::time_point>> cachedAt{this};
-    Observed<std::vector<SortOrder>> sortOrder{this, defaultBrowserOrder()};
-    Observed<std::string> filter{this}; ///< Shows only names that hold it.
-    /// The row to select once it is there: the folder one comes from after going up.
+    /// The row to select once it is listed: after going up, the folder that was left.
     Observed<std::optional<std::string>> arrivalID{this};
+    /// Called when that row was selected, or turned out to be missing.
+    void forgetArrival() { arrivalID = std::nullopt; }
 
     std::function<void(const std::string& bucketID)> didWrite; ///< After every successful write.
     std::function<Task<>(std::string bucketID)> onBucketGone;  ///< Awaited on the main thread.
 
-    /// Shows the root of a bucket. Another session ends what was kept of the one before: cache and history.
+    /// Shows the root of a bucket. With another session, the cache and the history of the one before are cleared.
     void open(std::shared_ptr<B2Session> newSession, B2Bucket newBucket);
-    /// Shows no bucket and forgets cache and history.
+    /// Shows no bucket, and clears the cache and the history.
     void close();
 
     /// Goes to a folder of the bucket, or says why the key cannot.
@@ -81,90 +66,57 @@ public:
     void goBack();
     void goForward();
     bool canGoUp() const;
-    bool canGoBack() const { return !back_.empty(); }
-    bool canGoForward() const { return !forward_.empty(); }
+    bool canGoBack() const { return history_.canGoBack(); }
+    bool canGoForward() const { return history_.canGoForward(); }
     /// Where a restricted key's reach begins; empty for every other key.
     std::string rootPrefix() const;
 
     void setMode(Mode newMode);
-    /// Kept for the bucket in the settings.
+    /// Kept for the bucket in the settings; an empty order changes nothing.
     void setSortOrder(std::vector<SortOrder> order);
-    void setFilter(std::string text);
+    void setFilter(std::string text) { rows.setFilter(std::move(text)); }
 
-    /// Shows the cached listing of the place if there is one, else lists afresh.
+    /// Shows the cached listing of the place, or lists it when there is none.
     void load();
-    /// Lists afresh as many rows as are loaded, to a limit of pages; they stay until all of the answer is here.
+    /// Lists again as many rows as are loaded, up to a limit of pages; the old rows stay until the answer is complete.
     void refresh();
     /// Fetches the next page; does nothing without one, or while a listing runs.
     void loadMore();
     /// Asks again for what failed.
     void retry();
 
-    /// What follows every successful write to a bucket: its listings are stale, others are told, the present folder
-    /// is listed again (once more after a listing that already runs).
+    /// To be called after every successful write to a bucket: drops its cached listings, announces the write, and lists
+    /// the present folder again (once more after a listing that is already running).
     void afterWrite(const std::string& bucketID);
 
-    /// The rows of the present mode as listed, and in the present order. Computed once a change.
-    const RowIndexes& listed();
-    const RowIndexes& sorted();
-
 private:
-    struct Place {
-        B2Bucket bucket;
-        std::string prefix;
-    };
-
-    /// One request for a page, with all it needs to be judged when it is answered.
-    struct Listing {
+    /// A running listing, with what decides whether its answer still counts.
+    struct Ticket {
         std::uint64_t generation = 0;
         std::shared_ptr<B2Session> session;
         ListingCache::Key key;
-        std::optional<std::string> startName;
-        std::optional<std::string> startID;
-        bool resets = true;
-        /// What was loaded before is read again at once, so that the user keeps the place.
-        std::size_t wantedRows = 0;
-        Arrangement before;
+        bool isNextPage = false;
     };
 
-    struct ListedCache {
-        std::int64_t version = -1;
-        Mode mode = Mode::current;
-        RowIndexes result;
-    };
+    static Task<> runListing(QPointer<BrowserModel> model, Ticket ticket, ListingRequest request);
 
-    struct SortedCache {
-        std::int64_t version = -1;
-        Mode mode = Mode::current;
-        std::vector<SortOrder> order;
-        BrowserEntries entries;
-        RowIndexes result = std::make_shared<const std::vector<std::uint32_t>>();
-    };
-
-    static Task<> runListing(QPointer<BrowserModel> model, Listing listing);
-    static Task<> runArranging(QPointer<BrowserModel> model, std::int64_t version);
-
-    void moveTo(Place place);
-    std::optional<Place> place() const;
+    std::optional<BrowserPlace> place() const;
+    void leaveFor(const BrowserPlace& target);
+    void moveTo(BrowserPlace target);
     ListingCache::Key key() const;
-    Arrangement arrangement() const;
-    bool isArranged() const;
 
+    void startOver();
     void stopListing();
-    void listPage(bool resets);
-    void showPage(const Listing& listing, const B2FileListPage& page, Arrangement arranged);
-    void fail(const Listing& listing, const std::exception_ptr& failure);
-    void showEntries(BrowserEntries newEntries);
-    void rearrange();
-    void adopt(Arrangement arranged);
-    void publish();
+    bool canList() const;
+    void listAgain();
+    void listNextPage();
+    void startListing(bool isNextPage, ListingRequest request);
+    void showListed(const Ticket& ticket, ListedRows listed);
+    void fail(const Ticket& ticket, const std::exception_ptr& failure);
 
     Settings& settings_;
-    std::vector<Place> back_;
-    std::vector<Place> forward_;
-    std::int64_t listingVersion_ = 0; ///< Raised each time `entries` changes.
-    ListedCache listedCache_;
-    SortedCache sortedCache_;
+    BrowserHistory history_;
+    ListingPosition next_;         ///< Of the next page, while `hasMore`.
     std::uint64_t generation_ = 0; ///< Of the listing whose answer counts.
     std::optional<SpawnedTask> listing_;
     bool mustListAgain_ = false; ///< A write came after the running listing had begun.

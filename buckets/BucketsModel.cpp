@@ -10,25 +10,24 @@
 
 Task<> BucketsModel::reload()
 {
-    const auto current = *session;
-    if (!current)
+    if (!*session)
         co_return;
-    // Started by others' tasks too, which may outlive the model.
+    // Awaited by tasks of other objects too, which may outlive the model.
     const QPointer<BucketsModel> self(this);
-    const int generation = ++generation_;
+    const Ticket mine = ticket();
     isLoading = true;
     std::vector<B2Bucket> listed;
     std::exception_ptr failure;
     try {
-        if (current->may(B2Capabilities::listBuckets))
-            listed = co_await current->client->listBuckets();
+        if (mine.session->may(B2Capabilities::listBuckets))
+            listed = co_await mine.session->client->listBuckets();
         else
-            listed = bucketsNamedBy(current->authorization);
+            listed = bucketsNamedBy(mine.session->authorization);
         std::ranges::sort(listed, {}, [](const B2Bucket& bucket) { return naturalSortKey(bucket.bucketName); });
     } catch (...) {
         failure = std::current_exception();
     }
-    if (!self || generation != generation_)
+    if (!self || !isCurrent(mine))
         co_return;
     isLoading = false;
     if (failure && isCancellation(failure))
@@ -42,14 +41,12 @@ Task<> BucketsModel::reload()
     error = std::nullopt;
 }
 
-void BucketsModel::reset(std::shared_ptr<B2Session> newSession)
+void BucketsModel::clear()
 {
-    ++generation_;
     isLoading = false;
     isAnswered = false;
     buckets = std::vector<B2Bucket>();
     error = std::nullopt;
-    session = std::move(newSession);
 }
 
 void BucketsModel::drop(const std::string& bucketID)

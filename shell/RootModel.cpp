@@ -90,10 +90,9 @@ void RootModel::wire()
     browser.onBucketGone = [this](std::string bucketID) { return dropBucket(std::move(bucketID)); };
     unfinishedUploads.inFlightFileIDs = [this] { return queue_.inFlightFileIDs(); };
     unfinishedUploads.onBucketGone = [this](std::string bucketID) { return dropBucket(std::move(bucketID)); };
-    unfinishedUploads.didCancel = [this](const std::string& fileID) {
+    unfinishedUploads.didCancel = [this](const std::string& bucketID, const std::string& fileID) {
         unfinishedResumes.forget(fileID);
-        if (const auto& bucket = *unfinishedUploads.bucket)
-            writes.note(bucket->bucketID);
+        writes.note(bucketID);
     };
     connect(&queue_, &TransferQueue::uploadEnded, this, [this](const std::shared_ptr<Transfer>& transfer, bool) {
         // A failed or cancelled upload may have left something all the same.
@@ -115,6 +114,9 @@ void RootModel::wire()
     });
     // A key that is gone is revoked in the list of stored ones too.
     keys.didChange = [this] { tasks_.start(keyStore.loadLiveKeyNames()); };
+    keys.didFailInEarlierSession = [this](std::string sentence) {
+        notices.post({.id = "keys", .kind = Notice::Kind::failure, .text = std::move(sentence)});
+    };
     keys.didLoad = [this] { keyStore.takeLiveKeys(*keys.session, *keys.keys); };
 }
 

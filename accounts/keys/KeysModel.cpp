@@ -32,34 +32,31 @@ KeysModel::KeysModel(ActivityLog& log)
 {
 }
 
-void KeysModel::reset(std::shared_ptr<B2Session> newSession)
+void KeysModel::clear()
 {
-    ++generation_;
     keys = std::vector<B2ApplicationKey>();
     isLoading = false;
     hasLoaded = false;
     inFlight = std::set<std::string>();
     goneIDs_.clear();
     dismissError();
-    session = std::move(newSession);
 }
 
 Task<> KeysModel::load()
 {
-    const auto current = *session;
-    if (!current || !current->may(B2Capabilities::listKeys))
+    if (!*session || !(*session)->may(B2Capabilities::listKeys))
         co_return;
     const QPointer<KeysModel> self(this);
-    const int generation = ++generation_;
+    const Ticket mine = ticket();
     isLoading = true;
     std::vector<B2ApplicationKey> listed;
     std::exception_ptr failure;
     try {
-        listed = co_await everyKey(current->client);
+        listed = co_await everyKey(mine.session->client);
     } catch (...) {
         failure = std::current_exception();
     }
-    if (!self || generation != generation_)
+    if (!self || !isCurrent(mine))
         co_return;
     isLoading = false;
     if (failure && isCancellation(failure))
@@ -89,7 +86,7 @@ Task<bool> KeysModel::create(B2CreateKeyRequest request, std::weak_ptr<B2Session
     const auto current = askedFor.lock();
     if (!current || *session != current) {
         dismissError();
-        error = "Key “" + name + "” was not created, because another key is in use by now.";
+        error = "Key “" + name + "” was not created, because another key is in use now.";
         co_return false;
     }
     const std::string summary =
@@ -112,12 +109,10 @@ Task<bool> KeysModel::create(B2CreateKeyRequest request, std::weak_ptr<B2Session
     if (failure) {
         const std::string reason = describe(failure);
         log_.record({B2LogLevel::error, "keys", "Could not create key " + name, reason});
-        // Whatever the session is now: nobody else tells what became of the key.
-        dismissError();
-        error = "Could not create key “" + name + "”. " + reason;
+        fail(current, "Could not create key “" + name + "”. " + reason);
         co_return false;
     }
-    // Whatever the session is now: its secret is told this once only.
+    // Kept even if the session was replaced: the service returns the secret only once.
     const auto madeKey = made->key;
     const bool mayHaveTwin = made->mayHaveTwin;
     twinNote = mayHaveTwin ? std::optional(CreatedKeyRules::twinNote(name)) : std::nullopt;
@@ -200,6 +195,16 @@ Task<std::optional<std::string>> KeysModel::remove(
             [&](auto& all) { std::erase_if(all, [&](const auto& each) { return each.applicationKeyID == id; }); });
     }
     co_return std::nullopt;
+}
+
+void KeysModel::fail(const std::shared_ptr<B2Session>& askedWith, std::string sentence)
+{
+    if (*session == askedWith) {
+        dismissError();
+        error = std::move(sentence);
+    } else if (didFailInEarlierSession) {
+        didFailInEarlierSession(std::move(sentence));
+    }
 }
 
 void KeysModel::dismissError()

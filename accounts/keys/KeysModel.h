@@ -2,9 +2,8 @@
 
 #include "B2Kit/B2Key.h"
 #include "B2Kit/B2Requests.h"
-#include "accounts/B2Session.h"
+#include "accounts/SessionModel.h"
 #include "foundation/ItemRun.h"
-#include "foundation/Observable.h"
 #include "foundation/TaskScope.h"
 #include "foundation/log/ActivityLog.h"
 
@@ -19,10 +18,9 @@
 
 /// The application keys of the account at the service, as opposed to those the program stores.
 ///
-/// Lives on the main thread. A load that fails or is cancelled leaves the list as it was; no answer for a session that
-/// was replaced in the meantime reaches the list. No call throws what the service refused: it is in `error` and in the
-/// log, or in the summary of the run.
-class KeysModel final : public Observable {
+/// Lives on the main thread. A load that fails or is cancelled leaves the list as it was. No call throws what the
+/// service refused: it is in `error` and in the log, or in the summary of the run.
+class KeysModel final : public SessionModel {
 public:
     explicit KeysModel(ActivityLog& log);
 
@@ -39,15 +37,14 @@ public:
     Observed<std::optional<B2CreatedApplicationKey>> created{this};
     /// That `created` may not be the only key made, as a sentence; goes with it.
     Observed<std::optional<std::string>> twinNote{this};
-    Observed<std::shared_ptr<B2Session>> session{this};
 
-    /// Told after keys were created or deleted, so that others read them again too. Does nothing at first.
+    /// Called after keys were created or deleted, so that others list them again too.
     std::function<void()> didChange;
-    /// Told after the list was read whole with the session. Does nothing at first.
+    /// Called after the list was read whole with the session.
     std::function<void()> didLoad;
-
-    /// Empties the list for another key, whose answers still under way count no more.
-    void reset(std::shared_ptr<B2Session> newSession);
+    /// Receives a sentence when a key could not be created or deleted with a session that was replaced in the
+    /// meantime: it must not appear as the `error` of the present one.
+    std::function<void(std::string sentence)> didFailInEarlierSession;
 
     /// Lists every key of the account (`b2_list_keys`), two calls a thousand keys. A key without `listKeys` asks
     /// nothing.
@@ -75,9 +72,11 @@ private:
         QPointer<KeysModel> self, std::shared_ptr<B2Session> usedSession, B2ApplicationKey key);
     void deletionEnded(const ItemRun::Summary& summary, const std::shared_ptr<B2Session>& usedSession);
     void announceChange();
+    /// Leaves the sentence where the session of the call is shown, if it still is.
+    void fail(const std::shared_ptr<B2Session>& askedWith, std::string sentence);
+    void clear() override;
 
     ActivityLog& log_;
     std::set<std::string> goneIDs_; ///< Deleted in this session.
-    int generation_ = 0;            ///< Rises with each load and reset: an older one's answer is dropped.
     TaskScope tasks_;
 };

@@ -8,44 +8,24 @@
 
 #include <QTextDocument>
 
-#include <algorithm>
-#include <string_view>
-#include <unordered_map>
 #include <utility>
 
 namespace {
-
-/// More ranges than these are gathered into one before they are told.
-constexpr int mostRanges = 16;
 
 BrowserColumn columnAt(int column)
 {
     return static_cast<BrowserColumn>(column);
 }
 
-/// Where each row of `old` stands in `next`, or -1. No two share a place.
-std::vector<int> matchRows(const ShownRows& old, const ShownRows& next)
+/// Finds the place of each row of `old` in a longer or resorted listing of the same pages, without comparing keys.
+std::vector<int> placesByPosition(const ShownRows& old, const ShownRows& next)
 {
-    std::vector<int> targets(old.size(), -1);
-    if (next.entries.extends(old.entries)) {
-        std::vector<int> places(next.entries.size(), -1);
-        for (std::size_t i = 0; i < next.size(); ++i)
-            places[(*next.rows)[i]] = static_cast<int>(i);
-        for (std::size_t i = 0; i < old.size(); ++i)
-            targets[i] = places[(*old.rows)[i]];
-        return targets;
-    }
-    std::unordered_map<std::string_view, int> places;
-    places.reserve(next.size());
+    std::vector<int> places(next.entries.size(), -1);
     for (std::size_t i = 0; i < next.size(); ++i)
-        places.emplace(next[i].id, static_cast<int>(i));
-    for (std::size_t i = 0; i < old.size() && !places.empty(); ++i) {
-        const auto place = places.find(old[i].id);
-        if (place == places.end())
-            continue;
-        targets[i] = place->second;
-        places.erase(place);
-    }
+        places[(*next.rows)[i]] = static_cast<int>(i);
+    std::vector<int> targets(old.size());
+    for (std::size_t i = 0; i < old.size(); ++i)
+        targets[i] = places[(*old.rows)[i]];
     return targets;
 }
 
@@ -128,130 +108,14 @@ void BrowserTableModel::show(const ShownRows& next)
 {
     if (shown_ == next)
         return;
-    const auto targets = matchRows(shown_, next);
-    const auto old = std::exchange(shown_, next); // Lives until its last row has been removed.
-    Rows wanted(next.size());
+    std::vector<const BrowserRow*> wanted(next.size());
     for (std::size_t i = 0; i < next.size(); ++i)
         wanted[i] = &next[i];
-    for (std::size_t i = 0; i < targets.size(); ++i) {
-        if (targets[i] >= 0)
-            rows_[i] = wanted[static_cast<std::size_t>(targets[i])];
-    }
-
-    removeGone(targets);
-    std::vector<int> kept;
-    std::ranges::copy_if(targets, std::back_inserter(kept), [](int target) { return target >= 0; });
-    if (std::ranges::is_sorted(kept))
-        insertInPlace(wanted, kept);
+    const auto old = std::exchange(shown_, next); // Outlives its last row in the table.
+    if (next.entries.extends(old.entries))
+        showRows(std::move(wanted), placesByPosition(old, next));
     else
-        reorder(wanted, kept);
-    // The same version may have become another record, one with a hold for example.
-    if (!kept.empty() && !next.entries.extends(old.entries))
-        Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
-}
-
-void BrowserTableModel::removeGone(const std::vector<int>& targets)
-{
-    const auto isGone = [&](std::size_t row) { return targets[row] < 0; };
-    std::vector<std::pair<std::size_t, std::size_t>> ranges; ///< First row, and one after the last.
-    for (std::size_t row = 0; row < targets.size(); ++row) {
-        if (!isGone(row))
-            continue;
-        if (ranges.empty() || ranges.back().second != row)
-            ranges.emplace_back(row, row);
-        ++ranges.back().second;
-    }
-    if (ranges.size() > mostRanges) {
-        std::vector<int> sources;
-        for (const bool takesGone : {false, true}) {
-            for (std::size_t row = 0; row < targets.size(); ++row) {
-                if (isGone(row) == takesGone)
-                    sources.push_back(static_cast<int>(row));
-            }
-        }
-        permute(sources);
-        const auto gone =
-            static_cast<std::size_t>(std::ranges::count_if(targets, [](int target) { return target < 0; }));
-        ranges = {{targets.size() - gone, targets.size()}};
-    }
-    for (; !ranges.empty(); ranges.pop_back()) {
-        const auto [first, end] = ranges.back();
-        beginRemoveRows({}, static_cast<int>(first), static_cast<int>(end) - 1);
-        rows_.erase(
-            rows_.begin() + static_cast<std::ptrdiff_t>(first), rows_.begin() + static_cast<std::ptrdiff_t>(end));
-        endRemoveRows();
-    }
-}
-
-// The rows that are there stand in the wanted order already.
-void BrowserTableModel::insertInPlace(const Rows& wanted, const std::vector<int>& places)
-{
-    int ranges = 0;
-    bool isAdding = false;
-    std::size_t known = 0;
-    for (const auto* row : wanted) {
-        const bool isKnown = known < rows_.size() && rows_[known] == row;
-        ranges += !isKnown && !isAdding ? 1 : 0;
-        known += isKnown ? 1 : 0;
-        isAdding = !isKnown;
-    }
-    if (ranges > mostRanges) {
-        reorder(wanted, places);
-        return;
-    }
-    for (std::size_t first = 0; first < wanted.size(); ++first) {
-        if (first < rows_.size() && rows_[first] == wanted[first])
-            continue;
-        const auto* const next = first < rows_.size() ? rows_[first] : nullptr;
-        const auto begin = wanted.begin() + static_cast<std::ptrdiff_t>(first);
-        const auto end = next ? std::find(begin, wanted.end(), next) : wanted.end();
-        beginInsertRows({}, static_cast<int>(first), static_cast<int>(end - wanted.begin()) - 1);
-        rows_.insert(rows_.begin() + static_cast<std::ptrdiff_t>(first), begin, end);
-        endInsertRows();
-        first = static_cast<std::size_t>(end - wanted.begin());
-    }
-}
-
-// What is new comes at the end, then all of it moves.
-void BrowserTableModel::reorder(const Rows& wanted, const std::vector<int>& places)
-{
-    std::vector<int> sources(wanted.size(), -1);
-    for (std::size_t row = 0; row < places.size(); ++row)
-        sources[static_cast<std::size_t>(places[row])] = static_cast<int>(row);
-    Rows added;
-    for (std::size_t place = 0; place < wanted.size(); ++place) {
-        if (sources[place] >= 0)
-            continue;
-        sources[place] = static_cast<int>(rows_.size() + added.size());
-        added.push_back(wanted[place]);
-    }
-    if (!added.empty()) {
-        beginInsertRows({}, rowCount(), rowCount() + static_cast<int>(added.size()) - 1);
-        rows_.insert(rows_.end(), added.begin(), added.end());
-        endInsertRows();
-    }
-    permute(sources);
-}
-
-/// @param sources  for each place, where its row stands now.
-void BrowserTableModel::permute(const std::vector<int>& sources)
-{
-    Q_EMIT layoutAboutToBeChanged({}, VerticalSortHint);
-    Rows moved(sources.size());
-    std::vector<int> places(sources.size());
-    for (std::size_t i = 0; i < sources.size(); ++i) {
-        const auto source = static_cast<std::size_t>(sources[i]);
-        moved[i] = rows_[source];
-        places[source] = static_cast<int>(i);
-    }
-    rows_ = std::move(moved);
-    const auto before = persistentIndexList();
-    QModelIndexList after;
-    after.reserve(before.size());
-    for (const auto& old : before)
-        after.append(index(places[static_cast<std::size_t>(old.row())], old.column()));
-    changePersistentIndexList(before, after);
-    Q_EMIT layoutChanged({}, VerticalSortHint);
+        showRows(std::move(wanted));
 }
 
 void BrowserTableModel::setInFlight(const std::set<std::string>& ids)
@@ -259,20 +123,7 @@ void BrowserTableModel::setInFlight(const std::set<std::string>& ids)
     if (inFlight_ == ids)
         return;
     inFlight_ = ids;
-    if (!rows_.empty())
-        Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
-}
-
-int BrowserTableModel::rowOf(const std::string& id) const
-{
-    const auto found =
-        std::ranges::find(rows_, id, [](const BrowserRow* row) -> const std::string& { return row->id; });
-    return found == rows_.end() ? -1 : static_cast<int>(found - rows_.begin());
-}
-
-int BrowserTableModel::rowCount(const QModelIndex& parent) const
-{
-    return parent.isValid() ? 0 : static_cast<int>(rows_.size());
+    announceRows(0, rowCount() - 1);
 }
 
 int BrowserTableModel::columnCount(const QModelIndex& parent) const

@@ -1,47 +1,33 @@
 #pragma once
 
-#include "browser/BrowserModel.h"
-
-#include <QAbstractTableModel>
+#include "browser/BrowserRows.h"
+#include "foundation/views/tables/KeyedRowsModel.h"
 
 #include <set>
 #include <string>
 #include <vector>
 
-/// The rows of a `BrowserModel` for a table.
-///
-/// Rows keep their identity from one set to the next: what is there twice moves, the rest is inserted and removed, and
-/// the model is never reset, so that selection, current row and scroll survive. 100,000 rows take some milliseconds.
-class BrowserTableModel final : public QAbstractTableModel {
+/// The rows of a `BrowserRows` for a table, by the id of the file version.
+class BrowserTableModel final : public KeyedRows<const BrowserRow*> {
     Q_OBJECT
 
 public:
-    using QAbstractTableModel::QAbstractTableModel;
+    using KeyedRows::KeyedRows;
 
     void show(const ShownRows& next);
     /// Rows with a write under way cannot be chosen.
     void setInFlight(const std::set<std::string>& ids);
 
-    const BrowserRow& row(int index) const { return *rows_[static_cast<std::size_t>(index)]; }
-    /// The row with the id, or -1. Looks at every row.
-    int rowOf(const std::string& id) const;
+    const BrowserRow& row(int number) const { return *KeyedRows::row(number); }
 
-    int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
 
 private:
-    using Rows = std::vector<const BrowserRow*>;
+    std::string_view keyOf(const BrowserRow* const& row) const override { return row->id; }
 
-    void removeGone(const std::vector<int>& targets);
-    /// @param places  where each of `rows_` stands in `wanted`, for both.
-    void insertInPlace(const Rows& wanted, const std::vector<int>& places);
-    void reorder(const Rows& wanted, const std::vector<int>& places);
-    void permute(const std::vector<int>& sources);
-
-    ShownRows shown_; ///< Owns what `rows_` point to.
-    Rows rows_;
+    ShownRows shown_; ///< Owns the rows.
     std::set<std::string> inFlight_;
 };

@@ -173,7 +173,7 @@ void ObjectBrowserView::takeFiles(const QList<QUrl>& urls)
     if (commands().upload->isEnabled)
         drops_->take(urls, *model_.prefix);
     else
-        say(commands().upload->help);
+        showNotice(commands().upload->help);
 }
 
 void ObjectBrowserView::openRow(const QModelIndex& index)
@@ -190,7 +190,7 @@ void ObjectBrowserView::openRow(const QModelIndex& index)
     if (commands().download->isEnabled)
         download();
     else
-        say(commands().download->help);
+        showNotice(commands().download->help);
 }
 
 void ObjectBrowserView::download()
@@ -218,7 +218,7 @@ void ObjectBrowserView::keyPressEvent(QKeyEvent* event)
     else if (event->key() == Qt::Key_Backspace && event->modifiers() == Qt::NoModifier)
         model_.goUp();
     else
-        Pane::keyPressEvent(event);
+        TablePane::keyPressEvent(event);
 }
 
 void ObjectBrowserView::resizeEvent(QResizeEvent* event)
@@ -226,5 +226,5 @@ void ObjectBrowserView::resizeEvent(QResizeEvent* event)
     // In a narrow window the path keeps its room and the filter gives way.
     const int letters = width() < fontMetrics().averageCharWidth() * 110 ? 9 : 22;
     filter_->setFixedWidth(fontMetrics().averageCharWidth() * letters + 2 * Spacing::wide);
-    Pane::resizeEvent(event);
+    TablePane::resizeEvent(event);
 }

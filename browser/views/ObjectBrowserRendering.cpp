@@ -10,25 +10,18 @@
 #include "browser/views/UploadDrops.h"
 #include "foundation/QtText.h"
 #include "foundation/views/SearchField.h"
-#include "foundation/views/panes/Banner.h"
-#include "foundation/views/panes/EmptyState.h"
 #include "foundation/views/panes/LoadingLine.h"
 #include "foundation/views/panes/PathBar.h"
 #include "foundation/views/panes/StatusLine.h"
 #include "foundation/views/tables/DenseTableView.h"
 
-#include <QHeaderView>
-#include <QPersistentModelIndex>
 #include <QPushButton>
-#include <QScrollBar>
-#include <QSignalBlocker>
-#include <QStackedWidget>
 
 #include <chrono>
 
 namespace {
 
-/// A key whose time is over is not heard at another try either.
+/// An expired key is refused however often it asks.
 QString retryVerb(const std::shared_ptr<B2Session>& session)
 {
     const bool isOver = session && endedKeyText(session->authorization, std::chrono::system_clock::now());
@@ -43,20 +36,18 @@ void ObjectBrowserView::render()
     const bool isElsewhere = place != place_;
     place_ = place;
     if (isElsewhere)
-        notice_.reset();
-    if (dismissedError_ && *model_.error != dismissedError_)
-        dismissedError_.reset();
+        showNotice({});
 
     mode_->setMode(*model_.mode);
     mode_->setEnabled(model_.bucket->has_value());
     filter_->setEnabled(model_.bucket->has_value());
-    if (fromQString(filter_->text()) != *model_.filter)
-        filter_->setText(toQString(*model_.filter));
+    if (fromQString(filter_->text()) != *model_.rows.filter)
+        filter_->setText(toQString(*model_.rows.filter));
     loading_->setLoading(*model_.isLoading);
     renderPath();
-    renderSort();
+    tableState_->showOrder(*model_.rows.sortOrder);
     rows_.setInFlight(*model_.inFlight);
-    renderRows();
+    keepPlace([this] { rows_.show(*model_.rows.shown); });
     if (isElsewhere)
         table_->scrollToTop();
     renderContent();
@@ -64,40 +55,6 @@ void ObjectBrowserView::render()
     renderBanner();
     renderStatus();
     loadMoreAtEnd();
-}
-
-// Rows that come above do not move what the user looks at.
-void ObjectBrowserView::renderRows()
-{
-    const bool isResorted = *model_.sortOrder != renderedOrder_;
-    auto* const bar = table_->verticalScrollBar();
-    const QPersistentModelIndex anchor =
-        bar->value() > 0 && !isResorted ? rows_.index(table_->rowAt(0), 0) : QModelIndex();
-    const int before = anchor.isValid() ? table_->rowViewportPosition(anchor.row()) : 0;
-    rows_.show(*model_.shown);
-    if (!anchor.isValid())
-        return;
-    if (const int moved = table_->rowViewportPosition(anchor.row()) - before; moved != 0) {
-        table_->doItemsLayout();
-        bar->setValue(bar->value() + moved);
-    }
-}
-
-void ObjectBrowserView::renderSort()
-{
-    const auto& order = *model_.sortOrder;
-    if (order.empty())
-        return;
-    const auto keys = browserColumnKeys();
-    const auto section = static_cast<int>(std::ranges::find(keys, order.front().key) - keys.begin());
-    auto* const header = table_->horizontalHeader();
-    const auto direction = order.front().ascending ? Qt::AscendingOrder : Qt::DescendingOrder;
-    if (header->sortIndicatorSection() != section || header->sortIndicatorOrder() != direction) {
-        const QSignalBlocker blocker(header);
-        header->setSortIndicator(section, direction);
-        header->viewport()->update();
-    }
-    renderedOrder_ = order;
 }
 
 void ObjectBrowserView::renderPath()
@@ -122,89 +79,49 @@ void ObjectBrowserView::renderPath()
 
 void ObjectBrowserView::renderBanner()
 {
-    const bool isCentred = model_.entries->empty() && *model_.error;
-    if (*model_.error && !isCentred && !dismissedError_) {
-        const auto sentence = toQString(**model_.error);
-        if (!banner_->isVisibleTo(this) || banner_->text() != sentence)
-            banner_->showMessage(MessageKind::danger, sentence, retryVerb(*model_.session));
-    } else if (notice_) {
-        if (!banner_->isVisibleTo(this) || banner_->text() != *notice_)
-            banner_->showMessage(MessageKind::warning, *notice_);
-    } else {
-        banner_->dismiss();
-    }
+    const bool isCentred = model_.rows.entries->empty();
+    showFailure(isCentred ? std::nullopt : *model_.error, retryVerb(*model_.session));
 }
 
 void ObjectBrowserView::renderContent()
 {
     const auto& session = *model_.session;
-    const bool isFirst = model_.entries->empty();
+    const bool isEmpty = model_.rows.entries->empty();
     const auto refusal = session ? listRefusal(session->authorization) : std::nullopt;
-    const bool isWaiting = *model_.isLoading && isFirst;
-    if (!isWaiting)
-        patience_.stop();
     firstAction_ = nullptr;
     if (!*model_.bucket) {
-        showPage(Page::blank);
+        showBlank();
     } else if (refusal) {
-        showMessage(static_cast<int>(Symbol::lock), tr("Files cannot be listed"), toQString(*refusal));
-    } else if (isWaiting) {
-        if (pages_->currentWidget() == blank_ && !patience_.isActive()) {
-            showMessage(static_cast<int>(Symbol::cloud), tr("Reading “%1”…").arg(placeName()), {});
-        } else if (pages_->currentWidget() != message_ || !patience_.isActive()) {
-            showPage(Page::blank);
-            patience_.start();
-        }
-    } else if (isFirst && *model_.error) {
+        showMessage({Symbol::lock, tr("Files cannot be listed"), toQString(*refusal), {}, {}});
+    } else if (*model_.isLoading && isEmpty) {
+        showWaiting({Symbol::cloud, tr("Reading “%1”…").arg(placeName()), {}, {}, {}});
+    } else if (isEmpty && *model_.error) {
         firstAction_ = &BrowserModel::retry;
-        showMessage(static_cast<int>(Symbol::error), tr("Couldn't read “%1”").arg(placeName()),
-            toQString(**model_.error), retryVerb(session));
-    } else if (isFirst) {
+        showMessage({Symbol::error, tr("Couldn't read “%1”").arg(placeName()), toQString(**model_.error),
+            retryVerb(session), {}});
+    } else if (isEmpty) {
         const bool isCurrent = *model_.mode == BrowserMode::current;
-        showMessage(static_cast<int>(Symbol::folderOpen),
-            model_.prefix->empty() ? tr("Empty bucket") : tr("Empty folder"),
+        showMessage({Symbol::folderOpen, model_.prefix->empty() ? tr("Empty bucket") : tr("Empty folder"),
             QString::fromUtf8(isCurrent ? BrowserHelp::emptyCurrent : BrowserHelp::emptyAllVersions),
             isCurrent ? tr("Show All Versions") : QString(),
-            commands().upload && commands().upload->isEnabled ? tr("Upload Files…") : QString());
-    } else if (rows_.rowCount() == 0 && !model_.filter->empty()) {
-        showMessage(static_cast<int>(Symbol::filter), tr("No name matches"),
+            commands().upload && commands().upload->isEnabled ? tr("Upload Files…") : QString()});
+    } else if (rows_.rowCount() == 0 && !model_.rows.filter->empty()) {
+        showMessage({Symbol::filter, tr("No name matches"),
             tr("No name holds “%1”. %2.")
-                .arg(toQString(shownText(*model_.filter)), toQString(filterNote(*model_.hasMore))),
-            tr("Clear Filter"));
+                .arg(toQString(shownText(*model_.rows.filter)), toQString(filterNote(*model_.hasMore))),
+            tr("Clear Filter"), {}});
     } else {
-        showPage(Page::table);
+        showTable();
     }
-}
-
-void ObjectBrowserView::showMessage(
-    int symbol, const QString& title, const QString& body, const QString& first, const QString& second)
-{
-    message_->showText(static_cast<Symbol>(symbol), title, body);
-    message_->setActions(first, second);
-    showPage(Page::message);
-}
-
-void ObjectBrowserView::showPage(Page page)
-{
-    const bool hadFocus = table_->hasFocus() || message_->isAncestorOf(focusWidget());
-    pages_->setCurrentIndex(static_cast<int>(page));
-    if (hadFocus && page == Page::table)
-        table_->setFocus(Qt::OtherFocusReason);
-    else if (hadFocus && page == Page::blank)
-        setFocus(Qt::OtherFocusReason);
 }
 
 void ObjectBrowserView::selectArrival()
 {
     if (!*model_.arrivalID || rows_.rowCount() == 0)
         return;
-    if (const int row = rows_.rowOf(**model_.arrivalID); row >= 0) {
-        const auto index = rows_.index(row, 0);
-        table_->selectionModel()->setCurrentIndex(
-            index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
-        table_->scrollTo(index, QAbstractItemView::PositionAtCenter);
-    }
-    model_.arrivalID = std::nullopt;
+    if (const int row = rows_.rowOf(**model_.arrivalID); row >= 0)
+        selectRow(row, true);
+    model_.forgetArrival();
 }
 
 QString ObjectBrowserView::placeName() const
@@ -219,9 +136,9 @@ void ObjectBrowserView::renderStatus()
     updateCommands(rows);
     drops_->setPlace(*model_.bucket ? (*model_.bucket)->bucketID : std::string(), *model_.prefix);
 
-    BrowserCounts counts{.loaded = model_.shown->entries.size(),
+    BrowserCounts counts{.loaded = model_.rows.shown->entries.size(),
         .shown = static_cast<std::size_t>(rows_.rowCount()),
-        .isFiltered = !model_.filter->empty(),
+        .isFiltered = !model_.rows.filter->empty(),
         .hasMore = *model_.hasMore,
         .selected = rows.size()};
     for (const auto* row : rows) {

@@ -3,11 +3,12 @@
 #include "async/Background.h"
 #include "foundation/QtText.h"
 #include "foundation/SettingsKeys.h"
-#include "foundation/TableSort.h"
 #include "foundation/views/FileReveal.h"
 #include "foundation/views/SearchField.h"
 #include "foundation/views/style/Icons.h"
 #include "foundation/views/style/Measures.h"
+#include "foundation/views/tables/TableColumns.h"
+#include "foundation/views/tables/TableState.h"
 #include "shell/log/LogMessageDelegate.h"
 #include "shell/window/StagedWindow.h"
 
@@ -28,13 +29,17 @@
 #include <QTreeView>
 #include <QVBoxLayout>
 
-#include <array>
-
 namespace {
 
-const std::array<std::string, 4> sortKeys{"time", "level", "area", "message"};
+/// Columns as wide as their usual content; the message takes the rest.
+QString firstColumns(const QFontMetrics& metrics)
+{
+    return QStringLiteral("time %1; level 32; area %2; message 400")
+        .arg(metrics.horizontalAdvance(QStringLiteral("2026-00-00 00:00:00.000")) + 24)
+        .arg(metrics.horizontalAdvance(QStringLiteral("replication")) + 24);
+}
 
-/// Writes the whole text or leaves what was there; the error's sentence, or nothing.
+/// Writes the whole text, or leaves the file as it was and returns the error's sentence.
 QString writeText(const QString& path, const QByteArray& text)
 {
     QSaveFile file(path);
@@ -66,15 +71,9 @@ ActivityLogWindow::ActivityLogWindow(ActivityLog& log, Settings& settings, QWidg
     setObjectName(QStringLiteral("activity-log"));
     buildControls();
     buildTable();
-    restore();
     new StagedWindow(*this, settings, std::string(SettingsKeys::activityLogFrame), QSize(980, 560));
     connect(&log, &Observable::changed, this, &ActivityLogWindow::render);
     applyFilter();
-}
-
-ActivityLogWindow::~ActivityLogWindow()
-{
-    save();
 }
 
 void ActivityLogWindow::buildControls()
@@ -150,7 +149,6 @@ void ActivityLogWindow::buildTable()
     table_->setRootIsDecorated(false);
     table_->setSelectionMode(QAbstractItemView::ExtendedSelection);
     table_->setAllColumnsShowFocus(true);
-    table_->setSortingEnabled(true);
     table_->setFrameShape(QFrame::NoFrame);
     table_->setContextMenuPolicy(Qt::CustomContextMenu);
     table_->setAccessibleName(tr("Activity Log"));
@@ -158,38 +156,30 @@ void ActivityLogWindow::buildTable()
     table_->header()->setSectionsMovable(true);
     table_->header()->setStretchLastSection(true);
     table_->header()->setDefaultAlignment(Qt::AlignLeading | Qt::AlignVCenter);
-    const QFontMetrics metrics(table_->font());
-    table_->header()->resizeSection(
-        LogTableModel::timeColumn, metrics.horizontalAdvance(QStringLiteral("2026-00-00 00:00:00.000")) + 24);
-    table_->header()->resizeSection(LogTableModel::levelColumn, 32);
-    table_->header()->resizeSection(
-        LogTableModel::areaColumn, metrics.horizontalAdvance(QStringLiteral("replication")) + 24);
+    table_->header()->setSectionsClickable(true);
+    table_->header()->setSortIndicatorShown(true);
+    // Entries that sort alike are shown newest first, so one column decides.
+    state_ = new TableState(*table_,
+        {.name = "log",
+            .firstColumns = firstColumns(QFontMetrics(table_->font())),
+            .defaultOrder = {{.key = "time", .ascending = false}},
+            .maxSortColumns = 1},
+        settings_, log_);
+    connect(state_, &TableState::orderChosen, this, &ActivityLogWindow::sort);
+    sort();
+    auto* const header = table_->header();
+    header->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(header, &QWidget::customContextMenuRequested, this,
+        [header](const QPoint& position) { makeColumnsMenu(*header)->popup(header->mapToGlobal(position)); });
     connect(table_, &QWidget::customContextMenuRequested, this, &ActivityLogWindow::showContextMenu);
     auto* const copyRows = new QShortcut(QKeySequence::Copy, table_, nullptr, nullptr, Qt::WidgetShortcut);
     connect(copyRows, &QShortcut::activated, this,
         [this] { copy(shown_.textOf(table_->selectionModel()->selectedRows())); });
-    connect(table_->header(), &QHeaderView::sortIndicatorChanged, this, &ActivityLogWindow::save);
 }
 
-void ActivityLogWindow::restore()
+void ActivityLogWindow::sort()
 {
-    if (const auto columns = settings_.text(SettingsKeys::tableColumns("log")))
-        table_->header()->restoreState(QByteArray::fromBase64(QByteArray::fromStdString(*columns)));
-    const auto order = decodeSort(
-        settings_.text(SettingsKeys::tableSort("log")).value_or(""), sortKeys, {{.key = "time", .ascending = false}});
-    const auto column = std::ranges::find(sortKeys, order.front().key) - sortKeys.begin();
-    table_->sortByColumn(static_cast<int>(column), order.front().ascending ? Qt::AscendingOrder : Qt::DescendingOrder);
-}
-
-void ActivityLogWindow::save()
-{
-    const auto* const header = table_->header();
-    settings_.set(SettingsKeys::tableColumns("log"), header->saveState().toBase64().toStdString());
-    const auto column = static_cast<std::size_t>(header->sortIndicatorSection());
-    if (column >= sortKeys.size())
-        return;
-    const SortOrder order{sortKeys.at(column), header->sortIndicatorOrder() == Qt::AscendingOrder};
-    settings_.set(SettingsKeys::tableSort("log"), encodeSort({&order, 1}));
+    shown_.sort(state_->sortedColumn(), state_->sortDirection());
 }
 
 void ActivityLogWindow::applyFilter()

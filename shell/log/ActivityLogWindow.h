@@ -13,20 +13,19 @@ class QPushButton;
 class QTimer;
 class QTreeView;
 class SearchField;
+class TableState;
 
-/// What the program did, to search, copy and export.
+/// Shows what the program did, to search, copy and export.
 class ActivityLogWindow final : public QWidget {
     Q_OBJECT
 
 public:
     ActivityLogWindow(ActivityLog& log, Settings& settings, QWidget* parent = nullptr);
-    ~ActivityLogWindow() override;
 
 private:
     void buildControls();
     void buildTable();
-    void restore();
-    void save();
+    void sort();
     void render();
     void applyFilter();
     void copy(const QString& text);
@@ -46,6 +45,7 @@ private:
     QPushButton* export_;
     QPushButton* clear_;
     QTreeView* table_;
+    TableState* state_ = nullptr;
     QTimer* copiedTimer_;
     TaskScope tasks_;
 };

@@ -3,8 +3,10 @@
 #include "foundation/QtText.h"
 #include "foundation/Texts.h"
 #include "foundation/views/style/Icons.h"
+#include "foundation/views/tables/TableColumns.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 namespace {
@@ -120,6 +122,10 @@ QVariant LogTableModel::headerData(int section, Qt::Orientation orientation, int
     }
     if (role == Qt::AccessibleTextRole && section == levelColumn)
         return tr("Level");
+    if (role == TableRole::columnID && section >= 0 && section < columnCount_) {
+        static const std::array<const char*, columnCount_> names{"time", "level", "area", "message"};
+        return QString::fromUtf8(names.at(static_cast<std::size_t>(section)));
+    }
     return {};
 }
 

@@ -20,7 +20,8 @@ DetailArea::DetailArea(const PaneParts& parts, QWidget* parent)
     , parts_(parts)
     , blank_(new QWidget(this))
     , notice_(new EmptyState(this))
-    , browser_(new ObjectBrowserView(parts.application.root->browser, *parts.application.settings, this))
+    , browser_(new ObjectBrowserView(
+          parts.application.root->browser, *parts.application.settings, *parts.application.log, this))
 {
     addWidget(blank_);
     addWidget(notice_);

@@ -8,6 +8,7 @@
 
 #include <map>
 
+class ActivityLog;
 class EmptyState;
 class ObjectBrowserView;
 struct PaneCommands;

@@ -29,7 +29,7 @@ Pane* makeKeysPane(const PaneParts& parts)
 {
     auto& root = *parts.application.root;
     auto& sheets = parts.keySheets;
-    auto* const pane = new KeysView(root.keys, root.keyStore, *parts.application.settings);
+    auto* const pane = new KeysView(root.keys, root.keyStore, *parts.application.settings, *parts.application.log);
     pane->setAddKey(
         [store = &root.keyStore](B2CreatedApplicationKey created) { return storeCreated(store, std::move(created)); });
     // Names of another account's buckets say nothing about this one's keys.

@@ -46,7 +46,7 @@ std::int64_t storedBytesOf(const std::vector<Item>& items)
 }
 
 UnfinishedUploadsModel::UnfinishedUploadsModel(ActivityLog& log, QObject* parent)
-    : Observable(parent)
+    : SessionModel(parent)
     , log_(log)
 {
 }
@@ -55,12 +55,17 @@ void UnfinishedUploadsModel::open(std::shared_ptr<B2Session> newSession, B2Bucke
 {
     if (*session == newSession && *bucket && (*bucket)->bucketID == newBucket.bucketID)
         return;
+    reset(std::move(newSession));
+    bucket = std::move(newBucket);
+}
+
+void UnfinishedUploadsModel::clear()
+{
     stop();
     items = {};
     error = std::nullopt;
     hasLoaded = false;
-    session = std::move(newSession);
-    bucket = std::move(newBucket);
+    bucket = std::nullopt;
 }
 
 std::optional<std::string> UnfinishedUploadsModel::cancelRefusal() const
@@ -75,12 +80,12 @@ UnfinishedUploadsModel::Target UnfinishedUploadsModel::begin()
     stop();
     error = std::nullopt;
     isLoading = true;
-    return {generation_, *session, **bucket};
+    return {ticket(), **bucket};
 }
 
 void UnfinishedUploadsModel::stop()
 {
-    ++generation_;
+    outdateTickets();
     cancelled_.clear();
     if (running_)
         running_->cancel();
@@ -118,7 +123,7 @@ void UnfinishedUploadsModel::cancel(const Item& item)
         return;
     changeItem(fileIDOf(item), [](Item& changed) { changed.isCancelling = true; });
     error = std::nullopt;
-    tasks_.start(runCancel(this, {generation_, *session, **bucket}, item));
+    tasks_.start(runCancel(this, {{.session = *session}, **bucket}, item));
 }
 
 Task<> UnfinishedUploadsModel::runLoad(QPointer<UnfinishedUploadsModel> model, Target target)
@@ -206,7 +211,7 @@ Task<> UnfinishedUploadsModel::runCancel(QPointer<UnfinishedUploadsModel> model,
         co_return;
     }
     if (model->didCancel)
-        model->didCancel(fileID);
+        model->didCancel(target.bucket.bucketID, fileID);
     model->log_.record(
         {B2LogLevel::warning, "bucket", "Cancelled the unfinished upload of " + singleLine(item.file.fileName),
             storedText(item) + ". Large file " + fileID + ". The upload can no longer be resumed."});
@@ -287,6 +292,6 @@ void UnfinishedUploadsModel::fail(
     if (isOpen(target))
         error = sentenceBefore + text;
     log_.record({B2LogLevel::error, "bucket", std::move(message), text});
-    if (isBucketGone && onBucketGone)
+    if (isBucketGone && *session == target.session && onBucketGone)
         tasks_.start(onBucketGone(target.bucket.bucketID));
 }

@@ -2,8 +2,7 @@
 
 #include "B2Kit/B2Bucket.h"
 #include "B2Kit/B2File.h"
-#include "accounts/B2Session.h"
-#include "foundation/Observable.h"
+#include "accounts/SessionModel.h"
 #include "foundation/TaskScope.h"
 
 #include <QPointer>
@@ -21,7 +20,7 @@ class ActivityLog;
 /// The large files of one bucket that were started and neither finished nor cancelled, with what is stored of them.
 ///
 /// Lives on the main thread. A load that fails or is overtaken leaves the list as it was.
-class UnfinishedUploadsModel final : public Observable {
+class UnfinishedUploadsModel final : public SessionModel {
 public:
     struct Item {
         B2FileVersion file;
@@ -39,13 +38,13 @@ public:
     /// Why the last load, cancel or resume failed, as a sentence to show.
     Observed<std::optional<std::string>> error{this};
     Observed<bool> hasLoaded{this, false}; ///< Since the bucket was opened.
-    Observed<std::shared_ptr<B2Session>> session{this};
     Observed<std::optional<B2Bucket>> bucket{this};
 
     /// The large files that are being uploaded right now; they do not belong in the list.
     std::function<std::set<std::string>()> inFlightFileIDs;
     std::function<Task<>(std::string bucketID)> onBucketGone; ///< Awaited on the main thread.
-    std::function<void(const std::string& fileID)> didCancel; ///< The file is gone: it can no longer be resumed.
+    /// Called when the file is gone, whichever bucket and session are shown since: it can no longer be resumed.
+    std::function<void(const std::string& bucketID, const std::string& fileID)> didCancel;
 
     /// Turns to a bucket; another one, or another session, empties the list.
     void open(std::shared_ptr<B2Session> newSession, B2Bucket newBucket);
@@ -64,9 +63,8 @@ public:
     std::optional<std::string> cancelRefusal() const;
 
 private:
-    struct Target {
-        std::uint64_t generation = 0;
-        std::shared_ptr<B2Session> session;
+    /// What a load is for.
+    struct Target : Ticket {
         B2Bucket bucket;
     };
 
@@ -77,15 +75,15 @@ private:
 
     Target begin();
     void stop();
-    bool isCurrent(const Target& target) const { return target.generation == generation_; }
+    /// Are session and bucket of the request still the ones shown?
     bool isOpen(const Target& target) const;
+    void clear() override;
     void show(std::vector<B2FileVersion> files);
     void changeItem(const std::string& fileID, const std::function<void(Item&)>& change);
     void logOutcome(const Target& target, std::size_t leftOut);
     void fail(const Target& target, std::string message, const std::exception_ptr& failure, std::string sentenceBefore);
 
     ActivityLog& log_;
-    std::uint64_t generation_ = 0; ///< Of the load whose answer counts.
     std::optional<SpawnedTask> running_;
     std::set<std::string> cancelled_; ///< Since the load began: what it lists of them is out of date.
     TaskScope tasks_;

@@ -46,8 +46,8 @@ protected:
     std::vector<std::string> shownNames() const
     {
         std::vector<std::string> names;
-        for (std::size_t i = 0; i < model.shown->size(); ++i)
-            names.push_back((*model.shown)[i].name);
+        for (std::size_t i = 0; i < model.rows.shown->size(); ++i)
+            names.push_back((*model.rows.shown)[i].name);
         return names;
     }
 
@@ -121,7 +121,7 @@ TEST_F(BrowserModelTest, KeepsALongFolderOnlyOnceItIsReadToTheEnd)
     openBucket();
 
     go("long/");
-    EXPECT_EQ(model.entries->size(), 1000);
+    EXPECT_EQ(model.rows.entries->size(), 1000);
     EXPECT_TRUE(*model.hasMore);
     model.loadMore();
     settle();
@@ -149,7 +149,7 @@ TEST_F(BrowserModelTest, KeepsTheModesApart)
     settle();
 
     EXPECT_THAT(shownNames(), ElementsAre("photos", "a.txt", "a.txt", "gone.txt", "gone.txt", "z9.txt", "z10.txt"));
-    EXPECT_EQ((*model.shown)[3].kind, RowKind::hidden);
+    EXPECT_EQ((*model.rows.shown)[3].kind, RowKind::hidden);
     EXPECT_NE(cached("", "All Versions"), nullptr);
     EXPECT_NE(cached("", "Current"), nullptr);
     model.setMode(BrowserMode::current);
@@ -185,14 +185,14 @@ TEST_F(BrowserModelTest, KeepsThePagesThatWereLoadedWhenItListsAgain)
 
     model.afterWrite("bucket-1");
     settle();
-    EXPECT_EQ(model.shown->size(), 2000);
-    EXPECT_EQ((*model.shown)[501].name, "10500a");
+    EXPECT_EQ(model.rows.shown->size(), 2000);
+    EXPECT_EQ((*model.rows.shown)[501].name, "10500a");
     EXPECT_TRUE(*model.hasMore);
 
     model.loadMore();
     settle();
-    EXPECT_EQ(model.shown->size(), 2501);
-    EXPECT_EQ((*model.shown)[2500].name, "12499");
+    EXPECT_EQ(model.rows.shown->size(), 2501);
+    EXPECT_EQ((*model.rows.shown)[2500].name, "12499");
 }
 
 TEST_F(BrowserModelTest, ListsOnceMoreWhenAWriteCameDuringAListing)
@@ -288,12 +288,12 @@ TEST_F(BrowserModelTest, GoesOnWithTheNextPageWhenThatOneFailed)
     model.loadMore();
     settle();
     ASSERT_TRUE(model.error->has_value());
-    EXPECT_EQ(model.entries->size(), 1000);
+    EXPECT_EQ(model.rows.entries->size(), 1000);
 
     model.retry();
     settle();
 
-    EXPECT_EQ(model.entries->size(), 1500);
+    EXPECT_EQ(model.rows.entries->size(), 1500);
 }
 
 TEST_F(BrowserModelTest, EndsAListingThatGivesTheSamePageAgain)
@@ -308,7 +308,7 @@ TEST_F(BrowserModelTest, EndsAListingThatGivesTheSamePageAgain)
     settle();
 
     EXPECT_TRUE(model.error->has_value());
-    EXPECT_EQ(model.entries->size(), 1000);
+    EXPECT_EQ(model.rows.entries->size(), 1000);
 }
 
 TEST_F(BrowserModelTest, StaysBelowThePrefixOfARestrictedKey)
@@ -363,9 +363,9 @@ TEST_F(BrowserModelTest, KeepsTheSortOrderOfEachBucket)
     EXPECT_EQ(settings.text(SettingsKeys::browserSort("account-1", "bucket-1")), "size:desc");
 
     model.open(session, B2Bucket{.bucketID = "bucket-2"});
-    EXPECT_EQ(*model.sortOrder, defaultBrowserOrder());
+    EXPECT_EQ(*model.rows.sortOrder, defaultBrowserOrder());
     model.goBack();
-    EXPECT_EQ(*model.sortOrder, (std::vector<SortOrder>{{"size", false}}));
+    EXPECT_EQ(*model.rows.sortOrder, (std::vector<SortOrder>{{"size", false}}));
 }
 
 TEST_F(BrowserModelTest, FiltersLoadedNamesWithoutRegardToCase)
@@ -375,7 +375,7 @@ TEST_F(BrowserModelTest, FiltersLoadedNamesWithoutRegardToCase)
     EXPECT_THAT(shownNames(), ElementsAre("z10.txt"));
 
     go("photos/");
-    EXPECT_EQ(*model.filter, "");
+    EXPECT_EQ(*model.rows.filter, "");
     EXPECT_THAT(shownNames(), SizeIs(3));
 }
 
@@ -399,9 +399,9 @@ TEST_F(BrowserModelTest, NeverHoldsTheMainThreadWhileManyRowsLoadAndSort)
         model.loadMore();
     } while (*model.hasMore);
     model.setSortOrder({{"name", false}});
-    ASSERT_TRUE(spinUntil([this] { return (*model.shown)[0].name == "99999 holiday.jpg"; }, 60s));
+    ASSERT_TRUE(spinUntil([this] { return (*model.rows.shown)[0].name == "99999 holiday.jpg"; }, 60s));
 
-    EXPECT_EQ(model.shown->size(), count);
+    EXPECT_EQ(model.rows.shown->size(), count);
     EXPECT_LT(longest, 200);
     RecordProperty("longestStallMilliseconds", std::to_string(longest));
 }

@@ -24,7 +24,7 @@ protected:
     {
         // What the sidebar names as the key in use decides whose rows may be seen.
         const auto session = *root.keyStore.session;
-        const auto& shown = *root.browser.shown;
+        const auto& shown = *root.browser.rows.shown;
         for (std::size_t row = 0; row < shown.size(); ++row) {
             ++rowsSeen;
             const auto owner = owners.find(shown[row].id);
@@ -130,7 +130,7 @@ TEST_F(AccountSwitchTest, RemovingTheKeyInUseLeavesNothingOfItOnScreen)
 
     qtRun(root.keyStore.remove(*(*root.keyStore.session)->key));
     ASSERT_TRUE(spinUntil([&] { return !*root.buckets.session; }));
-    EXPECT_TRUE(root.browser.shown->rows->empty());
+    EXPECT_TRUE(root.browser.rows.shown->rows->empty());
     EXPECT_TRUE(root.buckets.buckets->empty());
     // The account's keys may still be on their way.
     EXPECT_TRUE(spinUntil([&] { return root.detailState().notice.title == "Not Connected"; }));

@@ -68,7 +68,7 @@ TEST_F(RestrictedKeysTest, AKeyOverOneOrSeveralBucketsShowsThoseAlone)
     connectWith({.capabilities = reading, .bucketIDs = {bucketIDs.at("photos")}});
     EXPECT_THAT(bucketNames(), ElementsAre("photos"));
     show("photos");
-    EXPECT_FALSE(root.browser.entries->empty());
+    EXPECT_FALSE(root.browser.rows.entries->empty());
     EXPECT_THAT(uploadRefusal(authorization()).value_or(""), HasSubstr("it lacks writeFiles"));
 
     root.switchTo(first);
@@ -99,7 +99,7 @@ TEST_F(RestrictedKeysTest, WithoutListBucketsTheBucketsTheKeyNamesAreShown)
     EXPECT_THAT(bucketNames(), ElementsAre("photos"));
     EXPECT_FALSE(*root.buckets.error);
     show("photos");
-    EXPECT_FALSE(root.browser.entries->empty());
+    EXPECT_FALSE(root.browser.rows.entries->empty());
 
     root.switchTo(first);
     ASSERT_TRUE(isBrowsing(first));
@@ -115,7 +115,7 @@ TEST_F(RestrictedKeysTest, WithoutListFilesUploadsGoOnAndListingsAreNotTried)
     connectWith({.capabilities = {B2Capabilities::listBuckets, B2Capabilities::writeFiles}});
     show("photos");
 
-    EXPECT_TRUE(root.browser.entries->empty());
+    EXPECT_TRUE(root.browser.rows.entries->empty());
     EXPECT_FALSE(*root.browser.error);
     EXPECT_THAT(listRefusal(authorization()).value_or(""), HasSubstr("it lacks listFiles"));
     EXPECT_FALSE(uploadRefusal(authorization()));

@@ -183,7 +183,7 @@ TEST_F(RootModelTest, MentionsTheUploadsThatTheLastRunLeftOnce)
         "Resume or remove it in Unfinished Uploads of “"
             + buckets[0].bucketName + "”.");
     EXPECT_EQ(startAgain().takeSentence(buckets, isOpen), std::nullopt) << "it may be gone";
-    nextRun.unfinishedUploads.didCancel("1");
+    nextRun.unfinishedUploads.didCancel(buckets[0].bucketID, "1");
     EXPECT_FALSE(nextRun.notices.newest()) << "it is no longer true";
     qtRun(nextRun.shutDown());
 

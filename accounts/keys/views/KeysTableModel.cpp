@@ -5,9 +5,7 @@
 #include "foundation/views/style/Icons.h"
 #include "foundation/views/tables/TableColumns.h"
 
-#include <algorithm>
-#include <unordered_map>
-#include <unordered_set>
+#include <utility>
 
 namespace {
 
@@ -79,83 +77,21 @@ std::string helpOf(const KeyRow& row, KeyColumn column)
 
 void KeysTableModel::show(std::vector<KeyRow> rows, const std::set<std::string>& inFlight)
 {
+    const bool isOtherInFlight = inFlight_ != inFlight;
     inFlight_ = inFlight;
-    removeGone(rows);
-    appendNew(rows);
-    arrange(std::move(rows));
-    if (!rows_.empty())
-        Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
+    showRows(std::move(rows));
+    if (isOtherInFlight)
+        announceRows(0, rowCount() - 1);
 }
 
-void KeysTableModel::removeGone(const std::vector<KeyRow>& wanted)
+std::string_view KeysTableModel::keyOf(const KeyRow& row) const
 {
-    std::unordered_set<std::string> kept;
-    for (const auto& row : wanted)
-        kept.insert(idOf(row));
-    for (int end = rowCount(); end > 0;) {
-        int first = end;
-        while (first > 0 && !kept.contains(idOf(row(first - 1))))
-            --first;
-        if (first == end) {
-            --end;
-            continue;
-        }
-        beginRemoveRows({}, first, end - 1);
-        rows_.erase(rows_.begin() + first, rows_.begin() + end);
-        endRemoveRows();
-        end = first;
-    }
-}
-
-void KeysTableModel::appendNew(const std::vector<KeyRow>& wanted)
-{
-    std::unordered_set<std::string> present;
-    for (const auto& row : rows_)
-        present.insert(idOf(row));
-    std::vector<KeyRow> added;
-    std::ranges::copy_if(
-        wanted, std::back_inserter(added), [&](const KeyRow& row) { return !present.contains(idOf(row)); });
-    if (added.empty())
-        return;
-    beginInsertRows({}, rowCount(), rowCount() + static_cast<int>(added.size()) - 1);
-    std::ranges::move(added, std::back_inserter(rows_));
-    endInsertRows();
-}
-
-// Both hold the same keys now.
-void KeysTableModel::arrange(std::vector<KeyRow> wanted)
-{
-    if (std::ranges::equal(rows_, wanted, {}, idOf, idOf)) {
-        rows_ = std::move(wanted);
-        return;
-    }
-    Q_EMIT layoutAboutToBeChanged({}, VerticalSortHint);
-    std::unordered_map<std::string, int> places;
-    for (std::size_t i = 0; i < wanted.size(); ++i)
-        places.emplace(idOf(wanted[i]), static_cast<int>(i));
-    const auto before = persistentIndexList();
-    QModelIndexList after;
-    for (const auto& old : before)
-        after.append(index(places.at(idOf(row(old.row()))), old.column()));
-    rows_ = std::move(wanted);
-    changePersistentIndexList(before, after);
-    Q_EMIT layoutChanged({}, VerticalSortHint);
+    return idOf(row);
 }
 
 bool KeysTableModel::isSelectable(int number) const
 {
     return row(number).isSelectable() && !inFlight_.contains(idOf(row(number)));
-}
-
-int KeysTableModel::rowOf(const std::string& keyID) const
-{
-    const auto found = std::ranges::find(rows_, keyID, idOf);
-    return found == rows_.end() ? -1 : static_cast<int>(found - rows_.begin());
-}
-
-int KeysTableModel::rowCount(const QModelIndex& parent) const
-{
-    return parent.isValid() ? 0 : static_cast<int>(rows_.size());
 }
 
 int KeysTableModel::columnCount(const QModelIndex& parent) const

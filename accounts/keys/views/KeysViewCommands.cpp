@@ -135,7 +135,7 @@ void KeysView::showCreated()
     createdSheet_->setAttribute(Qt::WA_DeleteOnClose);
     connect(createdSheet_, &QDialog::accepted, this, [this] {
         if (*model_.created)
-            revealed_ = (*model_.created)->key.applicationKeyID;
+            reveal((*model_.created)->key.applicationKeyID);
         model_.forgetCreated();
         takeFocus();
     });

@@ -4,19 +4,14 @@
 #include "accounts/keys/views/NewKeyView.h"
 #include "foundation/QtText.h"
 #include "foundation/Texts.h"
-#include "foundation/views/panes/Banner.h"
-#include "foundation/views/panes/EmptyState.h"
 #include "foundation/views/panes/LoadingLine.h"
 #include "foundation/views/panes/StatusLine.h"
 #include "foundation/views/tables/DenseTableView.h"
 
-#include <QAbstractButton>
-#include <QStackedWidget>
+#include <QItemSelectionModel>
 
 void KeysView::render()
 {
-    if (dismissedError_ && *model_.error != dismissedError_)
-        dismissedError_.reset();
     const KeysPane pane(model_, *store_.session);
     loading_->setLoading(*model_.isLoading && *model_.session == *store_.session);
     renderRows(pane);
@@ -44,17 +39,9 @@ void KeysView::renderRows(const KeysPane& pane)
         .currentKeyID = session->key->keyID,
         .buckets = buckets_,
         .now = std::chrono::system_clock::now()};
-    rows_.show(makeKeyRows(*model_.keys, context, order_), *model_.inFlight);
+    rows_.show(makeKeyRows(*model_.keys, context, tableState_->order()), *model_.inFlight);
     deselectUnselectable();
-    if (!revealed_)
-        return;
-    if (const int row = rows_.rowOf(*revealed_); row >= 0) {
-        const auto index = rows_.index(row, 0);
-        table_->selectionModel()->setCurrentIndex(
-            index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
-        table_->scrollTo(index);
-        revealed_.reset();
-    }
+    revealIfListed();
 }
 
 // A row that was selected before it became the session's own, or before its deletion began.
@@ -70,56 +57,40 @@ void KeysView::deselectUnselectable()
 
 void KeysView::renderContent(const KeysPane& pane)
 {
-    const bool hadFocus = table_->hasFocus() || message_->isAncestorOf(focusWidget());
-    if (pane.kind != KeysPane::Kind::loading)
-        patience_.stop();
     switch (pane.kind) {
     case KeysPane::Kind::loading:
-        if (!patience_.isActive() && pages_->currentWidget() == table_) {
-            pages_->setCurrentWidget(blank_);
-            patience_.start();
-        }
+        showWaiting({Symbol::key, tr("Reading the account's keys…"), {}, {}, {}});
         break;
     case KeysPane::Kind::notice:
-        showMessage(pane);
+        showNoticePage(pane);
         break;
     case KeysPane::Kind::table:
-        pages_->setCurrentWidget(table_);
-        if (hadFocus)
-            table_->setFocus(Qt::OtherFocusReason);
+        showTable();
         break;
     }
 }
 
-void KeysView::showMessage(const KeysPane& pane)
+void KeysView::showNoticePage(const KeysPane& pane)
 {
     Symbol symbol = Symbol::key;
     if (pane.isFailure)
         symbol = Symbol::error;
     else if (pane.isRefused)
         symbol = Symbol::lock;
-    message_->showText(symbol, toQString(pane.title), toQString(pane.text));
     QString action;
     if (pane.isFailure)
         action = tr("Try Again");
     else if (!pane.newRefusal)
         action = tr("New Application Key…");
-    message_->setActions(action);
-    pages_->setCurrentWidget(message_);
+    showMessage({symbol, toQString(pane.title), toQString(pane.text), action, {}});
 }
 
 void KeysView::renderBanner(const KeysPane& pane)
 {
-    // The form that asked says itself why there is no key, as long as its session stands.
+    // While the form is open, it shows itself why there is no key.
     if (newSheet_ && newSheet_->hasAsked() && newSheet_->session().lock() == *model_.session && !*model_.hasLoadFailed)
-        dismissedError_ = *model_.error;
-    if (!pane.banner || dismissedError_ == pane.banner) {
-        banner_->dismiss();
-        return;
-    }
-    const auto sentence = toQString(*pane.banner);
-    if (!banner_->isVisibleTo(this) || banner_->text() != sentence)
-        banner_->showMessage(MessageKind::danger, sentence, *model_.hasLoadFailed ? tr("Try Again") : QString());
+        dismissFailure(*model_.error);
+    showFailure(pane.banner, *model_.hasLoadFailed ? tr("Try Again") : QString());
 }
 
 void KeysView::renderSelection()
@@ -148,23 +119,8 @@ void KeysView::loadIfNeeded()
     refresh();
 }
 
-void KeysView::takeFocus()
-{
-    if (pages_->currentWidget() == table_) {
-        table_->setFocus(Qt::OtherFocusReason);
-        return;
-    }
-    for (auto* const button : message_->findChildren<QAbstractButton*>()) {
-        if (button->isVisible() && button->isEnabled()) {
-            button->setFocus(Qt::OtherFocusReason);
-            return;
-        }
-    }
-    setFocus(Qt::OtherFocusReason);
-}
-
 void KeysView::showEvent(QShowEvent* event)
 {
-    Pane::showEvent(event);
+    TablePane::showEvent(event);
     render();
 }

@@ -171,8 +171,10 @@ void KeySwitcherPopover::setContent(const KeySwitcherContent& content)
     const std::string chosenID = chosen ? chosen->key.keyID : std::string();
     const int scroll = list_->verticalScrollBar()->value();
     rows_.show(content_.groups);
-    if (!chosenID.empty() && !list_->chosen().isValid())
-        list_->setCurrentIndex(rows_.indexOf(chosenID));
+    // When the chosen key is removed, the list would choose its neighbour.
+    const QModelIndex stillChosen = chosenID.empty() ? QModelIndex() : rows_.indexOf(chosenID);
+    if (list_->chosen() != stillChosen)
+        list_->setCurrentIndex(stillChosen);
     searchRow_->setVisible(rows_.keyCount() > searchFrom);
     if (searchRow_->isHidden())
         search_->clear();

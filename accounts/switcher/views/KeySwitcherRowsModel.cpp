@@ -4,6 +4,7 @@
 #include "foundation/views/tables/NameText.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -57,7 +58,7 @@ void KeySwitcherRowsModel::setFilter(const QString& text)
 void KeySwitcherRowsModel::rebuild()
 {
     const QStringList words = filter_.split(u' ', Qt::SkipEmptyParts);
-    std::vector<Entry> entries;
+    std::vector<KeySwitcherEntry> entries;
     for (const auto& group : groups_) {
         const QString title = shown(group.title);
         bool isFirst = true;
@@ -65,38 +66,25 @@ void KeySwitcherRowsModel::rebuild()
             if (!matches(row, title, words))
                 continue;
             if (std::exchange(isFirst, false))
-                entries.push_back({title, {}});
-            entries.push_back({{}, row});
+                entries.push_back({"account " + fromQString(title), title, {}});
+            entries.push_back({"key " + row.key.keyID, {}, row});
         }
     }
-    const bool isSameOrder = std::ranges::equal(
-        entries, entries_, [](const Entry& first, const Entry& second) { return first.isSamePlace(second); });
-    if (isSameOrder) {
-        entries_ = std::move(entries);
-        if (!entries_.empty())
-            Q_EMIT dataChanged(index(0), index(rowCount() - 1));
-        return;
-    }
-    beginResetModel();
-    entries_ = std::move(entries);
-    endResetModel();
+    showRows(std::move(entries));
 }
 
 const KeySwitcherRow* KeySwitcherRowsModel::keyAt(const QModelIndex& index) const
 {
     if (!index.isValid())
         return nullptr;
-    const Entry& entry = entries_.at(static_cast<std::size_t>(index.row()));
+    const auto& entry = row(index.row());
     return entry.heading.isEmpty() ? &entry.row : nullptr;
 }
 
 QModelIndex KeySwitcherRowsModel::indexOf(const std::string& keyID) const
 {
-    for (int row = 0; row < rowCount(); ++row) {
-        if (const auto* const key = keyAt(index(row)); key && key->key.keyID == keyID)
-            return index(row);
-    }
-    return {};
+    const int number = rowOf("key " + keyID);
+    return number < 0 ? QModelIndex() : index(number);
 }
 
 QModelIndex KeySwitcherRowsModel::nextKey(int row, int step) const
@@ -131,16 +119,11 @@ std::size_t KeySwitcherRowsModel::keyCount() const
     return count;
 }
 
-int KeySwitcherRowsModel::rowCount(const QModelIndex& parent) const
-{
-    return parent.isValid() ? 0 : static_cast<int>(entries_.size());
-}
-
 QVariant KeySwitcherRowsModel::data(const QModelIndex& index, int role) const
 {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid))
         return {};
-    const Entry& entry = entries_.at(static_cast<std::size_t>(index.row()));
+    const auto& entry = row(index.row());
     if (!entry.heading.isEmpty()) {
         if (role == headingRole)
             return true;

@@ -1,19 +1,27 @@
 #pragma once
 
 #include "accounts/switcher/KeySwitcher.h"
-
-#include <QAbstractListModel>
+#include "foundation/views/tables/KeyedRowsModel.h"
 
 #include <vector>
 
+/// A row of the switcher: the heading of an account, or one of its keys.
+struct KeySwitcherEntry {
+    std::string id;
+    QString heading; ///< Empty for a key.
+    KeySwitcherRow row;
+
+    bool operator==(const KeySwitcherEntry&) const = default;
+};
+
 /// The other keys as rows, each account's under a heading that cannot be chosen.
-class KeySwitcherRowsModel final : public QAbstractListModel {
+class KeySwitcherRowsModel final : public KeyedRows<KeySwitcherEntry> {
     Q_OBJECT
 
 public:
     enum Role { headingRole = Qt::UserRole + 1, subtitleRole, flagRole, missingRole };
 
-    using QAbstractListModel::QAbstractListModel;
+    using KeyedRows::KeyedRows;
 
     void show(const std::vector<KeySwitcherGroup>& groups);
 
@@ -33,24 +41,13 @@ public:
     /// Without the filter.
     std::size_t keyCount() const;
 
-    int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
 
 private:
-    struct Entry {
-        QString heading; ///< Empty for a key.
-        KeySwitcherRow row;
-
-        bool isSamePlace(const Entry& other) const
-        {
-            return heading == other.heading && row.key.keyID == other.row.key.keyID;
-        }
-    };
-
+    std::string_view keyOf(const KeySwitcherEntry& entry) const override { return entry.id; }
     void rebuild();
 
     std::vector<KeySwitcherGroup> groups_;
     QString filter_;
-    std::vector<Entry> entries_;
 };

@@ -71,15 +71,7 @@ void DenseTableView::setUpHeader()
         }
         Q_EMIT stateChanged();
     });
-    // A column is fitted to the rows in sight: looking at 100,000 would hold the window.
-    header->setResizeContentsPrecision(0);
-    connect(header, &QHeaderView::sectionHandleDoubleClicked, this, [this, header](int section) {
-        const int last = rowAt(viewport()->height() - 1);
-        const int below = last >= 0 ? last + 1 : (model() != nullptr ? model()->rowCount() : 0);
-        Q_EMIT columnFitted(section, header->sectionSize(section), below - std::max(rowAt(0), 0));
-    });
     connect(header, &QHeaderView::sectionMoved, this, &DenseTableView::stateChanged);
-    connect(header, &QHeaderView::sortIndicatorChanged, this, &DenseTableView::stateChanged);
 }
 
 void DenseTableView::setModel(QAbstractItemModel* model)
@@ -93,11 +85,6 @@ void DenseTableView::setNameColumn(int column)
 {
     nameColumn_ = column;
     fillWidth();
-}
-
-QString DenseTableView::state() const
-{
-    return model() != nullptr ? columnState(*horizontalHeader()) : QString();
 }
 
 void DenseTableView::restoreState(const QString& state)

@@ -22,8 +22,7 @@ public:
     /// The row under the pointer, or -1.
     int hoveredRow() const { return hoveredRow_; }
 
-    /// Order, widths, visibility and sorting of the columns; see `columnState`.
-    QString state() const;
+    /// Restores the order, widths and visibility of the columns; see `columnState`.
     void restoreState(const QString& state);
 
     void keyboardSearch(const QString& letters) override;
@@ -34,10 +33,8 @@ Q_SIGNALS:
     void goUp();
     /// Right click or the menu key; `position` is global, beside the current row for the key.
     void menuRequested(const QPoint& position);
-    /// Columns were moved, resized, hidden or sorted by the user: time to keep `state`.
+    /// The user moved, resized, hid or showed a column: time to keep `columnState`.
     void stateChanged();
-    /// The user had a column made as wide as the rows in sight need.
-    void columnFitted(int section, int width, int measuredRows);
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;

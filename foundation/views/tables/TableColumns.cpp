@@ -8,9 +8,7 @@
 
 namespace {
 
-const QString sortWord = QStringLiteral("sort");
 const QString hiddenWord = QStringLiteral("hidden");
-const QString descendingWord = QStringLiteral("descending");
 constexpr int widestColumn = 4000;
 
 QString columnID(const QHeaderView& header, int section)
@@ -43,14 +41,6 @@ int widthOf(const QHeaderView& header, int section)
     return width;
 }
 
-void restoreSorting(QHeaderView& header, const QStringList& words)
-{
-    const int section = words.size() > 1 ? sectionOf(header, words.at(1)) : -1;
-    if (section >= 0) {
-        header.setSortIndicator(section, words.contains(descendingWord) ? Qt::DescendingOrder : Qt::AscendingOrder);
-    }
-}
-
 } // namespace
 
 QString columnState(const QHeaderView& header)
@@ -64,12 +54,6 @@ QString columnState(const QHeaderView& header)
         }
         parts.append(part);
     }
-    const int sorted = header.sortIndicatorSection();
-    if (header.isSortIndicatorShown() && sorted >= 0 && sorted < header.count()) {
-        const bool isDescending = header.sortIndicatorOrder() == Qt::DescendingOrder;
-        parts.append(QStringLiteral("%1 %2 %3")
-                .arg(sortWord, columnID(header, sorted), isDescending ? descendingWord : QStringLiteral("ascending")));
-    }
     return parts.join(QStringLiteral("; "));
 }
 
@@ -78,10 +62,6 @@ void restoreColumnState(QHeaderView& header, const QString& state)
     int visual = 0;
     for (const QString& part : state.split(u';', Qt::SkipEmptyParts)) {
         const QStringList words = part.simplified().split(u' ');
-        if (words.constFirst() == sortWord) {
-            restoreSorting(header, words);
-            continue;
-        }
         const int section = sectionOf(header, words.constFirst());
         if (section < 0) {
             continue;

@@ -16,12 +16,12 @@ struct TableRole {
     static constexpr int isDimmed = Qt::UserRole + 902;
 };
 
-/// Order, widths, visibility and sorting of the columns as one line of text for the settings:
-/// `name 240; size 96; added 160 hidden; sort size descending`.
+/// Returns the order, widths and visibility of the columns as one line of text for the settings:
+/// `name 240; size 96; added 160 hidden`.
 QString columnState(const QHeaderView& header);
 
-/// Brings back what the text tells. What it does not know, or tells wrongly, stays as it is; the first column never
-/// hides.
+/// Restores the columns from the text. Columns that it does not name, or describes wrongly, stay as they are; the first
+/// column is never hidden.
 void restoreColumnState(QHeaderView& header, const QString& state);
 
 /// The menu that shows and hides columns; the caller opens it, and it deletes itself when closed.

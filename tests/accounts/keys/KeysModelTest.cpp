@@ -7,6 +7,7 @@
 #include "foundation/Settings.h"
 #include "foundation/TaskScope.h"
 #include "localb2/Service.h"
+#include "tests/accounts/HeldTransport.h"
 #include "tests/support/RunItems.h"
 
 #include <QTemporaryDir>
@@ -73,7 +74,7 @@ protected:
 
     void control(const std::string& path, const std::string& json)
     {
-        auto reply = [](std::shared_ptr<B2CurlTransport> to, std::string url, std::string body) -> Task<int> {
+        auto reply = [](std::shared_ptr<B2Transport> to, std::string url, std::string body) -> Task<int> {
             B2HTTPRequest request{
                 .url = std::move(url), .headers = {{"Content-Type", "application/json"}}, .body = std::move(body)};
             co_return (co_await to->data(std::move(request))).response.status;
@@ -85,7 +86,8 @@ protected:
     localb2::Service service;
     Settings settings{{}};
     ActivityLog log{settings, directory.path().toStdString() + "/Logs"};
-    std::shared_ptr<B2CurlTransport> transport = std::make_shared<B2CurlTransport>(B2CurlTransportOptions{});
+    std::shared_ptr<HeldTransport> transport =
+        std::make_shared<HeldTransport>(std::make_shared<B2CurlTransport>(B2CurlTransportOptions{}));
     ClientFactory clients{transport, std::make_shared<B2NullLogSink>(), service.url()};
     KeysModel model{log};
 };
@@ -296,6 +298,8 @@ TEST_F(KeysOfTwoAccountsTest, ACreationThatASwitchCrossesEndsWithASentence)
     model.reset(first);
     control("faults", R"({"kind": "status", "operation": "b2_create_key", "status": 403, "code": "cap_exceeded"})");
     control("options", R"({"latencyMilliseconds": 50})");
+    std::string reported;
+    model.didFailInEarlierSession = [&](std::string sentence) { reported = std::move(sentence); };
     TaskScope tasks;
     tasks.start(create(&model, request));
     ASSERT_TRUE(spinUntil([&] { return *model.isWorking; }));
@@ -304,11 +308,52 @@ TEST_F(KeysOfTwoAccountsTest, ACreationThatASwitchCrossesEndsWithASentence)
     qtRun(tasks.drain());
     qtRun(model.load());
 
-    EXPECT_THAT(model.error->value_or(""), HasSubstr("Could not create key “crossing”."));
+    EXPECT_THAT(reported, HasSubstr("Could not create key “crossing”."));
+    EXPECT_FALSE(*model.error) << "it is about another account";
     control("faults/clear", "{}");
-    EXPECT_FALSE(qtRun(model.create(request, first))) << "never in the account that is in use by now";
+    EXPECT_FALSE(qtRun(model.create(request, first))) << "never in the account that is in use now";
     EXPECT_THAT(names(), Not(Contains("crossing")));
-    EXPECT_EQ(model.error->value_or(""), "Key “crossing” was not created, because another key is in use by now.");
+    EXPECT_EQ(model.error->value_or(""), "Key “crossing” was not created, because another key is in use now.");
+}
+
+TEST_F(KeysOfTwoAccountsTest, AnswersThatComeLateAlthoughCancelledChangeNeitherRowsNorError)
+{
+    const auto first = sessionOf(service.masterKeys().at(0));
+    const auto second = sessionOf(service.masterKeys().at(1));
+    std::string reported;
+    model.didFailInEarlierSession = [&](std::string sentence) { reported = std::move(sentence); };
+    model.reset(first);
+    const auto doomed = make("doomed", {B2Capabilities::listFiles}).key;
+    const std::string refusal = R"("count": 1, "status": 403, "code": "cap_exceeded"})";
+    for (const bool isRefused : {false, true}) {
+        if (isRefused)
+            control("faults", R"({"kind": "status", "operation": "b2_list_keys", )" + refusal);
+        TaskScope tasks;
+        model.reset(first);
+        const auto listing = transport->hold("b2_list_keys");
+        tasks.start(model.load());
+        ASSERT_TRUE(spinUntil([&] { return listing.hasArrived->load(); }));
+        model.reset(second);
+        tasks.cancelAll();
+        listing.release.set();
+        qtRun(tasks.drain());
+        EXPECT_THAT(names(), IsEmpty());
+        EXPECT_FALSE(*model.error);
+        EXPECT_FALSE(*model.hasLoaded);
+    }
+
+    control("faults", R"({"kind": "status", "operation": "b2_delete_key", )" + refusal);
+    TaskScope tasks;
+    model.reset(first);
+    const auto deletion = transport->hold("b2_delete_key");
+    tasks.start(model.remove({doomed}));
+    ASSERT_TRUE(spinUntil([&] { return deletion.hasArrived->load(); }));
+    model.reset(second);
+    EXPECT_THAT(*model.inFlight, IsEmpty());
+    deletion.release.set();
+    qtRun(tasks.drain());
+    EXPECT_FALSE(*model.error);
+    EXPECT_THAT(reported, HasSubstr("Could not delete key “doomed”."));
 }
 
 TEST_F(KeysModelTest, AKeyWithoutTheCapabilitiesIsToldWhatItLacks)

@@ -216,7 +216,7 @@ protected:
     KeyStore store{keychain, clients, settings, log};
     KeysModel model{log};
     QWidget window;
-    mutable KeysView view{model, store, settings};
+    mutable KeysView view{model, store, settings, log};
     QAbstractItemModelTester tester{view.table().model(), QAbstractItemModelTester::FailureReportingMode::Fatal};
 };
 

@@ -3,6 +3,7 @@
 #include "foundation/LocalPath.h"
 #include "foundation/QtText.h"
 #include "foundation/Settings.h"
+#include "foundation/log/ActivityLog.h"
 #include "foundation/views/SearchField.h"
 #include "foundation/views/panes/Banner.h"
 #include "foundation/views/panes/EmptyState.h"
@@ -113,8 +114,9 @@ protected:
     QTemporaryDir directory;
     std::shared_ptr<ListingService> service = std::make_shared<ListingService>();
     Settings settings{""};
+    ActivityLog log{settings, fromQString(directory.filePath(QStringLiteral("log")))};
     BrowserModel model{settings};
-    mutable ObjectBrowserView view{model, settings};
+    mutable ObjectBrowserView view{model, settings, log};
     std::vector<std::string> uploads;
     std::vector<std::string> downloads;
 };
@@ -239,7 +241,7 @@ TEST_F(ObjectBrowserViewTest, SortsByAClickAndKeepsTheOrderOfTheBucket)
 
     QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, at(BrowserColumn::size));
 
-    EXPECT_EQ(model.sortOrder->front().key, "size");
+    EXPECT_EQ(model.rows.sortOrder->front().key, "size");
     EXPECT_EQ(header->sortIndicatorSection(), static_cast<int>(BrowserColumn::size));
     model.open(*model.session, {.bucketID = "bucket-2", .bucketName = "other"});
     settle();

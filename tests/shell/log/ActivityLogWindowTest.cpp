@@ -1,11 +1,13 @@
 #include "shell/log/ActivityLogWindow.h"
 
+#include "foundation/SettingsKeys.h"
 #include "foundation/views/SearchField.h"
 
 #include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
+#include <QHeaderView>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
@@ -52,6 +54,38 @@ TEST_F(ActivityLogWindowTest, ShowsNewestFirstAndFindsTextInDetails)
     QTest::keyClicks(search, QStringLiteral("KRAK"));
     ASSERT_EQ(rows().rowCount(), 1);
     EXPECT_EQ(rows().index(0, LogTableModel::messageColumn).data().toString(), QStringLiteral("second"));
+}
+
+TEST_F(ActivityLogWindowTest, SortsByAClickAndKeepsColumnsAndSort)
+{
+    record(B2LogLevel::info, "b");
+    record(B2LogLevel::info, "c");
+    record(B2LogLevel::info, "a");
+    window.show();
+    auto& header = *window.findChild<QTreeView*>()->header();
+    const auto click = [&](int section) {
+        QTest::mouseClick(header.viewport(), Qt::LeftButton, {},
+            QPoint(header.sectionViewportPosition(section) + 20, header.height() / 2));
+    };
+    const auto shown = [&](QAbstractItemModel& model) {
+        QString letters;
+        for (int row = 0; row < model.rowCount(); ++row)
+            letters += model.index(row, LogTableModel::messageColumn).data().toString();
+        return letters;
+    };
+
+    click(LogTableModel::messageColumn);
+    EXPECT_EQ(shown(rows()), QStringLiteral("abc"));
+    EXPECT_EQ(settings.text(SettingsKeys::tableSort("log")), "message:asc");
+    click(LogTableModel::messageColumn);
+    EXPECT_EQ(shown(rows()), QStringLiteral("cba"));
+    header.resizeSection(LogTableModel::areaColumn, 222);
+    QApplication::processEvents();
+
+    const ActivityLogWindow next(log, settings);
+    EXPECT_EQ(shown(*next.findChild<QTreeView*>()->model()), QStringLiteral("cba"));
+    EXPECT_EQ(next.findChild<QTreeView*>()->header()->sectionSize(LogTableModel::areaColumn), 222);
+    EXPECT_EQ(next.findChild<QTreeView*>()->header()->sortIndicatorOrder(), Qt::DescendingOrder);
 }
 
 TEST_F(ActivityLogWindowTest, CopiesWhatIsShownOldestFirst)

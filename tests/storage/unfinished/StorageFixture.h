@@ -7,6 +7,7 @@
 #include "foundation/log/ActivityLog.h"
 #include "localb2/Service.h"
 #include "storage/unfinished/UnfinishedUploadsModel.h"
+#include "tests/accounts/HeldTransport.h"
 #include "tests/support/QtRun.h"
 
 #include <QTemporaryDir>
@@ -67,7 +68,8 @@ protected:
 
     QTemporaryDir temporary;
     localb2::Service service{{.directory = fromQString(temporary.path()) + "/service", .seed = "demo"}};
-    std::shared_ptr<B2Transport> transport = std::make_shared<B2CurlTransport>(B2CurlTransportOptions{});
+    std::shared_ptr<HeldTransport> transport =
+        std::make_shared<HeldTransport>(std::make_shared<B2CurlTransport>(B2CurlTransportOptions{}));
     Settings settings{std::filesystem::path()};
     ActivityLog log{settings, fromQString(temporary.path()) + "/log"};
     UnfinishedUploadsModel model{log};

@@ -75,7 +75,10 @@ TEST_F(UnfinishedUploadsModelTest, ACancelDeletesThePartsAndTheRow)
     load();
     const auto item = model.items->front();
     std::vector<std::string> forgotten;
-    model.didCancel = [&](const std::string& fileID) { forgotten.push_back(fileID); };
+    model.didCancel = [&](const std::string& bucketID, const std::string& fileID) {
+        EXPECT_EQ(bucketID, films.bucketID);
+        forgotten.push_back(fileID);
+    };
 
     model.cancel(item);
     EXPECT_TRUE(model.items->front().isCancelling);
@@ -161,6 +164,52 @@ TEST_F(UnfinishedUploadsModelTest, TellsThatTheBucketIsGone)
 
     EXPECT_EQ(*model.error, "This bucket no longer exists");
     EXPECT_TRUE(spinUntil([&] { return told == gone.bucketID; }));
+}
+
+TEST_F(UnfinishedUploadsModelTest, AnswersOfAnEarlierSessionReachNeitherRowsNorErrorNorAnotherBucket)
+{
+    bool wasBucketDropped = false;
+    model.onBucketGone = [&](std::string) -> Task<> {
+        wasBucketDropped = true;
+        co_return;
+    };
+    std::string cancelledIn;
+    model.didCancel = [&](const std::string& bucketID, const std::string&) { cancelledIn = bucketID; };
+    const auto later = restrictedSession({});
+    load();
+    const auto item = model.items->front();
+
+    // Refused, because the bucket is gone.
+    plant(R"({"kind": "status", "operation": "b2_cancel_large_file", "count": 1, "status": 400,
+              "code": "bad_bucket_id", "message": "Bucket does not exist"})");
+    auto held = transport->hold("b2_cancel_large_file");
+    model.cancel(item);
+    ASSERT_TRUE(spinUntil([&] { return held.hasArrived->load(); }));
+    model.reset(later);
+    const auto before = log.entries().size();
+    held.release.set();
+    ASSERT_TRUE(spinUntil([&] { return log.entries().size() > before; }));
+    EXPECT_THAT(lastEntry().message, StartsWith("Failed to cancel the unfinished upload of"));
+    EXPECT_FALSE(*model.error);
+    EXPECT_FALSE(wasBucketDropped);
+
+    // Listed and cancelled, but too late to be shown.
+    model.open(session, films);
+    load();
+    auto cancelled = transport->hold("b2_cancel_large_file");
+    model.cancel(item);
+    auto listed = transport->hold("b2_list_unfinished_large_files");
+    model.load();
+    ASSERT_TRUE(spinUntil([&] { return cancelled.hasArrived->load() && listed.hasArrived->load(); }));
+    model.reset(nullptr);
+    listed.release.set();
+    cancelled.release.set();
+    ASSERT_TRUE(spinUntil([&] { return !cancelledIn.empty(); }));
+    EXPECT_EQ(cancelledIn, films.bucketID);
+    EXPECT_THAT(names(), IsEmpty());
+    EXPECT_FALSE(*model.isLoading);
+    EXPECT_FALSE(*model.hasLoaded);
+    EXPECT_FALSE(*model.bucket);
 }
 
 TEST_F(UnfinishedUploadsModelTest, AsksOnlyForWhatTheKeyReaches)
