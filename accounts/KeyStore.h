@@ -38,6 +38,8 @@ struct RevokedKeysOutcome {
 /// Lives on the main thread as long as the process. A failed attempt to connect leaves the session that was there;
 /// no failure of a connection is thrown, all are left in the fields.
 class KeyStore final : public Observable {
+    Q_OBJECT
+
 public:
     /// The key to add is in the store already.
     struct AddFailure : std::runtime_error {
@@ -63,8 +65,8 @@ public:
     KeyStore(Keychain& keychain, const ClientFactory& clients, Settings& settings, ActivityLog& log);
 
     Observed<std::vector<StoredKey>> keys{this};
-    Observed<std::shared_ptr<B2Session>> session{this};
-    Observed<bool> isStarted{this, false}; ///< The stored keys were read once.
+    Observed<std::shared_ptr<B2Session>> session{this}; ///< Null while not connected.
+    Observed<bool> isStarted{this, false};              ///< The stored keys were read once.
     Observed<bool> isConnecting{this, false};
     Observed<std::optional<ConnectionFailure>> connectionFailure{this};
     Observed<std::optional<StoredKey>> lastAttempted{this};
@@ -139,6 +141,11 @@ public:
     std::vector<StoredAccount> accountGroups() const;
     std::string accountDisplayName(const std::optional<std::string>& accountID) const;
 
+Q_SIGNALS:
+    /// Emitted while `session` is assigned another one, or null. `changed()` follows a turn of the loop later, which
+    /// would leave the rows of the earlier session on the screen until then.
+    void sessionReplaced();
+
 private:
     struct Accepted;
 
@@ -158,6 +165,7 @@ private:
     Task<> nameKey(std::string keyID, B2Authorization authorization, std::shared_ptr<B2Client> client);
     void record(B2LogLevel level, std::string_view category, std::string message, std::string detail = {});
     void fail(const StoredKey& key, const std::exception_ptr& error);
+    void replaceSession(std::shared_ptr<B2Session> next);
     /// How an attempt ended, together with whose it was: another may have begun since.
     void conclude(const StoredKey& key, std::optional<ConnectionFailure> failure);
     bool isStored(const std::string& keyID) const;

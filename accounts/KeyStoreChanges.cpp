@@ -86,9 +86,9 @@ Task<> KeyStore::add(std::string label, std::string keyID, Secret applicationKey
     const auto accepted =
         co_await acceptAndStore(std::move(label), std::move(keyID), std::move(applicationKey), Announcement::logged);
     const auto& accountID = accepted->authorization.accountID;
-    session = std::make_shared<B2Session>(
-        stored({accepted->keyID, std::string(unnamedKeyLabel), accountID}), accepted->client, accepted->authorization);
     connectionFailure = std::nullopt;
+    replaceSession(std::make_shared<B2Session>(
+        stored({accepted->keyID, std::string(unnamedKeyLabel), accountID}), accepted->client, accepted->authorization));
     co_await nameAccount(accepted->authorization);
     co_await loadLiveKeyNames();
 }
@@ -138,9 +138,9 @@ Task<> KeyStore::remove(StoredKey key)
         connectionFailure = std::nullopt;
     }
     if (*session && (*session)->key->keyID == key.keyID) {
-        session = nullptr;
         liveKeys = std::map<std::string, B2ApplicationKey>();
         liveNamesAccountID = std::nullopt;
+        replaceSession(nullptr);
     }
     co_await reload();
     const bool isLastOfAccount = key.accountID && !key.accountID->empty()

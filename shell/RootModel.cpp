@@ -114,10 +114,8 @@ void RootModel::wire()
         if (std::exchange(seen, *context_.requestTick) != *context_.requestTick)
             followRequests();
     });
-    connect(&keyStore, &Observable::changed, this, [this] {
-        followSession();
-        rebuildKeyMenu();
-    });
+    connect(&keyStore, &KeyStore::sessionReplaced, this, &RootModel::followSession);
+    connect(&keyStore, &Observable::changed, this, &RootModel::rebuildKeyMenu);
     // A key that is gone is revoked in the list of stored ones too.
     keys.didChange = [this] { tasks_.start(keyStore.loadLiveKeyNames()); };
     keys.didFailInEarlierSession = [this](std::string sentence) { remark = std::move(sentence); };
@@ -213,14 +211,13 @@ Task<> RootModel::connectFirst()
     co_await keyStore.connect(*key);
 }
 
-// A session comes of a connection or of a key just added, and goes with its key. A failed switch brings none.
+// A connection or a key just added replaces the session, and the removal of its key ends it. A failed switch does not.
 void RootModel::followSession()
 {
     const auto session = *keyStore.session;
-    if (session == *buckets.session)
-        return;
     buckets.reset(session);
     keys.reset(session);
+    unfinishedUploads.reset(session);
     // Rows of another key, perhaps of another account, must not stay under the new one's name.
     browser.close();
     if (!session)
