@@ -116,9 +116,11 @@ public:
     /// works, or that could not be asked about, stays.
     Task<RevokedKeysOutcome> removeRevoked();
 
-    // A failure goes to the log; an empty name does nothing. Neither changes anything at the service.
-    Task<> rename(StoredKey key, std::string name);
-    Task<> renameAccount(std::string accountID, std::string name);
+    /// Gives a key another name here, not at the service; an empty name does nothing.
+    /// @returns false when the store refused, for which the log has the reason.
+    Task<bool> rename(StoredKey key, std::string name);
+    /// The same for an account, which has its name here alone.
+    Task<bool> renameAccount(std::string accountID, std::string name);
 
     // --- Other accounts
 
@@ -132,6 +134,7 @@ public:
 
     // --- What is known of the keys
 
+    bool isStored(const std::string& keyID) const;
     /// Is it the account's master application key?
     bool isMaster(const StoredKey& key) const;
     /// Has the service no such key any more? Only known of the account that the current session could list completely.
@@ -168,7 +171,6 @@ private:
     void replaceSession(std::shared_ptr<B2Session> next);
     /// How an attempt ended, together with whose it was: another may have begun since.
     void conclude(const StoredKey& key, std::optional<ConnectionFailure> failure);
-    bool isStored(const std::string& keyID) const;
     StoredKey stored(const StoredKey& key) const;
 
     Keychain& keychain_;

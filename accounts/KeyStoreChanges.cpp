@@ -194,37 +194,39 @@ Task<std::optional<std::string>> KeyStore::reasonToKeep(StoredKey key)
         connectionFailureFrom(error).message);
 }
 
-Task<> KeyStore::rename(StoredKey key, std::string name)
+Task<bool> KeyStore::rename(StoredKey key, std::string name)
 {
     name = trimmed(name);
     if (name.empty())
-        co_return;
+        co_return true;
     try {
         co_await keychain_.setLabel(key.keyID, name);
     } catch (const Keychain::Failure& error) {
         record(B2LogLevel::error, "keys", "Could not rename the key", error.what());
-        co_return;
+        co_return false;
     }
     co_await reload();
     record(B2LogLevel::notice, "keys", "Renamed a key to " + name,
         "Stored on the key itself, so it reaches your other Macs when key sync is on.");
+    co_return true;
 }
 
-Task<> KeyStore::renameAccount(std::string accountID, std::string name)
+Task<bool> KeyStore::renameAccount(std::string accountID, std::string name)
 {
     name = trimmed(name);
     if (name.empty())
-        co_return;
+        co_return true;
     try {
         if (co_await keychain_.accountName(accountID) == name)
-            co_return;
+            co_return true;
         co_await keychain_.setAccountName(accountID, name);
     } catch (const Keychain::Failure& error) {
         record(B2LogLevel::warning, "keys", "Could not rename the account", error.what());
-        co_return;
+        co_return false;
     }
     co_await reload();
     record(B2LogLevel::notice, "keys", "Renamed this account to " + name);
+    co_return true;
 }
 
 std::string addKeyMessage(const std::exception_ptr& error, bool isKnown)

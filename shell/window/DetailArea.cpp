@@ -125,10 +125,10 @@ void DetailArea::act()
         root_.reloadBuckets();
         break;
     case DetailState::Action::readKeys:
-        root_.reloadKeysAskingAgain();
+        root_.storedKeys.reloadAskingAgain();
         break;
     case DetailState::Action::stopWaiting:
-        root_.stopWaiting();
+        root_.storedKeys.stopWaiting();
         break;
     case DetailState::Action::unlock:
         Q_EMIT unlockRequested();

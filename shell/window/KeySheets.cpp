@@ -20,7 +20,7 @@ Sheet* makeQuestion(const KeyQuestion& question, QWidget* parent)
     return sheet;
 }
 
-/// Closes the sheet when the work is done. A failure is told in the sheet, which stays; `onFailure` is called then.
+/// Closes the sheet when the work is done. After a failure the sheet stays and shows it, and `onFailure` is called.
 Task<> runBehind(QPointer<Sheet> sheet, Task<> work, std::function<void()> onFailure = nullptr)
 {
     std::optional<std::string> failure;
@@ -43,46 +43,15 @@ Task<> runBehind(QPointer<Sheet> sheet, Task<> work, std::function<void()> onFai
         onFailure();
 }
 
-/// A file that opens after the sheet was closed counts as well.
-Task<> unlockAndRead(QPointer<RootModel> root, Secret passphrase)
-{
-    co_await root->keyStore.keychain().unlockLegacyStore(std::move(passphrase));
-    if (root)
-        root->reloadKeys();
-}
-
-/// Is told above the panes when it is done, whether the sheet is still open or not.
-Task<> setPassphrase(QPointer<RootModel> root, Secret current, Secret next, PassphraseChange change)
-{
-    co_await root->keyStore.keychain().setLegacyPassphrase(std::move(current), std::move(next));
-    if (root)
-        root->remark = passphraseChangeText(change);
-}
-
 } // namespace
 
-KeySheets::KeySheets(RootModel& root, AppContext& context, QWidget& window)
+KeySheets::KeySheets(StoredKeys& keys, std::function<std::vector<B2Bucket>()> buckets, QWidget& window)
     : QObject(&window)
-    , root_(root)
-    , context_(context)
+    , keys_(keys)
+    , buckets_(std::move(buckets))
     , window_(window)
-    , seenRenameTick_(*context.accountRenameTick)
 {
-    context.addKey = [self = QPointer(this)]() -> Task<> {
-        if (self)
-            self->addKey();
-        co_return;
-    };
-    connect(&context, &Observable::changed, this, &KeySheets::follow);
-    connect(&root, &Observable::changed, this, &KeySheets::showConnected);
-}
-
-void KeySheets::follow()
-{
-    if (std::exchange(seenRenameTick_, *context_.accountRenameTick) == *context_.accountRenameTick)
-        return;
-    if (const auto session = *root_.keyStore.session)
-        renameAccount(session->authorization.accountID);
+    connect(&keys_, &Observable::changed, this, &KeySheets::showConnected);
 }
 
 bool KeySheets::bringToFront()
@@ -107,10 +76,10 @@ void KeySheets::open(Sheet* sheet)
 
 void KeySheets::showConnected()
 {
-    if (sheet_ || !*root_.isShowingConnected)
+    if (sheet_ || !*keys_.isShowingConnected)
         return;
-    root_.isShowingConnected = false;
-    if (const auto text = root_.connectedText())
+    keys_.dismissConnected();
+    if (const auto text = keys_.connectedText())
         open(new ConnectedSheet(toQString(*text), &window_));
 }
 
@@ -118,7 +87,7 @@ void KeySheets::addKey()
 {
     if (bringToFront())
         return;
-    if (*root_.keyStore.keychain().needsPassphrase) {
+    if (*keys_.keychain().needsPassphrase) {
         unlockStore();
         sheet_->setMessage(MessageKind::notice, tr("Unlock your keys first, then add another one."));
         // After what the sheet does itself when it closes.
@@ -133,9 +102,9 @@ void KeySheets::addKey()
 
 void KeySheets::openAddKey()
 {
-    auto* const sheet = new AddKeyView(root_.keyStore, {}, AfterAdding::switchToNewKey, &window_);
+    auto* const sheet = new AddKeyView(keys_.store(), {}, AfterAdding::switchToNewKey, &window_);
     // A check that is ended late may have stored the key already.
-    connect(sheet, &QDialog::rejected, &root_, &RootModel::reloadKeys);
+    connect(sheet, &QDialog::rejected, &keys_, &StoredKeys::reload);
     open(sheet);
 }
 
@@ -143,12 +112,12 @@ void KeySheets::renameKey(const StoredKey& key)
 {
     if (bringToFront())
         return;
-    auto* const sheet = new RenameSheet(tr("Rename Key"), toQString(renameKeyText(root_.keyStore.isMaster(key))),
-        toQString(key.label == unnamedKeyLabel ? std::string() : key.label), toQString(root_.serviceName(key)),
+    auto* const sheet = new RenameSheet(tr("Rename Key"), toQString(renameKeyText(keys_.store().isMaster(key))),
+        toQString(key.label == unnamedKeyLabel ? std::string() : key.label), toQString(keys_.serviceName(key)),
         &window_);
     sheet->setObjectName(QStringLiteral("renameKey"));
-    connect(sheet, &RenameSheet::renamed, this,
-        [this, key](const QString& name) { root_.renameKey(key, fromQString(name)); });
+    connect(
+        sheet, &RenameSheet::renamed, this, [this, key](const QString& name) { keys_.rename(key, fromQString(name)); });
     open(sheet);
 }
 
@@ -157,10 +126,10 @@ void KeySheets::renameAccount(const std::string& accountID)
     if (bringToFront())
         return;
     auto* const sheet = new RenameSheet(tr("Rename Account"), toQString(renameAccountText()),
-        toQString(root_.keyStore.accountDisplayName(accountID)), {}, &window_);
+        toQString(keys_.store().accountDisplayName(accountID)), {}, &window_);
     sheet->setObjectName(QStringLiteral("renameAccount"));
     connect(sheet, &RenameSheet::renamed, this,
-        [this, accountID](const QString& name) { root_.renameAccount(accountID, fromQString(name)); });
+        [this, accountID](const QString& name) { keys_.renameAccount(accountID, fromQString(name)); });
     open(sheet);
 }
 
@@ -168,11 +137,11 @@ void KeySheets::removeKey(const StoredKey& key)
 {
     if (bringToFront())
         return;
-    auto* const sheet = makeQuestion(removeKeyQuestion(key, root_.isCurrent(key)), &window_);
+    auto* const sheet = makeQuestion(removeKeyQuestion(key, keys_.isCurrent(key)), &window_);
     sheet->setObjectName(QStringLiteral("removeKey"));
     connect(sheet, &Sheet::verbTriggered, this, [this, sheet, key] {
         sheet->setBusy(true, tr("Removing the key…"));
-        tasks_.start(runBehind(sheet, root_.keyStore.remove(key)));
+        tasks_.start(runBehind(sheet, keys_.store().remove(key)));
     });
     open(sheet);
 }
@@ -187,8 +156,8 @@ Task<> KeySheets::askAboutRevoked(QPointer<KeySheets> self)
 {
     if (!self)
         co_return;
-    const auto revoked = self->root_.keyStore.revokedKeys();
-    auto& keychain = self->root_.keyStore.keychain();
+    const auto revoked = self->keys_.store().revokedKeys();
+    auto& keychain = self->keys_.keychain();
     bool isAnyShared = false;
     for (const auto& key : revoked) {
         try {
@@ -203,7 +172,7 @@ Task<> KeySheets::askAboutRevoked(QPointer<KeySheets> self)
     sheet->setObjectName(QStringLiteral("removeRevoked"));
     connect(sheet, &Sheet::verbTriggered, self, [self = self.data(), sheet] {
         sheet->setBusy(true, tr("Asking Backblaze about each key…"));
-        self->tasks_.start(runBehind(sheet, self->root_.removeRevokedKeys()));
+        self->tasks_.start(runBehind(sheet, self->keys_.removeRevoked()));
     });
     self->open(sheet);
 }
@@ -213,19 +182,18 @@ void KeySheets::unlockStore()
     if (bringToFront())
         return;
     auto* const sheet =
-        new PassphraseSheet(PassphraseSheet::Purpose::unlock, root_.keyStore.keychain().legacyStorePath(), &window_);
+        new PassphraseSheet(PassphraseSheet::Purpose::unlock, keys_.keychain().legacyStorePath(), &window_);
     connect(sheet, &Sheet::verbTriggered, this, [this, sheet] {
         auto passphrase = sheet->currentPassphrase();
         sheet->setBusy(true, tr("Opening the file…"));
-        tasks_.start(
-            runBehind(sheet, unlockAndRead(&root_, std::move(passphrase)), [sheet] { sheet->selectPassphrase(); }));
+        tasks_.start(runBehind(sheet, keys_.unlock(std::move(passphrase)), [sheet] { sheet->selectPassphrase(); }));
     });
     open(sheet);
 }
 
 void KeySheets::protectStore()
 {
-    const bool isChange = *root_.keyStore.keychain().hasPassphrase;
+    const bool isChange = *keys_.keychain().hasPassphrase;
     changePassphrase(isChange ? PassphraseSheet::Purpose::change : PassphraseSheet::Purpose::set,
         isChange ? PassphraseChange::changed : PassphraseChange::set);
 }
@@ -239,14 +207,14 @@ void KeySheets::changePassphrase(PassphraseSheet::Purpose purpose, PassphraseCha
 {
     if (bringToFront())
         return;
-    auto* const sheet = new PassphraseSheet(purpose, root_.keyStore.keychain().legacyStorePath(), &window_);
+    auto* const sheet = new PassphraseSheet(purpose, keys_.keychain().legacyStorePath(), &window_);
     connect(sheet, &Sheet::verbTriggered, this, [this, sheet, change] {
         auto current = sheet->currentPassphrase();
         auto next = sheet->newPassphrase();
         sheet->setBusy(true,
             change == PassphraseChange::takenOff ? tr("Taking the passphrase off the file…")
                                                  : tr("Closing the file with the passphrase…"));
-        tasks_.start(runBehind(sheet, setPassphrase(&root_, std::move(current), std::move(next), change),
+        tasks_.start(runBehind(sheet, keys_.setPassphrase(std::move(current), std::move(next), change),
             [sheet] { sheet->selectPassphrase(); }));
     });
     open(sheet);
@@ -256,19 +224,19 @@ void KeySheets::addKnownKey(const KnownKey& key)
 {
     if (bringToFront())
         return;
-    open(new AddKeyView(root_.keyStore, key, AfterAdding::keepSession, &window_));
+    open(new AddKeyView(keys_.store(), key, AfterAdding::keepSession, &window_));
 }
 
 void KeySheets::inspectKey(const StoredKey& key)
 {
-    const auto inspection = root_.inspection(key);
+    const auto inspection = keys_.inspection(key);
     if (!inspection || bringToFront())
         return;
     const KeyDetailsInputs inputs{.key = inspection->key,
-        .buckets = *root_.buckets.buckets,
+        .buckets = buckets_(),
         .isCurrent = inspection->isCurrent,
         .isStored = true,
-        .keyPlace = root_.keyStore.keychain().place(),
+        .keyPlace = keys_.keychain().place(),
         .storedLabel = key.label,
         .isMaster = inspection->isMaster,
         .describedBySignIn = inspection->describedBySignIn,
@@ -276,6 +244,6 @@ void KeySheets::inspectKey(const StoredKey& key)
     const auto& name = inspection->backblazeName;
     auto* const sheet = new KeyDetailsView(inputs, name && *name != key.label, &window_);
     connect(sheet, &KeyDetailsView::useBackblazeName, this,
-        [this, key, name = name.value_or("")] { root_.renameKey(key, name); });
+        [this, key, name = name.value_or("")] { keys_.rename(key, name); });
     open(sheet);
 }

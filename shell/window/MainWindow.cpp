@@ -48,7 +48,8 @@ MainWindow::MainWindow(Application& application)
     , transfers_(new TransfersView(*application.queue))
     , welcome_(new WelcomeView)
     , pages_(new QStackedWidget(this))
-    , keySheets_(new KeySheets(*application.root, *application.context, *this))
+    , keySheets_(new KeySheets(
+          application.root->storedKeys, [root = application.root.get()] { return *root->buckets.buckets; }, *this))
     , transferDialogs_(new TransferDialogs(application, *this))
     , columns_(new QSplitter(Qt::Horizontal, this))
     , rows_(new QSplitter(Qt::Vertical))
@@ -61,14 +62,26 @@ MainWindow::MainWindow(Application& application)
     restoreSplitters();
     connect(application.root.get(), &Observable::changed, this, &MainWindow::render);
     connect(application.context.get(), &Observable::changed, this, &MainWindow::render);
+    application.context->addKey = [sheets = QPointer(keySheets_)]() -> Task<> {
+        if (sheets)
+            sheets->addKey();
+        co_return;
+    };
+    connect(application.context.get(), &Observable::changed, this,
+        [this, seen = *application.context->accountRenameTick]() mutable {
+            const int tick = *application_.context->accountRenameTick;
+            const auto session = *application_.root->keyStore.session;
+            if (std::exchange(seen, tick) != tick && session)
+                keySheets_->renameAccount(session->authorization.accountID);
+        });
     connect(qApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
         if (state == Qt::ApplicationActive && *application_.root->keyStore.isStarted)
-            application_.root->reloadKeys();
+            application_.root->storedKeys.reload();
     });
     connect(banner_, &Banner::actionTriggered, this, [this] {
         const auto notice = application_.root->notice();
         if (notice && notice->action == RootNotice::Action::stopWaiting)
-            application_.root->stopWaiting();
+            application_.root->storedKeys.stopWaiting();
         else
             application_.root->tryAgain();
     });
@@ -138,8 +151,9 @@ void MainWindow::buildLayout()
     connect(sidebar_, &Sidebar::removeKeyRequested, keySheets_, &KeySheets::removeKey);
     connect(sidebar_, &Sidebar::removeRevokedKeysRequested, keySheets_, &KeySheets::removeRevokedKeys);
     connect(&detail_->keys(), &KeysView::renameSheetRequested, keySheets_, &KeySheets::renameKey);
-    connect(&detail_->keys(), &KeysView::renameRequested, this,
-        [this](const StoredKey& key, const QString& name) { application_.root->renameKey(key, fromQString(name)); });
+    connect(&detail_->keys(), &KeysView::renameRequested, this, [this](const StoredKey& key, const QString& name) {
+        application_.root->storedKeys.rename(key, fromQString(name));
+    });
     connect(transfers_, &TransfersView::filesDropped, this, [this](const QList<QUrl>& urls) {
         if (application_.root->detailState().kind == DetailState::Kind::browser)
             detail_->browser().takeFiles(urls);
@@ -234,7 +248,7 @@ void MainWindow::fillAccountMenu()
     account_->addAction(symbolIcon(Symbol::add), tr("Add Key…"), keySheets_, &KeySheets::addKey);
     account_->addSeparator();
 
-    const auto key = root.keyInUse();
+    const auto key = root.storedKeys.keyInUse();
     const auto add = [&](const QString& text, bool isOffered, const QString& reason, const auto& act) {
         auto* const action = account_->addAction(text, keySheets_, act);
         action->setEnabled(isOffered);
@@ -245,8 +259,8 @@ void MainWindow::fillAccountMenu()
     const auto about = [&](void (KeySheets::*slot)(const StoredKey&)) {
         return [this, slot, chosen = key.value_or(StoredKey())] { (keySheets_->*slot)(chosen); };
     };
-    add(tr("Key Details…"), key && root.inspection(*key), key ? tr("Backblaze did not tell of this key") : noKey,
-        about(&KeySheets::inspectKey));
+    add(tr("Key Details…"), key && root.storedKeys.inspection(*key),
+        key ? tr("Backblaze did not tell of this key") : noKey, about(&KeySheets::inspectKey));
     add(tr("Rename Key…"), key.has_value(), noKey, about(&KeySheets::renameKey));
     add(tr("Rename Account…"), *root.keyStore.session != nullptr, tr("Kestrovan is not connected with a key"),
         [this] { application_.context->accountRenameTick = *application_.context->accountRenameTick + 1; });

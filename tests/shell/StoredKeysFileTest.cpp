@@ -160,9 +160,9 @@ TEST_F(StoredKeysFileTest, APassphraseIsChangedByWhoeverKnowsItAndThatIsSaid)
     auto* const sheet = window->keySheets().sheet();
     const auto fields = sheet->findChildren<QLineEdit*>();
     EXPECT_TRUE(spinUntil([&] { return fields.front()->hasFocus() && fields.front()->hasSelectedText(); }));
-    EXPECT_FALSE(*application->root->remark);
+    EXPECT_FALSE(application->root->notice());
 
     answer({QStringLiteral("horse"), QStringLiteral("cow"), QStringLiteral("cow")});
-    EXPECT_TRUE(spinUntil([&] { return application->root->remark->has_value(); }));
+    EXPECT_TRUE(spinUntil([&] { return application->root->notice().has_value(); }));
     EXPECT_NO_THROW(qtRun(FileKeychain(directory, log).unlockLegacyStore("cow")));
 }
