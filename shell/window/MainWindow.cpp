@@ -2,6 +2,7 @@
 
 #include "accounts/keys/views/KeysCommands.h"
 #include "accounts/keys/views/KeysView.h"
+#include "accounts/views/KeySheets.h"
 #include "browser/views/BrowserCommands.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/LocalPath.h"
@@ -16,7 +17,6 @@
 #include "shell/log/ActivityLogWindow.h"
 #include "shell/window/DetailArea.h"
 #include "shell/window/HelpWindow.h"
-#include "shell/window/KeySheets.h"
 #include "shell/window/Sidebar.h"
 #include "shell/window/StagedWindow.h"
 #include "shell/window/TransferDialogs.h"

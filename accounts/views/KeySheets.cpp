@@ -1,11 +1,11 @@
-#include "shell/window/KeySheets.h"
+#include "accounts/views/KeySheets.h"
 
 #include "accounts/KeyNames.h"
 #include "accounts/keys/views/KeyDetailsView.h"
 #include "accounts/views/AddKeyView.h"
+#include "accounts/views/ConnectedSheet.h"
 #include "accounts/views/RenameSheet.h"
 #include "foundation/QtText.h"
-#include "shell/window/ConnectedSheet.h"
 
 #include <algorithm>
 #include <functional>
