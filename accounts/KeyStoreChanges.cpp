@@ -32,7 +32,7 @@ Task<std::vector<KeychainEntry>> entriesBeforeAdding(Keychain* keychain)
     try {
         co_return co_await keychain->entries();
     } catch (const Keychain::Failure& failure) {
-        if (failure.status != Keychain::isDamaged)
+        if (failure.status != Keychain::Status::damaged)
             throw;
     }
     co_return std::vector<KeychainEntry>();

@@ -69,7 +69,7 @@ private:
     void check() const
     {
         if (isBroken)
-            throw Failure(isLocked, "The keyring is locked");
+            throw Failure(Status::locked, "The keyring is locked");
     }
 
     Keychain& inner_;
