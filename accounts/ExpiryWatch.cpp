@@ -18,13 +18,11 @@ ExpiryWatch::ExpiryWatch(KeyStore& store)
     timer_.setSingleShot(true);
     timer_.setTimerType(Qt::PreciseTimer);
     connect(&timer_, &QTimer::timeout, this, &ExpiryWatch::tell);
-    connect(&store_, &Observable::changed, this, &ExpiryWatch::follow);
+    connect(&store_, &KeyStore::sessionReplaced, this, &ExpiryWatch::follow);
 }
 
 void ExpiryWatch::follow()
 {
-    if (*store_.session == session_)
-        return;
     session_ = *store_.session;
     told_.reset();
     notice = std::nullopt;

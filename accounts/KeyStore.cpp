@@ -155,6 +155,12 @@ Task<> KeyStore::connect(StoredKey key)
     isConnecting = --runningAttempts_ > 0;
 }
 
+void KeyStore::replaceSession(std::shared_ptr<B2Session> next)
+{
+    session = std::move(next);
+    Q_EMIT sessionReplaced();
+}
+
 void KeyStore::conclude(const StoredKey& key, std::optional<ConnectionFailure> failure)
 {
     lastAttempted = key;
@@ -197,8 +203,8 @@ Task<> KeyStore::openSession(StoredKey key, bool wasStored)
     StoredKey current = stored(key);
     if (!current.accountID)
         current.accountID = authorization.accountID;
-    session = std::make_shared<B2Session>(current, client, authorization);
     conclude(current, std::nullopt);
+    replaceSession(std::make_shared<B2Session>(current, client, authorization));
     co_await loadLiveKeyNames();
     log_.record({B2LogLevel::info, "auth",
         fmt::format("Connected with key {} - permits: {}", current.label,

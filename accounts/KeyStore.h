@@ -23,6 +23,8 @@
 /// Lives on the main thread as long as the process. A failed attempt to connect leaves the session that was there;
 /// no failure of a connection is thrown, all are left in the fields.
 class KeyStore final : public Observable {
+    Q_OBJECT
+
 public:
     /// The key to add is in the store already.
     struct AddFailure : std::runtime_error {
@@ -48,8 +50,8 @@ public:
     KeyStore(Keychain& keychain, const ClientFactory& clients, Settings& settings, ActivityLog& log);
 
     Observed<std::vector<StoredKey>> keys{this};
-    Observed<std::shared_ptr<B2Session>> session{this};
-    Observed<bool> isStarted{this, false}; ///< The stored keys were read once.
+    Observed<std::shared_ptr<B2Session>> session{this}; ///< Null while not connected.
+    Observed<bool> isStarted{this, false};              ///< The stored keys were read once.
     Observed<bool> isConnecting{this, false};
     Observed<std::optional<ConnectionFailure>> connectionFailure{this};
     Observed<std::optional<StoredKey>> lastAttempted{this};
@@ -101,9 +103,11 @@ public:
     /// @returns why the key was kept, as a sentence; nothing when it was removed.
     Task<std::optional<std::string>> removeIfRevoked(StoredKey key);
 
-    // A failure goes to the log; an empty name does nothing. Neither changes anything at the service.
-    Task<> rename(StoredKey key, std::string name);
-    Task<> renameAccount(std::string accountID, std::string name);
+    /// Gives a key another name here, not at the service; an empty name does nothing.
+    /// @returns false when the store refused, for which the log has the reason.
+    Task<bool> rename(StoredKey key, std::string name);
+    /// The same for an account, which has its name here alone.
+    Task<bool> renameAccount(std::string accountID, std::string name);
 
     // --- Other accounts
 
@@ -117,6 +121,7 @@ public:
 
     // --- What is known of the keys
 
+    bool isStored(const std::string& keyID) const;
     /// Is it the account's master application key?
     bool isMaster(const StoredKey& key) const;
     /// Has the service no such key any more? Only known of the account that the current session could list completely.
@@ -125,6 +130,11 @@ public:
     std::set<std::string> revokedKeyIDs() const;
     std::vector<StoredAccount> accountGroups() const;
     std::string accountDisplayName(const std::optional<std::string>& accountID) const;
+
+Q_SIGNALS:
+    /// Emitted while `session` is assigned another one, or null. `changed()` follows a turn of the loop later, which
+    /// would leave the rows of the earlier session on the screen until then.
+    void sessionReplaced();
 
 private:
     struct Accepted;
@@ -145,9 +155,9 @@ private:
     Task<> nameKey(std::string keyID, B2Authorization authorization, std::shared_ptr<B2Client> client);
     void record(B2LogLevel level, std::string_view category, std::string message, std::string detail = {});
     void fail(const StoredKey& key, const std::exception_ptr& error);
+    void replaceSession(std::shared_ptr<B2Session> next);
     /// How an attempt ended, together with whose it was: another may have begun since.
     void conclude(const StoredKey& key, std::optional<ConnectionFailure> failure);
-    bool isStored(const std::string& keyID) const;
     StoredKey stored(const StoredKey& key) const;
 
     Keychain& keychain_;

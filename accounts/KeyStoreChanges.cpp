@@ -33,7 +33,7 @@ Task<std::vector<KeychainEntry>> entriesBeforeAdding(Keychain* keychain)
     try {
         co_return co_await keychain->entries();
     } catch (const Keychain::Failure& failure) {
-        if (failure.status != Keychain::isDamaged)
+        if (failure.status != Keychain::Status::damaged)
             throw;
     }
     co_return std::vector<KeychainEntry>();
@@ -87,9 +87,9 @@ Task<> KeyStore::add(std::string label, std::string keyID, Secret applicationKey
     const auto accepted =
         co_await acceptAndStore(std::move(label), std::move(keyID), std::move(applicationKey), Announcement::logged);
     const auto& accountID = accepted->authorization.accountID;
-    session = std::make_shared<B2Session>(
-        stored({accepted->keyID, std::string(unnamedKeyLabel), accountID}), accepted->client, accepted->authorization);
     connectionFailure = std::nullopt;
+    replaceSession(std::make_shared<B2Session>(
+        stored({accepted->keyID, std::string(unnamedKeyLabel), accountID}), accepted->client, accepted->authorization));
     co_await nameAccount(accepted->authorization);
     co_await loadLiveKeyNames();
 }
@@ -139,9 +139,9 @@ Task<> KeyStore::remove(StoredKey key)
         connectionFailure = std::nullopt;
     }
     if (*session && (*session)->key->keyID == key.keyID) {
-        session = nullptr;
         liveKeys = std::map<std::string, B2ApplicationKey>();
         liveNamesAccountID = std::nullopt;
+        replaceSession(nullptr);
     }
     co_await reload();
     const bool isLastOfAccount = key.accountID && !key.accountID->empty()
@@ -189,37 +189,39 @@ Task<std::optional<std::string>> KeyStore::reasonToKeep(StoredKey key)
         connectionFailureFrom(error).message);
 }
 
-Task<> KeyStore::rename(StoredKey key, std::string name)
+Task<bool> KeyStore::rename(StoredKey key, std::string name)
 {
     name = trimmed(name);
     if (name.empty())
-        co_return;
+        co_return true;
     try {
         co_await keychain_.setLabel(key.keyID, name);
     } catch (const Keychain::Failure& error) {
         record(B2LogLevel::error, "keys", "Could not rename the key", error.what());
-        co_return;
+        co_return false;
     }
     co_await reload();
     record(B2LogLevel::notice, "keys", "Renamed a key to " + name,
         "Stored on the key itself, so it reaches your other Macs when key sync is on.");
+    co_return true;
 }
 
-Task<> KeyStore::renameAccount(std::string accountID, std::string name)
+Task<bool> KeyStore::renameAccount(std::string accountID, std::string name)
 {
     name = trimmed(name);
     if (name.empty())
-        co_return;
+        co_return true;
     try {
         if (co_await keychain_.accountName(accountID) == name)
-            co_return;
+            co_return true;
         co_await keychain_.setAccountName(accountID, name);
     } catch (const Keychain::Failure& error) {
         record(B2LogLevel::warning, "keys", "Could not rename the account", error.what());
-        co_return;
+        co_return false;
     }
     co_await reload();
     record(B2LogLevel::notice, "keys", "Renamed this account to " + name);
+    co_return true;
 }
 
 std::string addKeyMessage(const std::exception_ptr& error, bool isKnown)

@@ -13,6 +13,16 @@ struct StoredKey {
     bool operator==(const StoredKey&) const = default;
 };
 
+/// A stored key as a menu lists it.
+struct KeyMenuEntry {
+    std::string id;
+    std::string title;
+    std::string account;     ///< Display name; "Account not yet known" before the key has connected once.
+    bool isDisabled = false; ///< The service no longer has the key, or no secret is stored.
+
+    bool operator==(const KeyMenuEntry&) const = default;
+};
+
 /// The stored keys of one account.
 struct StoredAccount {
     std::string accountID;

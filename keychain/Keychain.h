@@ -28,28 +28,30 @@ struct KeychainEntry {
 /// A task that is asked to stop ends at once with `Cancelled`; what it had begun to write may be written or not.
 class Keychain : public Observable {
 public:
+    /// Why a store failed. The numbers are those that Keychain Services uses.
+    enum class Status : std::int32_t {
+        itemNotFound = -25300,    ///< Not a failure of an update or a removal.
+        noSecretService = -34018, ///< The desktop has none: the legacy store is used instead.
+        locked = -25308,          ///< And the user cannot be asked to unlock it.
+        dismissed = -128,         ///< The user did not unlock it.
+        tooSlow = -25291,         ///< No answer within 5 seconds.
+        serviceEnded = -25295,    ///< The service ended during the call.
+        wrongPassphrase = -25293, ///< Of the legacy store; or none was given yet.
+        damaged = -67049,         ///< The legacy store's file, or its key file.
+        cannotWrite = -61,        ///< The legacy store's file or folder.
+        refused = -50,            ///< Any other failure of the store.
+    };
+
     /// Why the store could not do what it was asked, as a sentence to show.
     struct Failure : std::runtime_error {
-        Failure(std::int32_t code, const std::string& sentence)
+        Failure(Status why, const std::string& sentence)
             : std::runtime_error(sentence)
-            , status(code)
+            , status(why)
         {
         }
 
-        std::int32_t status; ///< One of the constants below.
+        Status status;
     };
-
-    // The states of a store that fails. The first is no failure of an update or of a removal.
-    static constexpr std::int32_t itemNotFound = -25300;
-    static constexpr std::int32_t noSecretService = -34018; ///< The desktop has none: then the legacy store serves.
-    static constexpr std::int32_t isLocked = -25308;        ///< And the user cannot be asked to unlock it.
-    static constexpr std::int32_t dismissed = -128;         ///< The user did not unlock it.
-    static constexpr std::int32_t tooSlow = -25291;         ///< No answer within 5 seconds.
-    static constexpr std::int32_t hasDied = -25295;         ///< The service ended while it was asked.
-    static constexpr std::int32_t wrongPassphrase = -25293; ///< Of the legacy store; or none was given yet.
-    static constexpr std::int32_t isDamaged = -67049;       ///< The legacy store's file, or what opens it.
-    static constexpr std::int32_t cannotWrite = -61;        ///< The legacy store's file or folder.
-    static constexpr std::int32_t refused = -50;            ///< Anything else the store said.
 
     /// A legacy store serves instead of the desktop's for the rest of the process.
     Observed<bool> useLegacyStore{this, false};

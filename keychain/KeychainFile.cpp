@@ -58,13 +58,14 @@ Secret keyFrom(const Secret& passphrase, const std::string& salt)
             derivationMemory, crypto_pwhash_ALG_ARGON2ID13)
         != 0)
         throw Keychain::Failure(
-            Keychain::refused, "There is not enough memory to open the stored keys. Nothing was changed.");
+            Keychain::Status::refused, "There is not enough memory to open the stored keys. Nothing was changed.");
     return Secret(std::move(key));
 }
 
 Keychain::Failure needsPassphraseFailure()
 {
-    return {Keychain::wrongPassphrase, "The stored keys are locked with your passphrase. Enter it to use them."};
+    return {
+        Keychain::Status::wrongPassphrase, "The stored keys are locked with your passphrase. Enter it to use them."};
 }
 
 } // namespace
@@ -88,13 +89,13 @@ public:
     {
         static const bool isReady = sodium_init() >= 0;
         if (!isReady)
-            throw Keychain::Failure(Keychain::refused, "Encryption could not be started. Nothing was changed.");
+            throw Keychain::Failure(Keychain::Status::refused, "Encryption could not be started. Nothing was changed.");
         descriptor_ = ::open(file.directory_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         const auto end = std::chrono::steady_clock::now() + patience;
         while (descriptor_ >= 0 && ::flock(descriptor_, LOCK_EX | LOCK_NB) != 0) {
             if (std::chrono::steady_clock::now() >= end) {
                 ::close(descriptor_);
-                throw Keychain::Failure(Keychain::tooSlow,
+                throw Keychain::Failure(Keychain::Status::tooSlow,
                     "Another program keeps the stored keys busy. Nothing was changed; try again in a moment.");
             }
             std::this_thread::sleep_for(20ms);
@@ -146,7 +147,7 @@ std::optional<std::string> KeychainFile::edited(const std::function<void(Entries
         if (box)
             entries = open(*box);
     } catch (const Keychain::Failure& failure) {
-        if (failure.status != Keychain::isDamaged || whenClosed == WhenClosed::fail)
+        if (failure.status != Keychain::Status::damaged || whenClosed == WhenClosed::fail)
             throw;
         aside = setAside();
         box.reset();
@@ -296,10 +297,10 @@ Secret KeychainFile::keyFromFile(const Header& header)
 Secret KeychainFile::verifiedKey(const Secret& passphrase, const Header& header, const std::string& refusal)
 {
     if (passphrase.empty())
-        throw Keychain::Failure(Keychain::wrongPassphrase, refusal);
+        throw Keychain::Failure(Keychain::Status::wrongPassphrase, refusal);
     auto key = keyFrom(passphrase, header.salt);
     if (checkOf(key) != header.check)
-        throw Keychain::Failure(Keychain::wrongPassphrase, refusal);
+        throw Keychain::Failure(Keychain::Status::wrongPassphrase, refusal);
     return key;
 }
 
@@ -333,7 +334,7 @@ void KeychainFile::write(const Entries& entries, const Header& header, const Sec
 
 Keychain::Failure KeychainFile::cannotOpen(const std::string& reason, const std::string& help) const
 {
-    return {Keychain::isDamaged,
+    return {Keychain::Status::damaged,
         fmt::format("Your keys are in “{}”, which can't be opened: {}. {}, then try again. The file is kept, "
                     "also when you add a key.",
             path().string(), reason, help)};

@@ -12,7 +12,7 @@
 /// Items and their secrets in one encrypted file that only its owner can read (0600), replaced in one step.
 ///
 /// What opens it is made of a passphrase (Argon2id), or is a random key in a file of its own beside it. A file that
-/// cannot be opened fails as `isDamaged` and stays as it is, until a new key has to be stored: then it is set aside,
+/// cannot be opened fails as `damaged` and stays as it is, until a new key has to be stored: then it is set aside,
 /// never overwritten. From any thread, and blocks: for up to 5 seconds while another process has the file, and about
 /// one second to make a key of a passphrase. Every member throws Keychain::Failure.
 class KeychainFile {

@@ -14,7 +14,7 @@ constexpr auto setAsideMark = ".set-aside-";
 
 Keychain::Failure cannotRead(const std::filesystem::path& file, int error)
 {
-    return {Keychain::cannotWrite,
+    return {Keychain::Status::cannotWrite,
         fmt::format("The stored keys in “{}” couldn't be read: {}. The file stays as it is.", file.string(),
             std::error_code(error, std::generic_category()).message())};
 }
@@ -23,7 +23,7 @@ Keychain::Failure cannotRead(const std::filesystem::path& file, int error)
 
 Keychain::Failure cannotSaveKeys(const std::filesystem::path& file, const std::error_code& error)
 {
-    return {Keychain::cannotWrite,
+    return {Keychain::Status::cannotWrite,
         fmt::format(
             "The keys couldn't be saved in “{}”: {}. What was stored before is kept.", file.string(), error.message())};
 }

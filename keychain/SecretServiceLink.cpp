@@ -14,24 +14,24 @@ constexpr auto linkKey = "kestrovan-link";
 
 Keychain::Failure slow()
 {
-    return {Keychain::tooSlow,
+    return {Keychain::Status::tooSlow,
         "The desktop's keyring did not answer in time. Nothing is known to be changed; try again in a moment."};
 }
 
 Keychain::Failure absent()
 {
-    return {Keychain::noSecretService, "This desktop has no keyring."};
+    return {Keychain::Status::noSecretService, "This desktop has no keyring."};
 }
 
 Keychain::Failure died()
 {
-    return {Keychain::hasDied,
+    return {Keychain::Status::serviceEnded,
         "The desktop's keyring ended while Kestrovan was using it. What was stored before is kept; try again."};
 }
 
 Keychain::Failure dismissal()
 {
-    return {Keychain::dismissed,
+    return {Keychain::Status::dismissed,
         "The desktop's keyring was not unlocked, so your keys cannot be read or changed. Unlock it and try again."};
 }
 
@@ -208,7 +208,7 @@ Task<> SecretServiceLink::connectToBus(TimeLimit& limit)
                 return GObjectPtr<GDBusConnection>(bus);
             });
     } catch (const Keychain::Failure& failure) {
-        if (failure.status == Keychain::tooSlow)
+        if (failure.status == Keychain::Status::tooSlow)
             throw;
         throw wasOpen_ ? died() : absent(); // Without a bus there is no service either.
     }
@@ -234,7 +234,7 @@ Task<std::shared_ptr<SecretService>> SecretServiceLink::open(TimeLimit& limit)
         });
     const char* const algorithms = secret_service_get_session_algorithms(opened.get());
     if (!algorithms || std::string_view(algorithms) == "plain")
-        throw Keychain::Failure(Keychain::refused,
+        throw Keychain::Failure(Keychain::Status::refused,
             "The desktop's keyring offers no encrypted connection, so Kestrovan gives it no secrets. Nothing was "
             "changed.");
     const GTextPtr owner(g_dbus_proxy_get_name_owner(G_DBUS_PROXY(opened.get())));
@@ -293,7 +293,7 @@ Keychain::Failure SecretServiceLink::refusal() const
         return died();
     if (wasDismissed_)
         return dismissal();
-    return {Keychain::isLocked,
+    return {Keychain::Status::locked,
         "The desktop's keyring is locked and did not ask to be unlocked. Unlock it in its own program, then try "
         "again."};
 }
@@ -311,6 +311,6 @@ Keychain::Failure SecretServiceLink::failureFrom(const GError& error) const
         return refusal();
     if (g_error_matches(&error, SECRET_ERROR, SECRET_ERROR_NO_SUCH_OBJECT)
         || g_error_matches(&error, G_DBUS_ERROR, G_DBUS_ERROR_UNKNOWN_OBJECT))
-        return {Keychain::itemNotFound, "The desktop's keyring no longer has this key."};
-    return {Keychain::refused, std::string("The desktop's keyring could not do this: ") + error.message + "."};
+        return {Keychain::Status::itemNotFound, "The desktop's keyring no longer has this key."};
+    return {Keychain::Status::refused, std::string("The desktop's keyring could not do this: ") + error.message + "."};
 }

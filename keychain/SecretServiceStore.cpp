@@ -68,7 +68,7 @@ Task<bool> unlessGone(Task<bool> change)
     try {
         co_await std::move(change);
     } catch (const Keychain::Failure& failure) {
-        if (failure.status != Keychain::itemNotFound)
+        if (failure.status != Keychain::Status::itemNotFound)
             throw;
         co_return false;
     }
@@ -143,7 +143,7 @@ Task<> SecretServiceStore::save(KeychainItem item, Secret secret)
             kept = candidate.get();
     }
     if (!kept)
-        throw Keychain::Failure(Keychain::refused,
+        throw Keychain::Failure(Keychain::Status::refused,
             "The desktop's keyring took the key but does not give it back. What was stored before is kept.");
     for (const auto& old : found) {
         if (old.get() != kept)

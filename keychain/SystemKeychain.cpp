@@ -33,7 +33,7 @@ Task<Keychain*> SystemKeychain::chosen()
     try {
         co_await keyring_.open();
     } catch (const Failure& failure) {
-        if (failure.status != noSecretService)
+        if (failure.status != Status::noSecretService)
             throw;
         useLegacyStore = true;
         co_return &file_;
@@ -59,7 +59,7 @@ Task<bool> SystemKeychain::takeOverFile()
         if (*remark != failure.what())
             log_.record({B2LogLevel::warning, "keys", fmt::format("Could not look for keys in “{}”", path_.string()),
                 failure.what()});
-        if (failure.status == wrongPassphrase)
+        if (failure.status == Status::wrongPassphrase)
             remark = fmt::format("Keys from the time before this desktop had a keyring are in “{}”, closed with your "
                                  "passphrase. Kestrovan uses the keyring now and does not show them. Keep that file: "
                                  "it still opens where no keyring runs. Delete it only after each of its keys was "
@@ -67,7 +67,7 @@ Task<bool> SystemKeychain::takeOverFile()
                 path_.string());
         else
             remark = failure.what();
-        co_return failure.status == wrongPassphrase;
+        co_return failure.status == Status::wrongPassphrase;
     }
     if (!move.moved.empty())
         log_.record({B2LogLevel::notice, "keys",

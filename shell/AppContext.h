@@ -1,5 +1,6 @@
 #pragma once
 
+#include "accounts/StoredKey.h"
 #include "async/Task.h"
 #include "foundation/Observable.h"
 #include "foundation/Settings.h"
@@ -17,16 +18,6 @@ enum class AccountSurface { buckets, storage, keys, search, migrations, replicat
 /// Lives on the main thread, one for the process.
 class AppContext final : public Observable {
 public:
-    /// A key as the Account menu lists it.
-    struct KeyMenuEntry {
-        std::string id;
-        std::string title;
-        std::string account;     ///< Display name; "Account not yet known" before the key has connected once.
-        bool isDisabled = false; ///< The service no longer has the key, or no secret is stored.
-
-        bool operator==(const KeyMenuEntry&) const = default;
-    };
-
     explicit AppContext(Settings& settings);
 
     Observed<std::optional<AccountSurface>> requested{this};

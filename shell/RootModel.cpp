@@ -22,6 +22,7 @@ constexpr std::chrono::milliseconds patience(200);
 
 RootModel::RootModel(const RootParts& parts)
     : keyStore(parts.keychain, parts.clients, parts.settings, parts.log)
+    , storedKeys(keyStore, parts.settings, notices)
     , keySwitcher(keyStore, parts.keychain, parts.settings)
     , keys(parts.log)
     , browser(parts.settings)
@@ -37,10 +38,14 @@ RootModel::RootModel(const RootParts& parts)
     , reconnection_(keyStore)
     , expiry_(keyStore)
 {
-    for (Observable* model : std::initializer_list<Observable*>{&keyStore, &buckets, &keychain_, &selection, &notices})
+    for (Observable* model :
+        std::initializer_list<Observable*>{&notices, &keyStore, &storedKeys, &buckets, &keychain_, &selection})
         connect(model, &Observable::changed, this, [this] { markChanged(); });
-    connect(&keychain_, &Observable::changed, this, &RootModel::noteKeychain);
-    connect(&keyStore, &Observable::changed, this, &RootModel::noteConnection);
+    connect(&keychain_, &Observable::changed, this, &RootModel::noteUnlocking);
+    connect(&keyStore, &Observable::changed, this, [this] {
+        noteUnlocking();
+        noteSwitch();
+    });
     connect(&buckets, &Observable::changed, this, [this] {
         BucketNames names;
         for (const auto& bucket : *buckets.buckets)
@@ -80,8 +85,8 @@ Task<> RootModel::launch()
     if (const auto& notice = settings_.loadNotice())
         noteSettings("The settings could not be used as they were", *notice);
     wire();
-    rebuildKeyMenu();
-    co_await connectFirst();
+    publishKeyMenu();
+    co_await storedKeys.connectLastUsed();
 }
 
 void RootModel::wire()
@@ -106,16 +111,14 @@ void RootModel::wire()
     connect(&context_, &Observable::changed, this, [this, seen = *context_.keysChangedTick]() mutable {
         if (std::exchange(seen, *context_.keysChangedTick) == *context_.keysChangedTick)
             return;
-        reloadKeys();
+        storedKeys.reload();
     });
-    connect(&keyStore, &Observable::changed, this, [this] {
-        followSession();
-        rebuildKeyMenu();
-    });
+    connect(&keyStore, &KeyStore::sessionReplaced, this, &RootModel::followSession);
+    connect(&storedKeys, &Observable::changed, this, &RootModel::publishKeyMenu);
     // A key that is gone is revoked in the list of stored ones too.
     keys.didChange = [this] { tasks_.start(keyStore.loadLiveKeyNames()); };
     keys.didFailInEarlierSession = [this](std::string sentence) {
-        notices.post({.id = "keys", .kind = Notice::Kind::failure, .text = std::move(sentence)});
+        notices.post({.id = "keys.earlierSession", .kind = Notice::Kind::failure, .text = std::move(sentence)});
     };
     keys.didLoad = [this] { keyStore.takeLiveKeys(*keys.session, *keys.keys); };
 }
@@ -126,36 +129,17 @@ void RootModel::noteSettings(std::string message, std::string sentence)
     notices.post({.id = "settings", .kind = Notice::Kind::warning, .text = std::move(sentence)});
 }
 
-Task<> RootModel::connectFirst()
-{
-    if (keyStore.keys->empty())
-        co_return;
-    const auto lastKeyID = settings_.text(SettingsKeys::lastKeyID);
-    auto key = std::ranges::find_if(*keyStore.keys, [&](const StoredKey& stored) { return stored.keyID == lastKeyID; });
-    if (key == keyStore.keys->end())
-        key = keyStore.keys->begin();
-    co_await keyStore.connect(*key);
-}
-
-// A session comes of a connection or of a key just added, and goes with its key. A failed switch brings none.
+// A connection or a key just added replaces the session, and the removal of its key ends it. A failed switch does not.
 void RootModel::followSession()
 {
     const auto session = *keyStore.session;
-    if (session == *buckets.session)
-        return;
     buckets.reset(session);
     keys.reset(session);
+    unfinishedUploads.reset(session);
     // Rows of another key, perhaps of another account, must not stay under the new one's name.
     browser.close();
-    if (!session)
-        return;
-    keysWithoutSecret_.erase(session->key->keyID);
-    settings_.set(SettingsKeys::lastKeyID, session->key->keyID);
-    if (!settings_.boolean(SettingsKeys::connectedWelcomeShown).value_or(false)) {
-        settings_.set(SettingsKeys::connectedWelcomeShown, true);
-        isShowingConnected = true;
-    }
-    tasks_.start(loadBuckets(session));
+    if (session)
+        tasks_.start(loadBuckets(session));
 }
 
 Task<> RootModel::loadBuckets(std::shared_ptr<B2Session> session)
@@ -236,9 +220,45 @@ DetailState RootModel::detailState() const
     return decideDetail(inputs);
 }
 
+std::optional<RootNotice> RootModel::notice() const
+{
+    using Action = RootNotice::Action;
+    if (*keyStore.session && *keychain_.isWaitingForUnlock)
+        return RootNotice{
+            "Waiting for the keyring to unlock. Answer the desktop's question to go on.", Action::stopWaiting};
+    if (const auto failure = storedKeys.switchFailure())
+        return RootNotice{*failure, (*keyStore.connectionFailure)->canTryAgain() ? Action::tryAgain : Action::none};
+    if (!notices.all->empty())
+        return RootNotice{notices.all->back().text};
+    if (*remark)
+        return RootNotice{**remark};
+    if (*expiry_.notice)
+        return RootNotice{**expiry_.notice};
+    return std::nullopt;
+}
+
+void RootModel::dismissNotice()
+{
+    if (storedKeys.switchFailure())
+        storedKeys.dismissSwitchFailure();
+    else if (!notices.all->empty())
+        notices.dismiss(std::string(notices.all->back().id));
+    else if (*remark)
+        remark = std::nullopt;
+    else
+        expiry_.dismiss();
+}
+
+void RootModel::publishKeyMenu()
+{
+    context_.keyMenu = storedKeys.menu();
+    context_.currentKeyID = storedKeys.currentKeyID();
+}
+
 Task<> RootModel::shutDown()
 {
     tasks_.cancelAll();
+    co_await storedKeys.shutDown();
     co_await reconnection_.shutDown();
     co_await tasks_.drain();
 }

@@ -3,7 +3,7 @@
 #include "accounts/ExpiryWatch.h"
 #include "accounts/KeyStore.h"
 #include "accounts/Reconnection.h"
-#include "accounts/keys/KeyInspection.h"
+#include "accounts/StoredKeys.h"
 #include "accounts/keys/KeysModel.h"
 #include "accounts/switcher/KeySwitcherModel.h"
 #include "browser/BrowserModel.h"
@@ -47,20 +47,18 @@ class RootModel final : public Observable {
 public:
     explicit RootModel(const RootParts& parts);
 
+    Notices notices; ///< Shown above the panes until dismissed.
     KeyStore keyStore;
+    StoredKeys storedKeys;
     KeySwitcherModel keySwitcher;
     BucketsModel buckets;
     KeysModel keys; ///< Of the account at the service.
     BrowserModel browser;
     UnfinishedUploadsModel unfinishedUploads;
-    Notices notices; ///< Shown above the panes until dismissed.
     UnfinishedResumes unfinishedResumes;
 
     PaneSelection selection;
     BucketWrites writes; ///< Whatever changes a bucket reports it here.
-    Observed<std::vector<StoredAccount>> accountGroups{this};
-    /// The first connection of this user stands, and the sheet that says so has not been shown.
-    Observed<bool> isShowingConnected{this, false};
 
     /// The launch sequence, started once when the window first shows: keys, log, wiring, connection, buckets.
     void start();
@@ -69,35 +67,8 @@ public:
     void switchTo(std::string keyID);
     void tryAgain();
     void reloadBuckets();
-    /// Reads the stored keys again: another program may have changed them. Connects when that brings the first key.
-    void reloadKeys();
-    /// The same at the user's wish: a keyring whose question was dismissed may ask once more.
-    void reloadKeysAskingAgain();
-    /// Ends a wait for the secret store to be unlocked; what waited fails.
-    void stopWaiting();
-
-
-    // --- Stored keys
-
-    /// Gives a key or an account another name. A failure is a notice.
-    void renameKey(StoredKey key, std::string name);
-    void renameAccount(std::string accountID, std::string name);
-    /// Is the program connected with the key?
-    bool isCurrent(const StoredKey& key) const;
-    /// The key that commands without a choice are about: the session's, or the one that could not connect.
-    std::optional<StoredKey> keyInUse() const;
-    /// The key's name at the service; empty when it did not tell one.
-    std::string serviceName(const StoredKey& key) const;
-    /// What is known of a key: its record in the complete listing, or what the session's own sign-in said.
-    std::optional<KeyInspection> inspection(const StoredKey& key) const;
-    /// Which account the session belongs to, and with which key; nothing without a session.
-    std::optional<std::string> connectedText() const;
-
-    // --- What is shown
 
     DetailState detailState() const;
-    /// Why the last switch of key failed while the old session goes on; nothing otherwise.
-    std::optional<std::string> switchFailure() const;
 
     /// Asks every task to stop and waits for their ends.
     Task<> shutDown();
@@ -105,19 +76,15 @@ public:
 private:
     void wire();
     Task<> launch();
-    Task<> connectFirst();
-    Task<> readKeys();
     void followSession();
     Task<> loadBuckets(std::shared_ptr<B2Session> session);
-    Task<> rename(StoredKey key, std::string name);
-    Task<> renameStored(std::string accountID, std::string name);
     Task<> selectByKeyID(std::string keyID);
     Task<> dropBucket(std::string bucketID);
     void noteSettings(std::string message, std::string sentence);
-    void noteConnection();
-    void noteKeychain();
+    void noteSwitch();
+    void noteUnlocking();
     void noteExpiry();
-    void rebuildKeyMenu();
+    void publishKeyMenu();
 
     Settings& settings_;
     ActivityLog& log_;
@@ -126,8 +93,6 @@ private:
     std::function<Task<ResumeStore*>()> openResumeStore_;
     Keychain& keychain_;
     bool isStartSlow_ = false;
-    std::optional<std::string> keychainRemark_; ///< Told last.
-    std::set<std::string> keysWithoutSecret_;   ///< Found out when they were to connect.
     Reconnection reconnection_;
     ExpiryWatch expiry_;
     TaskScope tasks_;

@@ -2,20 +2,10 @@
 
 #include "shell/RootModel.h"
 
-std::optional<std::string> RootModel::switchFailure() const
+// The earlier session goes on after a failed switch; without one the detail area says what is wrong.
+void RootModel::noteSwitch()
 {
-    const auto& failure = *keyStore.connectionFailure;
-    if (!*keyStore.session || !failure || !*keyStore.lastAttempted)
-        return std::nullopt;
-    return "Couldn't switch to “" + (*keyStore.lastAttempted)->label + "”. " + failure->message
-        + " Still connected with “" + (*keyStore.session)->key->label + "”.";
-}
-
-// The old session goes on after a failed switch; without one the detail area says what is wrong.
-void RootModel::noteConnection()
-{
-    noteKeychain();
-    const auto failure = switchFailure();
+    const auto failure = storedKeys.switchFailure();
     if (!failure) {
         notices.dismiss("switch");
         return;
@@ -25,27 +15,20 @@ void RootModel::noteConnection()
         notice.actionTitle = "Try Again";
         notice.action = [this] { tryAgain(); };
     }
-    notice.closed = [this] { keyStore.connectionFailure = std::nullopt; };
+    notice.closed = [this] { storedKeys.dismissSwitchFailure(); };
     notices.post(std::move(notice));
 }
 
-void RootModel::noteKeychain()
+void RootModel::noteUnlocking()
 {
     if (*keyStore.session && *keychain_.isWaitingForUnlock)
         notices.post({.id = "keyring",
             .kind = Notice::Kind::warning,
             .text = "Waiting for the keyring to unlock. Answer the desktop's question to go on.",
             .actionTitle = "Cancel",
-            .action = [this] { stopWaiting(); }});
+            .action = [this] { storedKeys.stopWaiting(); }});
     else
         notices.dismiss("keyring");
-    // Told once: closing it does not bring it back.
-    if (std::exchange(keychainRemark_, *keychain_.remark) == *keychain_.remark)
-        return;
-    if (const auto& remark = *keychain_.remark)
-        notices.post({.id = "keychain", .kind = Notice::Kind::warning, .text = *remark});
-    else
-        notices.dismiss("keychain");
 }
 
 void RootModel::noteExpiry()

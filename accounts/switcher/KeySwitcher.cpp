@@ -1,7 +1,7 @@
 #include "accounts/switcher/KeySwitcher.h"
 
 #include "accounts/KeyNames.h"
-#include "accounts/switcher/KeyWords.h"
+#include "accounts/switcher/KeySummaryTexts.h"
 
 #include <fmt/format.h>
 

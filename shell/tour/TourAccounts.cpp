@@ -93,7 +93,7 @@ Task<> Tour::switchKeys()
     co_await until([&] { return application_.context->keyMenu->size() >= 9; });
     co_await pickKey(window_, QStringLiteral("Revoked key"));
     co_await check("say why a key does not work, and go on with the one in use",
-        [&] { return root.switchFailure().has_value() && isOn("Second account"); });
+        [&] { return root.storedKeys.switchFailure().has_value() && isOn("Second account"); });
     co_await picture(window_, "switch-refused");
 
     co_await pickKey(window_, QStringLiteral("Master key"));

@@ -1,8 +1,8 @@
 #include "shell/window/AccountMenu.h"
 
+#include "accounts/views/KeySheets.h"
 #include "foundation/QtText.h"
 #include "shell/Application.h"
-#include "shell/window/KeySheets.h"
 #include "shell/window/Surfaces.h"
 
 #include <QAction>
@@ -56,7 +56,7 @@ void AccountMenu::add(const QString& text, bool isOffered, const QString& reason
 void AccountMenu::addKeyCommands()
 {
     auto& root = *application_.root;
-    const auto key = root.keyInUse();
+    const auto key = root.storedKeys.keyInUse();
     const QString noKey = tr("No key is in use");
     const auto about = [&](void (KeySheets::*slot)(const StoredKey&)) {
         return [this, slot, chosen = key.value_or(StoredKey())] { (keySheets_.*slot)(chosen); };
@@ -64,7 +64,7 @@ void AccountMenu::addKeyCommands()
     add(tr("Rename Account…"), *root.keyStore.session != nullptr, tr("Kestrovan is not connected with a key"),
         [this] { application_.context->accountRenameTick = *application_.context->accountRenameTick + 1; });
     addSeparator();
-    add(tr("Key Details…"), key && root.inspection(*key),
+    add(tr("Key Details…"), key && root.storedKeys.inspection(*key),
         key ? tr("Backblaze did not say what this key can do") : noKey, about(&KeySheets::inspectKey));
     add(tr("Rename Key…"), key.has_value(), noKey, about(&KeySheets::renameKey));
     add(tr("Remove from Kestrovan…"), key.has_value(), noKey, about(&KeySheets::removeKey));

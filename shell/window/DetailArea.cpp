@@ -136,10 +136,10 @@ void DetailArea::act()
         root.reloadBuckets();
         break;
     case DetailState::Action::readKeys:
-        root.reloadKeysAskingAgain();
+        root.storedKeys.reloadAskingAgain();
         break;
     case DetailState::Action::stopWaiting:
-        root.stopWaiting();
+        root.storedKeys.stopWaiting();
         break;
     case DetailState::Action::unlock:
         Q_EMIT unlockRequested();

@@ -2,9 +2,9 @@
 
 #include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "accounts/keys/views/KeysView.h"
+#include "accounts/views/KeySheets.h"
 #include "foundation/QtText.h"
 #include "shell/Application.h"
-#include "shell/window/KeySheets.h"
 
 namespace {
 
@@ -46,6 +46,6 @@ Pane* makeKeysPane(const PaneParts& parts)
     });
     QObject::connect(pane, &KeysView::renameSheetRequested, &sheets, &KeySheets::renameKey);
     QObject::connect(pane, &KeysView::renameRequested, &root,
-        [&root](const StoredKey& key, const QString& name) { root.renameKey(key, fromQString(name)); });
+        [&root](const StoredKey& key, const QString& name) { root.storedKeys.rename(key, fromQString(name)); });
     return pane;
 }

@@ -1,5 +1,6 @@
 #include "shell/window/MainWindow.h"
 
+#include "accounts/views/KeySheets.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/QtText.h"
 #include "foundation/SettingsKeys.h"
@@ -11,7 +12,6 @@
 #include "foundation/views/style/Measures.h"
 #include "shell/log/ActivityLogWindow.h"
 #include "shell/window/DetailArea.h"
-#include "shell/window/KeySheets.h"
 #include "shell/window/MenuBar.h"
 #include "shell/window/Sidebar.h"
 #include "shell/window/StagedWindow.h"
@@ -54,7 +54,8 @@ MessageKind bannerKind(Notice::Kind kind)
 
 MainWindow::MainWindow(Application& application)
     : application_(application)
-    , keySheets_(new KeySheets(*application.root, *application.context, *this))
+    , keySheets_(new KeySheets(
+          application.root->storedKeys, [root = application.root.get()] { return *root->buckets.buckets; }, *this))
     , transferDialogs_(new TransferDialogs(application, *this))
     , sidebar_(new Sidebar(*application.root, *application.context))
     , banner_(new Banner)
@@ -79,9 +80,21 @@ MainWindow::MainWindow(Application& application)
     restoreSplitters();
     connect(application.root.get(), &Observable::changed, this, &MainWindow::render);
     connect(application.context.get(), &Observable::changed, this, &MainWindow::render);
+    application.context->addKey = [sheets = QPointer(keySheets_)]() -> Task<> {
+        if (sheets)
+            sheets->addKey();
+        co_return;
+    };
+    connect(application.context.get(), &Observable::changed, this,
+        [this, seen = *application.context->accountRenameTick]() mutable {
+            const int tick = *application_.context->accountRenameTick;
+            const auto session = *application_.root->keyStore.session;
+            if (std::exchange(seen, tick) != tick && session)
+                keySheets_->renameAccount(session->authorization.accountID);
+        });
     connect(qApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
         if (state == Qt::ApplicationActive && *application_.root->keyStore.isStarted)
-            application_.root->reloadKeys();
+            application_.root->storedKeys.reload();
     });
     connect(banner_, &Banner::actionTriggered, this, &MainWindow::runNotice);
     connect(banner_, &Banner::closed, this, [this] { application_.root->notices.close(shownNotice_); });

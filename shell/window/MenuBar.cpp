@@ -1,10 +1,10 @@
 #include "shell/window/MenuBar.h"
 
+#include "accounts/views/KeySheets.h"
 #include "shell/Application.h"
 #include "shell/window/AccountMenu.h"
 #include "shell/window/DetailArea.h"
 #include "shell/window/HelpWindow.h"
-#include "shell/window/KeySheets.h"
 #include "shell/window/PaneActions.h"
 #include "shell/window/PaneMenus.h"
 #include "shell/window/TransferDialogs.h"

@@ -20,6 +20,7 @@ public:
     }
 
     bool isBroken = false;
+    std::string hiddenSecret; ///< Id of a key whose secret is missing.
 
     Task<std::vector<KeychainEntry>> entries() override
     {
@@ -29,6 +30,8 @@ public:
     Task<std::optional<Secret>> secret(std::string keyID) override
     {
         check();
+        if (keyID == hiddenSecret)
+            return missing();
         return inner_.secret(std::move(keyID));
     }
     Task<> save(std::string keyID, Secret secret, std::optional<std::string> label,
@@ -42,7 +45,11 @@ public:
         check();
         return inner_.remove(std::move(keyID));
     }
-    Task<> setLabel(std::string keyID, std::string label) override { return inner_.setLabel(keyID, label); }
+    Task<> setLabel(std::string keyID, std::string label) override
+    {
+        check();
+        return inner_.setLabel(keyID, label);
+    }
     Task<> setAccountID(std::string keyID, std::string accountID) override
     {
         return inner_.setAccountID(keyID, accountID);
@@ -53,14 +60,16 @@ public:
     }
     Task<> setAccountName(std::string accountID, std::string name) override
     {
+        check();
         return inner_.setAccountName(accountID, name);
     }
 
 private:
+    static Task<std::optional<Secret>> missing() { co_return std::nullopt; }
     void check() const
     {
         if (isBroken)
-            throw Failure(isLocked, "The keyring is locked");
+            throw Failure(Status::locked, "The keyring is locked");
     }
 
     Keychain& inner_;

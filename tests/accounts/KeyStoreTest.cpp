@@ -61,6 +61,40 @@ TEST_F(KeyStoreTest, AFailedSwitchLeavesTheSessionAndSaysWhy)
     EXPECT_FALSE(*store.connectionFailure);
 }
 
+TEST_F(KeyStoreTest, FollowersLearnAtOnceThatTheSessionWasReplaced)
+{
+    int replacements = 0;
+    int changes = 0;
+    std::shared_ptr<B2Session> seen;
+    QObject::connect(&store, &KeyStore::sessionReplaced, &store, [&] {
+        ++replacements;
+        changes = 0;
+        seen = *store.session;
+        EXPECT_FALSE(*store.connectionFailure);
+        if (!seen)
+            EXPECT_TRUE(store.liveKeys->empty());
+    });
+    QObject::connect(&store, &Observable::changed, &store, [&] {
+        ++changes;
+        EXPECT_EQ(*store.session, seen);
+    });
+    connectMaster();
+    EXPECT_EQ(replacements, 1);
+    ASSERT_TRUE(seen);
+
+    keychain.isBroken = true;
+    qtRun(store.connect(stored(master.keyID)));
+    EXPECT_EQ(replacements, 1) << "a failed attempt replaces nothing";
+    keychain.isBroken = false;
+    qtRun(store.connect(stored(master.keyID)));
+    EXPECT_EQ(replacements, 2);
+
+    qtRun(store.remove(stored(master.keyID)));
+    EXPECT_EQ(replacements, 3);
+    EXPECT_FALSE(seen);
+    EXPECT_TRUE(spinUntil([&] { return changes > 0; }));
+}
+
 TEST_F(KeyStoreTest, AKeyThatTheServiceNoLongerHasIsRevoked)
 {
     memory.add({"0044a1b2c3d4e5f0000000099", "Former", master.keyID}, "K004wrongwrongwrongwrongwrong00");

@@ -36,14 +36,14 @@ protected:
         std::ofstream(path, std::ios::binary) << content;
     }
 
-    static std::int32_t statusOf(const std::function<void()>& work)
+    static std::optional<Keychain::Status> statusOf(const std::function<void()>& work)
     {
         try {
             work();
         } catch (const Keychain::Failure& failure) {
             return failure.status;
         }
-        return 0;
+        return std::nullopt;
     }
 
     QTemporaryDir temporary;
@@ -79,15 +79,16 @@ TEST_F(KeychainFileTest, APassphraseTakesThePlaceOfTheKeyFile)
 
     KeychainFile next(directory);
     EXPECT_TRUE(next.needsPassphrase());
-    EXPECT_EQ(statusOf([&] { next.read(); }), Keychain::wrongPassphrase);
-    EXPECT_EQ(statusOf([&] { addKey(next, "key-3"); }), Keychain::wrongPassphrase);
-    EXPECT_EQ(statusOf([&] { next.unlock("hors"); }), Keychain::wrongPassphrase);
+    EXPECT_EQ(statusOf([&] { next.read(); }), Keychain::Status::wrongPassphrase);
+    EXPECT_EQ(statusOf([&] { addKey(next, "key-3"); }), Keychain::Status::wrongPassphrase);
+    EXPECT_EQ(statusOf([&] { next.unlock("hors"); }), Keychain::Status::wrongPassphrase);
     next.unlock("horse");
     EXPECT_FALSE(next.needsPassphrase());
     EXPECT_EQ(next.read().size(), 2U);
 
-    EXPECT_EQ(statusOf([&] { next.setPassphrase("hors", {}); }), Keychain::wrongPassphrase);
-    EXPECT_EQ(statusOf([&] { next.setPassphrase({}, "cow"); }), Keychain::wrongPassphrase) << "though it is open";
+    EXPECT_EQ(statusOf([&] { next.setPassphrase("hors", {}); }), Keychain::Status::wrongPassphrase);
+    EXPECT_EQ(statusOf([&] { next.setPassphrase({}, "cow"); }), Keychain::Status::wrongPassphrase)
+        << "though it is open";
     EXPECT_TRUE(KeychainFile(directory).hasPassphrase());
     next.setPassphrase("horse", "cow");
     next.setPassphrase("cow", {});
@@ -102,9 +103,9 @@ TEST_F(KeychainFileTest, ADamagedFileIsLeftInPlaceAndSetAsideForANewKeyOnly)
         damage(file.path(), position);
         const auto damaged = contentOf(file.path());
 
-        EXPECT_EQ(statusOf([&] { file.read(); }), Keychain::isDamaged) << position;
-        EXPECT_EQ(statusOf([&] { file.change([](auto& entries) { entries.clear(); }); }), Keychain::isDamaged);
-        EXPECT_EQ(statusOf([&] { file.setPassphrase({}, "horse"); }), Keychain::isDamaged);
+        EXPECT_EQ(statusOf([&] { file.read(); }), Keychain::Status::damaged) << position;
+        EXPECT_EQ(statusOf([&] { file.change([](auto& entries) { entries.clear(); }); }), Keychain::Status::damaged);
+        EXPECT_EQ(statusOf([&] { file.setPassphrase({}, "horse"); }), Keychain::Status::damaged);
         EXPECT_EQ(contentOf(file.path()), damaged);
 
         addKey(file, "key-1");
@@ -185,6 +186,6 @@ TEST_F(KeychainFileTest, AKeyFileStaysWhileItMayOpenABoxThatWasSetAside)
 TEST_F(KeychainFileTest, AFileThatCannotBeReadStaysAsItIs)
 {
     std::filesystem::create_directories(file.path());
-    EXPECT_EQ(statusOf([&] { addKey(file, "key-1"); }), Keychain::cannotWrite);
+    EXPECT_EQ(statusOf([&] { addKey(file, "key-1"); }), Keychain::Status::cannotWrite);
     EXPECT_TRUE(std::filesystem::is_directory(file.path()));
 }

@@ -128,9 +128,9 @@ protected:
         return found;
     }
 
-    /// The status that a task fails with, and 0 when it does not.
+    /// The status that a task fails with; nothing when it succeeds.
     template <class T>
-    std::int32_t statusOf(Task<T> task)
+    std::optional<Keychain::Status> statusOf(Task<T> task)
     {
         try {
             qtRun(std::move(task));
@@ -138,7 +138,7 @@ protected:
             sentence = failure.what();
             return failure.status;
         }
-        return 0;
+        return std::nullopt;
     }
 
     QProcess keyring;

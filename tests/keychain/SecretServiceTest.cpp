@@ -107,12 +107,12 @@ TEST_F(SecretServiceTest, ALockedKeyringIsWaitedForUntilTheUserHasEnough)
     try {
         std::rethrow_exception(error);
     } catch (const Keychain::Failure& failure) {
-        EXPECT_EQ(failure.status, Keychain::dismissed);
+        EXPECT_EQ(failure.status, Keychain::Status::dismissed);
         EXPECT_THAT(failure.what(), HasSubstr("was not unlocked"));
     }
     const int questions = prompter.questions;
     // Some keyrings end when their question is withdrawn; in either case reading asks no second one.
-    EXPECT_NE(statusOf(keychain->entries()), 0);
+    EXPECT_TRUE(statusOf(keychain->entries()));
     EXPECT_EQ(prompter.questions, questions);
     EXPECT_FALSE(*keychain->isWaitingForUnlock);
 
@@ -136,8 +136,8 @@ TEST_F(SecretServiceTest, ADismissedQuestionIsNoReasonToStoreSecretsElsewhere)
     SystemKeychain keychain(settings, log, home() / "data" / "kestrovan");
 
     qtRun(keychain.probeOnce());
-    EXPECT_EQ(statusOf(keychain.entries()), Keychain::dismissed);
-    EXPECT_EQ(statusOf(keychain.save("key-2", canary, "Second", std::nullopt)), Keychain::dismissed);
+    EXPECT_EQ(statusOf(keychain.entries()), Keychain::Status::dismissed);
+    EXPECT_EQ(statusOf(keychain.save("key-2", canary, "Second", std::nullopt)), Keychain::Status::dismissed);
 
     EXPECT_FALSE(*keychain.useLegacyStore);
     EXPECT_FALSE(*keychain.isWaitingForUnlock);
@@ -232,7 +232,7 @@ TEST_F(SecretServiceTest, AKeyringThatHangsFreezesNothing)
     QElapsedTimer timer;
     timer.start();
 
-    EXPECT_EQ(statusOf(keychain->secret("key-1")), Keychain::tooSlow);
+    EXPECT_EQ(statusOf(keychain->secret("key-1")), Keychain::Status::tooSlow);
 
     EXPECT_LT(timer.elapsed(), 3000);
     EXPECT_LT(longestStall, 500ms);
@@ -249,9 +249,10 @@ TEST_F(SecretServiceTest, AKeyringThatIsKilledInMidCallLosesNothing)
     signalKeyring(SIGSTOP);
     QTimer::singleShot(300ms, &keychain, [this] { signalKeyring(SIGKILL); });
 
-    EXPECT_EQ(statusOf(keychain.save("key-1", "another secret", "Renamed", std::nullopt)), Keychain::hasDied);
+    EXPECT_EQ(
+        statusOf(keychain.save("key-1", "another secret", "Renamed", std::nullopt)), Keychain::Status::serviceEnded);
     keyring.waitForFinished();
-    EXPECT_EQ(statusOf(keychain.entries()), Keychain::hasDied) << "gone is not the same as never there";
+    EXPECT_EQ(statusOf(keychain.entries()), Keychain::Status::serviceEnded) << "gone is not the same as never there";
     EXPECT_FALSE(*keychain.useLegacyStore);
 
     startKeyring(State::unlocked);

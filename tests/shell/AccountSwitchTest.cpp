@@ -16,6 +16,11 @@ protected:
             for (const auto& bucket : *root.buckets.buckets)
                 hasMixed = hasMixed || !session || bucket.accountID != session->authorization.accountID;
         });
+        QObject::connect(&root.keyStore, &Observable::changed, &watching, [this] {
+            const auto session = *root.keyStore.session;
+            hasMixed = hasMixed || *root.buckets.session != session || *root.keys.session != session;
+            lookAtRows();
+        });
         QObject::connect(&root.browser, &Observable::changed, &watching, [this] { lookAtRows(); });
         QObject::connect(&root, &Observable::changed, &watching, [this] { lookAtRows(); });
     }

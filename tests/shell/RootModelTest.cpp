@@ -118,12 +118,12 @@ TEST_F(RootModelTest, AFailedSwitchGoesOnWithTheOldKeyAndSaysSo)
     ASSERT_TRUE(isBrowsing(first));
 
     root.switchTo("0044a1b2c3d4e5f0000000099");
-    ASSERT_TRUE(spinUntil([&] { return root.switchFailure().has_value(); }));
+    ASSERT_TRUE(spinUntil([&] { return root.storedKeys.switchFailure().has_value(); }));
 
     EXPECT_EQ(root.detailState().kind, DetailState::Kind::pane);
     EXPECT_EQ(settings.text(SettingsKeys::lastKeyID), first);
-    EXPECT_THAT(*root.switchFailure(), testing::HasSubstr("Couldn't switch to “Wrong”."));
-    EXPECT_THAT(*root.switchFailure(), testing::HasSubstr("Still connected with “Master of " + first));
+    EXPECT_THAT(*root.storedKeys.switchFailure(), testing::HasSubstr("Couldn't switch to “Wrong”."));
+    EXPECT_THAT(*root.storedKeys.switchFailure(), testing::HasSubstr("Still connected with “Master of " + first));
 }
 
 TEST_F(RootModelTest, ABucketDeletedElsewhereLeavesTheListAndTheSelection)

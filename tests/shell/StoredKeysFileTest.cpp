@@ -1,4 +1,5 @@
 #include "accounts/views/AddKeyView.h"
+#include "accounts/views/KeySheets.h"
 #include "accounts/views/PassphraseSheet.h"
 #include "foundation/SettingsKeys.h"
 #include "foundation/views/panes/Banner.h"
@@ -6,7 +7,6 @@
 #include "localb2/Service.h"
 #include "shell/window/AccountMenu.h"
 #include "shell/window/DetailArea.h"
-#include "shell/window/KeySheets.h"
 #include "shell/window/MainWindow.h"
 #include "shell/window/Sidebar.h"
 #include "tests/support/QtRun.h"

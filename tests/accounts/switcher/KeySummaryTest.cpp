@@ -1,5 +1,5 @@
 #include "accounts/switcher/KeySummary.h"
-#include "accounts/switcher/KeyWords.h"
+#include "accounts/switcher/KeySummaryTexts.h"
 #include "foundation/SettingsKeys.h"
 
 #include <gmock/gmock.h>
@@ -99,7 +99,7 @@ TEST(KeySummaryTest, TheCacheKeepsEveryFieldAndLeavesOutWhatIsForeign)
     EXPECT_EQ(cachedSummaries(settings), (KeySummaries{{"k", permitting({"x"})}}));
 }
 
-TEST(KeyWordsTest, SaysWhatAKeyMayDo)
+TEST(KeySummaryTextsTest, SaysWhatAKeyMayDo)
 {
     KeySummary all = permitting({});
     for (const auto& capability : B2Capabilities::all())
@@ -117,7 +117,7 @@ TEST(KeyWordsTest, SaysWhatAKeyMayDo)
     EXPECT_EQ(permitsText(permitting({"writeFiles", "writeKeys", "writeBuckets"}), false), "Read and write files");
 }
 
-TEST(KeyWordsTest, SaysWhatAKeyReachesAndIsLimitedTo)
+TEST(KeySummaryTextsTest, SaysWhatAKeyReachesAndIsLimitedTo)
 {
     KeySummary summary = permitting({"listFiles", "readFiles", "writeFiles", "deleteFiles"});
     EXPECT_EQ(reachesText(summary), "All buckets");
@@ -141,7 +141,7 @@ TEST(KeyWordsTest, SaysWhatAKeyReachesAndIsLimitedTo)
     EXPECT_THAT(restrictionText(summary, false), Optional(Eq("4 buckets · Limited")));
 }
 
-TEST(KeyWordsTest, CountsTheDaysToTheEndOfAKeyAndWarnsInTheLastWeek)
+TEST(KeySummaryTextsTest, CountsTheDaysToTheEndOfAKeyAndWarnsInTheLastWeek)
 {
     struct Case {
         KeySummary summary;

@@ -1,7 +1,7 @@
 #include "accounts/switcher/KeySwitcherModel.h"
 
 #include "B2Kit/transport/B2CurlTransport.h"
-#include "accounts/switcher/KeyWords.h"
+#include "accounts/switcher/KeySummaryTexts.h"
 #include "keychain/MemoryKeychain.h"
 #include "localb2/Service.h"
 #include "tests/support/QtRun.h"

@@ -1,4 +1,4 @@
-#include "accounts/switcher/KeyWords.h"
+#include "accounts/switcher/KeySummaryTexts.h"
 
 #include "B2Kit/B2Capability.h"
 #include "accounts/keys/KeyPermissions.h"

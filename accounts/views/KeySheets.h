@@ -1,43 +1,48 @@
 #pragma once
 
+#include "B2Kit/B2Bucket.h"
 #include "accounts/AddKeyModel.h"
 #include "accounts/KeySheetTexts.h"
+#include "accounts/StoredKeys.h"
 #include "accounts/views/PassphraseSheet.h"
 #include "foundation/TaskScope.h"
-#include "shell/RootModel.h"
 
 #include <QObject>
 #include <QPointer>
 
-/// Opens the sheets about stored keys and accounts over the main window, one at a time, and does what is answered.
+#include <functional>
+
+/// Opens the sheets about stored keys and accounts over a window, one at a time, and carries out what was confirmed.
 ///
 /// A request that comes while one is open brings that one to the front instead.
 class KeySheets final : public QObject {
     Q_OBJECT
 
 public:
-    KeySheets(RootModel& root, AppContext& context, QWidget& window);
+    /// @param keys     outlives this.
+    /// @param buckets  returns those of the session, for their names.
+    KeySheets(StoredKeys& keys, std::function<std::vector<B2Bucket>()> buckets, QWidget& window);
 
     /// The sheet that is open, or null.
     Sheet* sheet() const { return sheet_; }
 
 public Q_SLOTS:
-    /// Asks for a key, and connects with it; for the passphrase first where the stored keys are closed.
+    /// Asks for a key, and connects with it; asks for the passphrase first where the stored keys are locked.
     void addKey();
     void renameKey(const StoredKey& key);
     void renameAccount(const std::string& accountID);
-    /// Asks before the key is forgotten.
+    /// Asks before the key is removed from the program.
     void removeKey(const StoredKey& key);
-    /// Asks before the keys are forgotten that the service no longer has; does nothing without any.
+    /// Asks before the keys that the service no longer has are removed; does nothing without any.
     void removeRevokedKeys();
     /// Asks for the passphrase of the file that keeps the keys, and connects.
     void unlockStore();
-    /// Asks for a passphrase to close that file with, or for another one when it has one.
+    /// Asks for a passphrase to protect that file with, or for another one when it has one.
     void protectStore();
     void takeOffPassphrase();
     /// Stores a key seen at the service; the session stays.
     void addKnownKey(const KnownKey& key);
-    /// Shows a key's details; does nothing for one of which nothing is known.
+    /// Shows a key's details; does nothing for a key about which nothing is known.
     void inspectKey(const StoredKey& key);
 
 private:
@@ -47,13 +52,11 @@ private:
     void changePassphrase(PassphraseSheet::Purpose purpose, PassphraseChange change);
     bool bringToFront();
     void open(Sheet* sheet);
-    void follow();
     void showConnected();
 
-    RootModel& root_;
-    AppContext& context_;
+    StoredKeys& keys_;
+    std::function<std::vector<B2Bucket>()> buckets_;
     QWidget& window_;
     QPointer<Sheet> sheet_;
-    int seenRenameTick_;
     TaskScope tasks_;
 };

@@ -1,13 +1,13 @@
-#include "shell/window/KeySheets.h"
+#include "accounts/views/KeySheets.h"
 
 #include "accounts/KeyNames.h"
 #include "accounts/KeyRemoval.h"
 #include "accounts/keys/views/KeyDetailsView.h"
 #include "accounts/views/AddKeyView.h"
+#include "accounts/views/ConnectedSheet.h"
 #include "accounts/views/RenameSheet.h"
 #include "foundation/QtText.h"
 #include "foundation/views/sheets/RunSheet.h"
-#include "shell/window/ConnectedSheet.h"
 
 #include <algorithm>
 #include <functional>
@@ -15,7 +15,7 @@
 
 namespace {
 
-/// Closes the sheet when the work is done. A failure is told in the sheet, which stays; `onFailure` is called then.
+/// Closes the sheet when the work is done. After a failure the sheet stays and shows it, and `onFailure` is called.
 Task<> runBehind(QPointer<Sheet> sheet, Task<> work, std::function<void()> onFailure = nullptr)
 {
     std::optional<std::string> failure;
@@ -38,46 +38,15 @@ Task<> runBehind(QPointer<Sheet> sheet, Task<> work, std::function<void()> onFai
         onFailure();
 }
 
-/// A file that opens after the sheet was closed counts as well.
-Task<> unlockAndRead(QPointer<RootModel> root, Secret passphrase)
-{
-    co_await root->keyStore.keychain().unlockLegacyStore(std::move(passphrase));
-    if (root)
-        root->reloadKeys();
-}
-
-/// Is told above the panes when it is done, whether the sheet is still open or not.
-Task<> setPassphrase(QPointer<RootModel> root, Secret current, Secret next, PassphraseChange change)
-{
-    co_await root->keyStore.keychain().setLegacyPassphrase(std::move(current), std::move(next));
-    if (root)
-        root->notices.post({.id = "passphrase", .kind = Notice::Kind::success, .text = passphraseChangeText(change)});
-}
-
 } // namespace
 
-KeySheets::KeySheets(RootModel& root, AppContext& context, QWidget& window)
+KeySheets::KeySheets(StoredKeys& keys, std::function<std::vector<B2Bucket>()> buckets, QWidget& window)
     : QObject(&window)
-    , root_(root)
-    , context_(context)
+    , keys_(keys)
+    , buckets_(std::move(buckets))
     , window_(window)
-    , seenRenameTick_(*context.accountRenameTick)
 {
-    context.addKey = [self = QPointer(this)]() -> Task<> {
-        if (self)
-            self->addKey();
-        co_return;
-    };
-    connect(&context, &Observable::changed, this, &KeySheets::follow);
-    connect(&root, &Observable::changed, this, &KeySheets::showConnected);
-}
-
-void KeySheets::follow()
-{
-    if (std::exchange(seenRenameTick_, *context_.accountRenameTick) == *context_.accountRenameTick)
-        return;
-    if (const auto session = *root_.keyStore.session)
-        renameAccount(session->authorization.accountID);
+    connect(&keys_, &Observable::changed, this, &KeySheets::showConnected);
 }
 
 bool KeySheets::bringToFront()
@@ -102,10 +71,10 @@ void KeySheets::open(Sheet* sheet)
 
 void KeySheets::showConnected()
 {
-    if (sheet_ || !*root_.isShowingConnected)
+    if (sheet_ || !*keys_.isShowingConnected)
         return;
-    root_.isShowingConnected = false;
-    if (const auto text = root_.connectedText())
+    keys_.dismissConnected();
+    if (const auto text = keys_.connectedText())
         open(new ConnectedSheet(toQString(*text), &window_));
 }
 
@@ -113,7 +82,7 @@ void KeySheets::addKey()
 {
     if (bringToFront())
         return;
-    if (*root_.keyStore.keychain().needsPassphrase) {
+    if (*keys_.keychain().needsPassphrase) {
         unlockStore();
         sheet_->setMessage(MessageKind::notice, tr("Unlock your keys first, then add another one."));
         // After what the sheet does itself when it closes.
@@ -128,9 +97,9 @@ void KeySheets::addKey()
 
 void KeySheets::openAddKey()
 {
-    auto* const sheet = new AddKeyView(root_.keyStore, {}, AfterAdding::switchToNewKey, &window_);
+    auto* const sheet = new AddKeyView(keys_.store(), {}, AfterAdding::switchToNewKey, &window_);
     // A check that is ended late may have stored the key already.
-    connect(sheet, &QDialog::rejected, &root_, &RootModel::reloadKeys);
+    connect(sheet, &QDialog::rejected, &keys_, &StoredKeys::reload);
     open(sheet);
 }
 
@@ -138,12 +107,12 @@ void KeySheets::renameKey(const StoredKey& key)
 {
     if (bringToFront())
         return;
-    auto* const sheet = new RenameSheet(tr("Rename Key"), toQString(renameKeyText(root_.keyStore.isMaster(key))),
-        toQString(key.label == unnamedKeyLabel ? std::string() : key.label), toQString(root_.serviceName(key)),
+    auto* const sheet = new RenameSheet(tr("Rename Key"), toQString(renameKeyText(keys_.store().isMaster(key))),
+        toQString(key.label == unnamedKeyLabel ? std::string() : key.label), toQString(keys_.serviceName(key)),
         &window_);
     sheet->setObjectName(QStringLiteral("renameKey"));
-    connect(sheet, &RenameSheet::renamed, this,
-        [this, key](const QString& name) { root_.renameKey(key, fromQString(name)); });
+    connect(
+        sheet, &RenameSheet::renamed, this, [this, key](const QString& name) { keys_.rename(key, fromQString(name)); });
     open(sheet);
 }
 
@@ -152,10 +121,10 @@ void KeySheets::renameAccount(const std::string& accountID)
     if (bringToFront())
         return;
     auto* const sheet = new RenameSheet(tr("Rename Account"), toQString(renameAccountText()),
-        toQString(root_.keyStore.accountDisplayName(accountID)), {}, &window_);
+        toQString(keys_.store().accountDisplayName(accountID)), {}, &window_);
     sheet->setObjectName(QStringLiteral("renameAccount"));
     connect(sheet, &RenameSheet::renamed, this,
-        [this, accountID](const QString& name) { root_.renameAccount(accountID, fromQString(name)); });
+        [this, accountID](const QString& name) { keys_.renameAccount(accountID, fromQString(name)); });
     open(sheet);
 }
 
@@ -163,7 +132,7 @@ void KeySheets::removeKey(const StoredKey& key)
 {
     if (bringToFront())
         return;
-    auto* const sheet = new RunSheet(removeKeyQuestion(key, root_.isCurrent(key)), makeKeyRemoval(root_.keyStore, key),
+    auto* const sheet = new RunSheet(removeKeyQuestion(key, keys_.isCurrent(key)), makeKeyRemoval(keys_.store(), key),
         {fromQString(tr("Removing the key…")), keyRemovalWords()}, &window_);
     sheet->setObjectName(QStringLiteral("removeKey"));
     open(sheet);
@@ -179,8 +148,8 @@ Task<> KeySheets::askAboutRevoked(QPointer<KeySheets> self)
 {
     if (!self)
         co_return;
-    const auto revoked = self->root_.keyStore.revokedKeys();
-    auto& keychain = self->root_.keyStore.keychain();
+    const auto revoked = self->keys_.store().revokedKeys();
+    auto& keychain = self->keys_.keychain();
     bool isAnyShared = false;
     for (const auto& key : revoked) {
         try {
@@ -192,7 +161,7 @@ Task<> KeySheets::askAboutRevoked(QPointer<KeySheets> self)
     if (!self || revoked.empty() || self->bringToFront())
         co_return;
     auto* const sheet =
-        new RunSheet(removeRevokedQuestion(revoked, isAnyShared), makeRevokedKeysRemoval(self->root_.keyStore, revoked),
+        new RunSheet(removeRevokedQuestion(revoked, isAnyShared), makeRevokedKeysRemoval(self->keys_.store(), revoked),
             {fromQString(tr("Asking Backblaze about each key…")), keyRemovalWords()}, &self->window_);
     sheet->setObjectName(QStringLiteral("removeRevoked"));
     self->open(sheet);
@@ -203,19 +172,18 @@ void KeySheets::unlockStore()
     if (bringToFront())
         return;
     auto* const sheet =
-        new PassphraseSheet(PassphraseSheet::Purpose::unlock, root_.keyStore.keychain().legacyStorePath(), &window_);
+        new PassphraseSheet(PassphraseSheet::Purpose::unlock, keys_.keychain().legacyStorePath(), &window_);
     connect(sheet, &Sheet::verbTriggered, this, [this, sheet] {
         auto passphrase = sheet->currentPassphrase();
         sheet->setBusy(true, tr("Opening the file…"));
-        tasks_.start(
-            runBehind(sheet, unlockAndRead(&root_, std::move(passphrase)), [sheet] { sheet->selectPassphrase(); }));
+        tasks_.start(runBehind(sheet, keys_.unlock(std::move(passphrase)), [sheet] { sheet->selectPassphrase(); }));
     });
     open(sheet);
 }
 
 void KeySheets::protectStore()
 {
-    const bool isChange = *root_.keyStore.keychain().hasPassphrase;
+    const bool isChange = *keys_.keychain().hasPassphrase;
     changePassphrase(isChange ? PassphraseSheet::Purpose::change : PassphraseSheet::Purpose::set,
         isChange ? PassphraseChange::changed : PassphraseChange::set);
 }
@@ -229,14 +197,14 @@ void KeySheets::changePassphrase(PassphraseSheet::Purpose purpose, PassphraseCha
 {
     if (bringToFront())
         return;
-    auto* const sheet = new PassphraseSheet(purpose, root_.keyStore.keychain().legacyStorePath(), &window_);
+    auto* const sheet = new PassphraseSheet(purpose, keys_.keychain().legacyStorePath(), &window_);
     connect(sheet, &Sheet::verbTriggered, this, [this, sheet, change] {
         auto current = sheet->currentPassphrase();
         auto next = sheet->newPassphrase();
         sheet->setBusy(true,
             change == PassphraseChange::takenOff ? tr("Taking the passphrase off the file…")
                                                  : tr("Closing the file with the passphrase…"));
-        tasks_.start(runBehind(sheet, setPassphrase(&root_, std::move(current), std::move(next), change),
+        tasks_.start(runBehind(sheet, keys_.setPassphrase(std::move(current), std::move(next), change),
             [sheet] { sheet->selectPassphrase(); }));
     });
     open(sheet);
@@ -246,19 +214,19 @@ void KeySheets::addKnownKey(const KnownKey& key)
 {
     if (bringToFront())
         return;
-    open(new AddKeyView(root_.keyStore, key, AfterAdding::keepSession, &window_));
+    open(new AddKeyView(keys_.store(), key, AfterAdding::keepSession, &window_));
 }
 
 void KeySheets::inspectKey(const StoredKey& key)
 {
-    const auto inspection = root_.inspection(key);
+    const auto inspection = keys_.inspection(key);
     if (!inspection || bringToFront())
         return;
     const KeyDetailsInputs inputs{.key = inspection->key,
-        .buckets = *root_.buckets.buckets,
+        .buckets = buckets_(),
         .isCurrent = inspection->isCurrent,
         .isStored = true,
-        .keyPlace = root_.keyStore.keychain().place(),
+        .keyPlace = keys_.keychain().place(),
         .storedLabel = key.label,
         .isMaster = inspection->isMaster,
         .describedBySignIn = inspection->describedBySignIn,
@@ -266,6 +234,6 @@ void KeySheets::inspectKey(const StoredKey& key)
     const auto& name = inspection->backblazeName;
     auto* const sheet = new KeyDetailsView(inputs, name && *name != key.label, &window_);
     connect(sheet, &KeyDetailsView::useBackblazeName, this,
-        [this, key, name = name.value_or("")] { root_.renameKey(key, name); });
+        [this, key, name = name.value_or("")] { keys_.rename(key, name); });
     open(sheet);
 }

@@ -1,4 +1,4 @@
-#include "shell/window/ConnectedSheet.h"
+#include "accounts/views/ConnectedSheet.h"
 
 #include "foundation/views/Labels.h"
 #include "foundation/views/style/SymbolView.h"
