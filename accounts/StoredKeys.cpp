@@ -139,14 +139,6 @@ void StoredKeys::postFailedRename(const std::string& name)
         .text = "“" + name + "” keeps its name: it could not be renamed. The activity log says why."});
 }
 
-Task<> StoredKeys::removeRevoked()
-{
-    const QPointer<StoredKeys> self(this);
-    const auto outcome = co_await store_.removeRevoked();
-    if (auto text = keptKeysText(outcome); text && self)
-        notices_.post({.id = "keys.revoked", .kind = Notice::Kind::warning, .text = std::move(*text)});
-}
-
 Task<> StoredKeys::unlock(Secret passphrase)
 {
     const QPointer<StoredKeys> self(this);

@@ -46,8 +46,6 @@ public:
 
     void rename(StoredKey key, std::string name);
     void renameAccount(std::string accountID, std::string name);
-    /// Removes the keys that the service refuses, and posts why others were kept.
-    Task<> removeRevoked();
     /// Opens the file of keys and reads it, even when the sheet that asked was closed in the meantime.
     /// @throws Keychain::Failure with a sentence when the passphrase is wrong or the file cannot be read.
     Task<> unlock(Secret passphrase);
