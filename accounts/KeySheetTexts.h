@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
-/// The words of the sheets that rename and remove stored keys. Functions of values.
+/// The texts of the sheets that rename and remove stored keys. Functions of values.
 
-/// A question with the button that does it; "Cancel" is the other.
+/// A question and the title of its confirming button; the other button is "Cancel".
 struct KeyQuestion {
     std::string title;
     std::string text;
@@ -22,7 +22,7 @@ struct KeyQuestion {
 std::string renameKeyText(bool isMaster);
 std::string renameAccountText();
 
-/// May the name be given? Blanks alone are none.
+/// Is there a name? Blanks alone are none.
 bool isNameGiven(std::string_view name);
 
 /// @param isCurrent  the program is connected with the key.
@@ -31,20 +31,20 @@ KeyQuestion removeKeyQuestion(const StoredKey& key, bool isCurrent);
 /// @param isAnyShared  one of the keys is on the user's other computers too.
 KeyQuestion removeRevokedQuestion(const std::vector<StoredKey>& keys, bool isAnyShared);
 
-/// What is left to do for somebody who does not know the passphrase any more.
+/// Explains what remains possible after the passphrase was forgotten.
 std::string forgottenPassphraseText(const std::filesystem::path& store);
 
-/// What makes a passphrase good.
+/// Advice for choosing a passphrase.
 inline constexpr std::string_view passphraseAdvice = "Four or more random words are good.";
 
-/// Is it worth a word? It is never forbidden.
+/// Does a passphrase deserve a warning? A short one is allowed all the same.
 bool isShortPassphrase(const Secret& passphrase);
 inline constexpr std::string_view shortPassphraseText =
-    "This passphrase is short. Whoever gets a copy of the file guesses a short one quickly.";
+    "This passphrase is short. Anyone who gets a copy of the file can guess a short one quickly.";
 
-/// What happened to the passphrase of the stored keys' file, as a sentence.
-enum class PassphraseChange { set, changed, takenOff };
+/// What was done to the passphrase of the file that keeps the keys.
+enum class PassphraseChange { set, changed, removed };
 std::string passphraseChangeText(PassphraseChange change);
 
-/// What to tell after the revoked keys were removed; nothing when all of them are gone.
-std::optional<std::string> keptKeysText(const RevokedKeysOutcome& outcome);
+/// Says which revoked keys were kept and why; nothing when all of them were removed.
+std::optional<std::string> retainedKeysText(const RevokedKeysOutcome& outcome);

@@ -78,7 +78,7 @@ void KeyStore::noteRemovals(const std::vector<StoredKey>& before)
 {
     QStringList gone;
     for (const auto& key : before) {
-        if (std::ranges::find(*keys, key.keyID, &StoredKey::keyID) == keys->end())
+        if (!isStored(key.keyID))
             gone.push_back(toQString(key.label));
     }
     if (gone.isEmpty() || !settings_.boolean(SettingsKeys::syncKeys).value_or(false))
@@ -148,7 +148,7 @@ Task<> KeyStore::connect(StoredKey key)
     } catch (...) {
         error = std::current_exception();
     }
-    // Of a key that was removed meanwhile there is nothing to tell.
+    // A key removed in the meantime has nothing to report.
     if (error && (isStored(key.keyID) || !wasStored))
         fail(key, error);
     isConnecting = --runningAttempts_ > 0;
@@ -181,7 +181,7 @@ Task<> KeyStore::openSession(StoredKey key, bool wasStored)
     const auto client = clients_.makeClient({key.keyID, std::move(*secret)});
     const B2Authorization authorization = co_await client->authorized();
 
-    // What is noted in passing never stops a connection.
+    // A failure to note the account never stops a connection.
     if (!key.accountID) {
         try {
             co_await keychain_.setAccountID(key.keyID, authorization.accountID);
@@ -196,7 +196,7 @@ Task<> KeyStore::openSession(StoredKey key, bool wasStored)
     co_await nameAccount(authorization);
     co_await nameKey(key.keyID, authorization, client);
 
-    // One that was removed meanwhile must not come back as the session.
+    // A key removed in the meantime must not come back as the session.
     if (wasStored && !isStored(key.keyID))
         co_return;
     StoredKey current = stored(key);
@@ -264,7 +264,7 @@ Task<> KeyStore::loadLiveKeyNames()
             auto listed = current->client->allKeys();
             while (auto key = co_await listed.next())
                 live.insert_or_assign(key->applicationKeyID, std::move(*key));
-            // The walk of a stopped task ends early, which must not look like a short list.
+            // A cancelled listing ends early, which must not look like a short list.
             co_await checkCancelled();
             isComplete = true;
         } catch (const Cancelled&) {
@@ -281,11 +281,11 @@ Task<> KeyStore::loadLiveKeyNames()
     liveNamesAccountID = isComplete ? std::optional(current->authorization.accountID) : std::nullopt;
 }
 
-void KeyStore::takeLiveKeys(const std::shared_ptr<B2Session>& listedWith, const std::vector<B2ApplicationKey>& listed)
+void KeyStore::useKeyListing(const std::shared_ptr<B2Session>& listedWith, const std::vector<B2ApplicationKey>& listed)
 {
     if (!listedWith || *session != listedWith)
         return;
-    // An older listing on its way counts no more.
+    // Outdates an earlier listing that is still on its way.
     appliedListing_ = ++startedListings_;
     std::map<std::string, B2ApplicationKey> live;
     for (const auto& key : listed)
@@ -328,7 +328,7 @@ std::vector<StoredAccount> KeyStore::accountGroups() const
 std::string KeyStore::accountDisplayName(const std::optional<std::string>& accountID) const
 {
     if (!accountID || accountID->empty())
-        return "Account not yet known";
+        return std::string(unknownAccountName);
     const auto name = accountNames->find(*accountID);
     return name == accountNames->end() ? unnamedAccountName(*accountID) : name->second;
 }

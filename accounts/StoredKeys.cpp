@@ -1,6 +1,7 @@
 #include "accounts/StoredKeys.h"
 
 #include "accounts/KeyNames.h"
+#include "accounts/switcher/KeySwitcher.h"
 #include "foundation/SettingsKeys.h"
 
 #include <QPointer>
@@ -143,7 +144,7 @@ Task<> StoredKeys::removeRevoked()
 {
     const QPointer<StoredKeys> self(this);
     const auto outcome = co_await store_.removeRevoked();
-    if (auto text = keptKeysText(outcome); text && self)
+    if (auto text = retainedKeysText(outcome); text && self)
         notices_.post({.id = "keys.revoked", .kind = Notice::Kind::warning, .text = std::move(*text)});
 }
 
@@ -215,8 +216,7 @@ std::optional<std::string> StoredKeys::switchFailure() const
     const auto& failure = *store_.connectionFailure;
     if (!*store_.session || !failure || !*store_.lastAttempted)
         return std::nullopt;
-    return "Couldn't switch to “" + (*store_.lastAttempted)->label + "”. " + failure->message
-        + " Still connected with “" + (*store_.session)->key->label + "”.";
+    return switchFailureText(*failure, **store_.lastAttempted, *(*store_.session)->key);
 }
 
 void StoredKeys::dismissSwitchFailure()

@@ -118,7 +118,7 @@ void RootModel::wire()
     keys.didFailInEarlierSession = [this](std::string sentence) {
         notices.post({.id = "keys.earlierSession", .kind = Notice::Kind::failure, .text = std::move(sentence)});
     };
-    keys.didLoad = [this] { keyStore.takeLiveKeys(*keys.session, *keys.keys); };
+    keys.didLoad = [this] { keyStore.useKeyListing(*keys.session, *keys.keys); };
     connect(&browser, &Observable::changed, this, &RootModel::followBrowser);
 }
 

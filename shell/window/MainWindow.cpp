@@ -275,7 +275,7 @@ void MainWindow::fillAccountMenu()
             *keychain.hasPassphrase ? tr("Change the Passphrase of Keys…") : tr("Protect Keys with a Passphrase…"),
             keySheets_, &KeySheets::protectStore);
         if (*keychain.hasPassphrase)
-            account_->addAction(tr("Take Off the Passphrase of Keys…"), keySheets_, &KeySheets::takeOffPassphrase);
+            account_->addAction(tr("Remove the Passphrase of Keys…"), keySheets_, &KeySheets::removePassphrase);
     }
     account_->addSeparator();
     auto* const read = account_->addAction(

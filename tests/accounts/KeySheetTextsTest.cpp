@@ -21,10 +21,10 @@ TEST(KeySheetTextsTest, TheQuestionAboutRevokedKeysNamesThemAndCounts)
 TEST(KeySheetTextsTest, SaysWhichKeysWereKeptAndWhy)
 {
     RevokedKeysOutcome outcome{.removed = {{"1", "Old laptop", "a"}}, .kept = {}};
-    EXPECT_FALSE(keptKeysText(outcome));
+    EXPECT_FALSE(retainedKeysText(outcome));
 
     outcome.kept.push_back({{"2", "Printer", "a"}, "“Printer” still signs in, so it was kept."});
-    EXPECT_EQ(keptKeysText(outcome), "1 key was removed. “Printer” still signs in, so it was kept.");
+    EXPECT_EQ(retainedKeysText(outcome), "1 key was removed. “Printer” still signs in, so it was kept.");
 }
 
 TEST(KeySheetTextsTest, OnlyTheKeyInUseIsSaidToDisconnect)

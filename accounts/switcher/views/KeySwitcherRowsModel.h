@@ -6,7 +6,7 @@
 
 #include <vector>
 
-/// The other keys as rows, each account's under a heading that cannot be chosen.
+/// The other keys as rows, those of each account under a heading that cannot be chosen.
 class KeySwitcherRowsModel final : public QAbstractListModel {
     Q_OBJECT
 
