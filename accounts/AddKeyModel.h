@@ -16,13 +16,13 @@ struct KnownKey {
     bool operator==(const KnownKey&) const = default;
 };
 
-/// Which session follows when a key was added.
+/// Which session is used after a key was added.
 enum class AfterAdding { switchToNewKey, keepSession };
 
-/// The add-key sheet: has the service check the key, then stores it.
+/// The model of the add-key sheet: has the service check the key, then stores it.
 ///
-/// Lives on the main thread as long as its sheet. Going away ends the check; nothing is stored then, unless the secret
-/// store had been asked already.
+/// Lives on the main thread as long as its sheet. Destroying it ends the check; nothing is stored then, unless the call
+/// to the secret store had already begun.
 class AddKeyModel final : public Observable {
 public:
     AddKeyModel(KeyStore& store, std::optional<KnownKey> known, AfterAdding after);
@@ -37,9 +37,9 @@ public:
     /// Why the key cannot be added as typed; nothing when it can. The name is not required.
     std::optional<std::string> refusal(std::string_view keyID, bool hasApplicationKey) const;
     std::string verb() const;
-    /// What is being waited for, while the key is checked.
+    /// Says what is awaited while the key is checked.
     std::string progressText() const;
-    /// What must be known of the place where the secret will be kept; nothing for the desktop's own store.
+    /// Explains where the secret will be kept; nothing for the desktop's own store.
     std::optional<std::string> storeNote() const;
 
     /// Checks and stores the key; the outcome is left in the fields.

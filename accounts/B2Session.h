@@ -7,9 +7,9 @@
 
 #include <memory>
 
-/// One connected key: made only after it was authorized.
+/// A connected key; created only after it was authorized.
 ///
-/// Lives on the main thread. Ends with its last reference, so a task that still holds it finishes by itself.
+/// Lives on the main thread until its last reference goes, so a task that still holds it can finish.
 class B2Session final : public Observable {
 public:
     B2Session(StoredKey storedKey, std::shared_ptr<B2Client> sessionClient, B2Authorization answer)
@@ -19,12 +19,12 @@ public:
     {
     }
 
-    Observed<StoredKey> key; ///< Changes with a rename, so that every pane shows it at once.
+    Observed<StoredKey> key; ///< Changes with a rename, which every pane then shows at once.
     const std::shared_ptr<B2Client> client;
-    /// What the service said when the session was made; never asked for again.
+    /// The service's answer when the session was created; never requested again.
     const B2Authorization authorization;
 
-    /// Has the key the capability?
+    /// Does the key have the capability?
     bool may(const B2Capability& capability) const
     {
         return authorization.storage.allowed.capabilities.contains(capability);

@@ -32,7 +32,7 @@ ConnectionFailure connectionFailureFrom(const std::exception_ptr& error)
         std::rethrow_exception(error);
     } catch (const B2Error& failure) {
         if (const auto* api = failure.api()) {
-            // A token problem says nothing against the key.
+            // A problem with the token does not mean that the key is bad.
             if (api->status == 401 && !api->isExpiredAuthorization())
                 return {Kind::keyRejected,
                     api->message.empty() ? "Backblaze rejected this key. It has been deleted, or it reached the "

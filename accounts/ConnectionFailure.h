@@ -18,16 +18,16 @@ struct ConnectionFailure {
 
     bool operator==(const ConnectionFailure&) const = default;
 
-    /// What stands above the message.
+    /// The title above the message.
     std::string_view title() const;
     /// Could another attempt with the same key succeed?
     bool canTryAgain() const;
 };
 
-/// Tells a refused key from a network in trouble.
+/// Distinguishes a refused key from trouble on the network.
 ConnectionFailure connectionFailureFrom(const std::exception_ptr& error);
 
-/// What the detail area says while there is no session.
+/// The notice in the detail area while there is no session.
 struct ConnectionNotice {
     std::string title;
     std::string text;

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// A computer that slept through the end of a key says so this long after it woke.
+/// After sleeping through the expiry, the computer shows the notice at most this long after waking up.
 constexpr std::chrono::milliseconds longestWait = std::chrono::minutes(1);
 
 } // namespace
@@ -17,27 +17,27 @@ ExpiryWatch::ExpiryWatch(KeyStore& store)
 {
     timer_.setSingleShot(true);
     timer_.setTimerType(Qt::PreciseTimer);
-    connect(&timer_, &QTimer::timeout, this, &ExpiryWatch::tell);
+    connect(&timer_, &QTimer::timeout, this, &ExpiryWatch::announce);
     connect(&store_, &KeyStore::sessionReplaced, this, &ExpiryWatch::follow);
 }
 
 void ExpiryWatch::follow()
 {
     session_ = *store_.session;
-    told_.reset();
+    announced_.reset();
     notice = std::nullopt;
-    tell();
+    announce();
 }
 
-void ExpiryWatch::tell()
+void ExpiryWatch::announce()
 {
     timer_.stop();
     if (!session_)
         return;
     const auto now = std::chrono::system_clock::now();
     auto text = expiryNotice(session_->key->label, session_->authorization, now);
-    if (text && text != told_) {
-        told_ = text;
+    if (text && text != announced_) {
+        announced_ = text;
         notice = std::move(text);
     }
     const auto& end = session_->authorization.applicationKeyExpirationTimestamp;

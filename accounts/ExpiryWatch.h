@@ -9,24 +9,24 @@
 #include <optional>
 #include <string>
 
-/// Tells that the session's key ends soon or has ended: at the connection, and at the moment of the end.
+/// Warns that the session's key expires soon or has expired: when it connects, and when it expires.
 class ExpiryWatch final : public Observable {
 public:
     /// @param store  outlives this.
     explicit ExpiryWatch(KeyStore& store);
 
-    /// A sentence to show until `dismiss`; it goes with its session.
+    /// A sentence to show until `dismiss` or the end of its session.
     Observed<std::optional<std::string>> notice{this};
 
-    /// What was closed stays closed until something else is to be told.
+    /// Hides the notice until there is a different one.
     void dismiss();
 
 private:
     void follow();
-    void tell();
+    void announce();
 
     KeyStore& store_;
     std::shared_ptr<B2Session> session_;
-    std::optional<std::string> told_;
+    std::optional<std::string> announced_;
     QTimer timer_;
 };

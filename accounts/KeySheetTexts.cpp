@@ -68,14 +68,14 @@ Question removeRevokedQuestion(const std::vector<StoredKey>& keys, bool isAnySha
 std::string forgottenPassphraseText(const std::filesystem::path& store)
 {
     return fmt::format("Nobody can read these keys without the passphrase. If it is lost, move “{}” away and add keys "
-                       "again; Backblaze makes new ones. Your buckets and files are not touched by this.",
+                       "again; Backblaze makes new ones. Your buckets and files are not affected.",
         store.string());
 }
 
 bool isShortPassphrase(const Secret& passphrase)
 {
     constexpr auto fewest = 12;
-    // The bytes of UTF-8 that begin a character.
+    // Counts the bytes of UTF-8 that begin a character.
     return std::ranges::count_if(passphrase.reveal(), [](char byte) { return (byte & 0xc0) != 0x80; }) < fewest;
 }
 
@@ -83,11 +83,11 @@ std::string passphraseChangeText(PassphraseChange change)
 {
     switch (change) {
     case PassphraseChange::set:
-        return "Your stored keys are now closed with your passphrase, and Kestrovan asks for it at each start.";
+        return "Your stored keys are now locked with your passphrase, and Kestrovan asks for it at each start.";
     case PassphraseChange::changed:
         return "The passphrase of your stored keys was changed; the old one no longer opens them.";
-    case PassphraseChange::takenOff:
-        return "The passphrase of your stored keys was taken off, and what opens their file lies beside it.";
+    case PassphraseChange::removed:
+        return "The passphrase of your stored keys was removed. The key to their file is now stored beside it.";
     }
     return {};
 }

@@ -14,7 +14,7 @@
 std::string renameKeyText(bool isMaster);
 std::string renameAccountText();
 
-/// Is there a name at all? Blanks alone are none.
+/// Is there a name? Blanks alone are none.
 bool isNameGiven(std::string_view name);
 
 /// @param isCurrent  the program is connected with the key.
@@ -23,18 +23,17 @@ Question removeKeyQuestion(const StoredKey& key, bool isCurrent);
 /// @param isAnyShared  one of the keys is on the user's other computers too.
 Question removeRevokedQuestion(const std::vector<StoredKey>& keys, bool isAnyShared);
 
-/// Advice for a user who no longer knows the passphrase.
+/// Explains what remains possible after the passphrase was forgotten.
 std::string forgottenPassphraseText(const std::filesystem::path& store);
 
 /// Advice for choosing a passphrase.
 inline constexpr std::string_view passphraseAdvice = "Four or more random words are good.";
 
-/// Is it short enough for a warning? No passphrase is refused.
+/// Does a passphrase deserve a warning? A short one is allowed all the same.
 bool isShortPassphrase(const Secret& passphrase);
 inline constexpr std::string_view shortPassphraseText =
-    "This passphrase is short. Whoever gets a copy of the file guesses a short one quickly.";
+    "This passphrase is short. Anyone who gets a copy of the file can guess a short one quickly.";
 
-/// A change of the passphrase of the stored keys' file.
-enum class PassphraseChange { set, changed, takenOff };
-/// The change as a sentence to show.
+/// What was done to the passphrase of the file that keeps the keys.
+enum class PassphraseChange { set, changed, removed };
 std::string passphraseChangeText(PassphraseChange change);

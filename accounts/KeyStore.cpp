@@ -79,7 +79,7 @@ void KeyStore::noteRemovals(const std::vector<StoredKey>& before)
 {
     QStringList gone;
     for (const auto& key : before) {
-        if (std::ranges::find(*keys, key.keyID, &StoredKey::keyID) == keys->end())
+        if (!isStored(key.keyID))
             gone.push_back(toQString(key.label));
     }
     if (gone.isEmpty() || !settings_.boolean(SettingsKeys::syncKeys).value_or(false))
@@ -149,7 +149,7 @@ Task<> KeyStore::connect(StoredKey key)
     } catch (...) {
         error = std::current_exception();
     }
-    // Of a key that was removed meanwhile there is nothing to tell.
+    // A key removed in the meantime has nothing to report.
     if (error && (isStored(key.keyID) || !wasStored))
         fail(key, error);
     isConnecting = --runningAttempts_ > 0;
@@ -182,7 +182,7 @@ Task<> KeyStore::openSession(StoredKey key, bool wasStored)
     const auto client = clients_.makeClient({key.keyID, std::move(*secret)});
     const B2Authorization authorization = co_await client->authorized();
 
-    // What is noted in passing never stops a connection.
+    // A failure to note the account never stops a connection.
     if (!key.accountID) {
         try {
             co_await keychain_.setAccountID(key.keyID, authorization.accountID);
@@ -197,7 +197,7 @@ Task<> KeyStore::openSession(StoredKey key, bool wasStored)
     co_await nameAccount(authorization);
     co_await nameKey(key.keyID, authorization, client);
 
-    // One that was removed meanwhile must not come back as the session.
+    // A key removed in the meantime must not come back as the session.
     if (wasStored && !isStored(key.keyID))
         co_return;
     StoredKey current = stored(key);
@@ -265,7 +265,7 @@ Task<> KeyStore::loadLiveKeyNames()
             auto listed = allKeys(current->client);
             while (auto key = co_await listed.next())
                 live.insert_or_assign(key->applicationKeyID, std::move(*key));
-            // The walk of a stopped task ends early, which must not look like a short list.
+            // A cancelled listing ends early, which must not look like a short list.
             co_await checkCancelled();
             isComplete = true;
         } catch (const Cancelled&) {
@@ -282,11 +282,11 @@ Task<> KeyStore::loadLiveKeyNames()
     liveNamesAccountID = isComplete ? std::optional(current->authorization.accountID) : std::nullopt;
 }
 
-void KeyStore::takeLiveKeys(const std::shared_ptr<B2Session>& listedWith, const std::vector<B2ApplicationKey>& listed)
+void KeyStore::useKeyListing(const std::shared_ptr<B2Session>& listedWith, const std::vector<B2ApplicationKey>& listed)
 {
     if (!listedWith || *session != listedWith)
         return;
-    // An older listing on its way counts no more.
+    // Outdates an earlier listing that is still on its way.
     appliedListing_ = ++startedListings_;
     std::map<std::string, B2ApplicationKey> live;
     for (const auto& key : listed)
@@ -329,7 +329,7 @@ std::vector<StoredAccount> KeyStore::accountGroups() const
 std::string KeyStore::accountDisplayName(const std::optional<std::string>& accountID) const
 {
     if (!accountID || accountID->empty())
-        return "Account not yet known";
+        return std::string(unknownAccountName);
     const auto name = accountNames->find(*accountID);
     return name == accountNames->end() ? unnamedAccountName(*accountID) : name->second;
 }

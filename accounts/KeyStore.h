@@ -20,18 +20,18 @@
 
 /// The stored keys and the session of the one in use.
 ///
-/// Lives on the main thread as long as the process. A failed attempt to connect leaves the session that was there;
-/// no failure of a connection is thrown, all are left in the fields.
+/// Lives on the main thread as long as the process. A failed attempt to connect leaves the session as it was; a failed
+/// connection is reported in the fields and never thrown.
 class KeyStore final : public Observable {
     Q_OBJECT
 
 public:
-    /// The key to add is in the store already.
+    /// The key to add is already stored.
     struct AddFailure : std::runtime_error {
         explicit AddFailure(const std::string& existingLabel);
     };
 
-    /// There is no session for another account.
+    /// No session for another account could be created.
     struct SecondSessionFailure : std::runtime_error {
         enum class Kind { noStoredSecret, noCapableKey, noKeys };
 
@@ -41,7 +41,7 @@ public:
 
         Kind kind;
         std::vector<std::string> needed; ///< Capabilities, sorted.
-        std::vector<std::string> tried;  ///< Each key with what it lacks.
+        std::vector<std::string> tried;  ///< Each key with the reason against it.
 
     private:
         SecondSessionFailure(Kind which, const std::string& sentence);
@@ -51,7 +51,7 @@ public:
 
     Observed<std::vector<StoredKey>> keys{this};
     Observed<std::shared_ptr<B2Session>> session{this}; ///< Null while not connected.
-    Observed<bool> isStarted{this, false};              ///< The stored keys were read once.
+    Observed<bool> isStarted{this, false};              ///< The stored keys have been read once.
     Observed<bool> isConnecting{this, false};
     Observed<std::optional<ConnectionFailure>> connectionFailure{this};
     Observed<std::optional<StoredKey>> lastAttempted{this};
@@ -59,12 +59,12 @@ public:
     /// Why the stored keys could not be read the last time, as a sentence to show.
     Observed<std::optional<std::string>> storeFailure{this};
 
-    /// What the current session could list at the service, by key id; complete or empty.
+    /// The keys that the current session could list at the service, by key id; complete or empty.
     Observed<std::map<std::string, B2ApplicationKey>> liveKeys{this};
     /// The account `liveKeys` describes; unset when no complete listing was possible.
     Observed<std::optional<std::string>> liveNamesAccountID{this};
 
-    /// Reads the stored keys anew. A store that cannot be read leaves the list as it was, and the log says so.
+    /// Reads the stored keys again. A store that cannot be read leaves the list as it was, and the log says so.
     Task<> reload();
 
     /// Connects with a stored key; on success it becomes the session.
@@ -73,11 +73,11 @@ public:
     /// Connects again with the key of the last attempt.
     Task<> retry();
 
-    /// Lists the account's keys with the current session; nothing is known after any failure.
+    /// Lists the account's keys with the current session into `liveKeys`, which is empty after any failure.
     Task<> loadLiveKeyNames();
 
-    /// The same from a complete listing that another has made with a session, unless that was replaced.
-    void takeLiveKeys(const std::shared_ptr<B2Session>& listedWith, const std::vector<B2ApplicationKey>& listed);
+    /// Uses a complete listing made elsewhere; does nothing if its session was replaced since.
+    void useKeyListing(const std::shared_ptr<B2Session>& listedWith, const std::vector<B2ApplicationKey>& listed);
 
     Keychain& keychain() const { return keychain_; }
 
@@ -86,15 +86,15 @@ public:
     /// Stores a key after the service has accepted it, and makes it the session.
     ///
     /// @param label  may be empty: the key then takes the name it has at the service, if it may read that.
-    /// @throws AddFailure before any call, Keychain::Failure, and what the service or the network said;
-    ///         `addKeyMessage` has words for each. Nothing is stored then.
+    /// @throws AddFailure before any call, Keychain::Failure, or the failure of the service or the network;
+    ///         `addKeyMessage` has a sentence for each. Nothing is stored then.
     Task<> add(std::string label, std::string keyID, Secret applicationKey);
-    /// The same without a change of session.
+    /// Does the same but keeps the session.
     Task<> addWithoutSwitching(std::string label, std::string keyID, Secret applicationKey);
 
-    /// Forgets a key, its secret, and the sort choices of an account without keys. The account's name stays, so that
-    /// it is there again with a new key.
-    /// @throws Keychain::Failure when the store would not remove it; everything is as before then.
+    /// Removes a key, its secret, and the sort choices of an account left without keys. The account's name is kept for
+    /// a later key.
+    /// @throws Keychain::Failure when the store refuses; nothing has changed then.
     Task<> remove(StoredKey key);
 
     /// Removes a key that looks revoked, once the service has refused that very key. One that still works, or that
@@ -106,16 +106,16 @@ public:
     /// Gives a key another name here, not at the service; an empty name does nothing.
     /// @returns false when the store refused, for which the log has the reason.
     Task<bool> rename(StoredKey key, std::string name);
-    /// The same for an account, which has its name here alone.
+    /// Does the same for an account, which has no name at the service.
     Task<bool> renameAccount(std::string accountID, std::string name);
 
     // --- Other accounts
 
-    /// A session of its own for an account, with the first stored key that has what is needed. The current session
-    /// stays as it is.
+    /// Opens another session for an account, with the first stored key that has the needed capabilities. The current
+    /// session stays as it is.
     ///
-    /// @param bucketID  a bucket that the key must not be kept from.
-    /// @throws SecondSessionFailure, or what the last key met.
+    /// @param bucketID  a bucket that the key must be able to reach.
+    /// @throws SecondSessionFailure, or the failure of the last key.
     Task<std::shared_ptr<B2Session>> secondSession(
         std::string accountID, std::set<B2Capability> needing, std::optional<std::string> bucketID = {});
 
@@ -124,7 +124,7 @@ public:
     bool isStored(const std::string& keyID) const;
     /// Is it the account's master application key?
     bool isMaster(const StoredKey& key) const;
-    /// Has the service no such key any more? Only known of the account that the current session could list completely.
+    /// Is the key gone from the service? Known only for the account whose keys the session could list completely.
     bool isRevoked(const StoredKey& key) const;
     std::vector<StoredKey> revokedKeys() const;
     std::set<std::string> revokedKeyIDs() const;
@@ -156,7 +156,7 @@ private:
     void record(B2LogLevel level, std::string_view category, std::string message, std::string detail = {});
     void fail(const StoredKey& key, const std::exception_ptr& error);
     void replaceSession(std::shared_ptr<B2Session> next);
-    /// How an attempt ended, together with whose it was: another may have begun since.
+    /// Records how an attempt ended together with its key, because another may have begun since.
     void conclude(const StoredKey& key, std::optional<ConnectionFailure> failure);
     StoredKey stored(const StoredKey& key) const;
 
@@ -166,12 +166,12 @@ private:
     ActivityLog& log_;
     int runningAttempts_ = 0;
     int startedReloads_ = 0;
-    int appliedReload_ = 0; ///< An older reading never replaces a newer one.
+    int appliedReload_ = 0; ///< So that an older reading never replaces a newer one.
     int startedListings_ = 0;
-    int appliedListing_ = 0; ///< The same for what the service lists.
+    int appliedListing_ = 0; ///< The same for listings of the service.
 };
 
-/// Words for what `KeyStore::add` threw.
+/// Returns a sentence for a failure of `KeyStore::add`.
 ///
-/// @param isKnown  the key's id was given, so that only its secret can be wrong.
+/// @param isKnown  the key's id was given, so only its secret can be wrong.
 std::string addKeyMessage(const std::exception_ptr& error, bool isKnown);

@@ -14,7 +14,7 @@
 
 namespace {
 
-/// Has the service itself refused the key? A 401 with another code, or with none as of a proxy, is no proof of that.
+/// Has the service itself refused the key? A 401 with another code, or without one as from a proxy, does not prove it.
 bool isRefusalOfKey(const std::exception_ptr& error)
 {
     try {
@@ -27,7 +27,7 @@ bool isRefusalOfKey(const std::exception_ptr& error)
     }
 }
 
-/// A store that cannot be opened takes new keys all the same: it sets aside what it had.
+/// Lists the store. One that cannot be opened still accepts new keys, because it sets its file aside.
 Task<std::vector<KeychainEntry>> entriesBeforeAdding(Keychain* keychain)
 {
     try {
@@ -41,7 +41,7 @@ Task<std::vector<KeychainEntry>> entriesBeforeAdding(Keychain* keychain)
 
 } // namespace
 
-/// A key that the service has accepted and the secret store has taken.
+/// A key that the service has accepted and the secret store holds.
 struct KeyStore::Accepted {
     std::string keyID;
     std::shared_ptr<B2Client> client;
@@ -102,7 +102,7 @@ Task<> KeyStore::addWithoutSwitching(std::string label, std::string keyID, Secre
     record(B2LogLevel::notice, "auth", fmt::format("Added key {} to Kestrovan", key.label),
         fmt::format("{} - permits: {}. Stored in the Keychain; not switched to.", key.keyID,
             capabilityList(accepted->authorization.storage.allowed.capabilities)));
-    // The last listing may be older than the key, which would look revoked.
+    // The last listing may be older than the key, which would then look revoked.
     if (*liveNamesAccountID == key.accountID)
         co_await loadLiveKeyNames();
 }
@@ -166,14 +166,14 @@ Task<std::optional<std::string>> KeyStore::removeIfRevoked(StoredKey key)
     co_return reason;
 }
 
-/// Why a key that looks revoked must not be forgotten: only a refusal of that very key proves it.
+/// Returns why a key that looks revoked must be kept: only a refusal of that very key proves that it is.
 Task<std::optional<std::string>> KeyStore::reasonToKeep(StoredKey key)
 {
     std::exception_ptr error;
     try {
         auto secret = co_await keychain_.secret(key.keyID);
         if (!secret)
-            co_return std::nullopt; // There is nothing to lose.
+            co_return std::nullopt; // There is no secret to lose.
         const auto client = clients_.makeClient({key.keyID, std::move(*secret)});
         co_await client->authorized();
     } catch (const Cancelled&) {

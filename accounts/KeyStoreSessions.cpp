@@ -10,7 +10,7 @@
 
 namespace {
 
-/// What the key of a session lacks for a request, or nothing.
+/// Returns what a session's key lacks for a request, or nothing.
 std::optional<std::string> obstacle(const B2Authorization& authorization, const std::set<B2Capability>& needing,
     const std::optional<std::string>& bucketID)
 {

@@ -8,8 +8,8 @@
 
 #include <chrono>
 
-/// Connects again by itself, with the key that was last tried, while there is no session and the service cannot be
-/// reached. The pauses grow. A refused key is left alone, and so is one beside a session that stands.
+/// Retries the last key automatically while there is no session and the service cannot be reached, after growing
+/// pauses. Does not retry a refused key, nor any key while there is a session.
 class Reconnection final : public QObject {
     Q_OBJECT
 
@@ -20,7 +20,7 @@ public:
     /// @param store  outlives this.
     explicit Reconnection(KeyStore& store, std::chrono::milliseconds pause = firstPause, QObject* parent = nullptr);
 
-    /// Ends for good: a running attempt is asked to stop and waited for. To be awaited before the store goes.
+    /// Ends for good: cancels a running attempt and waits for it. Must be awaited before the store is destroyed.
     Task<> shutDown();
 
 private:

@@ -1,6 +1,7 @@
 #include "accounts/StoredKeys.h"
 
 #include "accounts/KeyNames.h"
+#include "accounts/switcher/KeySwitcher.h"
 #include "foundation/SettingsKeys.h"
 
 #include <QPointer>
@@ -207,8 +208,7 @@ std::optional<std::string> StoredKeys::switchFailure() const
     const auto& failure = *store_.connectionFailure;
     if (!*store_.session || !failure || !*store_.lastAttempted)
         return std::nullopt;
-    return "Couldn't switch to “" + (*store_.lastAttempted)->label + "”. " + failure->message
-        + " Still connected with “" + (*store_.session)->key->label + "”.";
+    return switchFailureText(*failure, **store_.lastAttempted, *(*store_.session)->key);
 }
 
 void StoredKeys::dismissSwitchFailure()

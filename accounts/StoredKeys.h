@@ -49,7 +49,7 @@ public:
     /// Opens the file of keys and reads it, even when the sheet that asked was closed in the meantime.
     /// @throws Keychain::Failure with a sentence when the passphrase is wrong or the file cannot be read.
     Task<> unlock(Secret passphrase);
-    /// Sets, changes or takes off the passphrase of that file, and posts that it was done.
+    /// Sets, changes or removes the passphrase of that file, and posts that it was done.
     /// @throws as `unlock`; nothing was changed then.
     Task<> setPassphrase(Secret current, Secret next, PassphraseChange change);
 

@@ -6,7 +6,7 @@ std::vector<B2Bucket> bucketsNamedBy(const B2Authorization& key)
 {
     std::vector<B2Bucket> buckets;
     for (const auto& restriction : key.storage.allowed.buckets) {
-        // A bucket that is gone keeps its id in the key, without a name.
+        // A deleted bucket keeps its id in the key, without a name.
         if (restriction.name)
             buckets.push_back(
                 {.accountID = key.accountID, .bucketID = restriction.id, .bucketName = *restriction.name});

@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
-/// Which buckets a restricted key can be shown with. Functions of values.
+/// The buckets that can be shown for a restricted key. Functions of values.
 
-/// The buckets a key names itself, for one that may not ask the service about them: only ids and names are known.
+/// The buckets in a key's own restriction, for a key that may not list buckets: only ids and names are known.
 std::vector<B2Bucket> bucketsNamedBy(const B2Authorization& key);
 
-/// Why the key can be shown no bucket at all; nothing when it may list them or names them itself.
+/// Why no bucket can be shown for the key; nothing when it may list them or names them itself.
 std::optional<std::string> bucketListRefusal(const B2Authorization& key);
 
-/// What an empty list of buckets means with this key.
+/// Explains an empty list of buckets for this key.
 std::string emptyBucketListText(const B2Authorization& key);

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-/// The buckets of the connected key, in the order a file manager would show their names.
+/// The buckets of the connected key, in natural order of their names.
 ///
 /// Lives on the main thread. A reload that fails or is cancelled leaves the list as it was.
 class BucketsModel final : public SessionModel {
@@ -19,11 +19,11 @@ public:
     /// The list of this session was requested and answered, or the request failed: only then does empty mean none.
     Observed<bool> isAnswered{this, false};
 
-    /// Lists every bucket the key can see (`b2_list_buckets`); bills one call, or one a bucket for a key over several.
-    /// A key that may not list is shown the buckets it names itself, for free.
+    /// Lists every bucket the key can see (`b2_list_buckets`); bills one call, or one per bucket for a key limited to
+    /// several. For a key that may not list, shows the buckets it names itself, for free.
     Task<> reload();
 
-    /// Takes out a bucket that is known to be gone.
+    /// Removes a bucket that is known to be deleted.
     void drop(const std::string& bucketID);
 
     /// The bucket of an id, or null.

@@ -61,7 +61,7 @@ Task<std::invoke_result_t<Work, KeychainFile&>> FileKeychain::onFile(Work work)
             result.isByPassphrase = file->hasPassphrase();
             result.isLocked = file->needsPassphrase();
         } catch (const Failure&) {
-            // The work has met the same, or the next will.
+            // The work has failed in the same way, or the next will.
         }
         return result;
     });
@@ -118,7 +118,7 @@ Task<> FileKeychain::save(
     });
     const auto keychain = self.lock();
     if (keychain && aside) {
-        (*keychain)->log_.record({B2LogLevel::warning, "keys", "Began a new file for the stored keys", *aside});
+        (*keychain)->log_.record({B2LogLevel::warning, "keys", "Started a new file for the stored keys", *aside});
         (*keychain)->remark = std::move(aside);
     }
 }
@@ -183,12 +183,12 @@ Task<> FileKeychain::unlockLegacyStore(Secret passphrase)
 
 Task<> FileKeychain::setLegacyPassphrase(Secret current, Secret next)
 {
-    const bool isTakenOff = next.empty();
+    const bool isRemoved = next.empty();
     const auto old = std::make_shared<Secret>(std::move(current));
     const auto shared = std::make_shared<Secret>(std::move(next));
     auto* const log = &log_;
     co_await onFile([old, shared](KeychainFile& file) { file.setPassphrase(*old, *shared); });
     log->record({B2LogLevel::notice, "keys",
-        isTakenOff ? "Took the passphrase off the stored keys" : "Set a passphrase for the stored keys",
-        isTakenOff ? "What opens their file lies beside it again." : "Kestrovan asks for it at each start."});
+        isRemoved ? "Removed the passphrase of the stored keys" : "Set a passphrase for the stored keys",
+        isRemoved ? "The key to their file is stored beside it again." : "Kestrovan asks for it at each start."});
 }

@@ -9,7 +9,7 @@
 
 /// The legacy store: keys in an encrypted file of the user's own, where the desktop has no keyring.
 ///
-/// What blocks runs on a thread for such work; a stop request does not interrupt it.
+/// Blocking work runs on a background thread; a stop request does not interrupt it.
 class FileKeychain final : public Keychain {
 public:
     FileKeychain(const std::filesystem::path& directory, ActivityLog& log);
@@ -27,7 +27,7 @@ public:
     Task<> setLegacyPassphrase(Secret current, Secret next) override;
 
 private:
-    /// Runs work on the file, then shows whether it has a passphrase and needs it.
+    /// Runs work on the file, then updates whether it has a passphrase and needs it.
     template <class Work>
     Task<std::invoke_result_t<Work, KeychainFile&>> onFile(Work work);
 

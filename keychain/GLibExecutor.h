@@ -6,8 +6,8 @@
 
 using GMainContext = struct _GMainContext;
 
-/// Runs coroutines on a thread of GLib's own main loop, where everything that libsecret does happens: Qt's loop may be
-/// GLib's or not.
+/// Runs coroutines on a thread with its own GLib main loop, for everything libsecret does: Qt's loop may or may not be
+/// GLib's.
 class GLibExecutor final : public Executor {
 public:
     /// The executor of the process, made on first use and never destroyed.

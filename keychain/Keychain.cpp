@@ -64,10 +64,10 @@ std::string legacyStoreNote(bool hasPassphrase)
         "file. Only your user account can read that file. ";
     if (hasPassphrase)
         return place
-            + "It opens with your passphrase. Kestrovan asks for it at each start and stores it nowhere: without it, "
-              "the stored keys are lost.";
+            + "It opens with your passphrase. Kestrovan asks for it at each start and never stores it: without it, the "
+              "stored keys are lost.";
     return place
-        + "What opens it lies beside it, so another program that you run could read both. A passphrase protects more: "
-          "set one in the Account menu, with “Protect Keys with a Passphrase…”. So does a keyring such as GNOME "
-          "Keyring or KWallet.";
+        + "The key to that file is stored beside it, so any program that you run could read both. A passphrase "
+          "protects your keys better: set one with “Protect Keys with a Passphrase…” in the Account menu. So does a "
+          "keyring such as GNOME Keyring or KWallet.";
 }

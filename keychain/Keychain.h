@@ -21,11 +21,11 @@ struct KeychainEntry {
     bool operator==(const KeychainEntry&) const = default;
 };
 
-/// Where secrets live. An entry is the whole truth about a key: its secret, its name and its account.
+/// Stores the secrets. An entry holds everything about a key: its secret, its name and its account.
 ///
-/// Lives on the main thread, which it never makes wait: a call to the store ends after 5 seconds at most. Waiting for
-/// the user to unlock the store is not counted; it shows in `isWaitingForUnlock` and ends with `stopWaiting`.
-/// A task that is asked to stop ends at once with `Cancelled`; what it had begun to write may be written or not.
+/// Lives on the main thread and never blocks it: a call to the store ends within 5 seconds. Waiting for the user to
+/// unlock the store is not counted; it shows in `isWaitingForUnlock` and ends with `stopWaiting`. A cancelled task ends
+/// at once with `Cancelled`; a write it had begun may or may not take effect.
 class Keychain : public Observable {
 public:
     /// Why a store failed. The numbers are those that Keychain Services uses.
@@ -53,11 +53,11 @@ public:
         Status status;
     };
 
-    /// A legacy store serves instead of the desktop's for the rest of the process.
+    /// A legacy store is used instead of the desktop's for the rest of the process.
     Observed<bool> useLegacyStore{this, false};
     static constexpr std::string_view usualPlace = "your keyring";
-    /// Where keys are kept, as a sentence has it: "your keyring", or "an encrypted file of your own" with the legacy
-    /// store.
+    /// Where keys are kept, in the words of a sentence: "your keyring", or "an encrypted file of your own" with the
+    /// legacy store.
     virtual std::string_view place() const;
 
     /// The desktop is asking the user to unlock the store.
@@ -66,20 +66,20 @@ public:
     Observed<bool> needsPassphrase{this, false};
     /// The user has set a passphrase for the legacy store.
     Observed<bool> hasPassphrase{this, false};
-    /// What the user must hear of keys that are no longer, or not, at hand, as a sentence; the last one.
+    /// The latest sentence for the user about keys that are not available, or no longer.
     Observed<std::optional<std::string>> remark{this};
 
-    /// Decides where the secrets of this process live; before the first read. Fails never.
+    /// Decides where the secrets of this process are kept; awaited before the first read. Never fails.
     virtual Task<> probeOnce();
 
     /// Every stored key, sorted by key id.
     virtual Task<std::vector<KeychainEntry>> entries() = 0;
 
-    /// The secret half of a key, or nothing when the store holds none.
+    /// The secret of a key, or nothing when the store has none.
     virtual Task<std::optional<Secret>> secret(std::string keyID) = 0;
 
-    /// Stores a key, or its secret anew. An absent label or account keeps the stored one. A failure leaves the item
-    /// that was there.
+    /// Stores a key, or replaces its secret. An absent label or account keeps the stored one. A failure leaves the item
+    /// as it was.
     virtual Task<> save(
         std::string keyID, Secret secret, std::optional<std::string> label, std::optional<std::string> accountID) = 0;
 
@@ -90,31 +90,31 @@ public:
 
     /// The user's name for an account, or nothing when none is stored.
     virtual Task<std::optional<std::string>> accountName(std::string accountID) = 0;
-    /// Blanks around the name do not count; an empty one does nothing.
+    /// Ignores blanks around the name; does nothing for an empty one.
     virtual Task<> setAccountName(std::string accountID, std::string name) = 0;
 
     /// Is the key shared with the user's other computers? Never in a legacy store.
     virtual Task<bool> isShared(std::string keyID);
 
-    // What a key's entry says, or nothing after any failure.
+    // These return nothing after any failure.
     Task<std::optional<std::string>> label(std::string keyID);
     Task<std::optional<std::string>> accountID(std::string keyID);
 
-    /// Takes back what waits for the user: it fails as `dismissed`.
+    /// Ends the calls that wait for the user: they fail as `dismissed`.
     virtual void stopWaiting();
-    /// Lets reading ask the user once more, after a question that was dismissed.
+    /// Allows reading to ask the user once more, after a question was dismissed.
     virtual void askAgain();
 
     /// The file of the legacy store; empty for a keychain without one.
     virtual std::filesystem::path legacyStorePath() const { return {}; }
     /// Opens a legacy store that has a passphrase.
-    /// @throws Failure (`wrongPassphrase`); the store stays closed.
+    /// @throws Failure (`wrongPassphrase`); the store stays locked.
     virtual Task<> unlockLegacyStore(Secret passphrase);
-    /// Encrypts the open legacy store by a passphrase from now on, or by a key file when `next` is empty. `current`
-    /// counts only where there is a passphrase.
-    /// @throws Failure (`wrongPassphrase`) when `current` is not it; nothing has changed then.
+    /// Encrypts the unlocked legacy store with a passphrase from now on, or with a key file when `next` is empty.
+    /// `current` matters only where there is a passphrase.
+    /// @throws Failure (`wrongPassphrase`) when `current` is wrong; nothing has changed then.
     virtual Task<> setLegacyPassphrase(Secret current, Secret next);
 };
 
-/// What the legacy store means for the user, to be read before a key is given to it.
+/// Explains the legacy store to the user before a key is stored in it.
 std::string legacyStoreNote(bool hasPassphrase);

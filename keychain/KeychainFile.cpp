@@ -18,7 +18,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::string_view magic = "kestrovan keys 1"; // The number stands for the format and for the costs below.
+constexpr std::string_view magic = "kestrovan keys 1"; // The number identifies the format and the costs below.
 constexpr auto derivationOperations = crypto_pwhash_OPSLIMIT_MODERATE;
 constexpr auto derivationMemory = crypto_pwhash_MEMLIMIT_MODERATE;
 constexpr std::size_t checkSize = crypto_generichash_BYTES_MIN;
@@ -41,7 +41,7 @@ std::string randomBytes(std::size_t count)
     return random;
 }
 
-/// Tells a wrong key from damage, and nothing of the key.
+/// Distinguishes a wrong key from damage, and reveals nothing about the key.
 std::string checkOf(const Secret& key)
 {
     std::string check(checkSize, '\0');
@@ -70,7 +70,7 @@ Keychain::Failure needsPassphraseFailure()
 
 } // namespace
 
-/// How a file is encrypted: the part of it that is not.
+/// The unencrypted part of a file, which says how the rest is encrypted.
 struct KeychainFile::Header {
     bool isByPassphrase = false;
     std::string salt = randomBytes(crypto_pwhash_SALTBYTES);
@@ -81,7 +81,7 @@ struct KeychainFile::Header {
     std::string text() const { return std::string(magic) + (isByPassphrase ? 'p' : 'k') + salt + check; }
 };
 
-/// Keeps other threads and other processes off the files.
+/// Keeps other threads and other processes away from the files.
 class KeychainFile::Lock {
 public:
     explicit Lock(KeychainFile& file)
@@ -96,7 +96,7 @@ public:
             if (std::chrono::steady_clock::now() >= end) {
                 ::close(descriptor_);
                 throw Keychain::Failure(Keychain::Status::tooSlow,
-                    "Another program keeps the stored keys busy. Nothing was changed; try again in a moment.");
+                    "Another program is using the stored keys. Nothing was changed; try again in a moment.");
             }
             std::this_thread::sleep_for(20ms);
         }
@@ -110,7 +110,7 @@ public:
 
 private:
     std::lock_guard<std::mutex> guard_;
-    int descriptor_ = -1; ///< Of the folder; none while there is no folder, and so nothing to keep.
+    int descriptor_ = -1; ///< Of the folder; -1 while there is none, and so nothing to protect.
 };
 
 KeychainFile::KeychainFile(std::filesystem::path directory)
@@ -157,7 +157,7 @@ std::optional<std::string> KeychainFile::edited(const std::function<void(Entries
     if (box) {
         header = headerOf(*box);
     } else if (!passphraseKey_.empty()) {
-        // What was closed with a passphrase stays so.
+        // A store that was protected with a passphrase stays protected.
         header.isByPassphrase = true;
         header.salt = passphraseSalt_;
     }
@@ -205,7 +205,7 @@ void KeychainFile::setPassphrase(const Secret& current, const Secret& next)
     write(entries, header, key);
     passphraseKey_ = std::move(key);
     passphraseSalt_ = header.salt;
-    // The key file opens nothing any more, but perhaps an earlier box.
+    // The key file no longer opens this box, but it may open one that was set aside.
     if (wasSetAside(path()))
         return;
     std::error_code ignored;
@@ -304,7 +304,7 @@ Secret KeychainFile::verifiedKey(const Secret& passphrase, const Header& header,
     return key;
 }
 
-/// The key in the key file, which is made if there is none.
+/// Returns the key in the key file, which is created if there is none.
 Secret KeychainFile::makeKeyFile()
 {
     if (auto content = privateFileContent(keyPath())) {
@@ -336,7 +336,7 @@ Keychain::Failure KeychainFile::cannotOpen(const std::string& reason, const std:
 {
     return {Keychain::Status::damaged,
         fmt::format("Your keys are in “{}”, which can't be opened: {}. {}, then try again. The file is kept, "
-                    "also when you add a key.",
+                    "even if you add a key.",
             path().string(), reason, help)};
 }
 
@@ -345,20 +345,20 @@ Keychain::Failure KeychainFile::damaged() const
     return cannotOpen("it is damaged", "Put a good copy in its place, for example from a backup");
 }
 
-/// Gives another name to the file, and to a key file that is none.
+/// Renames the file, and its key file too if that holds no key.
 std::string KeychainFile::setAside()
 {
     const auto box = setFileAside(path());
-    std::string text =
-        fmt::format("The file of your earlier keys couldn't be opened and was set aside as “{}”; a new one was begun.",
-            box.string());
+    std::string text = fmt::format(
+        "The file with your earlier keys couldn't be opened and was set aside as “{}”; a new file was started.",
+        box.string());
     try {
         auto content = privateFileContent(keyPath());
         const Secret key = content ? Secret(std::move(*content)) : Secret();
         if (!content || key.reveal().size() == crypto_secretbox_KEYBYTES)
             return text + " Nothing was deleted.";
     } catch (const Keychain::Failure&) {
-        // What cannot be read must not be overwritten either.
+        // A key file that cannot be read must not be overwritten either.
     }
     return text + fmt::format(" So was its key file, as “{}”. Nothing was deleted.", setFileAside(keyPath()).string());
 }

@@ -11,10 +11,10 @@
 
 /// Items and their secrets in one encrypted file that only its owner can read (0600), replaced in one step.
 ///
-/// What opens it is made of a passphrase (Argon2id), or is a random key in a file of its own beside it. A file that
-/// cannot be opened fails as `damaged` and stays as it is, until a new key has to be stored: then it is set aside,
-/// never overwritten. From any thread, and blocks: for up to 5 seconds while another process has the file, and about
-/// one second to make a key of a passphrase. Every member throws Keychain::Failure.
+/// The encryption key is derived from a passphrase (Argon2id), or is random and kept in a key file beside it. A file
+/// that cannot be opened fails as `damaged` and stays as it is, until a new key has to be stored: then it is set aside,
+/// never overwritten. Called from any thread, and blocks: for up to 5 seconds while another process uses the file, and
+/// about one second to derive a key from a passphrase. Every member throws Keychain::Failure.
 class KeychainFile {
 public:
     struct Entry {
@@ -23,25 +23,25 @@ public:
     };
     using Entries = std::vector<Entry>;
 
-    /// @param directory  created, for its owner alone, with the first item.
+    /// @param directory  created with the first item, for its owner alone.
     explicit KeychainFile(std::filesystem::path directory);
 
-    /// What the file holds; nothing when there is none.
+    /// Returns the entries; none when there is no file.
     Entries read();
 
-    /// Changes what the file holds.
+    /// Changes the entries.
     void change(const std::function<void(Entries&)>& edit);
 
-    /// As `change`, and begins a new file where the old one cannot be opened.
-    /// @returns what was set aside, as a sentence; nothing when the file was opened.
+    /// Like `change`, but starts a new file when the present one cannot be opened.
+    /// @returns a sentence about the file that was set aside; nothing when the file could be opened.
     std::optional<std::string> add(const std::function<void(Entries&)>& edit);
 
-    /// Opens a file that has a passphrase.
+    /// Unlocks a file that has a passphrase.
     void unlock(const Secret& passphrase);
 
-    /// Encrypts the file by a passphrase from now on, or by a key file when `next` is empty.
+    /// Encrypts the file with a passphrase from now on, or with a key file when `next` is empty.
     ///
-    /// A file that has a passphrase takes another only from whoever knows it; without one, `current` does not count.
+    /// A file that has a passphrase requires it as `current`; without one, `current` is ignored.
     void setPassphrase(const Secret& current, const Secret& next);
 
     bool hasPassphrase();
@@ -72,5 +72,5 @@ private:
     std::mutex mutex_;
     const std::filesystem::path directory_;
     Secret passphraseKey_;
-    std::string passphraseSalt_; ///< The key is of the file with this salt.
+    std::string passphraseSalt_; ///< Of the file that `passphraseKey_` opens.
 };

@@ -10,7 +10,7 @@
 
 /// One item of a secret store, without its secret.
 struct KeychainItem {
-    std::string service;                ///< What kind of item it is, one of the two below.
+    std::string service;                ///< The kind of item, one of the two below.
     std::string account;                ///< The id of a key, or of an account.
     std::optional<std::string> label;   ///< The user's name for it.
     std::optional<std::string> generic; ///< Of a key: the account it belongs to.
@@ -22,7 +22,7 @@ struct KeychainItem {
 inline constexpr std::string_view keyItemService = "com.zantro.kestrovan";
 inline constexpr std::string_view accountItemService = "com.zantro.kestrovan.account";
 
-/// Which items an operation means.
+/// Selects the items of an operation.
 struct KeychainQuery {
     std::string service;
     std::optional<std::string> account; ///< Unset for all.
@@ -31,10 +31,10 @@ struct KeychainQuery {
     bool operator==(const KeychainQuery&) const = default;
 };
 
-/// The keys among items, by id. Of several items of a key, a later one fills in what those before it lack.
+/// Returns the keys among items, by id. Where a key has several items, later ones fill in what earlier ones lack.
 std::vector<KeychainEntry> entriesOf(const std::vector<KeychainItem>& items);
 
-/// What the log says of a reading.
+/// The log entry for a reading.
 ///
 /// @param store  "data protection" or "legacy".
 /// @param scope  "synced" or "local this Mac".

@@ -2,12 +2,12 @@
 
 namespace {
 
-/// Why the key stays, or nothing when it is in the other store, whole, and there alone.
+/// Moves one key. @returns why it stays; nothing when the other store alone has all of it.
 Task<std::optional<std::string>> moveKey(Keychain* from, Keychain* to, KeychainEntry entry)
 {
     const auto secret = co_await from->secret(entry.keyID);
     if (!secret)
-        co_return "Its secret is not there.";
+        co_return "Its secret is missing.";
     const auto present = co_await to->secret(entry.keyID);
     if (present && !(*present == *secret))
         co_return "The keyring holds the same key with another secret.";
@@ -15,9 +15,9 @@ Task<std::optional<std::string>> moveKey(Keychain* from, Keychain* to, KeychainE
         co_await to->save(entry.keyID, secret->copy(), entry.name, entry.accountID);
         const auto stored = co_await to->secret(entry.keyID);
         if (!stored || !(*stored == *secret))
-            co_return "The keyring took the key but does not give it back.";
+            co_return "The keyring accepted the key but does not return it.";
     } else {
-        // What the keyring calls it stays.
+        // A name that the keyring already has is kept.
         if (entry.name && !co_await to->label(entry.keyID))
             co_await to->setLabel(entry.keyID, *entry.name);
         if (entry.accountID && !co_await to->accountID(entry.keyID))

@@ -27,7 +27,7 @@ void putOptional(std::string& text, const std::optional<std::string>& value)
         putText(text, *value);
 }
 
-/// Takes fields off the front of a record; after the first that is not there, all are empty.
+/// Reads fields from the front of a record; after the first missing one, all are empty.
 class Reader {
 public:
     explicit Reader(std::string_view record)
@@ -69,7 +69,7 @@ private:
 
 Secret keychainRecord(const KeychainFile::Entries& entries)
 {
-    // Grown once, so that no copy of a secret is left behind.
+    // Reserved in full, so that growing leaves no copy of a secret behind.
     constexpr std::size_t overhead = 32;
     std::size_t size = overhead;
     for (const auto& [item, secret] : entries)

@@ -4,8 +4,8 @@
 
 #include <optional>
 
-/// The entries of a keychain file as the text that is encrypted: a count, then the fields of each, in turn, each text
-/// with its length before it.
+/// Writes the entries of a keychain file as the text that is encrypted: a count, then the fields of each entry in turn,
+/// each text preceded by its length.
 Secret keychainRecord(const KeychainFile::Entries& entries);
 
 /// @returns nothing for a text that is not such a record.

@@ -5,7 +5,7 @@
 #include <map>
 #include <string>
 
-/// Keys that last as long as the process: those of the demonstration and of the command line.
+/// Keeps keys as long as the process lasts: those of the demonstration and of the command line.
 class MemoryKeychain final : public Keychain {
 public:
     void add(KeychainEntry entry, Secret secret);

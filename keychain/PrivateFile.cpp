@@ -15,7 +15,7 @@ constexpr auto setAsideMark = ".set-aside-";
 Keychain::Failure cannotRead(const std::filesystem::path& file, int error)
 {
     return {Keychain::Status::cannotWrite,
-        fmt::format("The stored keys in “{}” couldn't be read: {}. The file stays as it is.", file.string(),
+        fmt::format("The stored keys in “{}” couldn't be read: {}. The file was left unchanged.", file.string(),
             std::error_code(error, std::generic_category()).message())};
 }
 
@@ -25,7 +25,7 @@ Keychain::Failure cannotSaveKeys(const std::filesystem::path& file, const std::e
 {
     return {Keychain::Status::cannotWrite,
         fmt::format(
-            "The keys couldn't be saved in “{}”: {}. What was stored before is kept.", file.string(), error.message())};
+            "The keys couldn't be saved in “{}”: {}. Keys stored earlier are kept.", file.string(), error.message())};
 }
 
 std::optional<std::string> privateFileContent(const std::filesystem::path& file)

@@ -7,16 +7,16 @@
 #include <string>
 #include <system_error>
 
-/// The files that keep keys where there is no keyring. From any thread, and blocks. What fails, fails with
-/// Keychain::Failure (`cannotWrite`) and has changed nothing.
+/// The files that keep keys where there is no keyring. These functions block, may be called from any thread, and throw
+/// Keychain::Failure (`cannotWrite`), after which nothing has changed.
 
-/// The whole file, or nothing when there is none. A file that others could read is closed to them.
+/// Returns the whole file, or nothing when there is none. Takes away the access of others to it.
 std::optional<std::string> privateFileContent(const std::filesystem::path& file);
 
-/// Gives the file a name that no other has, in the same folder. @returns that name.
+/// Renames the file to a free name in the same folder. @returns that name.
 std::filesystem::path setFileAside(const std::filesystem::path& file);
 
-/// Is there a file that was set aside in its place? Yes also when nobody can tell.
+/// Was a file of this name set aside? True as well when that cannot be determined.
 bool wasSetAside(const std::filesystem::path& file);
 
 /// The failure to store keys in a file.

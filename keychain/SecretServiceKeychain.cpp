@@ -24,7 +24,7 @@ KeychainQuery query(std::string_view service, std::string account)
 
 } // namespace
 
-// Each member holds the store in its own frame: it may be the last to do so.
+// Each member holds the store in its own frame, because the keychain may go before the call ends.
 
 SecretServiceKeychain::SecretServiceKeychain(Settings& settings, ActivityLog& log, std::chrono::milliseconds limit)
     : settings_(settings)

@@ -10,14 +10,14 @@
 
 class SecretServiceStore;
 
-/// Keys in the desktop's keyring, through the Secret Service of D-Bus: one item a key, which carries all of it.
+/// Keeps keys in the desktop's keyring, through the Secret Service of D-Bus: one item holds everything about a key.
 ///
-/// A locked keyring asks the user. Reading asks once; after a dismissal only using or changing a key asks again, or
-/// `askAgain` lets it. The first call that finds no service fails as `noSecretService`; a service that was there and is
-/// gone has died.
+/// A locked keyring asks the user. Reading asks once; after a dismissal it asks again only once a key is used or
+/// changed, or after `askAgain`. The first call that finds no service fails as `noSecretService`; a service that was
+/// there earlier and is gone fails as `serviceEnded`.
 class SecretServiceKeychain final : public Keychain {
 public:
-    /// @param settings  tell whether keys are shared with other computers.
+    /// @param settings  say whether keys are shared with other computers.
     SecretServiceKeychain(
         Settings& settings, ActivityLog& log, std::chrono::milliseconds limit = std::chrono::seconds(5));
     ~SecretServiceKeychain() override;

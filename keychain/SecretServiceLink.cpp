@@ -15,7 +15,7 @@ constexpr auto linkKey = "kestrovan-link";
 Keychain::Failure slow()
 {
     return {Keychain::Status::tooSlow,
-        "The desktop's keyring did not answer in time. Nothing is known to be changed; try again in a moment."};
+        "The desktop's keyring did not answer in time. Your request may not have taken effect; try again in a moment."};
 }
 
 Keychain::Failure absent()
@@ -26,7 +26,7 @@ Keychain::Failure absent()
 Keychain::Failure died()
 {
     return {Keychain::Status::serviceEnded,
-        "The desktop's keyring ended while Kestrovan was using it. What was stored before is kept; try again."};
+        "The desktop's keyring stopped while Kestrovan was using it. Keys stored earlier are kept; try again."};
 }
 
 Keychain::Failure dismissal()
@@ -61,9 +61,9 @@ bool isTimeout(const GError& error)
 
 } // namespace
 
-// --- The service class, which tells the link of each question to the user
+// --- The service class, which reports each question to the user to the link
 
-/// A question before the user, and whom libsecret wants told of its end.
+/// A question the user sees, and the callback libsecret expects at its end.
 struct SecretServiceLink::Prompting {
     GAsyncReadyCallback callback;
     gpointer data;
@@ -113,7 +113,7 @@ GType SecretServiceLink::promptingServiceType()
 void SecretServiceLink::promptBegan(const void* prompt)
 {
     prompts_.insert(prompt);
-    wasDismissed_ = true; // Until what was asked for has turned out well.
+    wasDismissed_ = true; // Until the request has succeeded.
     onWaiting_(true);
 }
 
@@ -202,7 +202,7 @@ Task<> SecretServiceLink::connectToBus(TimeLimit& limit)
             },
             [](GObject*, GAsyncResult* result, GError** error) {
                 auto* const bus = g_bus_get_finish(result, error);
-                // Otherwise GLib would end the program when the bus does.
+                // Otherwise GLib would end the program together with the bus.
                 if (bus)
                     g_dbus_connection_set_exit_on_close(bus, FALSE);
                 return GObjectPtr<GDBusConnection>(bus);
@@ -220,7 +220,7 @@ Task<std::shared_ptr<SecretService>> SecretServiceLink::open(TimeLimit& limit)
         const GTextPtr owner(g_dbus_proxy_get_name_owner(G_DBUS_PROXY(service_.get())));
         if (owner && owner_ == owner.get())
             co_return service_;
-        forgetService(); // The session has ended with the process it was with.
+        forgetService(); // The session ended with the service's process.
     }
     co_await connectToBus(limit);
     std::shared_ptr<SecretService> opened = co_await call(
@@ -235,8 +235,8 @@ Task<std::shared_ptr<SecretService>> SecretServiceLink::open(TimeLimit& limit)
     const char* const algorithms = secret_service_get_session_algorithms(opened.get());
     if (!algorithms || std::string_view(algorithms) == "plain")
         throw Keychain::Failure(Keychain::Status::refused,
-            "The desktop's keyring offers no encrypted connection, so Kestrovan gives it no secrets. Nothing was "
-            "changed.");
+            "The desktop's keyring does not offer an encrypted connection, so Kestrovan does not give it any secrets. "
+            "Nothing was changed.");
     const GTextPtr owner(g_dbus_proxy_get_name_owner(G_DBUS_PROXY(opened.get())));
     owner_ = owner ? owner.get() : "";
     service_ = std::move(opened);
@@ -248,7 +248,7 @@ Task<std::shared_ptr<SecretService>> SecretServiceLink::open(TimeLimit& limit)
 Task<> SecretServiceLink::unlock(std::vector<GDBusProxy*> objects, Asking asking, TimeLimit& limit)
 {
     if (isUnlocking_) {
-        // Another call has the user's attention; whoever asked looks again at what is locked then.
+        // Another call is asking the user; the caller then looks again at what is still locked.
         OneShot<void> other;
         unlockWaiters_.push_back(other);
         co_await other.wait();
@@ -304,7 +304,7 @@ Keychain::Failure SecretServiceLink::failureFrom(const GError& error) const
         return slow();
     if (isDeath(error))
         return died();
-    // Whoever has kept keys in a keyring must not find an empty file in its place.
+    // A user with keys in a keyring must not be shown an empty file in its place.
     if (isAbsence(error))
         return wasOpen_ ? died() : absent();
     if (g_error_matches(&error, SECRET_ERROR, SECRET_ERROR_IS_LOCKED))

@@ -12,7 +12,7 @@
 #include <set>
 #include <string>
 
-/// How much time a call to the secret store has left; waiting for the user takes none of it.
+/// The time a call to the secret store has left; waiting for the user does not count.
 struct TimeLimit {
     std::chrono::milliseconds left;
 };
@@ -26,30 +26,30 @@ enum class Asking { allowed, onceOnly };
 /// Used on the GLib executor only. Every call throws Keychain::Failure.
 class SecretServiceLink {
 public:
-    /// @param onWaiting  called when the desktop begins and ends to ask the user.
+    /// @param onWaiting  called when the desktop begins and stops asking the user.
     explicit SecretServiceLink(std::function<void(bool)> onWaiting);
     ~SecretServiceLink();
     SecretServiceLink(const SecretServiceLink&) = delete;
 
-    /// The open service.
+    /// Returns the open service.
     Task<std::shared_ptr<SecretService>> open(TimeLimit& limit);
 
-    /// Unlocks items or collections, which may ask the user. Calls at the same time share one question. After a
-    /// dismissal `onceOnly` asks no more.
+    /// Unlocks items or collections, which may ask the user. Simultaneous calls share one question. After a dismissal
+    /// `onceOnly` does not ask again.
     Task<> unlock(std::vector<GDBusProxy*> objects, Asking asking, TimeLimit& limit);
 
-    /// What a store that ended without an error and without success means.
+    /// The failure to report when the store ended without an error and without success.
     Keychain::Failure refusal() const;
 
-    /// Stops waiting for the user: the calls that do fail as dismissed.
+    /// Stops waiting for the user: the calls that wait fail as `dismissed`.
     void stopWaiting();
     /// Forgets a dismissal: the user has answered since, or wants to be asked.
     void askAgain() { wasDismissed_ = false; }
 
     /// Awaits one asynchronous call of GLib.
     ///
-    /// @param start   begins it, with a cancellable, a callback and its data.
-    /// @param finish  takes the result and the place of an error.
+    /// @param start   begins it, given a cancellable, a callback and its data.
+    /// @param finish  receives the result and a location for an error.
     template <class Start, class Finish>
     auto call(TimeLimit& limit, Start start, Finish finish)
         -> Task<std::invoke_result_t<Finish, GObject*, GAsyncResult*, GError**>>;
@@ -69,8 +69,8 @@ private:
     GObjectPtr<GDBusConnection> bus_;
     std::shared_ptr<SecretService> service_;
     std::string owner_;             ///< The bus name of the process that the session is with.
-    std::set<const void*> prompts_; ///< Those before the user.
-    int dismissals_ = 0;            ///< How often the waiting was stopped.
+    std::set<const void*> prompts_; ///< Those the user sees.
+    int dismissals_ = 0;            ///< How often `stopWaiting` ended a wait.
     bool wasOpen_ = false;
     bool wasDismissed_ = false;
     bool isUnlocking_ = false;

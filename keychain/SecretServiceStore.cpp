@@ -36,7 +36,7 @@ GHashTablePtr attributesOf(const KeychainItem& item)
     return table;
 }
 
-/// What keyring programs show for an item that the user has not named.
+/// The name that keyring programs show for an item the user has not named.
 std::string placeholder(const KeychainItem& item)
 {
     return "Kestrovan: " + item.account;
@@ -60,7 +60,7 @@ KeychainItem itemOf(SecretItem* stored)
     return item;
 }
 
-/// Awaits a change of an item. That it has vanished since it was found is no failure.
+/// Awaits a change of an item. An item that has disappeared since it was found is not a failure.
 ///
 /// @returns whether the item was there.
 Task<bool> unlessGone(Task<bool> change)
@@ -135,7 +135,7 @@ Task<> SecretServiceStore::save(KeychainItem item, Secret secret)
         throw link_.refusal();
     link_.askAgain();
 
-    // Only what can be read back replaces what was there.
+    // The earlier items are replaced only if the new one can be read back.
     const auto found = co_await find(query, Asking::allowed, limit);
     const SecretItem* kept = nullptr;
     for (const auto& candidate : found) {
@@ -144,7 +144,7 @@ Task<> SecretServiceStore::save(KeychainItem item, Secret secret)
     }
     if (!kept)
         throw Keychain::Failure(Keychain::Status::refused,
-            "The desktop's keyring took the key but does not give it back. What was stored before is kept.");
+            "The desktop's keyring accepted the key but does not return it. Keys stored earlier are kept.");
     for (const auto& old : found) {
         if (old.get() != kept)
             co_await removeItem(old.get(), limit);
@@ -232,7 +232,7 @@ Task<SecretServiceStore::Items> SecretServiceStore::search(KeychainQuery query, 
 Task<SecretServiceStore::Items> SecretServiceStore::find(KeychainQuery query, Asking asking, TimeLimit& limit)
 {
     const auto isLocked = [](const GObjectPtr<SecretItem>& item) { return secret_item_get_locked(item.get()) == TRUE; };
-    // A locked collection need not tell what it holds.
+    // A locked collection may hide its items.
     co_await unlockDefault(asking, limit);
     auto found = co_await search(query, limit);
     while (std::ranges::any_of(found, isLocked)) {
@@ -260,7 +260,7 @@ Task<> SecretServiceStore::unlockDefault(Asking asking, TimeLimit& limit)
             [](GObject*, GAsyncResult* result, GError** error) {
                 return GObjectPtr<SecretCollection>(secret_collection_for_alias_finish(result, error));
             });
-        // A user without any keyring yet gets one with the first key.
+        // A user without a keyring gets one with the first key.
         if (!collection || secret_collection_get_locked(collection.get()) == FALSE)
             co_return;
         co_await link_.unlock({G_DBUS_PROXY(collection.get())}, asking, limit);

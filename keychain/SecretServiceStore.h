@@ -10,20 +10,20 @@
 
 /// The program's items in the desktop's Secret Service: one for each key and for each named account.
 ///
-/// An actor on the GLib executor. Each call has the time limit of its own, and throws Keychain::Failure.
+/// An actor on the GLib executor. Each call has its own time limit and throws Keychain::Failure.
 class SecretServiceStore final : public Actor {
 public:
     SecretServiceStore(std::function<void(bool)> onWaiting, std::chrono::milliseconds limit);
 
-    /// Ends when a session with the service stands.
+    /// Returns once there is a session with the service.
     Task<> probe();
 
     Task<std::vector<KeychainItem>> items(KeychainQuery query);
     Task<std::optional<Secret>> secret(KeychainQuery query);
-    /// Stores the item in the place of all others of its service and account. Those go only when the new one has been
+    /// Stores the item in place of all others of its service and account. Those are removed only after the new one was
     /// read back.
     Task<> save(KeychainItem item, Secret secret);
-    /// Both change every item that the query finds; one that vanishes meanwhile does not count. @returns how many.
+    /// Both change every item that the query finds and skip any that disappears in the meantime. @returns how many.
     Task<int> setLabel(KeychainQuery query, std::string label);
     Task<int> setGeneric(KeychainQuery query, std::string generic);
     Task<> remove(KeychainQuery query);
@@ -37,7 +37,7 @@ private:
     Task<Items> search(KeychainQuery query, TimeLimit& limit);
     /// Unlocks the collection that new items go to.
     Task<> unlockDefault(Asking asking, TimeLimit& limit);
-    /// What the query finds, unlocked, oldest first.
+    /// Returns the items of the query, unlocked, the oldest first.
     Task<Items> find(KeychainQuery query, Asking asking, TimeLimit& limit);
     Task<std::optional<Secret>> load(SecretItem* item, TimeLimit& limit);
     Task<> removeItem(SecretItem* item, TimeLimit& limit);

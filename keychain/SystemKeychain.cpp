@@ -42,7 +42,7 @@ Task<Keychain*> SystemKeychain::chosen()
     co_return &keyring_;
 }
 
-// Whoever had no keyring at first and has one now finds all keys in it.
+// A user who gets a keyring later finds all keys in it.
 Task<bool> SystemKeychain::takeOverFile()
 {
     const bool isThere = co_await runInBackground([path = path_] {
@@ -55,15 +55,15 @@ Task<bool> SystemKeychain::takeOverFile()
     try {
         move = co_await moveKeys(file_, keyring_);
     } catch (const Failure& failure) {
-        // Reading tries again each time, and need not say the same again.
+        // Each reading tries again and must not repeat the same log line.
         if (*remark != failure.what())
             log_.record({B2LogLevel::warning, "keys", fmt::format("Could not look for keys in “{}”", path_.string()),
                 failure.what()});
         if (failure.status == Status::wrongPassphrase)
-            remark = fmt::format("Keys from the time before this desktop had a keyring are in “{}”, closed with your "
-                                 "passphrase. Kestrovan uses the keyring now and does not show them. Keep that file: "
-                                 "it still opens where no keyring runs. Delete it only after each of its keys was "
-                                 "added again.",
+            remark = fmt::format("Your keys from before this desktop had a keyring are in “{}”, locked with your "
+                                 "passphrase. Kestrovan now uses the keyring and does not show them. Keep that file: "
+                                 "it can still be used where no keyring runs. Delete it only after you have added each "
+                                 "of its keys again.",
                 path_.string());
         else
             remark = failure.what();
@@ -75,7 +75,7 @@ Task<bool> SystemKeychain::takeOverFile()
                 "Moved {} into the Keychain", countText(static_cast<std::int64_t>(move.moved.size()), "key", "keys")),
             fmt::format("{}, from “{}”.", fmt::join(move.moved, ", "), path_.string())});
     if (move.kept.empty()) {
-        remark = std::nullopt; // Of an earlier try.
+        remark = std::nullopt; // Of an earlier attempt.
         co_return true;
     }
     log_.record({B2LogLevel::warning, "keys",
@@ -91,10 +91,10 @@ Task<bool> SystemKeychain::takeOverFile()
 Task<> SystemKeychain::probeOnce()
 {
     try {
-        // A session shows all that an item to and fro would, and leaves the keyring alone.
+        // Opening a session proves as much as writing and reading an item, and leaves the keyring unchanged.
         co_await chosen();
     } catch (const Failure&) {
-        // The first reading meets the same and says so.
+        // The first reading fails in the same way and says so.
     }
 }
 
@@ -109,7 +109,7 @@ Task<std::vector<KeychainEntry>> SystemKeychain::entries()
             bool& isTakingOver;
             ~Turn() { isTakingOver = false; }
         } const turn{isTakingOver_ = true};
-        // A keyring that was not unlocked now may be at the next reading.
+        // The keyring may be unlocked at the next reading if it was not now.
         hasTakenOver_ = co_await takeOverFile();
     }
     co_return co_await store->entries();

@@ -5,14 +5,14 @@
 
 #include <filesystem>
 
-/// The keys of a normal run: in the desktop's keyring, or in a file of the user's own where there is none.
+/// Keeps the keys of a normal run in the desktop's keyring, or in a private file where there is none.
 ///
-/// The first operation that finds no Secret Service is repeated with the file, and the whole process stays with it.
-/// A keyring that was there and fails, for whatever reason, is never replaced by the file. A keyring that is there at
-/// last takes over what the file holds; what cannot be moved stays in the file, and `remark` says so.
+/// The first operation that finds no Secret Service is repeated with the file, which then serves the whole process. A
+/// keyring that was there and fails, for whatever reason, is never replaced by the file. Once there is a keyring, the
+/// keys in the file move into it; those that cannot be moved stay in the file, and `remark` says so.
 class SystemKeychain final : public Keychain {
 public:
-    /// @param directory  where the file lies if there is one.
+    /// @param directory  of the file.
     SystemKeychain(Settings& settings, ActivityLog& log, const std::filesystem::path& directory);
 
     Task<> probeOnce() override;
@@ -33,16 +33,16 @@ public:
     Task<> setLegacyPassphrase(Secret current, Secret next) override;
 
 private:
-    /// The store of this process.
+    /// Returns the store of this process.
     Task<Keychain*> chosen();
-    /// Moves the file's keys into the keyring. @returns whether there is nothing left to try.
+    /// Moves the file's keys into the keyring. @returns whether nothing is left to try.
     Task<bool> takeOverFile();
 
     ActivityLog& log_;
     const std::filesystem::path path_;
     SecretServiceKeychain keyring_;
     FileKeychain file_;
-    bool hasOpened_ = false; ///< The keyring has answered once.
+    bool hasOpened_ = false; ///< The keyring has answered.
     bool isTakingOver_ = false;
-    bool hasTakenOver_ = false; ///< What the file held.
+    bool hasTakenOver_ = false; ///< The file's keys.
 };

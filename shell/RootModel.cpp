@@ -120,7 +120,7 @@ void RootModel::wire()
     keys.didFailInEarlierSession = [this](std::string sentence) {
         notices.post({.id = "keys.earlierSession", .kind = Notice::Kind::failure, .text = std::move(sentence)});
     };
-    keys.didLoad = [this] { keyStore.takeLiveKeys(*keys.session, *keys.keys); };
+    keys.didLoad = [this] { keyStore.useKeyListing(*keys.session, *keys.keys); };
 }
 
 void RootModel::noteSettings(std::string message, std::string sentence)

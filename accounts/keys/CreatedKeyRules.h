@@ -5,13 +5,13 @@
 #include <string>
 #include <string_view>
 
-/// What the sheet of a key just made says, and when it may close.
+/// The texts of the sheet for a key just created, and when it may close.
 struct CreatedKeyRules {
     bool hasCopied = false;       ///< The secret is on the clipboard.
-    bool hasAcknowledged = false; ///< The user says that it is saved somewhere safe.
+    bool hasAcknowledged = false; ///< The user has confirmed that it is saved somewhere safe.
     bool isAdding = false;        ///< The key is being stored at this moment.
 
-    /// The secret is never told again, so the sheet stays until it cannot be lost by closing.
+    /// The secret is never returned again, so the sheet stays until closing it cannot lose the secret.
     bool mayClose() const { return !isAdding && (hasCopied || hasAcknowledged); }
 
     static constexpr std::string_view title = "Copy this key now";
@@ -28,9 +28,9 @@ struct CreatedKeyRules {
               "the key you are using now.";
     }
 
-    /// After an answer was lost, so that the key was asked for again.
+    /// For a key that was requested twice because the first answer was lost.
     ///
-    /// @param foundID  another key of the name that has come meanwhile; empty where none was seen.
+    /// @param foundID  another key of that name that has appeared since; empty if none was seen.
     static std::string twinNote(const std::string& name, const std::string& foundID = {})
     {
         if (foundID.empty())
@@ -40,7 +40,7 @@ struct CreatedKeyRules {
             + "” whose applicationKey nobody knows. Its keyID is " + foundID + ". Delete it in the list of keys.";
     }
 
-    /// What goes to the clipboard: three lines, the last without an end.
+    /// The text for the clipboard: three lines, the last without a line end.
     static std::string clipboardText(const B2CreatedApplicationKey& created)
     {
         return "keyName: " + created.key.keyName + "\nkeyID: " + created.key.applicationKeyID

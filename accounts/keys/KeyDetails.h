@@ -10,21 +10,21 @@
 #include <string_view>
 #include <vector>
 
-/// What is known of a key whose details are to be shown.
+/// Everything known about a key whose details are shown.
 struct KeyDetailsInputs {
     B2ApplicationKey key;
     std::vector<B2Bucket> buckets; ///< Those the session can see, for their names.
     bool isCurrent = false;        ///< The session's own key.
     bool isStored = false;
-    std::string_view keyPlace = Keychain::usualPlace; ///< Where stored keys are.
+    std::string_view keyPlace = Keychain::usualPlace; ///< Where stored keys are kept.
     std::string storedLabel;                          ///< The name in the store; empty or "Unnamed key" without one.
     bool isMaster = false;
-    /// The record was made of what the service said when the session began: it knows neither name nor lifetime.
+    /// The record comes from the session's sign-in, which has neither name nor lifetime.
     bool describedBySignIn = false;
     std::chrono::system_clock::time_point now;
 };
 
-/// The words of the details sheet.
+/// The texts of the details sheet.
 struct KeyDetails {
     explicit KeyDetails(const KeyDetailsInputs& inputs);
 
@@ -43,11 +43,11 @@ struct KeyDetails {
     std::string kestrovanName;
     std::string nameNote;
     bool differsInName = false; ///< The store's name could be replaced by the one at the service.
-    std::string reach;          ///< A bucket a line.
-    std::string reachNote;      ///< Empty when nothing stands against the reach.
+    std::string reach;          ///< One bucket per line.
+    std::string reachNote;      ///< Empty when the reach needs no remark.
     std::string prefix;         ///< Empty without one.
     std::string expires;
-    std::vector<Granted> granted; ///< In the order of the groups; what is in none comes last, under "Other".
-    std::string grantedNote;      ///< Stands in for permissions when there are none.
+    std::vector<Granted> granted; ///< In the order of the groups; those in no group come last, under "Other".
+    std::string grantedNote;      ///< Shown instead of permissions when there are none.
     std::string storage;
 };

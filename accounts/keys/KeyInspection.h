@@ -6,15 +6,15 @@
 #include <optional>
 #include <string>
 
-/// What the sheet of a key's details shows.
+/// A key as the details sheet shows it.
 struct KeyInspection {
-    B2ApplicationKey key; ///< As the service lists it, or as the session's own sign-in describes it.
+    B2ApplicationKey key; ///< From the service's listing, or from the session's own sign-in.
     StoredKey stored;
     bool isCurrent = false;
     bool isMaster = false;
-    /// The service did not list the key: what is shown comes from its own sign-in.
+    /// The service did not list the key: the record comes from its own sign-in.
     bool describedBySignIn = false;
-    std::optional<std::string> backblazeName; ///< The name at the service, if it told one.
+    std::optional<std::string> backblazeName; ///< The name at the service, if known.
 
     bool operator==(const KeyInspection&) const = default;
 };

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-/// What a new key is to be granted, in the order of the picker.
+/// The permissions to grant a new key, in the order of the picker.
 enum class KeyPreset { readOnly, readWrite, fullControl, custom };
 
 inline constexpr std::array allKeyPresets{
@@ -18,23 +18,23 @@ inline constexpr std::array allKeyPresets{
 /// The preset in two or three words.
 std::string_view presetTitle(KeyPreset preset);
 
-/// What the preset allows, as a sentence or two.
+/// Describes the preset in a sentence or two.
 std::string_view presetText(KeyPreset preset);
 
 /// The capabilities of a preset; none for `custom`, which the user fills.
 std::set<B2Capability> presetCapabilities(KeyPreset preset);
 
-/// Are these all that a key can have? The six that are in no list of the service, not even in that of a master key's
-/// sign-in, do not count.
+/// Are these all the capabilities a key can have? Ignores the six that the service never lists, not even in a master
+/// key's sign-in.
 bool isEveryCapability(const std::set<B2Capability>& capabilities);
 
-/// What a key may do in a few words, for lists and the log: "Full control", or "read, write, delete".
+/// Sums up a key's permissions for lists and the log: "Full control", or "read, write, delete".
 std::string presetSummary(const std::set<B2Capability>& capabilities);
 
-/// What is at risk when a key with these capabilities leaks.
+/// Describes the risk if a key with these capabilities leaks.
 std::string riskNote(const std::set<B2Capability>& capabilities);
 
-/// The capabilities as people read them.
+/// Capabilities under readable names.
 namespace KeyPermissions {
 
 struct Item {
@@ -47,10 +47,10 @@ struct Group {
     std::vector<Item> items;
 };
 
-/// Those that can be chosen one by one, by subject.
+/// The capabilities that can be chosen one by one, by subject.
 std::span<const Group> groups();
 
-/// The words for a capability; its own name for one in no group.
+/// The readable name of a capability; its own name for one in no group.
 std::string title(const B2Capability& capability);
 
 } // namespace KeyPermissions

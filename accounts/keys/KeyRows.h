@@ -21,7 +21,7 @@ inline constexpr int keyColumnCount = 6;
 /// The stored names of the columns, in their order.
 std::span<const std::string> keyColumnNames();
 
-/// How a key at the service stands to this program.
+/// How this program knows a key at the service.
 enum class KeyRelation {
     current, ///< The session's own: neither selected nor deleted.
     held,    ///< Its secret is stored.
@@ -46,7 +46,7 @@ struct KeyRow {
     std::string relationText;
     std::string permissions;
     std::string reach;
-    std::string reachHelp; ///< Every bucket by name, a line each.
+    std::string reachHelp; ///< Every bucket by name, one per line.
     std::string expires;   ///< A day, "Never" or "Expired".
     std::string expiresHelp;
     NaturalSortKey nameKey;
@@ -55,11 +55,11 @@ struct KeyRow {
     bool isSelectable() const { return relation != KeyRelation::current; }
     bool canSwitch() const { return relation == KeyRelation::held; }
     bool canAdd() const { return relation == KeyRelation::notHeld; }
-    /// Has the store another name for the key than the service?
+    /// Does the store have another name for the key than the service?
     bool canTakeName() const { return stored && !nameMark.empty(); }
 };
 
-/// What rows are made with.
+/// The facts that rows are made from.
 struct KeyRowsContext {
     std::vector<StoredKey> stored;
     std::string currentKeyID; ///< Empty without a session.
@@ -67,11 +67,11 @@ struct KeyRowsContext {
     std::chrono::system_clock::time_point now;
 };
 
-/// The rows in the wanted order; those equal in it stand by name, then by id.
+/// Returns the rows in the requested order; equal ones by name, then by id.
 std::vector<KeyRow> makeKeyRows(
     const std::vector<B2ApplicationKey>& keys, const KeyRowsContext& context, std::span<const SortOrder> order);
 
-/// The names of the buckets a key is limited to; the id of one that cannot be seen.
+/// The names of the buckets a key is limited to; the id where the name is not known.
 std::vector<std::string> bucketNames(const B2ApplicationKey& key, const std::vector<B2Bucket>& buckets);
 
 /// "Never", a date, or "Expired" with the date.

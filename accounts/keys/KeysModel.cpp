@@ -19,7 +19,7 @@ Task<std::vector<B2ApplicationKey>> everyKey(std::shared_ptr<B2Client> client)
     auto listed = allKeys(client);
     while (auto key = co_await listed.next())
         keys.push_back(std::move(*key));
-    // The walk of a stopped task ends early, which must not look like a short list.
+    // A cancelled listing ends early, which must not look like a short list.
     co_await checkCancelled();
     std::ranges::sort(keys, {}, &B2ApplicationKey::applicationKeyID);
     co_return keys;
@@ -70,7 +70,7 @@ Task<> KeysModel::load()
     std::erase_if(listed, [&](const B2ApplicationKey& key) { return goneIDs_.contains(key.applicationKeyID); });
     keys = std::move(listed);
     hasLoaded = true;
-    // That a key was not created or deleted is another matter, which may not have been seen yet.
+    // An error about creating or deleting a key stays: it may not have been read yet.
     if (*hasLoadFailed)
         dismissError();
     if (didLoad)

@@ -20,7 +20,7 @@ KeysPane::KeysPane(const KeysModel& model, const std::shared_ptr<B2Session>& ses
     if (!canList)
         refreshRefusal = "This key cannot list keys: it lacks listKeys";
 
-    // What is left of another key counts for nothing.
+    // Ignores rows and errors of an earlier session.
     if (*model.session != session)
         return;
     const std::string label = session->key->label;

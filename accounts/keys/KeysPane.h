@@ -8,7 +8,7 @@
 
 class KeysModel;
 
-/// What the pane of the account's keys shows, and what it offers.
+/// The content of the pane for the account's keys, and the commands it offers.
 struct KeysPane {
     enum class Kind {
         loading, ///< Nothing is known yet.
@@ -16,17 +16,17 @@ struct KeysPane {
         table,
     };
 
-    /// @param session  the one the window is on; rows listed for another are not shown.
+    /// @param session  the current one; rows listed for another are not shown.
     KeysPane(const KeysModel& model, const std::shared_ptr<B2Session>& session);
 
     Kind kind = Kind::loading;
     std::string title;
     std::string text;
-    bool isFailure = false;            ///< The notice tells of a failed listing, which can be tried again.
+    bool isFailure = false;            ///< The notice is about a failed listing, which can be tried again.
     bool isRefused = false;            ///< The key may not list keys.
-    std::optional<std::string> banner; ///< Stands above the rows.
+    std::optional<std::string> banner; ///< Shown above the rows.
 
-    // Why a command is off, or nothing.
+    // Why a command is disabled, or nothing.
     std::optional<std::string> newRefusal;
     std::optional<std::string> deleteRefusal;
     std::optional<std::string> refreshRefusal;

@@ -80,7 +80,7 @@ NewKeyRules::NewKeyRules(const NewKeyForm& form, const std::set<B2Capability>& h
     : capabilities(form.preset == KeyPreset::custom ? form.custom : presetCapabilities(form.preset))
     , presetText(::presetText(form.preset))
 {
-    // The service refuses a key that may do more than the one that makes it.
+    // The service refuses a key with more capabilities than the one that creates it.
     if (form.preset == KeyPreset::fullControl)
         std::erase_if(capabilities, [&](const B2Capability& each) { return !held.contains(each); });
     const bool hasGrants = !capabilities.empty();

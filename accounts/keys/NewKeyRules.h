@@ -18,14 +18,14 @@ inline constexpr std::array allKeyLifetimes{
     KeyLifetime::never, KeyLifetime::day, KeyLifetime::week, KeyLifetime::month, KeyLifetime::quarter};
 
 std::string_view lifetimeLabel(KeyLifetime lifetime);
-/// Nothing for a key that never expires.
+/// @returns nothing for a key that never expires.
 std::optional<int> lifetimeSeconds(KeyLifetime lifetime);
 
-/// What the user has filled in for a new key.
+/// The form for a new key, as filled in.
 struct NewKeyForm {
     std::string name;
     KeyPreset preset = KeyPreset::readOnly;
-    std::set<B2Capability> custom;   ///< What was chosen under `KeyPreset::custom`.
+    std::set<B2Capability> custom;   ///< Chosen under `KeyPreset::custom`.
     std::set<std::string> bucketIDs; ///< Empty for every bucket.
     std::string prefix;
     KeyLifetime lifetime = KeyLifetime::never;
@@ -33,20 +33,20 @@ struct NewKeyForm {
     bool operator==(const NewKeyForm&) const = default;
 };
 
-/// What stands in the sheet of a new key, decided from the form alone.
+/// The texts of the new-key sheet, decided from the form alone.
 struct NewKeyRules {
     /// @param form  as filled in.
-    /// @param held  what the key in use may do: a key with full control gets nothing else.
+    /// @param held  the capabilities of the key in use; a key with full control gets exactly these.
     NewKeyRules(const NewKeyForm& form, const std::set<B2Capability>& held);
 
-    std::set<B2Capability> capabilities; ///< Requested; without what a key over buckets cannot have.
+    std::set<B2Capability> capabilities; ///< To request; without those that a key limited to buckets cannot have.
     std::string presetText;
     std::string riskNote;
     std::string reachNote;              ///< How far the key reaches, when that needs saying.
     std::string leftOut;                ///< Which permissions are left out and what is granted, when any are.
-    std::string prefixNote;             ///< What the prefix reaches, when that is not what one would think.
+    std::string prefixNote;             ///< What the prefix reaches, when that may surprise.
     std::optional<std::string> refusal; ///< Why the key cannot be created yet.
-    bool asksFirst = false;             ///< A key over several buckets, which most software refuses.
+    bool asksFirst = false;             ///< For a key over several buckets, which most software refuses.
 };
 
 /// The request for a form that its rules do not refuse. Blanks around the name are left out.

@@ -127,7 +127,7 @@ KeySummary keySummary(const B2Authorization& authorization)
         .namePrefix = nonEmpty(allowed.namePrefix),
         .expires = dateOf(authorization.applicationKeyExpirationTimestamp),
         .region = regionOf(authorization.storage.s3URL)};
-    // A sign-in that names no date may merely not tell it.
+    // A sign-in without a date may merely omit it.
     summary.expiryKnown = summary.expires.has_value();
     for (const auto& bucket : allowed.buckets) {
         if (bucket.name)
@@ -146,7 +146,7 @@ KeySummaries updatedSummaries(KeySummaries known, const KeySummarySources& sourc
     for (const auto& key : sources.keys) {
         if (const auto live = sources.liveKeys.find(key.keyID); live != sources.liveKeys.end()) {
             KeySummary summary = keySummary(live->second, sources.bucketNames, region);
-            // A key never changes: what its buckets are called, a session that lists no buckets cannot unsay.
+            // A key never changes, so a session that lists no buckets does not remove their names.
             if (const auto old = known.find(key.keyID);
                 old != known.end() && old->second.bucketNames.size() > summary.bucketNames.size())
                 summary.bucketNames = old->second.bucketNames;

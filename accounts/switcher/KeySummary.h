@@ -11,12 +11,12 @@
 #include <string>
 #include <vector>
 
-/// What is known of a key without a connection.
+/// Facts about a key that are known without a connection.
 struct KeySummary {
     using Date = std::chrono::sys_time<std::chrono::milliseconds>;
 
     std::vector<std::string> capabilities; ///< Sorted.
-    std::vector<std::string> bucketNames;  ///< Of those buckets whose names are known.
+    std::vector<std::string> bucketNames;  ///< Those that are known.
     int bucketCount = 0;                   ///< 0 for a key that reaches every bucket.
     std::optional<std::string> namePrefix;
     std::optional<Date> expires;
@@ -39,7 +39,7 @@ KeySummary keySummary(
 /// From the key's own sign-in.
 KeySummary keySummary(const B2Authorization& authorization);
 
-/// What a connection has told of the stored keys.
+/// Facts about the stored keys from a connection.
 struct KeySummarySources {
     std::vector<StoredKey> keys;
     std::map<std::string, B2ApplicationKey> liveKeys; ///< Of the session's account; complete or empty.
@@ -48,12 +48,12 @@ struct KeySummarySources {
     BucketNames bucketNames;
 };
 
-/// What is known after a connection: new facts replace old ones, and keys that are not stored any more are forgotten.
+/// Updates the summaries after a connection: new facts replace old ones, and keys no longer stored are dropped.
 ///
-/// Without any stored key nothing is forgotten: the list may not have been readable.
+/// Without any stored key nothing is dropped: the list may not have been readable.
 KeySummaries updatedSummaries(KeySummaries known, const KeySummarySources& sources);
 
-/// The summaries kept from earlier connections. What is damaged or of another form is left out.
+/// Reads the summaries kept from earlier connections. Leaves out damaged entries and those of another form.
 KeySummaries cachedSummaries(const Settings& settings);
 
 /// Keeps the summaries for the next start.

@@ -25,7 +25,7 @@ bool hasAll(const KeySummary& summary)
     return isEveryCapability({summary.capabilities.begin(), summary.capabilities.end()});
 }
 
-/// Nothing it holds changes anything at the service.
+/// Does the key have only capabilities that change nothing at the service?
 bool isReadingOnly(const KeySummary& summary)
 {
     return std::ranges::none_of(summary.capabilities, [](const std::string& name) {
@@ -55,10 +55,10 @@ QDate dayOf(std::chrono::milliseconds sinceEpoch)
     return QDateTime::fromMSecsSinceEpoch(sinceEpoch.count()).date();
 }
 
-/// The end of a key, seen from a moment.
+/// The expiry of a key, seen from a point in time.
 struct Expiry {
     bool isPast = false;
-    qint64 daysLeft = 0; ///< Midnights between now and the end.
+    qint64 daysLeft = 0; ///< Midnights between now and the expiry.
     QDate day;
 };
 

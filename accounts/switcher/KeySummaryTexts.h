@@ -6,22 +6,22 @@
 #include <optional>
 #include <string>
 
-/// What a key may do, where and how long, in words. Functions of values, in the user's locale and time zone.
+/// Describes what a key may do, where and how long. Functions of values, in the user's locale and time zone.
 
-/// Days ahead from which the end of a key is counted in days.
+/// The expiry of a key is counted in days from this many days ahead.
 inline constexpr int nearExpiryDays = 30;
-/// Days ahead from which the end of a key is worth a warning.
+/// The expiry of a key is worth a warning from this many days ahead.
 inline constexpr int soonExpiryDays = 7;
 
-/// What the key may do, as a sentence or two without the last full stop.
+/// Describes what the key may do in a sentence or two, without the last full stop.
 ///
-/// @param isMaster  the account's master key may do everything, whatever new capability its sign-in does not name yet.
+/// @param isMaster  the account's master key may do everything, even what its sign-in does not list yet.
 std::string permitsText(const KeySummary& summary, bool isMaster);
 
 /// Which buckets and names the key reaches: "All buckets", "photos only, names starting with “2025/”".
 std::string reachesText(const KeySummary& summary);
 
-/// When the key ends: "Never", "Expired {date}.", "Expires tomorrow", "12 days", or the date. Nothing when not known.
+/// When the key expires: "Never", "Expired {date}.", "Expires tomorrow", "12 days", or the date. Nothing when unknown.
 std::optional<std::string> expiresText(const KeySummary& summary, std::chrono::system_clock::time_point now);
 
 /// Has the key expired, or will it within a few days?
@@ -30,7 +30,7 @@ bool expiresSoon(const KeySummary& summary, std::chrono::system_clock::time_poin
 /// A mark for a key that expires soon: "Expired", "Expires tomorrow", "3 days"; nothing for any other.
 std::optional<std::string> expiryFlag(const KeySummary& summary, std::chrono::system_clock::time_point now);
 
-/// What the key is limited to, in a few words: "photos only · Read only". Nothing for a key without limits.
+/// Sums up the limits of the key: "photos only · Read only". Nothing for a key without limits.
 std::optional<std::string> restrictionText(const KeySummary& summary, bool isMaster);
 
 /// What a restricted key can do: "This key can browse and download. Actions it cannot perform are disabled."

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr std::string_view unknownAccount = "Account not yet known";
-
 const KeySummary* summaryOf(const KeySwitcherState& state, const StoredKey& key)
 {
     const auto summary = state.summaries.find(key.keyID);
@@ -20,18 +18,18 @@ const KeySummary* summaryOf(const KeySwitcherState& state, const StoredKey& key)
 std::string accountName(const KeySwitcherState& state, const StoredKey& key)
 {
     if (!key.accountID || key.accountID->empty())
-        return std::string(unknownAccount);
+        return std::string(unknownAccountName);
     const auto account = std::ranges::find(state.accounts, *key.accountID, &StoredAccount::accountID);
     return account == state.accounts.end() ? unnamedAccountName(*key.accountID) : account->name;
 }
 
-/// The key that has the card: that of the session, else the one tried last.
+/// The key on the card: that of the session, else the one tried last.
 const std::optional<StoredKey>& currentKey(const KeySwitcherState& state)
 {
     return state.sessionKey ? state.sessionKey : state.lastAttempted;
 }
 
-/// Of a list that was read once there is something to show, whatever has become of the store since.
+/// A list that was read once can still be shown, whatever happened to the store since.
 std::optional<UnreadKeys> unreadKeys(const KeySwitcherState& state)
 {
     if (!state.keys.empty() || state.sessionKey)
@@ -41,7 +39,7 @@ std::optional<UnreadKeys> unreadKeys(const KeySwitcherState& state)
             "Your keys are in the desktop's keyring, which is locked. Answer its question to go on."};
     if (state.needsPassphrase)
         return UnreadKeys{"Locked with a passphrase",
-            "The file that keeps your keys on this computer is closed by a passphrase. Unlock it to connect.", true};
+            "The file that keeps your keys on this computer is locked with a passphrase. Unlock it to connect.", true};
     if (state.storeFailure)
         return UnreadKeys{"They could not be read", *state.storeFailure + " Nothing has been removed."};
     if (!state.isStarted)
@@ -155,7 +153,7 @@ KeySwitcherContent keySwitcherContent(const KeySwitcherState& state)
     std::vector<StoredKey> unknown;
     std::ranges::copy_if(state.keys, std::back_inserter(unknown),
         [](const StoredKey& key) { return !key.accountID || key.accountID->empty(); });
-    addGroup({}, std::string(unknownAccount), unknown);
+    addGroup({}, std::string(unknownAccountName), unknown);
     return content;
 }
 

@@ -11,23 +11,23 @@
 #include <string>
 #include <vector>
 
-/// Why the stored keys are not at hand, so that nobody knows whether there are any.
+/// Why the stored keys are not available, so that it is unknown whether there are any.
 struct UnreadKeys {
     std::string reason;     ///< A few words; empty while the first reading takes its time.
     std::string text;       ///< Sentences.
-    bool canUnlock = false; ///< With the passphrase of the file that keeps them.
+    bool canUnlock = false; ///< The passphrase of the file that keeps them would help.
 
     bool operator==(const UnreadKeys&) const = default;
 };
 
-/// What the top of the sidebar says about the key in use.
+/// The text at the top of the sidebar about the key in use.
 struct KeySwitcherHeaderContent {
     std::optional<std::string> account;
     std::optional<std::string> regionTag;
     /// "No Key" without keys, "Not Connected" without a session, "Keys Not Read" when they cannot be read; empty
     /// before they were read.
     std::string keyLabel;
-    std::optional<std::string> unreadReason; ///< Why they cannot be, in a few words.
+    std::optional<std::string> unreadReason; ///< Why they cannot be read, in a few words.
     std::optional<std::string> badge;        ///< What the key is limited to.
     std::optional<std::string> badgeHelp;
     bool notConnected = true;
@@ -36,7 +36,7 @@ struct KeySwitcherHeaderContent {
     bool operator==(const KeySwitcherHeaderContent&) const = default;
 };
 
-/// The key in use, or the one that could not be connected with.
+/// The key in use, or the one that could not connect.
 struct KeySwitcherCard {
     StoredKey key;
     std::string title;
@@ -49,7 +49,7 @@ struct KeySwitcherCard {
     bool expiresSoon = false;
     bool isShared = false;
     std::optional<std::string> notConnected; ///< Why there is no session, or why the last switch failed.
-    bool isConnecting = false;               ///< `notConnected` tells of an attempt that is under way.
+    bool isConnecting = false;               ///< `notConnected` is about an attempt under way.
     bool canRetry = false;
     bool canShowInfo = false;
 
@@ -63,7 +63,7 @@ struct KeySwitcherRow {
     std::optional<std::string> subtitle;
     std::optional<std::string> expiryFlag; ///< Set for a key that expires soon.
     bool isMaster = false;
-    bool isMissing = false; ///< The service has no such key any more.
+    bool isMissing = false; ///< The service no longer has the key.
     bool canShowInfo = false;
 
     bool operator==(const KeySwitcherRow&) const = default;
@@ -71,14 +71,14 @@ struct KeySwitcherRow {
 
 /// The other keys of one account.
 struct KeySwitcherGroup {
-    std::string id; ///< Account id; empty for keys whose account is not known yet.
+    std::string id; ///< Account id; empty for keys whose account is not yet known.
     std::string title;
     std::vector<KeySwitcherRow> rows;
 
     bool operator==(const KeySwitcherGroup&) const = default;
 };
 
-/// What the popover shows.
+/// The content of the popover.
 struct KeySwitcherContent {
     std::optional<KeySwitcherCard> card;
     std::vector<KeySwitcherGroup> groups;
@@ -89,7 +89,7 @@ struct KeySwitcherContent {
     bool operator==(const KeySwitcherContent&) const = default;
 };
 
-/// What the switcher's commands do. Each is called on the main thread and returns at once.
+/// The commands of the switcher. Each is called on the main thread and returns at once.
 struct KeySwitcherActions {
     std::function<void(StoredKey)> switchTo;
     std::function<void(StoredKey)> info;
@@ -101,12 +101,12 @@ struct KeySwitcherActions {
     std::function<void()> retry;
 };
 
-/// What the switcher is made from.
+/// The state that the switcher shows.
 struct KeySwitcherState {
     std::vector<StoredKey> keys;
     std::vector<StoredAccount> accounts;
     std::set<std::string> revokedKeyIDs;
-    std::set<std::string> liveKeyIDs; ///< Those that the session could list at the service.
+    std::set<std::string> liveKeyIDs; ///< The keys that the session could list at the service.
     KeySummaries summaries;
     std::optional<StoredKey> sessionKey;
     std::optional<StoredKey> lastAttempted;
@@ -114,7 +114,7 @@ struct KeySwitcherState {
     bool isStarted = false;
     bool isConnecting = false;
     bool isWaitingForUnlock = false;         ///< The desktop asks for the keyring's password.
-    bool needsPassphrase = false;            ///< The file that keeps the keys is closed.
+    bool needsPassphrase = false;            ///< The file that keeps the keys is locked.
     std::optional<std::string> storeFailure; ///< Why the keys could not be read, as a sentence.
     std::optional<std::string> sharedKeyID;  ///< The current key, when it is shared with other computers.
     std::chrono::system_clock::time_point now;
@@ -122,7 +122,7 @@ struct KeySwitcherState {
 
 KeySwitcherHeaderContent keySwitcherHeader(const KeySwitcherState& state);
 
-/// The card, the other keys by account in the order of `accounts`, then those whose account is not known yet.
+/// The card, the other keys by account in the order of `accounts`, then those whose account is not yet known.
 KeySwitcherContent keySwitcherContent(const KeySwitcherState& state);
 
 /// Why the last switch failed while the session of `sessionKey` goes on, as a sentence.

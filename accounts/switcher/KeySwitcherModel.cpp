@@ -28,7 +28,7 @@ void KeySwitcherModel::loadSummaries()
     const auto session = *store_.session;
     if (!session)
         return;
-    // The records are those of one account, which the last key to connect may not belong to.
+    // The records are of one account, which may not be that of the key connected last.
     if (*store_.liveNamesAccountID == session->authorization.accountID)
         sources.liveKeys = *store_.liveKeys;
     sources.sessionKeyID = session->key->keyID;
@@ -62,7 +62,7 @@ Task<> KeySwitcherModel::askShared(QPointer<KeySwitcherModel> self, std::shared_
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception&) {
-        // A store that does not answer says so where its keys are read.
+        // A failing store is reported where its keys are read.
     }
     if (self && isShared && session == self->askedFor_)
         self->sharedKeyID_ = session->key->keyID;
@@ -97,7 +97,7 @@ KeySwitcherState KeySwitcherModel::state() const
         state.liveKeyIDs.insert(keyID);
     if (const auto session = *store_.session) {
         state.sessionKey = *session->key;
-        // Until the connection's facts are taken, the sign-in itself says what the key may do.
+        // Until the summaries are updated, the sign-in itself says what the key may do.
         state.summaries.try_emplace(session->key->keyID, keySummary(session->authorization));
     }
     return state;

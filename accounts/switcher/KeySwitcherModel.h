@@ -10,22 +10,22 @@
 
 #include <memory>
 
-/// What the key switcher shows: the stored keys, the one in use, and what is known of each without a connection.
+/// The model of the key switcher: the stored keys, the one in use, and what is known about each without a connection.
 ///
 /// Lives on the main thread. Changes of the key store and of the keychain are passed on.
 class KeySwitcherModel final : public Observable {
 public:
     KeySwitcherModel(KeyStore& store, Keychain& keychain, Settings& settings);
 
-    /// Of the last connections; kept in the settings.
+    /// From earlier connections; kept in the settings.
     Observed<KeySummaries> summaries{this};
-    Observed<bool> hasLoadedSummaries{this, false}; ///< A connection has told of the stored keys.
+    Observed<bool> hasLoadedSummaries{this, false}; ///< Since the program started, from a connection.
 
     /// The names of the buckets that the session has listed.
     void setBucketNames(BucketNames names);
 
-    /// Takes what the connection has told of the stored keys, and keeps it for the next start. Done by itself with
-    /// every change of the key store.
+    /// Updates the summaries from the connection and keeps them for the next start. Happens by itself with every
+    /// change of the key store.
     void loadSummaries();
 
     KeySwitcherHeaderContent header() const;
@@ -40,7 +40,7 @@ private:
     Keychain& keychain_;
     Settings& settings_;
     BucketNames bucketNames_;
-    std::shared_ptr<B2Session> askedFor_; ///< Whether its key is shared was asked.
+    std::shared_ptr<B2Session> askedFor_; ///< The session whose key was checked for sharing.
     Observed<std::optional<std::string>> sharedKeyID_{this};
     TaskScope tasks_;
 };

@@ -58,7 +58,7 @@ AddKeyView::AddKeyView(KeyStore& store, std::optional<KnownKey> known, AfterAddi
     }
 
     connect(label_, &QLineEdit::textChanged, this, &AddKeyView::render);
-    // What was said is about the key that was tried.
+    // The message was about the key that was tried.
     const auto changeKey = [this] {
         model_.error = std::nullopt;
         render();
@@ -95,7 +95,7 @@ void AddKeyView::render()
     }
     if (std::exchange(wasValidating_, false)) {
         setBusy(false);
-        // Locked while the key was checked, the fields have lost the keyboard.
+        // The fields were disabled while the key was checked and have lost the focus.
         applicationKey_->edit().setFocus(Qt::OtherFocusReason);
         applicationKey_->edit().selectAll();
     }
@@ -106,7 +106,7 @@ void AddKeyView::render()
 
 void AddKeyView::done(int result)
 {
-    // The wait for the keyring would go on without anyone who wants it.
+    // Nobody needs the wait for the keyring any longer.
     if (result == QDialog::Rejected && *model_.isValidating)
         model_.stopWaiting();
     applicationKey_->wipe();

@@ -9,7 +9,7 @@
 class QLineEdit;
 class SecretField;
 
-/// The sheet that takes a key: its name, its id and its secret half.
+/// The sheet for adding a key: its name, its id and its secret.
 class AddKeyView final : public Sheet {
     Q_OBJECT
 

@@ -85,7 +85,7 @@ void KeySheets::addKey()
     if (*keys_.keychain().needsPassphrase) {
         unlockStore();
         sheet_->setMessage(MessageKind::notice, tr("Unlock your keys first, then add another one."));
-        // After what the sheet does itself when it closes.
+        // Runs after the sheet's own work when it closes.
         connect(sheet_, &QDialog::finished, this, [this](int outcome) {
             if (outcome == QDialog::Accepted && !bringToFront())
                 openAddKey();
@@ -98,7 +98,7 @@ void KeySheets::addKey()
 void KeySheets::openAddKey()
 {
     auto* const sheet = new AddKeyView(keys_.store(), {}, AfterAdding::switchToNewKey, &window_);
-    // A check that is ended late may have stored the key already.
+    // A check that was ended too late may have stored the key.
     connect(sheet, &QDialog::rejected, &keys_, &StoredKeys::reload);
     open(sheet);
 }
@@ -155,7 +155,7 @@ Task<> KeySheets::askAboutRevoked(QPointer<KeySheets> self)
         try {
             isAnyShared = co_await keychain.isShared(key.keyID) || isAnyShared;
         } catch (const Keychain::Failure&) {
-            // The question can be asked without; the removal meets the same and says so.
+            // The question does not need it; the removal fails in the same way and says so.
         }
     }
     if (!self || revoked.empty() || self->bringToFront())
@@ -188,9 +188,9 @@ void KeySheets::protectStore()
         isChange ? PassphraseChange::changed : PassphraseChange::set);
 }
 
-void KeySheets::takeOffPassphrase()
+void KeySheets::removePassphrase()
 {
-    changePassphrase(PassphraseSheet::Purpose::takeOff, PassphraseChange::takenOff);
+    changePassphrase(PassphraseSheet::Purpose::remove, PassphraseChange::removed);
 }
 
 void KeySheets::changePassphrase(PassphraseSheet::Purpose purpose, PassphraseChange change)
@@ -202,8 +202,8 @@ void KeySheets::changePassphrase(PassphraseSheet::Purpose purpose, PassphraseCha
         auto current = sheet->currentPassphrase();
         auto next = sheet->newPassphrase();
         sheet->setBusy(true,
-            change == PassphraseChange::takenOff ? tr("Taking the passphrase off the file…")
-                                                 : tr("Closing the file with the passphrase…"));
+            change == PassphraseChange::removed ? tr("Removing the passphrase…")
+                                                : tr("Locking the file with the passphrase…"));
         tasks_.start(runBehind(sheet, keys_.setPassphrase(std::move(current), std::move(next), change),
             [sheet] { sheet->selectPassphrase(); }));
     });

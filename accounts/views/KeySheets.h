@@ -39,7 +39,7 @@ public Q_SLOTS:
     void unlockStore();
     /// Asks for a passphrase to protect that file with, or for another one when it has one.
     void protectStore();
-    void takeOffPassphrase();
+    void removePassphrase();
     /// Stores a key seen at the service; the session stays.
     void addKnownKey(const KnownKey& key);
     /// Shows a key's details; does nothing for a key about which nothing is known.

@@ -21,8 +21,8 @@ QString titleOf(Purpose purpose)
         return PassphraseSheet::tr("Protect Your Keys");
     case Purpose::change:
         return PassphraseSheet::tr("Change the Passphrase of Your Keys");
-    case Purpose::takeOff:
-        return PassphraseSheet::tr("Take Off the Passphrase of Your Keys?");
+    case Purpose::remove:
+        return PassphraseSheet::tr("Remove the Passphrase of Your Keys?");
     }
     return {};
 }
@@ -31,15 +31,15 @@ QString textOf(Purpose purpose)
 {
     switch (purpose) {
     case Purpose::unlock:
-        return PassphraseSheet::tr("The file that keeps your keys on this computer is closed by a passphrase.");
+        return PassphraseSheet::tr("The file that keeps your keys on this computer is locked with a passphrase.");
     case Purpose::set:
     case Purpose::change:
-        return PassphraseSheet::tr("Kestrovan asks for this passphrase at each start. It is stored nowhere: without it "
-                                   "the keys in the file cannot be read again, by you or by anyone else.");
-    case Purpose::takeOff:
+        return PassphraseSheet::tr("Kestrovan asks for this passphrase at each start. It is not stored anywhere: "
+                                   "without it, neither you nor anyone else can read the keys in the file again.");
+    case Purpose::remove:
         return PassphraseSheet::tr(
-            "What opens the file of your keys then lies beside it. Kestrovan no longer asks, and "
-            "another program that you run could read your keys.");
+            "The key to the file is then stored beside it. Kestrovan no longer asks for a passphrase, and "
+            "any program that you run could read your keys.");
     }
     return {};
 }
@@ -53,8 +53,8 @@ QString verbOf(Purpose purpose)
         return PassphraseSheet::tr("Set Passphrase");
     case Purpose::change:
         return PassphraseSheet::tr("Change Passphrase");
-    case Purpose::takeOff:
-        return PassphraseSheet::tr("Take Off Passphrase");
+    case Purpose::remove:
+        return PassphraseSheet::tr("Remove Passphrase");
     }
     return {};
 }
@@ -65,7 +65,7 @@ PassphraseSheet::PassphraseSheet(Purpose purpose, const std::filesystem::path& s
     : Sheet(titleOf(purpose), textOf(purpose), parent)
 {
     setObjectName(QStringLiteral("passphrase"));
-    if (purpose == Purpose::takeOff)
+    if (purpose == Purpose::remove)
         setDestructiveVerb(verbOf(purpose));
     else
         setVerb(verbOf(purpose));
@@ -80,7 +80,7 @@ PassphraseSheet::PassphraseSheet(Purpose purpose, const std::filesystem::path& s
     } else if (!store.empty()) {
         addWide(makeSecondaryLabel(toQString(forgottenPassphraseText(store)), TextSize::small, this));
     }
-    // From field to field; what shows them comes after.
+    // From field to field; the buttons that reveal them come after.
     const auto fields = findChildren<SecretField*>();
     for (qsizetype i = 1; i < fields.size(); ++i)
         setTabOrder(&fields[i - 1]->edit(), &fields[i]->edit());

@@ -8,22 +8,22 @@
 
 class SecretField;
 
-/// The sheet that opens the file in which keys are kept, or sets, changes or takes off the passphrase that closes it.
+/// The sheet that unlocks the file in which keys are kept, or sets, changes or removes its passphrase.
 class PassphraseSheet final : public Sheet {
     Q_OBJECT
 
 public:
-    enum class Purpose { unlock, set, change, takeOff };
+    enum class Purpose { unlock, set, change, remove };
 
-    /// @param store  the file, named to whoever does not know its passphrase any more.
+    /// @param store  the file, shown to users who have forgotten its passphrase.
     PassphraseSheet(Purpose purpose, const std::filesystem::path& store, QWidget* parent);
 
-    /// What opens the file now; empty for `set`.
+    /// The present passphrase; empty for `set`.
     Secret currentPassphrase() const;
-    /// What is to open it from now on; empty for `unlock` and `takeOff`, and never for the others.
+    /// The next passphrase; empty for `unlock` and `remove`, and never for the others.
     Secret newPassphrase() const;
 
-    /// Has the passphrase typed anew.
+    /// Selects the passphrase, so that typing replaces it.
     void selectPassphrase();
 
 public Q_SLOTS:

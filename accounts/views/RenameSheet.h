@@ -9,13 +9,13 @@ class RenameSheet final : public Sheet {
     Q_OBJECT
 
 public:
-    /// @param text         what the name means and where it goes.
-    /// @param serviceName  the name Backblaze has for it, to be taken over; empty for none.
+    /// @param text         explains what the name means and where it is stored.
+    /// @param serviceName  the name at Backblaze, offered as the new one; empty for none.
     RenameSheet(
         const QString& title, const QString& text, const QString& name, const QString& serviceName, QWidget* parent);
 
 Q_SIGNALS:
-    /// The user wants that name; the sheet is closing.
+    /// The user has chosen the name; the sheet is closing.
     void renamed(const QString& name);
 
 private:

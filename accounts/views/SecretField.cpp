@@ -19,7 +19,7 @@ SecretField::SecretField(const QString& name, QWidget* parent)
     edit_->setFont(fixedFont());
     edit_->setAccessibleName(name);
     edit_->setDragEnabled(false);
-    // The standard menu offers to undo.
+    // The standard menu offers Undo.
     edit_->setContextMenuPolicy(Qt::NoContextMenu);
     edit_->installEventFilter(this);
     reveal_->setCheckable(true);
@@ -38,7 +38,7 @@ SecretField::SecretField(const QString& name, QWidget* parent)
 
 SecretField::~SecretField()
 {
-    // Who listens may be half gone by now: a sheet takes its fields with it.
+    // The receiver may already be half destroyed: a sheet deletes its fields.
     blockSignals(true);
     wipe();
 }
@@ -63,9 +63,9 @@ QWidget& SecretField::revealButton()
 
 void SecretField::wipe()
 {
-    // Shares the field's own text; once the field has let go of it, this is the only owner.
+    // Shares the field's text, and is its only owner once the field has dropped it.
     QString text = edit_->text();
-    // Unlike clear(), this forgets the history too.
+    // Unlike clear(), this drops the undo history too.
     edit_->setText({});
     OPENSSL_cleanse(text.data(), static_cast<std::size_t>(text.size()) * sizeof(QChar));
 }
@@ -73,7 +73,7 @@ void SecretField::wipe()
 void SecretField::setRevealed(bool isRevealed)
 {
     edit_->setEchoMode(isRevealed ? QLineEdit::Normal : QLineEdit::Password);
-    // A field that shows its text drops these.
+    // A field that reveals its text drops these.
     edit_->setInputMethodHints(
         Qt::ImhSensitiveData | Qt::ImhHiddenText | Qt::ImhNoPredictiveText | Qt::ImhNoAutoUppercase);
     reveal_->setChecked(isRevealed);

@@ -9,13 +9,13 @@ class QToolButton;
 
 /// A field for a secret, hidden unless the user reveals it.
 ///
-/// What is typed is kept from spelling and prediction, from undo and from being dragged away, and is wiped with
-/// `wipe` and when the field goes.
+/// The typed text is excluded from spell checking, prediction, undo and dragging, and is wiped by `wipe` and when the
+/// field is destroyed.
 class SecretField final : public QWidget {
     Q_OBJECT
 
 public:
-    /// @param name  what is typed here, for the reveal button and screen readers: "applicationKey".
+    /// @param name  of the secret, for the reveal button and screen readers: "applicationKey".
     explicit SecretField(const QString& name, QWidget* parent = nullptr);
     ~SecretField() override;
 

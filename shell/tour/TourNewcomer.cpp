@@ -237,8 +237,8 @@ Task<> TourChapter::protectKeys()
     press(*sheet, Qt::Key_Escape);
     co_await until(isClosed);
 
-    chooseInMenu(window_, MainWindow::tr("Take Off the Passphrase of Keys…"));
-    if (!co_await check("ask before the passphrase is taken off", isOpen))
+    chooseInMenu(window_, MainWindow::tr("Remove the Passphrase of Keys…"));
+    if (!co_await check("ask before the passphrase is removed", isOpen))
         co_return;
     co_await picture(*sheet, "take-off-passphrase");
     press(*sheet, Qt::Key_Escape);

@@ -83,7 +83,7 @@ void AccountMenu::addStoreCommands()
             *keychain.hasPassphrase ? tr("Change the Passphrase of Keys…") : tr("Protect Keys with a Passphrase…"),
             &keySheets_, &KeySheets::protectStore);
         if (*keychain.hasPassphrase)
-            addAction(tr("Take Off the Passphrase of Keys…"), &keySheets_, &KeySheets::takeOffPassphrase);
+            addAction(tr("Remove the Passphrase of Keys…"), &keySheets_, &KeySheets::removePassphrase);
     }
     addSeparator();
     auto* const read =

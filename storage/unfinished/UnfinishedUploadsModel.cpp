@@ -131,7 +131,7 @@ Task<> UnfinishedUploadsModel::runLoad(QPointer<UnfinishedUploadsModel> model, T
     const auto inFlight = [&] { return model->inFlightFileIDs ? model->inFlightFileIDs() : std::set<std::string>(); };
     if (!model || !model->isCurrent(target))
         co_return;
-    // What ended while the list was read is asked for before it, what began meanwhile after it.
+    // Asked before the listing for uploads that end during it, and after it for those that begin.
     auto running = inFlight();
     std::vector<B2FileVersion> files;
     std::exception_ptr failure;
@@ -180,7 +180,7 @@ Task<> UnfinishedUploadsModel::readSizes(QPointer<UnfinishedUploadsModel> model,
         try {
             stored = co_await storedParts(target.session->client, fileID);
         } catch (const std::exception&) {
-            // The others are read all the same. A stop ends the loop below.
+            // The others are read all the same. A cancellation ends the loop below.
         }
         co_await checkCancelled();
         if (!model || !model->isCurrent(target))
@@ -229,7 +229,7 @@ bool UnfinishedUploadsModel::isOpen(const Target& target) const
 
 void UnfinishedUploadsModel::show(std::vector<B2FileVersion> files)
 {
-    // What is known stays until it is read again.
+    // Known sizes stay until they are read again.
     std::unordered_map<std::string_view, const Item*> known;
     for (const auto& item : *items)
         known.emplace(fileIDOf(item), &item);
@@ -283,7 +283,7 @@ void UnfinishedUploadsModel::fail(
     } catch (const B2Error& refusal) {
         isBucketGone = refusal.api() && refusal.api()->isBadBucketID();
     } catch (...) {
-        // Its text is all there is to it.
+        // Any other failure has its text alone.
     }
     if (isBucketGone) {
         text = "This bucket no longer exists";

@@ -17,14 +17,15 @@
 
 class ActivityLog;
 
-/// The large files of one bucket that were started and neither finished nor cancelled, with what is stored of them.
+/// The large files of one bucket that were started and neither finished nor cancelled, with the size of their stored
+/// parts.
 ///
-/// Lives on the main thread. A load that fails or is overtaken leaves the list as it was.
+/// Lives on the main thread. A load that fails or is replaced by a later one leaves the list as it was.
 class UnfinishedUploadsModel final : public SessionModel {
 public:
     struct Item {
         B2FileVersion file;
-        std::optional<std::int64_t> storedBytes; ///< Unset until its parts were read.
+        std::optional<std::int64_t> storedBytes; ///< Unset until its parts have been read.
         std::optional<int> partCount;
         bool isCancelling = false;
 
@@ -40,30 +41,31 @@ public:
     Observed<bool> hasLoaded{this, false}; ///< Since the bucket was opened.
     Observed<std::optional<B2Bucket>> bucket{this};
 
-    /// The large files that are being uploaded right now; they do not belong in the list.
+    /// Returns the large files that are being uploaded right now; they do not belong in the list.
     std::function<std::set<std::string>()> inFlightFileIDs;
     std::function<Task<>(std::string bucketID)> onBucketGone; ///< Awaited on the main thread.
     /// Called when the file is gone, whichever bucket and session are shown since: it can no longer be resumed.
     std::function<void(const std::string& bucketID, const std::string& fileID)> didCancel;
 
-    /// Turns to a bucket; another one, or another session, empties the list.
+    /// Shows a bucket; another one, or another session, empties the list.
     void open(std::shared_ptr<B2Session> newSession, B2Bucket newBucket);
 
     /// Lists the bucket's unfinished files, then the parts of each, one after another. Bills one call for each hundred
     /// files and one for each thousand parts of a file.
     void load();
 
-    /// Reads the parts of each item again; does nothing while something loads.
+    /// Reads the parts of each item again; does nothing during a load.
     void refreshSizes();
 
-    /// Deletes the file's parts for good; the item stays when the service refuses. Does nothing while that runs.
+    /// Deletes the file's parts for good; the item stays when the service refuses. Does nothing while the item is being
+    /// cancelled.
     void cancel(const Item& item);
 
     /// Why the key cannot cancel; nothing when it can.
     std::optional<std::string> cancelRefusal() const;
 
 private:
-    /// What a load is for.
+    /// The session and bucket that a request is for.
     struct Target : Ticket {
         B2Bucket bucket;
     };
@@ -85,7 +87,7 @@ private:
 
     ActivityLog& log_;
     std::optional<SpawnedTask> running_;
-    std::set<std::string> cancelled_; ///< Since the load began: what it lists of them is out of date.
+    std::set<std::string> cancelled_; ///< Since the load began, which may still list them.
     TaskScope tasks_;
 };
 

@@ -39,7 +39,7 @@ TEST(ConnectionFailureTest, TroubleOnTheWayIsTemporary)
     EXPECT_EQ(network, (ConnectionFailure{Kind::unreachable, "The server could not be found."}));
 }
 
-TEST(ConnectionFailureTest, TheNoticeSaysWhatIsKeptAndWhatHelps)
+TEST(ConnectionFailureTest, TheNoticeSaysWhatIsKeptAndWhatToDo)
 {
     const auto temporary = noticeFor({Kind::unreachable, "No network."}, "Laptop", 2);
     EXPECT_EQ(temporary.title, "Cannot Reach Backblaze");

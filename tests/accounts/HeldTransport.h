@@ -11,7 +11,7 @@
 #include <string>
 
 /// Passes requests to another transport and keeps the answers of chosen ones until the test lets them go, even when
-/// the call is cancelled meanwhile: such an answer was already on its way.
+/// the call is cancelled in the meantime: such an answer was already on its way.
 ///
 /// Called from any thread.
 class HeldTransport final : public B2Transport {

@@ -41,7 +41,7 @@ const std::string refusedText = "Backblaze did not accept this key. Check the ke
 
 } // namespace
 
-TEST_F(KeyStoreChangesTest, AnAddedKeyIsTheSessionAndTakesItsNameFromTheService)
+TEST_F(KeyStoreChangesTest, AnAddedKeyBecomesTheSessionAndUsesItsNameAtTheService)
 {
     connectMaster();
     const auto made = createKey("auditor", {B2Capabilities::listKeys, B2Capabilities::listBuckets});
@@ -57,7 +57,7 @@ TEST_F(KeyStoreChangesTest, AnAddedKeyIsTheSessionAndTakesItsNameFromTheService)
         "This key is already in Kestrovan, as “auditor”. Remove it first if you want to replace it.");
 }
 
-TEST_F(KeyStoreChangesTest, AKeyThatIsOnlyAddedLeavesTheSessionAlone)
+TEST_F(KeyStoreChangesTest, AKeyThatIsOnlyAddedDoesNotChangeTheSession)
 {
     connectMaster();
     const auto made = createKey("reader", {B2Capabilities::listBuckets});
@@ -99,7 +99,7 @@ TEST_F(KeyStoreChangesTest, TheMessageOfAFailedAddNamesWhatHelps)
         "Kestrovan could not reach Backblaze. The server could not be found.");
 }
 
-TEST_F(KeyStoreChangesTest, ARemovedKeyTakesTheSortsOfItsAccountButNotItsName)
+TEST_F(KeyStoreChangesTest, RemovingAKeyRemovesTheSortsOfItsAccountButNotItsName)
 {
     connectMaster();
     memory.add({"key-2", "Second", master.keyID}, "secret");
@@ -116,7 +116,7 @@ TEST_F(KeyStoreChangesTest, ARemovedKeyTakesTheSortsOfItsAccountButNotItsName)
     EXPECT_FALSE(*store.session);
     EXPECT_FALSE(*store.lastAttempted);
     EXPECT_THAT(*store.keys, IsEmpty());
-    EXPECT_THAT(*store.liveKeys, IsEmpty()) << "known of the session that is gone";
+    EXPECT_THAT(*store.liveKeys, IsEmpty()) << "it belonged to the session that is gone";
     EXPECT_FALSE(*store.liveNamesAccountID);
     qtRun(store.add("Master", master.keyID, master.applicationKey));
     EXPECT_EQ(store.accountDisplayName(master.keyID), "Office");
@@ -131,14 +131,14 @@ TEST_F(KeyStoreChangesTest, AKeyThatCannotBeRemovedStaysWhole)
     EXPECT_EQ(store.keys->size(), 1U);
 }
 
-TEST_F(KeyStoreChangesTest, OnlyAKeyThatTheServiceRefusesIsForgotten)
+TEST_F(KeyStoreChangesTest, OnlyAKeyThatTheServiceRefusesIsRemoved)
 {
     connectMaster();
     const auto working = createKey("working", {B2Capabilities::listBuckets});
     memory.add({working.key.applicationKeyID, "Working", master.keyID}, working.applicationKey);
     memory.add({"0044a1b2c3d4e5f0000000099", "Former", master.keyID}, "K004wrong");
     qtRun(store.reload());
-    // A listing that is older than the working key.
+    // The listing is older than the working key.
     ASSERT_EQ(store.revokedKeys().size(), 2U);
 
     const auto outcome = removeRevoked();
@@ -150,7 +150,7 @@ TEST_F(KeyStoreChangesTest, OnlyAKeyThatTheServiceRefusesIsForgotten)
     EXPECT_THAT(logMessages(), Contains("Kept key Working"));
 }
 
-TEST_F(KeyStoreChangesTest, AKeyThatCannotBeAskedAboutIsKept)
+TEST_F(KeyStoreChangesTest, AKeyThatCannotBeCheckedIsKept)
 {
     connectMaster();
     memory.add({"0044a1b2c3d4e5f0000000099", "Former", master.keyID}, "K004wrong");
@@ -224,7 +224,7 @@ TEST_F(KeyStoreChangesTest, NamesOfAnEarlierVersionMoveOntoTheKeys)
         "3 held locally, 3 keys stored. Names now travel with the key itself rather than separately.");
 }
 
-TEST_F(KeyStoreChangesTest, AKeyRemovedElsewhereIsToldWhileKeysAreShared)
+TEST_F(KeyStoreChangesTest, AKeyRemovedElsewhereIsReportedWhileKeysAreShared)
 {
     memory.add({"key-1", "Laptop", std::nullopt}, "secret");
     memory.add({"key-2", "Desk", std::nullopt}, "secret");

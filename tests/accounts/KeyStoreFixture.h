@@ -11,7 +11,7 @@
 
 #include <gmock/gmock.h>
 
-/// A store that can be told to fail.
+/// A store that fails on request.
 class FailingKeychain final : public Keychain {
 public:
     explicit FailingKeychain(Keychain& inner)
@@ -93,7 +93,7 @@ protected:
         return {keyID, "missing", std::nullopt};
     }
 
-    /// A key that the service makes; nothing is stored.
+    /// Creates a key at the service; nothing is stored.
     B2CreatedApplicationKey createKey(const std::string& name, std::vector<B2Capability> capabilities)
     {
         auto make = [](KeyStore* keyStore, B2CreateKeyRequest request) -> Task<B2CreatedApplicationKey> {
@@ -109,7 +109,7 @@ protected:
         qtRun(store.connect(stored(master.keyID)));
     }
 
-    /// Scripts the service.
+    /// Sends a command to the local service.
     void control(const std::string& path, const std::string& json)
     {
         auto reply = [](std::string url, std::string body) -> Task<int> {

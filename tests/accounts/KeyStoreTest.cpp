@@ -21,7 +21,7 @@ TEST_F(KeyStoreTest, AConnectedKeyLearnsItsAccountAndItsName)
         EXPECT_THAT(entry.formatted(), Not(HasSubstr(master.applicationKey)));
 }
 
-TEST_F(KeyStoreTest, AKeyWithoutANameTakesTheOneOfTheService)
+TEST_F(KeyStoreTest, AKeyWithoutANameUsesTheOneAtTheService)
 {
     auto makeKey = [](KeyStore* keyStore) -> Task<B2CreatedApplicationKey> {
         B2CreateKeyRequest request{
@@ -132,7 +132,7 @@ TEST_F(KeyStoreTest, AStoreThatCannotBeReadLosesNothing)
     EXPECT_FALSE(*store.isConnecting);
 }
 
-TEST_F(KeyStoreTest, AListingThatIsStoppedMakesNoKeyLookRevoked)
+TEST_F(KeyStoreTest, ACancelledListingMakesNoKeyLookRevoked)
 {
     connectMaster();
     const auto made = createKey("working", {B2Capabilities::listBuckets});
@@ -150,7 +150,7 @@ TEST_F(KeyStoreTest, AListingThatIsStoppedMakesNoKeyLookRevoked)
     EXPECT_TRUE(store.revokedKeyIDs().empty());
 }
 
-TEST_F(KeyStoreTest, OfTwoAttemptsAtOnceEachIsToldWithItsOwnKey)
+TEST_F(KeyStoreTest, OfTwoAttemptsAtOnceEachIsReportedWithItsOwnKey)
 {
     memory.add({"0044a1b2c3d4e5f0000000099", "Wrong", std::nullopt}, "K004wrongwrongwrongwrongwrong00");
     qtRun(store.reload());

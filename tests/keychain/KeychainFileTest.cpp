@@ -70,7 +70,7 @@ TEST_F(KeychainFileTest, KeepsSecretsEncryptedAndForTheirOwnerAlone)
         EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
 }
 
-TEST_F(KeychainFileTest, APassphraseTakesThePlaceOfTheKeyFile)
+TEST_F(KeychainFileTest, APassphraseReplacesTheKeyFile)
 {
     addKey(file, "key-1");
     file.setPassphrase({}, "horse");
@@ -88,7 +88,7 @@ TEST_F(KeychainFileTest, APassphraseTakesThePlaceOfTheKeyFile)
 
     EXPECT_EQ(statusOf([&] { next.setPassphrase("hors", {}); }), Keychain::Status::wrongPassphrase);
     EXPECT_EQ(statusOf([&] { next.setPassphrase({}, "cow"); }), Keychain::Status::wrongPassphrase)
-        << "though it is open";
+        << "although it is unlocked";
     EXPECT_TRUE(KeychainFile(directory).hasPassphrase());
     next.setPassphrase("horse", "cow");
     next.setPassphrase("cow", {});
@@ -117,7 +117,7 @@ TEST_F(KeychainFileTest, ADamagedFileIsLeftInPlaceAndSetAsideForANewKeyOnly)
     }
 }
 
-TEST_F(KeychainFileTest, AFileWhoseKeyIsMissingOpensOnceTheKeyIsBack)
+TEST_F(KeychainFileTest, AFileWithoutItsKeyOpensOnceTheKeyIsBack)
 {
     addKey(file, "key-1");
     const auto key = contentOf(file.keyPath());
@@ -142,7 +142,7 @@ TEST_F(KeychainFileTest, AFileWhoseKeyIsMissingOpensOnceTheKeyIsBack)
     EXPECT_EQ(qtRun(keychain.entries()).size(), 1U);
 }
 
-TEST_F(KeychainFileTest, ANewKeySetsAsideWhatCannotBeOpenedAndSaysWhere)
+TEST_F(KeychainFileTest, ANewKeySetsAsideAFileThatCannotBeOpenedAndSaysWhere)
 {
     addKey(file, "key-1");
     const auto box = contentOf(file.path());
@@ -156,14 +156,14 @@ TEST_F(KeychainFileTest, ANewKeySetsAsideWhatCannotBeOpenedAndSaysWhere)
     qtRun(keychain.save("key-2", "secret", std::nullopt, std::nullopt));
 
     EXPECT_EQ(qtRun(keychain.entries()).size(), 1U);
-    const auto told = keychain.remark->value_or("");
+    const auto remark = keychain.remark->value_or("");
     for (const auto& [path, content] : {std::pair(file.path(), box), std::pair(file.keyPath(), key)}) {
         EXPECT_EQ(contentOf(path.string() + ".set-aside-1"), content);
-        EXPECT_THAT(told, HasSubstr(path.string() + ".set-aside-1"));
+        EXPECT_THAT(remark, HasSubstr(path.string() + ".set-aside-1"));
     }
 }
 
-TEST_F(KeychainFileTest, AKeyFileStaysWhileItMayOpenABoxThatWasSetAside)
+TEST_F(KeychainFileTest, AKeyFileIsKeptWhileItMayOpenAFileThatWasSetAside)
 {
     addKey(file, "key-1");
     const auto box = contentOf(file.path());
@@ -176,14 +176,14 @@ TEST_F(KeychainFileTest, AKeyFileStaysWhileItMayOpenABoxThatWasSetAside)
     const auto aside = file.path().string() + ".set-aside-";
     std::filesystem::rename(aside + "1", aside + "2");
     file.setPassphrase("passphrase", "next");
-    EXPECT_EQ(contentOf(file.keyPath()), key) << "whichever number it has";
+    EXPECT_EQ(contentOf(file.keyPath()), key) << "whatever its number";
 
     std::filesystem::remove(aside + "2");
     file.setPassphrase("next", "another");
     EXPECT_FALSE(std::filesystem::exists(file.keyPath()));
 }
 
-TEST_F(KeychainFileTest, AFileThatCannotBeReadStaysAsItIs)
+TEST_F(KeychainFileTest, AFileThatCannotBeReadIsLeftUnchanged)
 {
     std::filesystem::create_directories(file.path());
     EXPECT_EQ(statusOf([&] { addKey(file, "key-1"); }), Keychain::Status::cannotWrite);

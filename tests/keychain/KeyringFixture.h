@@ -18,14 +18,14 @@
 #include <fstream>
 #include <set>
 
-/// A real keyring on the private bus that the test runs with, started, locked, stopped and killed at will.
+/// A real keyring on the private bus of the test, which can be started, locked, stopped and killed.
 class KeyringFixture : public testing::Test {
 protected:
     static constexpr const char* canary = "K004canaryThatMustBeSeenNowhere1";
 
     enum class State { unlocked, locked };
 
-    /// A window that asks the user and never gets an answer.
+    /// A prompt to the user that is never answered.
     class SilentPrompter : public QDBusVirtualObject {
     public:
         SilentPrompter()
@@ -101,7 +101,7 @@ protected:
 
     static std::filesystem::path home() { return std::getenv("HOME"); }
 
-    /// Files of the home, and what the system tells of the processes, that hold a text.
+    /// Lists the files in the home folder, and the system's views of the processes, that contain a text.
     std::vector<std::string> placesOf(const std::string& text) const
     {
         std::vector<std::filesystem::path> places;

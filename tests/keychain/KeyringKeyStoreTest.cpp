@@ -16,7 +16,7 @@ namespace {
 
 class KeyringKeyStoreTest : public KeyringFixture {
 protected:
-    /// What one run of the program has of its own.
+    /// The state of one run of the program.
     struct Run {
         explicit Run(KeyringKeyStoreTest& test)
             : keychain(test.settings, test.log, home() / "data" / "kestrovan")
@@ -65,7 +65,7 @@ TEST_F(KeyringKeyStoreTest, AnAddedKeyConnectsAtTheNextStartAndItsSecretIsNowher
     EXPECT_THAT(*Run(*this).store.keys, IsEmpty());
 }
 
-TEST_F(KeyringKeyStoreTest, NoSecretIsLeftBehindByWhateverHappensToTheKeyring)
+TEST_F(KeyringKeyStoreTest, NoSecretIsLeftBehindWhateverHappensToTheKeyring)
 {
     log.setMinimumLevel(B2LogLevel::debug);
     startKeyring(State::unlocked);
@@ -125,5 +125,5 @@ TEST_F(KeyringKeyStoreTest, ALockedKeyringLeavesTheListAndSaysWhy)
         "The desktop's keyring was not unlocked, so your keys cannot be read or changed. Unlock it and try again.");
     qtRun(run.store.connect(run.store.keys->at(0)));
     EXPECT_EQ((*run.store.connectionFailure)->message, *run.store.storeFailure);
-    EXPECT_TRUE(*run.store.session) << "the session that stands goes on";
+    EXPECT_TRUE(*run.store.session) << "the present session goes on";
 }

@@ -31,7 +31,7 @@ protected:
 
 } // namespace
 
-TEST_F(SecretServiceTest, AKeyKeepsAllOfItselfThroughChangesAndRestarts)
+TEST_F(SecretServiceTest, AKeyStaysCompleteAcrossChangesAndRestarts)
 {
     startKeyring(State::unlocked);
     auto keychain = makeKeychain();
@@ -85,7 +85,7 @@ TEST_F(SecretServiceTest, ASharedKeyIsSeenOnlyWhileKeysAreShared)
     EXPECT_EQ(secretOf(*keychain, "key-1"), "newer secret");
 }
 
-TEST_F(SecretServiceTest, ALockedKeyringIsWaitedForUntilTheUserHasEnough)
+TEST_F(SecretServiceTest, ALockedKeyringIsAwaitedUntilTheUserCancels)
 {
     startKeyring(State::unlocked);
     qtRun(makeKeychain()->save("key-1", canary, "Laptop", std::nullopt));
@@ -97,7 +97,7 @@ TEST_F(SecretServiceTest, ALockedKeyringIsWaitedForUntilTheUserHasEnough)
     spawn(MainExecutor::shared(), read(keychain.get()), [&](const std::exception_ptr& failure) { error = failure; });
 
     ASSERT_TRUE(spinUntil([&] { return *keychain->isWaitingForUnlock; }));
-    // Longer than any call may take: the time belongs to the user.
+    // Longer than any call may take: waiting for the user does not count.
     spinUntil([&] { return error != nullptr; }, 2s);
     EXPECT_TRUE(*keychain->isWaitingForUnlock);
     EXPECT_FALSE(error);
@@ -111,7 +111,7 @@ TEST_F(SecretServiceTest, ALockedKeyringIsWaitedForUntilTheUserHasEnough)
         EXPECT_THAT(failure.what(), HasSubstr("was not unlocked"));
     }
     const int questions = prompter.questions;
-    // Some keyrings end when their question is withdrawn; in either case reading asks no second one.
+    // Some keyrings stop when their question is withdrawn; in either case reading does not ask a second one.
     EXPECT_TRUE(statusOf(keychain->entries()));
     EXPECT_EQ(prompter.questions, questions);
     EXPECT_FALSE(*keychain->isWaitingForUnlock);
@@ -128,7 +128,7 @@ TEST_F(SecretServiceTest, ALockedKeyringIsWaitedForUntilTheUserHasEnough)
     EXPECT_EQ(qtRun(keychain->entries()).size(), 1U);
 }
 
-TEST_F(SecretServiceTest, ADismissedQuestionIsNoReasonToStoreSecretsElsewhere)
+TEST_F(SecretServiceTest, ADismissedQuestionNeverStoresSecretsElsewhere)
 {
     startKeyring(State::unlocked);
     qtRun(makeKeychain()->save("key-1", canary, "Laptop", std::nullopt));
@@ -219,7 +219,7 @@ TEST_F(SecretServiceTest, AFileWithoutItsKeyFileIsNamedAndTakenOverOnceThatIsBac
     std::filesystem::rename(directory / "elsewhere", directory / "keys.key");
     EXPECT_THAT(qtRun(keychain.entries()), SizeIs(1));
     EXPECT_EQ(secretOf(keychain, "key-1"), canary);
-    EXPECT_FALSE(*keychain.remark) << "it is no longer so";
+    EXPECT_FALSE(*keychain.remark) << "it no longer applies";
 }
 
 TEST_F(SecretServiceTest, AKeyringThatHangsFreezesNothing)
@@ -241,7 +241,7 @@ TEST_F(SecretServiceTest, AKeyringThatHangsFreezesNothing)
     EXPECT_EQ(secretOf(*keychain, "key-1"), canary);
 }
 
-TEST_F(SecretServiceTest, AKeyringThatIsKilledInMidCallLosesNothing)
+TEST_F(SecretServiceTest, AKeyringKilledDuringACallLosesNothing)
 {
     startKeyring(State::unlocked);
     SystemKeychain keychain(settings, log, home() / "data" / "kestrovan");
@@ -252,7 +252,7 @@ TEST_F(SecretServiceTest, AKeyringThatIsKilledInMidCallLosesNothing)
     EXPECT_EQ(
         statusOf(keychain.save("key-1", "another secret", "Renamed", std::nullopt)), Keychain::Status::serviceEnded);
     keyring.waitForFinished();
-    EXPECT_EQ(statusOf(keychain.entries()), Keychain::Status::serviceEnded) << "gone is not the same as never there";
+    EXPECT_EQ(statusOf(keychain.entries()), Keychain::Status::serviceEnded) << "stopped is not the same as never there";
     EXPECT_FALSE(*keychain.useLegacyStore);
 
     startKeyring(State::unlocked);

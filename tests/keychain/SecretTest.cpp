@@ -17,7 +17,7 @@ TEST(SecretTest, ShowsItsTextOnlyWhenAskedTo)
 TEST(SecretTest, TakesATextOverAndLeavesNothingBehind)
 {
     std::string text = "K004abc";
-    const char* const place = text.data(); // Short enough to lie in the object itself.
+    const char* const place = text.data(); // Short enough to be stored in the object itself.
     Secret secret(std::move(text));
     EXPECT_EQ(std::string_view(place, 7).find("K004"), std::string_view::npos);
 

@@ -1,8 +1,10 @@
 #include "B2Kit/transport/B2CurlTransport.h"
 #include "foundation/SettingsKeys.h"
+#include "foundation/TaskScope.h"
 #include "keychain/MemoryKeychain.h"
 #include "localb2/Service.h"
 #include "shell/RootModel.h"
+#include "tests/accounts/HeldTransport.h"
 #include "tests/support/RunItems.h"
 
 #include <QTemporaryDir>
@@ -40,8 +42,9 @@ protected:
     ActivityLog log{settings, directory.path().toStdString() + "/Logs"};
     AppContext context{settings};
     MemoryKeychain keychain;
-    ClientFactory clients{
-        std::make_shared<B2CurlTransport>(B2CurlTransportOptions{}), std::make_shared<B2NullLogSink>(), service.url()};
+    std::shared_ptr<HeldTransport> transport =
+        std::make_shared<HeldTransport>(std::make_shared<B2CurlTransport>(B2CurlTransportOptions{}));
+    ClientFactory clients{transport, std::make_shared<B2NullLogSink>(), service.url()};
     DownloadDestination destination{settings};
     TransferQueue queue{settings, log, destination};
     RootModel root{RootParts{settings, log, context, keychain, clients, queue}};
@@ -102,4 +105,31 @@ TEST_F(KeysPaneRootTest, WhatThePaneListsIsNotRevokedInTheListOfStoredOnes)
     qtRun(root.keys.load());
 
     EXPECT_FALSE(root.keyStore.revokedKeyIDs().contains(made.key.applicationKeyID));
+}
+
+TEST_F(KeysPaneRootTest, ARefusalForAnEarlierSessionIsShownAboveThePanesAndNotInThem)
+{
+    ASSERT_TRUE(isConnected(first));
+    B2HTTPRequest fault{.url = service.url() + "/_local/faults",
+        .body = R"({"kind": "status", "operation": "b2_create_key", "status": 403, "code": "cap_exceeded"})"};
+    ASSERT_EQ(qtRun(transport->data(std::move(fault))).response.status, 200);
+    auto create = [](KeysModel* keys) -> Task<> {
+        B2CreateKeyRequest request{.capabilities = {B2Capabilities::listFiles}, .keyName = "late"};
+        co_await keys->create(std::move(request), *keys->session);
+    };
+    const auto answer = transport->hold("b2_create_key");
+    TaskScope tasks;
+    tasks.start(create(&root.keys));
+    ASSERT_TRUE(spinUntil([&] { return answer.hasArrived->load(); }));
+
+    root.switchTo(second);
+    ASSERT_TRUE(isConnected(second));
+    answer.release.set();
+    qtRun(tasks.drain());
+
+    ASSERT_TRUE(root.notice());
+    EXPECT_TRUE(root.notice()->text.starts_with("Could not create key “late”."));
+    EXPECT_FALSE(*root.keys.error);
+    root.dismissNotice();
+    EXPECT_FALSE(root.notice());
 }

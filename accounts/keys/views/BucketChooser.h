@@ -12,14 +12,14 @@
 
 class QListView;
 
-/// Which buckets a key is to reach: ticks in a list, with a filter over long ones.
+/// Chooses the buckets a key is limited to: a list with check boxes, and a filter above a long one.
 class BucketChooser final : public Sheet {
     Q_OBJECT
 
 public:
     BucketChooser(const std::vector<B2Bucket>& buckets, const std::set<std::string>& chosen, QWidget* parent);
 
-    /// The ids of those ticked.
+    /// The ids of the checked buckets.
     std::set<std::string> chosen() const;
 
 private:

@@ -48,7 +48,7 @@ void CreatedKeyView::buildFields(std::string_view keyPlace)
 {
     const auto addText = [this](const QString& title, const std::string& text) {
         auto* const label = makeIdentifierLabel(toQString(text), this);
-        // The name may have 100 letters, without a place to break.
+        // The name may have 100 letters without a place to break the line.
         label->setMinimumWidth(1);
         label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
         addRow(title, label);

@@ -14,14 +14,14 @@
 class QCheckBox;
 class QLabel;
 
-/// The only sight of a new key's secret. Stays until the secret was copied or the user says that it is safe.
+/// Shows a new key's secret, once only. Stays until the secret was copied or the user confirms that it is safe.
 ///
-/// Wipes its copy of the secret when it goes; what the window system keeps of a shown text is out of reach.
+/// Wipes its copy of the secret when it is destroyed; copies that the window system keeps are out of reach.
 class CreatedKeyView final : public Sheet {
     Q_OBJECT
 
 public:
-    /// Stores a key in the program without switching to it; a sentence when it could not.
+    /// Stores a key in the program without switching to it. @returns a sentence when that failed.
     using AddKey = std::function<Task<std::optional<std::string>>(B2CreatedApplicationKey)>;
 
     /// @param add       null where keys cannot be stored; the option is not offered then.
@@ -29,7 +29,7 @@ public:
     CreatedKeyView(B2CreatedApplicationKey created, AddKey add, std::string_view keyPlace, QWidget* parent);
     ~CreatedKeyView() override;
 
-    /// Says that there may be another key of the name; an empty text says nothing.
+    /// Shows that there may be another key of that name; an empty text shows nothing.
     void showTwinNote(const QString& text);
 
     /// Refused until the secret is safe: Escape, the close button and `close` come here too.

@@ -18,7 +18,7 @@ QLabel* wrapping(const QString& text)
     const auto shown = breakable(text);
     auto* const label = makeLabel(shown);
     label->setWordWrap(true);
-    // What has been made to wrap must not be copied so.
+    // The text that was made to wrap must not be copied in that form.
     if (shown == text)
         label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     else
@@ -27,7 +27,7 @@ QLabel* wrapping(const QString& text)
     return label;
 }
 
-/// A long list of buckets ends in how many more there are.
+/// Ends a long list of buckets with the number of those left out.
 std::string shortened(const std::string& lines)
 {
     std::size_t end = 0;
@@ -44,7 +44,7 @@ std::string shortened(const std::string& lines)
 
 } // namespace
 
-KeyDetailsView::KeyDetailsView(const KeyDetailsInputs& inputs, bool canTakeName, QWidget* parent)
+KeyDetailsView::KeyDetailsView(const KeyDetailsInputs& inputs, bool canUseServiceName, QWidget* parent)
     : Sheet(toQString(KeyDetails(inputs).title), toQString(KeyDetails::fixedText), parent)
 {
     setObjectName(QStringLiteral("keyDetails"));
@@ -54,7 +54,7 @@ KeyDetailsView::KeyDetailsView(const KeyDetailsInputs& inputs, bool canTakeName,
     auto* const keyID = makeIdentifierLabel(toQString(inputs.key.applicationKeyID), this);
     addRow(tr("keyID"), keyID);
     addText(tr("In Kestrovan"), details.kestrovanName, details.nameNote);
-    if (canTakeName && details.differsInName) {
+    if (canUseServiceName && details.differsInName) {
         auto* const take = new QPushButton(tr("Use the name from Backblaze"), this);
         take->setAutoDefault(false);
         connect(take, &QPushButton::clicked, this, [this, take] {

@@ -3,14 +3,14 @@
 #include "accounts/keys/KeyDetails.h"
 #include "foundation/views/Sheet.h"
 
-/// What a key is and may do, to be read. With a verb set, that is done with the key.
+/// Shows what a key is and may do. A verb can be set for an action on the key.
 class KeyDetailsView final : public Sheet {
     Q_OBJECT
 
 public:
     /// @param inputs  what is known of the key.
-    /// @param canTakeName  offers to replace the store's name by the one at the service, where they differ.
-    KeyDetailsView(const KeyDetailsInputs& inputs, bool canTakeName, QWidget* parent);
+    /// @param canUseServiceName  offers to replace the store's name with the one at the service, where they differ.
+    KeyDetailsView(const KeyDetailsInputs& inputs, bool canUseServiceName, QWidget* parent);
 
 Q_SIGNALS:
     void useBackblazeName();

@@ -25,7 +25,7 @@ std::set<B2Capability> heldBy(const KeysModel& model)
     return session ? session->authorization.storage.allowed.capabilities : std::set<B2Capability>();
 }
 
-/// Fields and notes under each other, described by the notes for a screen reader.
+/// Stacks fields and notes, and describes the fields to screen readers with the notes.
 QWidget* stacked(std::initializer_list<QWidget*> widgets, QWidget* parent)
 {
     auto* const cell = new QWidget(parent);
@@ -145,12 +145,12 @@ void NewKeyView::render()
     }
     chooser_->setText(chosen);
     setVerbEnabled(!now.refusal, toQString(now.refusal.value_or("")));
-    // A name that the service would refuse is told at once; that it is missing, everybody sees.
+    // Says at once that the service would refuse the name; that it is missing is obvious.
     const bool isWrongName = now.refusal && !form_.name.empty();
     setMessage(MessageKind::warning, isWrongName ? toQString(*now.refusal) : QString());
 }
 
-// As high as the notes that stand need, and never so low that one lies over another.
+// As high as the visible notes need, so that none overlaps another.
 void NewKeyView::makeRoom()
 {
     if (!isVisible())
@@ -173,7 +173,7 @@ void NewKeyView::renderBusy()
 {
     if (std::exchange(isWorking_, *model_.isWorking) != *model_.isWorking)
         setBusy(isWorking_, tr("Creating the key…"));
-    // A refusal can come so fast that nobody was told of the work.
+    // A refusal can come before the progress was ever shown.
     if (!isWorking_ && hasAsked_ && *model_.error) {
         hasAsked_ = false;
         setMessage(MessageKind::danger, toQString(**model_.error));

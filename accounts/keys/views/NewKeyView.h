@@ -14,25 +14,25 @@ class PermissionList;
 class QComboBox;
 class QLineEdit;
 
-/// The sheet of a new application key. It asks for the key and closes when it was made; a failure stands in it.
+/// The sheet for a new application key. It requests the key and closes when it was created; a failure is shown in it.
 ///
-/// It is about the session at its opening, and closes when another takes over.
-/// Closing it while a key is being made leaves that to end: its secret is shown then.
+/// It belongs to the session in use when it opens, and closes when that is replaced.
+/// Closing it while a key is being created does not cancel that: the secret is shown afterwards.
 class NewKeyView final : public Sheet {
     Q_OBJECT
 
 public:
-    /// @param buckets  those a key can be limited to.
+    /// @param buckets  the buckets that a key can be limited to.
     NewKeyView(KeysModel& model, std::vector<B2Bucket> buckets, QWidget* parent);
 
     const NewKeyForm& form() const { return form_; }
     /// The session whose buckets and permissions are offered.
     std::weak_ptr<B2Session> session() const { return session_; }
-    /// Has it asked for a key and not shown yet what became of it?
+    /// Has it requested a key whose outcome is not yet shown?
     bool hasAsked() const { return hasAsked_; }
 
 Q_SIGNALS:
-    /// The form is in order, and the question about several buckets was answered.
+    /// Requests the key; the form is valid, and the question about several buckets was answered.
     void createRequested(const B2CreateKeyRequest& request);
 
 protected:
@@ -53,7 +53,7 @@ private:
     KeysModel& model_;
     const std::weak_ptr<B2Session> session_;
     const std::vector<B2Bucket> buckets_;
-    const std::set<B2Capability> held_; ///< What the key in use may do.
+    const std::set<B2Capability> held_; ///< The capabilities of the key in use.
     NewKeyForm form_;
     QLineEdit* name_;
     QComboBox* grants_;
@@ -67,5 +67,5 @@ private:
     QLabel* prefixNote_;
     QComboBox* lifetime_;
     bool isWorking_ = false;
-    bool hasAsked_ = false; ///< What became of it has not been told yet.
+    bool hasAsked_ = false; ///< A key was requested whose outcome is not yet shown.
 };

@@ -42,7 +42,7 @@ PermissionList::PermissionList(QWidget* parent)
     setWidgetResizable(true);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFocusPolicy(Qt::NoFocus);
-    // On a small screen it gives way, since it can be scrolled and the notes around it cannot.
+    // Shrinks on a small screen, because it can be scrolled and the notes around it cannot.
     setMinimumHeight(leastHeight);
     setMaximumHeight(usualHeight);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
@@ -66,7 +66,7 @@ QSize PermissionList::sizeHint() const
 
 bool PermissionList::eventFilter(QObject* watched, QEvent* event)
 {
-    // Going through them by key brings each into sight.
+    // Moving through them by keyboard scrolls each into view.
     if (event->type() == QEvent::FocusIn)
         ensureWidgetVisible(static_cast<QWidget*>(watched), 0, Spacing::wide);
     return QScrollArea::eventFilter(watched, event);

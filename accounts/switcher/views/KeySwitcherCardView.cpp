@@ -138,7 +138,7 @@ void KeySwitcherCardView::setAttempt(const KeySwitcherCard& card)
     const bool isNew = shown != attemptText_->text();
     attemptIcon_->setKind(card.isConnecting ? MessageKind::notice : MessageKind::warning);
     attemptText_->setText(shown);
-    // The focus does not fall to a button of another meaning.
+    // Keeps the focus from moving to an unrelated button.
     if (!card.canRetry && retry_->hasFocus())
         more_->setFocus(Qt::OtherFocusReason);
     retry_->setVisible(card.canRetry);

@@ -12,7 +12,7 @@ class QPushButton;
 class QToolButton;
 class SymbolView;
 
-/// The card of the current key: its name and account, what it may do, and what became of the last attempt to connect.
+/// The card of the current key: its name and account, what it may do, and how the last attempt to connect ended.
 class KeySwitcherCardView final : public QWidget {
     Q_OBJECT
 

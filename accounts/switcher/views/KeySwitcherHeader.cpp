@@ -92,7 +92,7 @@ KeySwitcherHeader::Lines KeySwitcherHeader::lines() const
         lines.isWarning = true;
     } else {
         QStringList parts{label};
-        // A name taken from the region says it already.
+        // A name taken from the region already says it.
         if (content_.regionTag && !lines.first.startsWith(toQString(*content_.regionTag)))
             parts.append(shown(content_.regionTag));
         lines.second = parts.join(QStringLiteral(" · "));

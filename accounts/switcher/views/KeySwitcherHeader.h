@@ -8,7 +8,7 @@
 class KeySwitcherModel;
 class KeySwitcherPopover;
 
-/// The top of the sidebar: which account and key the window works with. Pressing it opens the switcher.
+/// The top of the sidebar: shows the account and key in use. Pressing it opens the switcher.
 class KeySwitcherHeader final : public QAbstractButton {
     Q_OBJECT
 
@@ -35,7 +35,7 @@ private:
         QString first;
         QString second;
         QString badge;
-        bool isWarning = false; ///< The second line tells that there is no connection.
+        bool isWarning = false; ///< The second line says that there is no connection.
     };
 
     void render();

@@ -176,7 +176,7 @@ void KeySwitcherList::setEmptyText(const QString& text)
 void KeySwitcherList::choose(const QModelIndex& index)
 {
     setCurrentIndex(index);
-    // The heading of the first key is shown with it.
+    // Shows the heading of the first key together with it.
     if (index.isValid() && !rows_.nextKey(index.row() - 1, -1).isValid())
         scrollToTop();
 }

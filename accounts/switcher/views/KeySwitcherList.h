@@ -14,20 +14,20 @@ class KeySwitcherList final : public QListView {
 public:
     explicit KeySwitcherList(KeySwitcherRowsModel& rows, QWidget* parent = nullptr);
 
-    /// How high the list is with all its rows.
+    /// The height of the list with all its rows.
     int contentHeight() const;
 
-    /// Whether its keys come from a field beside it: its row then looks chosen while the field has the focus, and
-    /// letters are sent there.
+    /// Says whether a field beside the list sends it its keys: its row then looks chosen while the field has the focus,
+    /// and letters go to the field.
     void setSearchField(QWidget* field) { searchField_ = field; }
 
-    /// What stands in its place while no row matches; a screen reader hears it.
+    /// The text shown while no row matches; screen readers announce it.
     void setEmptyText(const QString& text);
 
     void choose(const QModelIndex& index);
     /// The row that Enter takes; invalid before one was chosen.
     QModelIndex chosen() const;
-    /// Is the row's button for its menu to be drawn?
+    /// Is the row's menu button drawn?
     bool showsMenuButton(const QModelIndex& index) const;
     /// Where that button is in a row's rectangle.
     QRect menuButtonRect(const QRect& row) const;

@@ -24,10 +24,10 @@ namespace {
 
 constexpr int narrowestPopover = 340;
 constexpr int highest = 600;
-constexpr int lowest = 360; ///< Even over a low window.
+constexpr int lowest = 360; ///< Even above a low window.
 constexpr int shortestList = 132;
 
-/// A line from edge to edge.
+/// A separator from edge to edge.
 class Hairline final : public QWidget {
 public:
     explicit Hairline(QWidget* parent)
@@ -44,7 +44,7 @@ protected:
     }
 };
 
-/// Whether a hidden widget's place stays empty, so that nothing moves under the pointer.
+/// Says whether a hidden widget keeps its space, so that nothing moves under the pointer.
 void keepPlace(QWidget& widget, bool keeps)
 {
     QSizePolicy policy = widget.sizePolicy();
@@ -243,12 +243,12 @@ void KeySwitcherPopover::openUnderHeader()
 
 void KeySwitcherPopover::fit()
 {
-    // On Wayland the place on the screen is not known: the popover keeps to the height of its window.
+    // On Wayland the position on the screen is unknown, so the popover keeps to the height of its window.
     const QWidget* const window = header_.window();
     const int below = window->height() - header_.mapTo(window, QPoint(0, header_.height())).y() - Spacing::normal;
     const int ceiling = std::clamp(below, lowest, highest);
 
-    // What has changed in the card counts at once, not when its own layout comes to it.
+    // A change in the card must count now, not when its own layout gets to it.
     card_->layout()->activate();
     searchRow_->layout()->activate();
     layout()->activate();
@@ -282,7 +282,7 @@ void KeySwitcherPopover::take(const KeySwitcherRow& row)
         act(actions_.switchTo, row.key);
         return;
     }
-    // Nothing can be switched to; what is left to do stands in the menu.
+    // There is no key to switch to; the menu offers what remains.
     const QRect place = list_->visualRect(rows_.indexOf(row.key.keyID));
     openMenu(row.key, list_->viewport()->mapToGlobal(place.bottomLeft()), false, true, row.canShowInfo);
 }

@@ -14,7 +14,7 @@ struct KeySwitcherEntry {
     bool operator==(const KeySwitcherEntry&) const = default;
 };
 
-/// The other keys as rows, each account's under a heading that cannot be chosen.
+/// The other keys as rows, those of each account under a heading that cannot be chosen.
 class KeySwitcherRowsModel final : public KeyedRows<KeySwitcherEntry> {
     Q_OBJECT
 

@@ -51,7 +51,7 @@ TEST(KeyPermissionsTest, ASummaryNamesWhatAKeyIsFor)
 {
     EXPECT_EQ(presetSummary(presetCapabilities(KeyPreset::fullControl)), "Full control");
     auto masters = presetCapabilities(KeyPreset::fullControl);
-    // No list of the service has these, so no key does.
+    // The service never lists these, so no key has them.
     for (const char* const name : {"readBucketInfo", "writeBucketInfo", "readBucketType", "writeBucketType",
              "readBucketPolicy", "writeBucketPolicy"})
         masters.erase(B2Capability(name));
@@ -166,7 +166,7 @@ TEST(CreatedKeyRulesTest, TheSheetClosesOnlyWhenTheSecretIsSafe)
         "keyName: n\nkeyID: id\napplicationKey: K004s");
 }
 
-TEST(KeyRowsTest, ARowTellsHowTheProgramStandsToTheKey)
+TEST(KeyRowsTest, ARowSaysHowTheProgramKnowsTheKey)
 {
     const std::vector<B2ApplicationKey> keys{{.applicationKeyID = "1", .keyName = "a", .bucketIDs = {"b2", "b1"}},
         {.applicationKeyID = "2", .keyName = "b", .bucketIDs = {"gone"}, .namePrefix = "x/"},
@@ -191,7 +191,7 @@ TEST(KeyRowsTest, ARowTellsHowTheProgramStandsToTheKey)
     EXPECT_EQ(rows[3].reach, "Every bucket");
 }
 
-TEST(KeyRowsTest, RowsStandInTheWantedOrder)
+TEST(KeyRowsTest, RowsAreInTheRequestedOrder)
 {
     const std::vector<B2ApplicationKey> keys{{.applicationKeyID = "1", .keyName = "key 10", .expirationTimestamp = 5},
         {.applicationKeyID = "2", .keyName = "key 9"}, {.applicationKeyID = "3", .keyName = "Alpha"}};
@@ -213,7 +213,7 @@ TEST(KeyRowsTest, TheQuestionNamesTheKeyOrCountsThem)
     EXPECT_THAT(deleteKeysQuestion({key, key}).text, HasSubstr("and they cannot be restored."));
 }
 
-TEST(KeyDetailsTest, WhatIsUnknownIsSaidAndNotGuessed)
+TEST(KeyDetailsTest, UnknownFactsAreNamedAndNotGuessed)
 {
     KeyDetailsInputs inputs{.key = {.applicationKeyID = "0044a1b2c3d4e5f0000000001", .keyName = "backup"}};
     inputs.isStored = true;
@@ -237,7 +237,7 @@ TEST(KeyDetailsTest, WhatIsUnknownIsSaidAndNotGuessed)
     EXPECT_THAT(KeyDetails(inputs).backblazeName, HasSubstr("Master Application Key"));
 }
 
-TEST(KeyDetailsTest, PermissionsStandByGroupAndNoneIsLost)
+TEST(KeyDetailsTest, PermissionsAreGroupedAndNoneIsLost)
 {
     KeyDetailsInputs inputs;
     inputs.key.capabilities = {B2Capabilities::listKeys, B2Capabilities::readFiles, B2Capability("somethingNew")};

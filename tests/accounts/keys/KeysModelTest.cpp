@@ -103,7 +103,7 @@ protected:
 
 } // namespace
 
-TEST_F(KeysModelTest, AKeyIsCreatedToldOnceListedAndDeleted)
+TEST_F(KeysModelTest, AKeyIsCreatedShownOnceListedAndDeleted)
 {
     int changes = 0;
     model.didChange = [&] { ++changes; };
@@ -193,7 +193,7 @@ TEST_F(KeysOfTwoAccountsTest, ADeletionThatASwitchCrossesLeavesTheOtherAccountAl
     EXPECT_EQ(names(), before);
 }
 
-TEST_F(KeysModelTest, WhatTheServiceRefusesIsSaidAndKeepsTheRows)
+TEST_F(KeysModelTest, ARefusalIsReportedAndKeepsTheRows)
 {
     const auto session = sessionOf(service.masterKey());
     model.reset(session);
@@ -249,7 +249,7 @@ TEST_F(KeysOfTwoAccountsTest, NothingOfAnotherAccountIsEverShown)
     make("of-the-first", {B2Capabilities::listFiles});
     ASSERT_THAT(names(), Contains("of-the-first"));
 
-    // The window has switched, the model has not yet heard of it.
+    // The window has switched, but the model does not know yet.
     EXPECT_EQ(KeysPane(model, second).kind, KeysPane::Kind::loading);
 
     control("options", R"({"latencyMilliseconds": 50})");
@@ -266,7 +266,7 @@ TEST_F(KeysOfTwoAccountsTest, NothingOfAnotherAccountIsEverShown)
     EXPECT_FALSE(*model.isLoading);
 }
 
-TEST_F(KeysOfTwoAccountsTest, ASecretComesThroughASwitchThatCrossesItsCreation)
+TEST_F(KeysOfTwoAccountsTest, ASwitchDuringACreationDoesNotLoseTheSecret)
 {
     model.reset(sessionOf(service.masterKeys().at(0)));
     const auto other = sessionOf(service.masterKeys().at(1));
@@ -287,7 +287,7 @@ TEST_F(KeysOfTwoAccountsTest, ASecretComesThroughASwitchThatCrossesItsCreation)
     EXPECT_THAT(names(), IsEmpty());
 }
 
-TEST_F(KeysOfTwoAccountsTest, ACreationThatASwitchCrossesEndsWithASentence)
+TEST_F(KeysOfTwoAccountsTest, ACreationRefusedAfterASwitchIsReportedOutsideThePane)
 {
     const auto first = sessionOf(service.masterKeys().at(0));
     const auto second = sessionOf(service.masterKeys().at(1));

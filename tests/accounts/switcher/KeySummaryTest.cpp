@@ -36,7 +36,7 @@ B2Authorization signIn()
 
 } // namespace
 
-TEST(KeySummaryTest, ASignInTellsEverythingButADateItDoesNotName)
+TEST(KeySummaryTest, ASignInKnowsEverythingExceptADateItOmits)
 {
     auto answer = signIn();
     const KeySummary summary = keySummary(answer);
@@ -74,7 +74,7 @@ TEST(KeySummaryTest, AConnectionRenewsWhatIsKnownAndForgetsRemovedKeys)
     EXPECT_EQ(updatedSummaries(known, sources), known) << "an unreadable list of keys forgets nothing";
 }
 
-TEST(KeySummaryTest, TheCacheKeepsEveryFieldAndLeavesOutWhatIsForeign)
+TEST(KeySummaryTest, TheCacheKeepsEveryFieldAndLeavesOutForeignEntries)
 {
     Settings settings{{}};
     EXPECT_TRUE(cachedSummaries(settings).empty());

@@ -38,7 +38,7 @@ protected:
 
 } // namespace
 
-TEST_F(KeySwitcherModelTest, WhatAConnectionToldIsKnownAtTheNextStart)
+TEST_F(KeySwitcherModelTest, FactsFromAConnectionAreKnownAtTheNextStart)
 {
     KeySwitcherModel model(store, keychain, settings);
     qtRun(store.reload());
@@ -65,12 +65,12 @@ TEST_F(KeySwitcherModelTest, WhatAConnectionToldIsKnownAtTheNextStart)
     ASSERT_EQ(content.groups.size(), 1U);
     EXPECT_THAT(reachesText(next.summaries->at(limitedID)), testing::StartsWith("photos only"));
 
-    // Another session that lists no buckets does not unsay their names.
+    // Another session that lists no buckets does not remove their names.
     model.setBucketNames({});
     EXPECT_EQ(*model.summaries, *next.summaries);
 }
 
-TEST_F(KeySwitcherModelTest, AFailedSwitchIsToldBesideTheSessionThatGoesOn)
+TEST_F(KeySwitcherModelTest, AFailedSwitchIsReportedBesideTheSessionThatGoesOn)
 {
     keychain.add({"0044a1b2c3d4e5f0000000099", "Wrong", std::nullopt}, "K004nothing");
     KeySwitcherModel model(store, keychain, settings);

@@ -56,7 +56,7 @@ std::vector<std::string> titlesOf(const KeySwitcherGroup& group)
 
 } // namespace
 
-TEST(KeySwitcherTest, TheOtherKeysStandByAccountAndTheCurrentOneHasTheCard)
+TEST(KeySwitcherTest, TheOtherKeysAreGroupedByAccountAndTheCurrentOneHasTheCard)
 {
     const auto content = keySwitcherContent(connectedWith(master));
 
@@ -95,7 +95,7 @@ TEST(KeySwitcherTest, AGroupWithoutOtherKeysIsLeftOut)
     EXPECT_THAT(keySwitcherContent(state).groups, IsEmpty());
 }
 
-TEST(KeySwitcherTest, TheCardTellsWhatTheKeyIs)
+TEST(KeySwitcherTest, TheCardSaysWhatTheKeyIs)
 {
     auto state = connectedWith(reader);
     state.sharedKeyID = reader.keyID;
@@ -143,7 +143,7 @@ TEST(KeySwitcherTest, WithoutASessionTheCardSaysWhyAndWhetherToTryAgain)
     EXPECT_FALSE(keySwitcherContent(state).card);
 }
 
-TEST(KeySwitcherTest, AFailedSwitchIsToldOnTheCardOfTheKeyStillInUse)
+TEST(KeySwitcherTest, AFailedSwitchIsReportedOnTheCardOfTheKeyStillInUse)
 {
     auto state = connectedWith(master);
     state.lastAttempted = abroad;
@@ -182,10 +182,10 @@ TEST(KeySwitcherTest, KeysThatCannotBeReadAreNotCalledMissing)
     KeySwitcherState state;
     state.isStarted = true;
     state.storeFailure = "The keyring is locked.";
-    auto closed = state;
-    closed.needsPassphrase = true;
-    EXPECT_THAT(keySwitcherHeader(closed).unreadReason, Optional(Eq("Locked with a passphrase")));
-    EXPECT_TRUE(keySwitcherContent(closed).unread->canUnlock);
+    auto locked = state;
+    locked.needsPassphrase = true;
+    EXPECT_THAT(keySwitcherHeader(locked).unreadReason, Optional(Eq("Locked with a passphrase")));
+    EXPECT_TRUE(keySwitcherContent(locked).unread->canUnlock);
     EXPECT_FALSE(keySwitcherContent(state).unread->canUnlock) << "a passphrase is no help there";
     EXPECT_EQ(keySwitcherHeader(state).keyLabel, "Keys Not Read");
     EXPECT_EQ(keySwitcherContent(state).unread->text, "The keyring is locked. Nothing has been removed.");

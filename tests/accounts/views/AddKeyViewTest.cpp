@@ -112,7 +112,7 @@ TEST_F(AddKeyViewTest, ARefusedKeyStaysInTheSheetWithTheReason)
     EXPECT_EQ(store.keys->front().label, "Office");
 }
 
-TEST_F(AddKeyViewTest, EscapeEndsTheCheckAndForgetsTheSecret)
+TEST_F(AddKeyViewTest, EscapeEndsTheCheckAndWipesTheSecret)
 {
     open();
     auto& secret = *view->findChild<SecretField*>();
@@ -120,7 +120,7 @@ TEST_F(AddKeyViewTest, EscapeEndsTheCheckAndForgetsTheSecret)
     QTest::keyClicks(&secret.edit(), QStringLiteral("K004canary"));
     secret.setRevealed(true);
     QTest::keyClick(&secret.edit(), Qt::Key_Z, Qt::ControlModifier);
-    EXPECT_EQ(secret.secret(), Secret("K004canary")) << "nothing is kept to be undone";
+    EXPECT_EQ(secret.secret(), Secret("K004canary")) << "there is no undo history";
     EXPECT_TRUE(secret.edit().inputMethodHints().testFlag(Qt::ImhSensitiveData));
     QTest::mouseClick(verb, Qt::LeftButton);
 

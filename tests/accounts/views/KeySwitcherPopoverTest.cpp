@@ -74,7 +74,7 @@ protected:
             EXPECT_LT(list().geometry().bottom(), addKey.top());
     }
 
-    /// To whatever has the keyboard, as the desktop would send it.
+    /// Sends a key to the focused widget, as the desktop would.
     void press(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
         QWidget* const open = QApplication::activePopupWidget();
@@ -205,7 +205,7 @@ TEST_F(KeySwitcherPopoverTest, ASearchWithoutAMatchMovesNothing)
     EXPECT_THAT(done, IsEmpty());
 }
 
-TEST_F(KeySwitcherPopoverTest, SaysThatMoreKeysLieBelowUntilTheLastIsReached)
+TEST_F(KeySwitcherPopoverTest, SaysThatThereAreMoreKeysBelowUntilTheLastIsReached)
 {
     open(contentOf(60));
     QToolButton* further = nullptr;
@@ -266,7 +266,7 @@ TEST_F(KeySwitcherPopoverTest, TheMenuOfARowOffersWhatMayBeDoneWithTheKey)
     EXPECT_EQ(done.back(), "remove revoked");
 }
 
-TEST_F(KeySwitcherPopoverTest, AFailureIsToldWhileItIsOpenAndTriedAgainThere)
+TEST_F(KeySwitcherPopoverTest, AFailureIsShownWhileItIsOpenAndTriedAgainThere)
 {
     auto content = contentOf(3);
     open(content);
@@ -325,7 +325,7 @@ TEST(KeySwitcherHeaderTest, NamesTheStateAndOpensASwitcherThatFollowsTheKeys)
     auto* const list = header.popover()->findChild<KeySwitcherList*>();
     EXPECT_EQ(list->model()->rowCount(), 2);
     EXPECT_TRUE(list->model()->index(1, 0).data(Qt::ToolTipRole).toString().contains(QStringLiteral("&lt;b&gt;")))
-        << "a name is no markup";
+        << "a name is not markup";
     keychain.add({"k2", "Second", std::nullopt}, "unused");
     qtRun(store.reload());
     EXPECT_TRUE(spinUntil([&] { return list->model()->rowCount() == 3; }));

@@ -365,7 +365,7 @@ TEST_F(KeysViewTest, ARefusedNewKeyKeepsItsForm)
     EXPECT_FALSE(view.findChild<Banner*>()->isVisible()) << "said once";
 }
 
-TEST_F(KeysViewTest, NoNoteOfTheNewKeysFormLiesOverItsFields)
+TEST_F(KeysViewTest, NoNoteOfTheNewKeysFormOverlapsItsFields)
 {
     connectWith(service.masterKey().keyID);
     view.setBuckets(qtRun((*store.session)->client->listBuckets()));
@@ -404,7 +404,7 @@ TEST_F(KeysViewTest, RowsOfTheOtherSessionGoBeforeItsOwnCome)
     const QPointer<NewKeyView> form = view.findChild<NewKeyView*>();
     ASSERT_TRUE(form);
 
-    // The store has switched, the model has not heard of it yet.
+    // The store has switched, but the model does not know yet.
     qtRun(store.connect(*std::ranges::find(*store.keys, reader, &StoredKey::keyID)));
     settle();
     EXPECT_THAT(shown(), IsEmpty());
@@ -422,7 +422,7 @@ TEST(SecretClipboardTest, TakesBackOnlyWhatIsStillItsOwn)
     SecretClipboard secrets(nullptr, std::chrono::milliseconds(30));
 
     secrets.copy(QStringLiteral("K004secret"));
-    Q_EMIT clipboard->dataChanged(); // As some desktops tell the owner itself, and late.
+    Q_EMIT clipboard->dataChanged(); // As some desktops notify the owner itself, and late.
     EXPECT_TRUE(secrets.isOurs());
     ASSERT_TRUE(spinUntil([&] { return clipboard->text().isEmpty(); }, std::chrono::seconds(2)));
 
@@ -436,7 +436,7 @@ TEST(SecretClipboardTest, TakesBackOnlyWhatIsStillItsOwn)
     QTest::qWait(20);
     secrets.copy(QStringLiteral("second"));
     QTest::qWait(20);
-    EXPECT_EQ(clipboard->text(), QStringLiteral("second")) << "the time begins anew";
+    EXPECT_EQ(clipboard->text(), QStringLiteral("second")) << "the time starts again";
     Q_EMIT qApp->aboutToQuit({});
     EXPECT_EQ(clipboard->text(), QString());
 }

@@ -47,7 +47,7 @@ protected:
 
 } // namespace
 
-TEST_F(PassphraseSheetTest, AWrongPassphraseIsSelectedToBeTypedAnew)
+TEST_F(PassphraseSheetTest, AWrongPassphraseIsSelectedSoThatTypingReplacesIt)
 {
     open(PassphraseSheet::Purpose::unlock);
     QTest::keyClicks(fields.front(), QStringLiteral("horse"));
@@ -80,14 +80,14 @@ TEST_F(PassphraseSheetTest, ANewPassphraseIsTypedTwiceAndASlipIsNamed)
     EXPECT_TRUE(shows(QStringLiteral("This passphrase is short.")));
     QApplication::processEvents();
     for (const auto* field : fields)
-        EXPECT_GE(field->height(), field->sizeHint().height()) << "the note has room of its own";
+        EXPECT_GE(field->height(), field->sizeHint().height()) << "the note has its own space";
 }
 
-TEST_F(PassphraseSheetTest, AnOldPassphraseIsChangedOnlyWithItAndForAnother)
+TEST_F(PassphraseSheetTest, APassphraseIsChangedOnlyByOneWhoKnowsItAndOnlyToAnother)
 {
     open(PassphraseSheet::Purpose::change);
     ASSERT_EQ(fields.size(), 3);
-    EXPECT_FALSE(verb()->isEnabled()) << "nothing typed changes nothing";
+    EXPECT_FALSE(verb()->isEnabled()) << "an empty form changes nothing";
     fields[0]->setText(QStringLiteral("horse"));
     EXPECT_FALSE(verb()->isEnabled()) << "two empty fields are no passphrase";
     for (auto* const field : {fields[1], fields[2]})
@@ -99,9 +99,9 @@ TEST_F(PassphraseSheetTest, AnOldPassphraseIsChangedOnlyWithItAndForAnother)
     EXPECT_FALSE(verb()->isEnabled());
 }
 
-TEST_F(PassphraseSheetTest, ReturnTakesNoPassphraseOff)
+TEST_F(PassphraseSheetTest, ReturnNeverRemovesThePassphrase)
 {
-    open(PassphraseSheet::Purpose::takeOff);
+    open(PassphraseSheet::Purpose::remove);
     ASSERT_EQ(fields.size(), 1);
     EXPECT_FALSE(verb()->isEnabled());
     bool isAsked = false;
@@ -124,7 +124,7 @@ TEST_F(PassphraseSheetTest, AShortPassphraseIsAllowedButNamed)
     }
 }
 
-TEST_F(PassphraseSheetTest, WhoHasForgottenThePassphraseReadsWhichFileToMoveAway)
+TEST_F(PassphraseSheetTest, AForgottenPassphraseLeadsToTheFileToMoveAway)
 {
     open(PassphraseSheet::Purpose::unlock);
     EXPECT_TRUE(shows(QStringLiteral("move “/home/user/keys.box” away")));

@@ -20,7 +20,7 @@ QPushButton* button(const QWidget& sheet, const QString& text)
 
 } // namespace
 
-TEST(RenameSheetTest, TakesATypedNameOrTheOneOfTheService)
+TEST(RenameSheetTest, AcceptsATypedNameOrTheOneOfTheService)
 {
     QWidget window;
     RenameSheet sheet(QStringLiteral("Rename Key"), QStringLiteral("Why."), QStringLiteral("Old"),
@@ -32,7 +32,7 @@ TEST(RenameSheetTest, TakesATypedNameOrTheOneOfTheService)
     auto& verb = *button(sheet, QStringLiteral("Rename"));
 
     QTest::keyClicks(&name, QStringLiteral("  "));
-    EXPECT_FALSE(verb.isEnabled()) << "typing replaces the name, and blanks are none";
+    EXPECT_FALSE(verb.isEnabled()) << "typing replaces the name, and blanks are not a name";
     EXPECT_EQ(verb.toolTip(), QStringLiteral("Enter a name."));
     QTest::mouseClick(button(sheet, QStringLiteral("Use the name from Backblaze")), Qt::LeftButton);
     QTest::keyClick(&name, Qt::Key_Return);
@@ -43,7 +43,7 @@ TEST(RenameSheetTest, TakesATypedNameOrTheOneOfTheService)
     EXPECT_EQ(button(sheet, QStringLiteral("Cancel"))->isDefault(), false);
 }
 
-TEST(RenameSheetTest, OffersNoNameOfTheServiceThatIsTheSame)
+TEST(RenameSheetTest, DoesNotOfferAServiceNameThatIsTheSame)
 {
     QWidget window;
     const RenameSheet sheet(QStringLiteral("Rename Key"), {}, QStringLiteral("Same"), QStringLiteral("Same"), &window);
