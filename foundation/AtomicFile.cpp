@@ -26,7 +26,8 @@ std::error_code writeThrough(int descriptor, std::string_view content)
     return ::fsync(descriptor) == 0 ? std::error_code() : lastError();
 }
 
-/// The new name survives a loss of power only then. Some file systems cannot do it; the file is replaced all the same.
+/// Without it, the new name may not survive a loss of power. Some file systems cannot do it; the file is replaced
+/// anyway.
 void writeThroughFolder(const std::filesystem::path& folder)
 {
     const int descriptor = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -44,7 +45,7 @@ std::error_code replaceFile(const std::filesystem::path& file, std::string_view 
     auto target = std::filesystem::weakly_canonical(file, unresolved);
     if (unresolved)
         target = file;
-    // One name for all time: what a kill left behind is removed by the next write.
+    // The name is always the same, so that the next write removes a file left behind by a killed process.
     const auto temporary = target.parent_path() / ("." + target.filename().string() + ".new");
     ::unlink(temporary.c_str());
     const int descriptor = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);

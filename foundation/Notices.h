@@ -11,7 +11,7 @@
 struct Notice {
     enum class Kind { information, success, warning, failure };
 
-    std::string id; ///< What the notice is about ("settings"); a newer one about the same takes its place.
+    std::string id; ///< The subject ("settings"); a newer notice with the same id replaces it.
     Kind kind = Kind::information;
     std::string text;
     std::string actionTitle; ///< Empty without an action.
@@ -19,19 +19,19 @@ struct Notice {
     bool isDismissible = true;
 };
 
-/// What the user should know whatever pane is shown, the oldest first. Lives on the main thread.
+/// Notices shown whatever pane is in front, the oldest first. Lives on the main thread.
 class Notices final : public Observable {
 public:
     using Observable::Observable;
 
     Observed<std::vector<Notice>> all{this};
 
-    /// Shows the notice; one with the same id is replaced where it stands.
+    /// Shows the notice; one with the same id is replaced in its place.
     void post(Notice notice);
 
-    /// Takes the notice away; does nothing when there is none with the id.
+    /// Removes the notice; does nothing if there is none with the id.
     void dismiss(const std::string& id);
 
-    /// The notice of an id, or null.
+    /// Returns the notice with the id, or null.
     const Notice* find(const std::string& id) const;
 };

@@ -30,10 +30,10 @@ std::string quoted(const std::filesystem::path& path)
     return '"' + path.string() + '"';
 }
 
-/// The content of a regular file; an empty optional without an error for anything else, or for one that is too large.
+/// Reads a regular file; returns nothing, without an error, for anything else or for one that is too large.
 std::optional<std::string> readRegularFile(const std::filesystem::path& file, std::error_code& error)
 {
-    // Without O_NONBLOCK, a pipe in the file's place would hold up the start for ever.
+    // Without O_NONBLOCK, a pipe in place of the file would block the start forever.
     const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) {
         error = {errno, std::generic_category()};
@@ -58,7 +58,7 @@ std::optional<std::string> readRegularFile(const std::filesystem::path& file, st
 
 } // namespace
 
-/// Writes whole files on another thread; of several that wait, only the newest.
+/// Writes whole files on another thread; of several that wait, only the newest is written.
 class Settings::Writer : public std::enable_shared_from_this<Writer> {
 public:
     Writer(Settings* owner, std::filesystem::path file)
@@ -84,7 +84,7 @@ public:
         return idle_.wait_for(lock, limit, [this] { return !isBusy_; }) && !hasFailed_;
     }
 
-    /// The owner hears nothing from now on.
+    /// Reports nothing more to the owner.
     void detach()
     {
         const std::lock_guard lock(mutex_);
@@ -156,7 +156,7 @@ void Settings::load()
 {
     const auto lostAtQuit = " Changes made now are lost when Kestrovan quits.";
     std::error_code error;
-    // The file may be a link to one that lies elsewhere.
+    // The file may be a link to one in another directory.
     if (auto target = std::filesystem::weakly_canonical(file_, error); !error)
         file_ = std::move(target);
     const auto directory = file_.parent_path();
@@ -220,7 +220,7 @@ std::optional<bool> Settings::boolean(std::string_view key) const
 std::optional<std::int64_t> Settings::integer(std::string_view key) const
 {
     const auto stored = value(key);
-    // Neither a fraction nor a number out of range equals both replies.
+    // A fraction, or a number out of range, does not equal both answers.
     if (!stored.isDouble() || stored.toInteger(0) != stored.toInteger(1))
         return std::nullopt;
     return stored.toInteger();
@@ -331,7 +331,7 @@ Settings& Settings::shared()
 {
     if (injectedSettings)
         return *injectedSettings;
-    // Leaked on purpose: models that go late may still write.
+    // Leaked on purpose: models that are destroyed late may still write.
     static auto* const own = new Settings(configDirectory() / "settings.json");
     return *own;
 }

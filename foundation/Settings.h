@@ -17,9 +17,9 @@
 
 /// The program's small persistent state: typed values under text keys, in one JSON file. No secrets.
 ///
-/// Lives on the main thread, which never waits for the disk but in the constructor, which reads the file, and in
+/// Lives on the main thread, which waits for the disk only in the constructor, which reads the file, and in
 /// `flush`. Changes are gathered for a moment, then the whole file is replaced in one step by another thread.
-/// Values of a kind it does not know are kept as they are.
+/// Values of an unknown type are kept as they are.
 ///
 /// A damaged file is set aside as "settings.json.damaged-1" (or the next free number) and the store starts empty; a
 /// file that cannot be read or set aside stays untouched, and changes then last until the end of the process.
@@ -31,7 +31,7 @@ public:
     /// @param file  empty for a store in memory only.
     explicit Settings(std::filesystem::path file, QObject* parent = nullptr);
 
-    /// Hands over what is not written yet, without waiting for it.
+    /// Hands over unwritten changes without waiting for them.
     ~Settings() override;
 
     // The value under a key; nothing when it is absent or of another type.
@@ -65,24 +65,24 @@ public:
     /// Every key, sorted.
     std::vector<std::string> keys() const;
 
-    /// What went wrong with the file at the start, as a sentence to show.
+    /// The problem with the file at the start, if any, as a sentence to show.
     const std::optional<std::string>& loadNotice() const { return loadNotice_; }
 
-    /// Writes what is not written yet and waits for it, at most `limit`; for the end of the process.
+    /// Writes unwritten changes and waits for them, at most `limit`; for the end of the process.
     ///
     /// @returns false when it was not written in time, or could not be.
     bool flush(std::chrono::milliseconds limit);
 
     /// The settings of the process: those given to `setShared`, else the user's own file, read on first use.
     static Settings& shared();
-    /// Puts other settings in their place, for a demonstration or a test; null for the user's own. Not owned.
+    /// Replaces them, for a demonstration or a test; null restores the user's own. Not owned.
     static void setShared(Settings* settings);
 
 Q_SIGNALS:
-    /// A value is new, other or gone.
+    /// A value was added, changed or removed.
     void changed(const QString& key);
 
-    /// The file cannot be written any more; the values live on in memory. Said once, until a write succeeds again.
+    /// The file can no longer be written; the values remain in memory. Sent once, until a write succeeds again.
     void writeFailed(const QString& sentence);
 
 private:

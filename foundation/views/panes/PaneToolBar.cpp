@@ -39,7 +39,7 @@ void PaneToolBar::actionEvent(QActionEvent* event)
     QToolBar::actionEvent(event);
     QAction* action = event->action();
     if (auto* button = qobject_cast<QToolButton*>(widgetForAction(action)); button != nullptr) {
-        // Tool bars leave their buttons out of the tab order by default; every command is to be reached by key.
+        // Tool bars keep their buttons out of the tab order by default, but every command must be reachable by key.
         button->setFocusPolicy(Qt::TabFocus);
         const QString shortcut = action->shortcut().toString(QKeySequence::NativeText);
         const QString tip = action->toolTip();

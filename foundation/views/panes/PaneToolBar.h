@@ -2,10 +2,10 @@
 
 #include <QToolBar>
 
-/// What the focused pane offers: groups of actions with icon and text, apart by a separator or pushed to the far end.
+/// The commands of the focused pane: groups of actions with icon and text, separated, or moved to the far end.
 ///
-/// Too narrow for the texts, it shows icons alone, with the texts as tooltips; actions of `QAction::LowPriority` are
-/// always icons.
+/// When it is too narrow for the texts, it shows only icons, with the texts as tooltips; actions of
+/// `QAction::LowPriority` are always icons.
 class PaneToolBar final : public QToolBar {
     Q_OBJECT
 
@@ -15,7 +15,7 @@ public:
     /// Adds actions that belong together, a separator before them unless they are the first.
     void addGroup(const QList<QAction*>& actions);
 
-    /// Pushes what follows to the far end.
+    /// Moves the following actions to the far end.
     void addSpacer();
 
     /// The width at which the texts still fit.

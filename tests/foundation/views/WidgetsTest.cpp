@@ -50,7 +50,7 @@ TEST(LoadingLineTest, ShowsOnlyWhenLoadingTakesLongerThanAFifthOfASecond)
     EXPECT_FALSE(line.isMoving());
 }
 
-TEST(LoadingLineTest, StandsStillWhereNothingMayMove)
+TEST(LoadingLineTest, DoesNotMoveWhereAnimationsAreOff)
 {
     style().setAnimated(false);
     LoadingLine line;
@@ -132,7 +132,7 @@ TEST(BannerTest, ALongNameWrapsAndTheEndOfTheSentenceIsSeen)
     }
 }
 
-TEST(SearchFieldTest, EscapeEmptiesFirstAndLeavesThen)
+TEST(SearchFieldTest, EscapeEmptiesTheFieldAndThenLeavesIt)
 {
     SearchField field(text("Find"));
     present(field);
@@ -146,7 +146,7 @@ TEST(SearchFieldTest, EscapeEmptiesFirstAndLeavesThen)
     EXPECT_EQ(left.size(), 1);
 }
 
-TEST(PaneToolBarTest, GivesUpItsTextsButNoActionWhenNarrow)
+TEST(PaneToolBarTest, DropsItsTextsButNoActionWhenNarrow)
 {
     PaneToolBar bar;
     QAction upload(text("Upload Files…"));
