@@ -221,7 +221,7 @@ protected:
 
 } // namespace
 
-TEST_F(KeysViewTest, TheSessionsOwnKeyIsLookedAtButNeverSelected)
+TEST_F(KeysViewTest, TheSessionsOwnKeyCanBeViewedButNeverSelected)
 {
     connectWith(service.masterKey().keyID);
     const auto manager =
@@ -323,7 +323,7 @@ TEST_F(KeysViewTest, ANewKeyGoesFromItsFormToItsSecretToItsRow)
     EXPECT_EQ(view.selectedKeys().front().bucketIDs.size(), 2U);
 }
 
-TEST_F(KeysViewTest, AKeyThatWasMadeTwiceIsNamedWhereItsTwinsSecretIsShown)
+TEST_F(KeysViewTest, ADuplicateKeyIsNamedWhereTheSecretIsShown)
 {
     connectWith(service.masterKey().keyID);
     present();
@@ -364,7 +364,7 @@ TEST_F(KeysViewTest, ARefusedNewKeyKeepsItsForm)
     EXPECT_FALSE(view.findChild<Banner*>()->isVisible()) << "said once";
 }
 
-TEST_F(KeysViewTest, NoNoteOfTheNewKeysFormLiesOverItsFields)
+TEST_F(KeysViewTest, NoNoteOfTheNewKeyFormCoversItsFields)
 {
     connectWith(service.masterKey().keyID);
     view.setBuckets(qtRun((*store.session)->client->listBuckets()));
@@ -393,7 +393,7 @@ TEST_F(KeysViewTest, NoNoteOfTheNewKeysFormLiesOverItsFields)
     EXPECT_LT(bottom, list->parentWidget()->height());
 }
 
-TEST_F(KeysViewTest, RowsOfTheOtherSessionGoBeforeItsOwnCome)
+TEST_F(KeysViewTest, RowsOfAnotherSessionAreRemovedFirst)
 {
     connectWith(service.masterKey().keyID);
     const auto reader = makeKey("reader", {B2Capabilities::readFiles});
@@ -403,7 +403,7 @@ TEST_F(KeysViewTest, RowsOfTheOtherSessionGoBeforeItsOwnCome)
     const QPointer<NewKeyView> form = view.findChild<NewKeyView*>();
     ASSERT_TRUE(form);
 
-    // The store has switched, the model has not heard of it yet.
+    // The store has switched, and the model does not know yet.
     qtRun(store.connect(*std::ranges::find(*store.keys, reader, &StoredKey::keyID)));
     settle();
     EXPECT_THAT(shown(), IsEmpty());
@@ -415,13 +415,13 @@ TEST_F(KeysViewTest, RowsOfTheOtherSessionGoBeforeItsOwnCome)
     EXPECT_FALSE(view.commands().newKey->isEnabled());
 }
 
-TEST(SecretClipboardTest, TakesBackOnlyWhatIsStillItsOwn)
+TEST(SecretClipboardTest, RemovesOnlyItsOwnSecret)
 {
     auto* const clipboard = QGuiApplication::clipboard();
     SecretClipboard secrets(nullptr, std::chrono::milliseconds(30));
 
     secrets.copy(QStringLiteral("K004secret"));
-    Q_EMIT clipboard->dataChanged(); // As some desktops tell the owner itself, and late.
+    Q_EMIT clipboard->dataChanged(); // Some desktops report the program's own copy, and late.
     EXPECT_TRUE(secrets.isOurs());
     ASSERT_TRUE(spinUntil([&] { return clipboard->text().isEmpty(); }, std::chrono::seconds(2)));
 
@@ -435,7 +435,7 @@ TEST(SecretClipboardTest, TakesBackOnlyWhatIsStillItsOwn)
     QTest::qWait(20);
     secrets.copy(QStringLiteral("second"));
     QTest::qWait(20);
-    EXPECT_EQ(clipboard->text(), QStringLiteral("second")) << "the time begins anew";
+    EXPECT_EQ(clipboard->text(), QStringLiteral("second")) << "the time starts again";
     Q_EMIT qApp->aboutToQuit({});
     EXPECT_EQ(clipboard->text(), QString());
 }
