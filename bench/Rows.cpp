@@ -21,8 +21,8 @@
 
 namespace {
 
-struct Pane {
-    explicit Pane(const std::filesystem::path& directory)
+struct ShownBrowser {
+    explicit ShownBrowser(const std::filesystem::path& directory)
         : settings(directory / "settings.json")
         , log(settings, directory / "log")
         , model(settings)
@@ -45,7 +45,7 @@ Task<> pause(double seconds)
     co_await sleeper.sleep(seconds);
 }
 
-Task<> load(Pane* pane, std::string prefix)
+Task<> load(ShownBrowser* pane, std::string prefix)
 {
     auto& model = pane->model;
     pane->watch.begin("load");
@@ -57,7 +57,7 @@ Task<> load(Pane* pane, std::string prefix)
 }
 
 /// Goes through the whole table and back, by strides that the eye could still follow.
-Task<> scroll(Pane* pane)
+Task<> scroll(ShownBrowser* pane)
 {
     pane->watch.begin("scroll");
     auto* const bar = pane->view.table().verticalScrollBar();
@@ -68,7 +68,7 @@ Task<> scroll(Pane* pane)
     }
 }
 
-Task<> sort(Pane* pane, std::string column, bool isAscending)
+Task<> sort(ShownBrowser* pane, std::string column, bool isAscending)
 {
     auto& model = pane->model;
     pane->watch.begin("sort-" + column);
@@ -79,7 +79,7 @@ Task<> sort(Pane* pane, std::string column, bool isAscending)
     co_await pause(0.2); // The view renders in a later turn.
 }
 
-Task<> filter(Pane* pane, std::string text, std::size_t count)
+Task<> filter(ShownBrowser* pane, std::string text, std::size_t count)
 {
     pane->watch.begin("filter");
     pane->model.setFilter(std::move(text));
@@ -90,7 +90,7 @@ Task<> filter(Pane* pane, std::string text, std::size_t count)
     co_await pause(0.2);
 }
 
-Task<> drive(Pane* pane, std::string bucketName, std::string prefix, std::size_t count)
+Task<> drive(ShownBrowser* pane, std::string bucketName, std::string prefix, std::size_t count)
 {
     const auto client = makeBenchClient();
     auto authorization = co_await client->authorized();
@@ -124,7 +124,7 @@ int main(int count, char** words)
     const QApplication application(count, words);
     const Theme theme;
     const QTemporaryDir directory;
-    Pane pane(directory.path().toStdString());
+    ShownBrowser pane(directory.path().toStdString());
     spawn(MainExecutor::shared(), drive(&pane, words[1], words[2], static_cast<std::size_t>(std::atol(words[3]))),
         [](const std::exception_ptr& failure) {
             if (failure)

@@ -21,13 +21,13 @@ public:
     bool empty() const { return size() == 0; }
     const BrowserRow& operator[](std::size_t index) const;
 
-    /// These rows and a page after them.
+    /// Returns these rows with a page after them.
     BrowserEntries appending(Page page) const;
 
-    /// Do these rows begin with all of `earlier`, the very same pages?
+    /// Returns whether these rows begin with the very pages of `earlier`.
     bool extends(const BrowserEntries& earlier) const;
 
-    /// Every row in order, for work that touches all of them.
+    /// Returns every row in order, for work on all of them.
     std::vector<const BrowserRow*> rows() const;
 
     /// The same pages, not merely equal ones.

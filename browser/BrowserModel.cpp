@@ -18,7 +18,7 @@ constexpr std::size_t maxRelistedRows = 10'000;
 } // namespace
 
 BrowserModel::BrowserModel(Settings& settings, QObject* parent)
-    : Observable(parent)
+    : SessionModel(parent)
     , settings_(settings)
 {
 }
@@ -28,20 +28,18 @@ BrowserModel::BrowserModel(Settings& settings, QObject* parent)
 void BrowserModel::open(std::shared_ptr<B2Session> newSession, B2Bucket newBucket)
 {
     if (*session != newSession)
-        close();
-    session = std::move(newSession);
+        reset(std::move(newSession));
     BrowserPlace target{std::move(newBucket), rootPrefix()};
     leaveFor(target);
     moveTo(std::move(target));
 }
 
-void BrowserModel::close()
+void BrowserModel::clear()
 {
     stopListing();
     if (*cache)
         (*cache)->clear();
     history_.clear();
-    session = nullptr;
     bucket = std::nullopt;
     prefix = std::string();
     rows.filter = std::string();
@@ -224,7 +222,7 @@ void BrowserModel::startOver()
 
 void BrowserModel::stopListing()
 {
-    ++generation_;
+    outdateTickets();
     if (listing_)
         listing_->cancel();
     listing_.reset();
@@ -244,24 +242,24 @@ void BrowserModel::listAgain()
     ListingRequest request{*session, key(), {}, std::min(rows.entries->size(), maxRelistedRows), {}};
     request.before.mode = *mode;
     request.before.order = *rows.sortOrder;
-    startListing(false, std::move(request));
+    startListing(std::move(request), false);
 }
 
 void BrowserModel::listNextPage()
 {
     if (canList())
-        startListing(true, {*session, key(), next_, 0, rows.arrangement()});
+        startListing({*session, key(), next_, 0, rows.arrangement()}, true);
 }
 
-void BrowserModel::startListing(bool isNextPage, ListingRequest request)
+void BrowserModel::startListing(ListingRequest request, bool isNextPage)
 {
     isLoading = true;
-    Ticket ticket{++generation_, request.session, request.key, isNextPage};
-    listing_ = tasks_.start(runListing(this, std::move(ticket), std::move(request)));
+    listing_ = tasks_.start(runListing(this, ticket(), std::move(request), isNextPage));
 }
 
-Task<> BrowserModel::runListing(QPointer<BrowserModel> model, Ticket ticket, ListingRequest request)
+Task<> BrowserModel::runListing(QPointer<BrowserModel> model, Ticket issued, ListingRequest request, bool isNextPage)
 {
+    const auto listedKey = request.key;
     ListedRows listed;
     std::exception_ptr failure;
     try {
@@ -269,33 +267,32 @@ Task<> BrowserModel::runListing(QPointer<BrowserModel> model, Ticket ticket, Lis
     } catch (...) {
         failure = std::current_exception();
     }
-    if (!model || model->generation_ != ticket.generation)
+    if (!model || !model->isCurrent(issued))
         co_return;
     model->isLoading = false;
+    model->failedAtNextPage_ = failure && isNextPage;
     if (failure)
-        model->fail(ticket, failure);
+        model->fail(*issued.session, listedKey.bucketID, failure);
     else
-        model->showListed(ticket, std::move(listed));
+        model->showListed(listedKey, std::move(listed));
     if (std::exchange(model->mustListAgain_, false))
         model->listAgain();
 }
 
-void BrowserModel::showListed(const Ticket& ticket, ListedRows listed)
+void BrowserModel::showListed(const ListingCache::Key& listedKey, ListedRows listed)
 {
-    failedAtNextPage_ = false;
     error = std::nullopt;
     cachedAt = std::nullopt;
     next_ = std::move(listed.next);
     hasMore = next_.name.has_value();
     // A folder that was read in part would come back shorter than it is, and one with a write since would be outdated.
     if (!*hasMore && *cache && !mustListAgain_)
-        (*cache)->store(ticket.key, listed.rows.entries, std::chrono::system_clock::now());
+        (*cache)->store(listedKey, listed.rows.entries, std::chrono::system_clock::now());
     rows.show(std::move(listed.rows));
 }
 
-void BrowserModel::fail(const Ticket& ticket, const std::exception_ptr& failure)
+void BrowserModel::fail(const B2Session& asked, const std::string& bucketID, const std::exception_ptr& failure)
 {
-    failedAtNextPage_ = ticket.isNextPage;
     try {
         std::rethrow_exception(failure);
     } catch (const Cancelled&) {
@@ -303,14 +300,14 @@ void BrowserModel::fail(const Ticket& ticket, const std::exception_ptr& failure)
     } catch (const B2Error& refusal) {
         if (!refusal.api() || !refusal.api()->isBadBucketID()) {
             const auto ended = refusal.api() && refusal.api()->status == 401
-                ? endedKeyText(ticket.session->authorization, std::chrono::system_clock::now())
+                ? endedKeyText(asked.authorization, std::chrono::system_clock::now())
                 : std::nullopt;
             error = ended.value_or(refusal.what());
             return;
         }
         error = "This bucket no longer exists";
         if (onBucketGone)
-            tasks_.start(onBucketGone(ticket.key.bucketID));
+            tasks_.start(onBucketGone(bucketID));
     } catch (const std::exception& other) {
         error = other.what();
     }

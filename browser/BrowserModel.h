@@ -1,18 +1,16 @@
 #pragma once
 
 #include "B2Kit/B2Bucket.h"
-#include "accounts/B2Session.h"
+#include "accounts/SessionModel.h"
 #include "browser/BrowserHistory.h"
 #include "browser/BrowserListing.h"
 #include "browser/BrowserRows.h"
 #include "browser/ListingCache.h"
-#include "foundation/Observable.h"
 #include "foundation/TaskScope.h"
 
 #include <QPointer>
 
 #include <chrono>
-#include <cstdint>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -27,7 +25,7 @@ class Settings;
 ///
 /// Lives on the main thread. Listings run in tasks; one that is overtaken by another place, mode, bucket or session is
 /// cancelled, and its late answer is dropped. A listing that fails leaves the rows as they were.
-class BrowserModel final : public Observable {
+class BrowserModel final : public SessionModel {
 public:
     using Mode = BrowserMode;
 
@@ -42,7 +40,6 @@ public:
     Observed<std::optional<std::string>> error{this};
     Observed<bool> hasMore{this, false};
     Observed<std::string> prefix{this}; ///< With its trailing "/"; empty at the root.
-    Observed<std::shared_ptr<B2Session>> session{this};
     Observed<std::optional<B2Bucket>> bucket{this};
     Observed<std::shared_ptr<ListingCache>> cache{this}; ///< Shared by all panes of a window; may be null.
     /// Set when the rows came from the cache.
@@ -58,7 +55,7 @@ public:
     /// Shows the root of a bucket. With another session, the cache and the history of the one before are cleared.
     void open(std::shared_ptr<B2Session> newSession, B2Bucket newBucket);
     /// Shows no bucket, and clears the cache and the history.
-    void close();
+    void close() { reset(nullptr); }
 
     /// Goes to a folder of the bucket, or says why the key cannot.
     void navigate(std::string newPrefix);
@@ -90,15 +87,9 @@ public:
     void afterWrite(const std::string& bucketID);
 
 private:
-    /// A running listing, with what decides whether its answer still counts.
-    struct Ticket {
-        std::uint64_t generation = 0;
-        std::shared_ptr<B2Session> session;
-        ListingCache::Key key;
-        bool isNextPage = false;
-    };
+    static Task<> runListing(QPointer<BrowserModel> model, Ticket issued, ListingRequest request, bool isNextPage);
 
-    static Task<> runListing(QPointer<BrowserModel> model, Ticket ticket, ListingRequest request);
+    void clear() override;
 
     std::optional<BrowserPlace> place() const;
     void leaveFor(const BrowserPlace& target);
@@ -110,14 +101,13 @@ private:
     bool canList() const;
     void listAgain();
     void listNextPage();
-    void startListing(bool isNextPage, ListingRequest request);
-    void showListed(const Ticket& ticket, ListedRows listed);
-    void fail(const Ticket& ticket, const std::exception_ptr& failure);
+    void startListing(ListingRequest request, bool isNextPage);
+    void showListed(const ListingCache::Key& listedKey, ListedRows listed);
+    void fail(const B2Session& asked, const std::string& bucketID, const std::exception_ptr& failure);
 
     Settings& settings_;
     BrowserHistory history_;
-    ListingPosition next_;         ///< Of the next page, while `hasMore`.
-    std::uint64_t generation_ = 0; ///< Of the listing whose answer counts.
+    ListingPosition next_; ///< Of the next page, while `hasMore`.
     std::optional<SpawnedTask> listing_;
     bool mustListAgain_ = false; ///< A write came after the running listing had begun.
     bool failedAtNextPage_ = false;

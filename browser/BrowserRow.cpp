@@ -15,7 +15,7 @@ RowKind kindOf(const B2FileVersion& file)
         return RowKind::hidden;
     if (file.isUnfinished())
         return RowKind::unfinished;
-    // At the root of a bucket the name keeps nothing listed, so there it is a file like any other.
+    // At the root of a bucket it keeps no folder listed, so there it is a file like any other.
     return file.fileName.ends_with("/.bzEmpty") ? RowKind::placeholder : RowKind::file;
 }
 

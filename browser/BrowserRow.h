@@ -20,7 +20,7 @@ enum class RowKind {
     unfinished, ///< A large file that was started and not finished.
 };
 
-/// One row of a listing with what showing and sorting it again and again needs. Never changed once made.
+/// One row of a listing, with the values that are needed again and again to show and sort it. Never changes.
 struct BrowserRow {
     B2FileVersion file;
     std::string id;         ///< `file.id()`.
@@ -28,12 +28,13 @@ struct BrowserRow {
     std::string foldedName; ///< `name` without case, for filtering.
     NaturalSortKey nameKey;
     RowKind kind = RowKind::file;
-    /// Milliseconds since 1970: when the uploader says the content changed, else when it was uploaded; 0 for a folder.
+    /// Milliseconds since 1970: when the content was modified, as the uploader recorded it, else when it was
+    /// uploaded; 0 for a folder.
     std::int64_t modified = 0;
 };
 
-/// Takes some microseconds; from any thread.
+/// Takes some microseconds; callable from any thread.
 BrowserRow makeRow(B2FileVersion file);
 
-/// `text` as it is compared by a filter: without case.
+/// Returns `text` without case, as a filter compares it.
 std::string folded(const std::string& text);

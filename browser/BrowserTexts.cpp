@@ -35,7 +35,7 @@ std::string statusText(const BrowserCounts& counts)
     }
     if (counts.isFiltered)
         return number(counts.shown) + " of " + items(counts.loaded) + soFar;
-    // One row of a longer folder is still a part of several.
+    // One row of a longer folder is still one of several.
     return counts.hasMore ? number(counts.loaded) + " items so far" : items(counts.loaded);
 }
 

@@ -8,10 +8,10 @@
 
 /// Sentences around the browser's table, in the user's locale.
 
-/// What the line under the table counts.
+/// The numbers in the line under the table.
 struct BrowserCounts {
     std::size_t loaded = 0; ///< Rows of the folder read so far.
-    std::size_t shown = 0;  ///< Those that the filter lets through.
+    std::size_t shown = 0;  ///< Those that pass the filter.
     bool isFiltered = false;
     bool hasMore = false; ///< The folder has further pages.
     std::size_t selected = 0;
@@ -24,7 +24,7 @@ std::string statusText(const BrowserCounts& counts);
 /// "cached {time}": the time of the day, with the date when it was not today.
 std::string cachedText(std::chrono::system_clock::time_point fetchedAt, std::chrono::system_clock::time_point now);
 
-/// What the filter looked at.
+/// Says which names the filter was applied to.
 std::string filterNote(bool hasMore);
 
 struct BrowserHelp {

@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-/// Whole listings of folders, so that going back and forth makes no new call.
+/// Complete listings of folders, so that going back and forth makes no new call.
 ///
 /// Lives on the main thread. Has no limit of size or age: an entry lives until a write, a refresh or the end of the
 /// session removes it.
@@ -26,7 +26,7 @@ public:
         std::chrono::system_clock::time_point fetchedAt;
     };
 
-    /// The entry, or null; valid until the next change.
+    /// Returns the entry, or null; valid until the next change.
     const Entry* entry(const Key& key) const;
     void store(Key key, BrowserEntries files, std::chrono::system_clock::time_point date);
     /// Forgets one folder, in both modes.

@@ -4,17 +4,17 @@
 #include <string_view>
 #include <vector>
 
-/// Names in a bucket are flat; a folder is what stands before a "/". Functions of values.
+/// Folders of a bucket. Names in a bucket are flat; a folder is the part of a name before a "/". Functions of values.
 
 /// A folder on the way to another.
 struct FolderStep {
-    std::string name;   ///< Not made safe for showing.
+    std::string name;   ///< May contain any character.
     std::string prefix; ///< With its trailing "/".
 
     bool operator==(const FolderStep&) const = default;
 };
 
-/// What a table shows of a name: its last component, a folder's without the trailing "/".
+/// Returns the last component of a name, for a folder without the trailing "/".
 ///
 /// A folder whose name is empty, as in "a//", is shown as "/".
 std::string lastComponent(std::string_view name);
@@ -25,7 +25,7 @@ std::string parentPrefix(std::string_view prefix);
 /// The folders from the root to `prefix`; text after the last "/" is a step of its own.
 std::vector<FolderStep> folderSteps(std::string_view prefix);
 
-/// The sub-folder of `folder` that leads to `prefix`, which begins with `folder` and is longer.
+/// Returns the sub-folder of `folder` that leads to `prefix`, which begins with `folder` and is longer.
 std::string folderTowards(std::string_view folder, std::string_view prefix);
 
 /// The folder a typed path means: without a leading "/", with a trailing one.

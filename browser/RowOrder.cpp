@@ -18,7 +18,7 @@ BrowserColumn columnOf(const std::string& key)
     return static_cast<BrowserColumn>(std::ranges::find(keys, key) - keys.begin());
 }
 
-/// What a column of texts is sorted by; empty for the other columns.
+/// Returns the text that a text column is sorted by; empty for the other columns.
 std::string sortText(const BrowserRow& row, BrowserColumn column)
 {
     switch (column) {
@@ -33,7 +33,7 @@ std::string sortText(const BrowserRow& row, BrowserColumn column)
     }
 }
 
-/// Compares rows by position, with the texts of the sorted columns made once.
+/// Compares rows by position. Makes the texts of the sorted columns once.
 class RowLess {
 public:
     RowLess(const BrowserEntries& entries, const std::vector<SortOrder>& order)
@@ -114,17 +114,17 @@ std::vector<SortOrder> defaultBrowserOrder()
 Arrangement arrange(
     const BrowserEntries& entries, BrowserMode mode, const std::vector<SortOrder>& order, const Arrangement& earlier)
 {
-    const bool goesOn = earlier.mode == mode && entries.extends(earlier.entries);
-    Indexes listed = goesOn ? *earlier.listed : Indexes();
+    const bool continuesEarlier = earlier.mode == mode && entries.extends(earlier.entries);
+    Indexes listed = continuesEarlier ? *earlier.listed : Indexes();
     const auto known = static_cast<std::ptrdiff_t>(listed.size());
-    for (std::size_t i = goesOn ? earlier.entries.size() : 0; i < entries.size(); ++i) {
+    for (std::size_t i = continuesEarlier ? earlier.entries.size() : 0; i < entries.size(); ++i) {
         if (isListed(entries[i], mode))
             listed.push_back(static_cast<std::uint32_t>(i));
     }
 
     const RowLess less(entries, order);
     Indexes sorted;
-    if (goesOn && earlier.order == order) {
+    if (continuesEarlier && earlier.order == order) {
         Indexes added(listed.begin() + known, listed.end());
         std::ranges::sort(added, std::ref(less));
         sorted.reserve(listed.size());
@@ -152,7 +152,7 @@ RowIndexes filtered(const BrowserEntries& entries, const RowIndexes& rows, const
 
 BrowserEntries::Page newRows(const BrowserEntries& entries, std::vector<B2FileVersion> files)
 {
-    // Listings are ordered by name, so only rows from the page's first name on can come twice.
+    // Listings are ordered by name, so only rows from the page's first name on can be repeated.
     std::set<std::string_view> known;
     for (std::size_t i = entries.size(); !files.empty() && i > 0; --i) {
         const auto& row = entries[i - 1];

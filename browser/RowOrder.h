@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-/// Which rows of a listing are shown, and in which order. Functions of values, called on a worker for long listings.
+/// Chooses and sorts the rows of a listing. Functions of values, called on a worker for long listings.
 
 /// The table's columns, in their first order.
 enum class BrowserColumn { name, size, modified, state, replication, checksum };
@@ -23,7 +23,7 @@ std::vector<SortOrder> defaultBrowserOrder();
 /// Positions in a listing. Shared, never changed, never null in a result.
 using RowIndexes = std::shared_ptr<const std::vector<std::uint32_t>>;
 
-/// A listing and what is shown of it.
+/// A listing with its rows chosen and sorted.
 struct Arrangement {
     BrowserEntries entries;
     BrowserMode mode = BrowserMode::current;
@@ -39,9 +39,9 @@ struct Arrangement {
 Arrangement arrange(
     const BrowserEntries& entries, BrowserMode mode, const std::vector<SortOrder>& order, const Arrangement& earlier);
 
-/// Those of `rows` whose name holds `filter`, without regard to case; all of them for an empty filter.
+/// Returns those of `rows` whose names contain `filter`, without regard to case; all of them for an empty filter.
 RowIndexes filtered(const BrowserEntries& entries, const RowIndexes& rows, const std::string& filter);
 
-/// The files of a page that `entries` do not hold yet, as rows. A service may repeat rows where one page meets the
-/// next.
+/// Returns the files of a page that `entries` do not have yet, as rows. A service may repeat rows where one page meets
+/// the next.
 BrowserEntries::Page newRows(const BrowserEntries& entries, std::vector<B2FileVersion> files);

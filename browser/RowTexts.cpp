@@ -12,7 +12,8 @@ namespace {
 constexpr std::string_view unverifiedMark = "unverified:";
 constexpr std::size_t checksumPrefixLength = 10;
 
-/// A line break, another control character, or a mark like U+202E that would show a name's end before its middle.
+/// Returns whether it is a line break, another control character, or a mark like U+202E that reverses the direction of
+/// text.
 bool misleads(QChar character)
 {
     switch (character.category()) {

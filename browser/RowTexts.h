@@ -4,20 +4,20 @@
 
 #include <string>
 
-/// What the cells of the browser's table say, and the help shown when the pointer rests on them. Empty means nothing.
+/// The texts of the cells in the browser's table, and their tooltips. Empty where there is none.
 ///
-/// Made when a cell is painted: some microseconds, from any thread.
+/// Made when a cell is painted. Takes some microseconds; callable from any thread.
 
-/// The row's name on one line, where control characters and marks that turn the direction of text are U+FFFD.
+/// Returns the row's name on one line; control characters and marks that reverse the direction of text become U+FFFD.
 std::string shownName(const BrowserRow& row);
-/// `text` in the same manner.
+/// Returns `text` in the same form.
 std::string shownText(const std::string& text);
 
 /// "Folder", "File", "Hidden" or "Unfinished".
 std::string kindText(RowKind kind);
 std::string kindHelp(RowKind kind);
 
-/// The size, or nothing for what has none.
+/// The size, or nothing for a row without content.
 std::string sizeCellText(const BrowserRow& row);
 std::string sizeHelp(const BrowserRow& row);
 
@@ -31,6 +31,6 @@ std::string stateHelp(const BrowserRow& row);
 std::string replicationText(const BrowserRow& row);
 std::string replicationHelp(const BrowserRow& row);
 
-/// The first characters of the SHA-1, "Not recorded", or nothing for what has no content.
+/// The first characters of the SHA-1, "Not recorded", or nothing for a row without content.
 std::string checksumText(const BrowserRow& row);
 std::string checksumHelp(const BrowserRow& row);

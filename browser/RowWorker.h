@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// Makes and sorts rows away from the main thread, one job after another.
+/// Makes and sorts rows off the main thread, one job after another.
 class RowWorker final : public Actor {
 public:
     /// The worker of the process, never destroyed.
@@ -18,13 +18,13 @@ private:
     SerialExecutor executor_;
 };
 
-/// A page as rows, merged into what is shown already. Runs on the worker, resumes on the caller's executor.
+/// Makes rows of a page and merges them into the rows before it. Runs on the worker, resumes on the caller's executor.
 ///
 /// A cancelled job ends with `Cancelled` before it starts, not while it sorts.
 ///
-/// @param before  what the page follows; empty when it replaces everything.
+/// @param before  the rows that the page follows; empty for a first page.
 Task<Arrangement> addPage(RowWorker& worker, Arrangement before, std::vector<B2FileVersion> files);
 
-/// `arrange` on the worker.
+/// Runs `arrange` on the worker.
 Task<Arrangement> arrangeAgain(
     RowWorker& worker, BrowserEntries entries, BrowserMode mode, std::vector<SortOrder> order, Arrangement earlier);

@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QUrl>
 
-// QUrl keeps what is no UTF-8 in its percent-encoded form; as text it would be lost.
+// QUrl keeps bytes that are not UTF-8 percent-encoded; as text they would be lost.
 
 std::filesystem::path localPathOf(const QUrl& url)
 {

@@ -4,8 +4,9 @@
 
 class QUrl;
 
-/// The path of a dropped or chosen file, byte for byte, even where it is no valid text; empty for what is not local.
+/// Returns the path of a dropped or chosen file, byte for byte, even where it is not valid text; empty if it is not
+/// local.
 std::filesystem::path localPathOf(const QUrl& url);
 
-/// The address of an absolute path, from which `localPathOf` gives every byte back.
+/// Returns the address of an absolute path; `localPathOf` restores every byte from it.
 QUrl urlOfLocalPath(const std::filesystem::path& path);

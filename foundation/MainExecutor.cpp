@@ -50,7 +50,7 @@ void MainExecutor::post(std::coroutine_handle<> coroutine)
 bool MainExecutor::event(QEvent* event)
 {
     {
-        // The event came through a lock of Qt's, which a thread sanitizer does not see; it sees this one.
+        // A thread sanitizer does not see the lock inside Qt that the event came through; it sees this one.
         const std::lock_guard lock(mutex_);
     }
     if (event->type() != sliceEvent())
@@ -75,6 +75,6 @@ void MainExecutor::runSlice()
         }
         next.resume();
     } while (std::chrono::steady_clock::now() < end);
-    // Below the priority of paint requests, so that a queue that never empties does not keep a window from painting.
+    // A lower priority than that of paint requests, so that a queue that is never empty does not stop the painting.
     QCoreApplication::postEvent(this, new QEvent(sliceEvent()), Qt::LowEventPriority - 1);
 }

@@ -11,15 +11,15 @@
 /// Runs coroutines on Qt's event loop, in the order of posting: the executor of every model, runner and store.
 ///
 /// Works in slices of a few milliseconds and then lets the loop paint and take input, however many coroutines wait.
-/// Nothing runs before the loop does, nor after it has ended.
+/// Nothing runs before the loop starts or after it has ended.
 class MainExecutor final : public QObject, public Executor {
     Q_OBJECT
 
 public:
-    /// Made on the thread whose loop is to run the coroutines.
+    /// To be constructed on the thread whose loop runs the coroutines.
     explicit MainExecutor(QObject* parent = nullptr);
 
-    /// From any thread.
+    /// Callable from any thread.
     void post(std::coroutine_handle<> coroutine) override;
 
     /// The executor of the application's thread, made on first use (after the application object) and never destroyed.

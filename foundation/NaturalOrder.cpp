@@ -14,7 +14,7 @@ using Collator = std::unique_ptr<UCollator, decltype(&ucol_close)>;
 
 Collator makeCollator()
 {
-    // The C locale has no collation: it would sort by bytes.
+    // The C locale has no collation and would sort by bytes.
     const QLocale user;
     const auto name = user.language() == QLocale::C ? QByteArray("en") : user.bcp47Name().toLatin1();
     UErrorCode status = U_ZERO_ERROR;
@@ -26,7 +26,7 @@ Collator makeCollator()
     return collator;
 }
 
-/// UTF-16 for ICU; what is no UTF-8 becomes U+FFFD.
+/// Returns UTF-16 for ICU; invalid UTF-8 becomes U+FFFD.
 std::u16string toUTF16(const std::string& text)
 {
     std::u16string wide(text.size(), u'\0'); // Never more units than there are bytes.
@@ -38,7 +38,7 @@ std::u16string toUTF16(const std::string& text)
     return wide;
 }
 
-/// The collation bytes of a name, with a zero byte at their end.
+/// Returns the collation bytes of a name, ending in a zero byte.
 std::string collated(const UCollator* collator, const std::u16string& name)
 {
     const auto length = static_cast<std::int32_t>(name.size());
@@ -57,12 +57,12 @@ std::string collated(const UCollator* collator, const std::u16string& name)
 
 NaturalSortKey naturalSortKey(const std::string& name)
 {
-    // A collator serves one thread, and costs much to make.
+    // A collator serves one thread and is expensive to make.
     static thread_local const Collator collator = makeCollator();
     NaturalSortKey key;
     if (collator)
         key.bytes_ = collated(collator.get(), toUTF16(name));
-    // Decides between names the locale holds for equal.
+    // Decides between names that are equal in the locale.
     key.bytes_ += name;
     return key;
 }

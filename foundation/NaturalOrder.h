@@ -3,14 +3,14 @@
 #include <compare>
 #include <string>
 
-/// A name's place in the order a file manager shows: case is ignored, runs of digits compare by value, letters sort
-/// as in the user's language. Names that differ in case alone still have one order.
+/// A sort key that orders names as a file manager does: case is ignored, runs of digits compare by value, and letters
+/// sort as in the user's language. Names that differ only in case still have a fixed order.
 ///
-/// Made once a name (about a microsecond, from any thread); a comparison then is one of bytes, so that 100,000 rows
-/// are sorted within some tens of milliseconds.
+/// Made once for each name (about a microsecond, from any thread). Keys are compared byte by byte, so that 100,000 rows
+/// sort within some tens of milliseconds.
 class NaturalSortKey {
 public:
-    /// Before every other.
+    /// Sorts before every other key.
     NaturalSortKey() = default;
 
     auto operator<=>(const NaturalSortKey&) const = default;

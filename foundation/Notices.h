@@ -11,7 +11,7 @@
 struct Notice {
     enum class Kind { information, success, warning, failure };
 
-    std::string id; ///< What the notice is about ("settings"); a newer one about the same takes its place.
+    std::string id; ///< The subject ("settings"); a newer notice with the same id replaces it.
     Kind kind = Kind::information;
     std::string text;
     std::string actionTitle; ///< Empty without an action.
@@ -19,26 +19,25 @@ struct Notice {
     std::function<void()> closed; ///< After the user has closed it.
 };
 
-/// Whatever the user should know in front of any pane, each until it is dismissed or no longer true. Lives on the main
-/// thread.
+/// Notices shown whatever pane is in front, each until it is dismissed or no longer true. Lives on the main thread.
 class Notices final : public Observable {
 public:
     using Observable::Observable;
 
     Observed<std::vector<Notice>> all{this}; ///< The oldest first.
 
-    /// Shows the notice, in place of an older one with the same id. One with the same text as well stays where it is.
+    /// Shows the notice, in place of an older one with the same id; one with the same text too stays where it is.
     void post(Notice notice);
 
-    /// Takes the notice away; does nothing when there is none with the id.
+    /// Removes the notice; does nothing if there is none with the id.
     void dismiss(const std::string& id);
 
-    /// The user has closed the notice.
+    /// Removes the notice because the user has closed it, and reports that to whoever posted it.
     void close(const std::string& id);
 
-    /// The newest notice, which is the one to show; null when there is none.
+    /// Returns the newest notice, which is the one to show; null if there is none.
     const Notice* newest() const { return all->empty() ? nullptr : &all->back(); }
 
-    /// The notice of an id, or null.
+    /// Returns the notice with the id, or null.
     const Notice* find(const std::string& id) const;
 };

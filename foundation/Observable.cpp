@@ -38,7 +38,7 @@ bool Observable::event(QEvent* event)
 {
     if (event->type() != changeEvent())
         return QObject::event(event);
-    // Unmarked first: a reader that changes the model again is told of it in the next turn.
+    // The mark is removed first, so that a change made by a reader is announced in the next turn.
     isMarked_ = false;
     Q_EMIT changed();
     return true;

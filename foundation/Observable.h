@@ -6,17 +6,17 @@
 #include <concepts>
 #include <utility>
 
-/// A model that tells its readers when something they may show has changed. Lives on the main thread.
+/// A model that announces when something its readers may show has changed. Lives on the main thread.
 class Observable : public QObject {
     Q_OBJECT
 
 public:
     explicit Observable(QObject* parent = nullptr);
 
-    /// Asks for one `changed()` in the next turn of the loop, however often it is called before.
+    /// Asks for `changed()` in the next turn of the loop; several calls before then give one signal.
     void markChanged();
 
-    /// Tells a gathered change now.
+    /// Announces a pending change at once.
     void flushChanges();
 
 Q_SIGNALS:

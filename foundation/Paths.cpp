@@ -15,7 +15,7 @@ std::filesystem::path fromQt(const QString& path)
     return QFile::encodeName(path).toStdString();
 }
 
-/// @param variable  an XDG variable; a relative path in it is void by the standard.
+/// @param variable  an XDG variable; the standard says to ignore a relative path in it.
 std::filesystem::path baseDirectory(const char* variable, const char* fallbackBelowHome)
 {
     const char* const value = std::getenv(variable);

@@ -39,7 +39,7 @@ public:
     explicit Settings(std::filesystem::path file, QObject* parent = nullptr,
         std::chrono::milliseconds lockLimit = std::chrono::seconds(2));
 
-    /// Hands over what is not written yet, without waiting for it.
+    /// Hands over unwritten changes without waiting for them.
     ~Settings() override;
 
     // The value under a key; nothing when it is absent or of another type.
@@ -73,7 +73,7 @@ public:
     /// Every key, sorted.
     std::vector<std::string> keys() const;
 
-    /// What went wrong with the file at the start, as a sentence to show.
+    /// The problem with the file at the start, if any, as a sentence to show.
     const std::optional<std::string>& loadNotice() const { return loadNotice_; }
 
     /// Writes what is not written yet, and again what could not be, and waits at most `limit`; for the end of the
@@ -84,7 +84,7 @@ public:
 
     /// The settings of the process: those given to `setShared`, else the user's own file, read on first use.
     static Settings& shared();
-    /// Puts other settings in their place, for a demonstration or a test; null for the user's own. Not owned.
+    /// Replaces them, for a demonstration or a test; null restores the user's own. Not owned.
     static void setShared(Settings* settings);
 
 Q_SIGNALS:

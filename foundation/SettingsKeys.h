@@ -33,7 +33,7 @@ struct SettingsKeys {
 
     /// The columns of a table: text. @param table  "log", "keys", "storage", "replications", "buckets" or "browser".
     static std::string tableColumns(std::string_view table) { return "table." + std::string(table) + ".columns"; }
-    /// The sort of a table: text. The browser has one a bucket.
+    /// The sort of a table: text. The browser has one for each bucket.
     static std::string tableSort(std::string_view table) { return "table." + std::string(table) + ".sort"; }
     static std::string browserSort(std::string_view accountID, std::string_view bucketID)
     {

@@ -13,7 +13,7 @@ struct SortOrder {
     bool operator==(const SortOrder&) const = default;
 };
 
-/// The text a table's sort is stored as: "size:desc,name:asc".
+/// Returns the stored form of a sort: "size:desc,name:asc".
 std::string encodeSort(std::span<const SortOrder> order);
 
 /// Reads a stored sort; parts that are damaged or name no known column are skipped.

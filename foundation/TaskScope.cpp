@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-/// Shared with the ends of the tasks, which may come after the scope has gone.
+/// Shared with the tasks, which may end after the scope was destroyed.
 struct TaskScope::State {
     std::map<std::uint64_t, std::stop_source> running;
     std::uint64_t nextID = 0;
@@ -37,7 +37,7 @@ void report(const std::exception_ptr& error)
     ActivityLog::shared().record({B2LogLevel::error, "app", "A step ended before it was done", std::move(reason)});
 }
 
-/// Whoever has stopped a task before it begins may be gone already.
+/// A task that was stopped before it began may have lost its owner already.
 Task<> beginUnlessStopped(Task<> task)
 {
     co_await checkCancelled();

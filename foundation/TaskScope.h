@@ -8,9 +8,10 @@
 
 /// The tasks of one owner, run on the main executor. Used on the main thread.
 ///
-/// Whatever escapes a task goes to the activity log as an error of the area "app", unless it is `Cancelled`.
+/// An exception that escapes a task is recorded in the activity log as an error of the area "app", unless it is
+/// `Cancelled`.
 /// The destructor asks every task to stop and does not wait: a task that touches its owner after a wait holds it
-/// weakly, or the owner awaits `drain` before it goes.
+/// weakly, or the owner awaits `drain` before it is destroyed.
 class TaskScope {
 public:
     TaskScope();
@@ -26,7 +27,7 @@ public:
 
     std::size_t running() const;
 
-    /// Ends when no task is running any more, those included that are started meanwhile.
+    /// Ends when no task is running any more, including tasks started in the meantime.
     Task<> drain();
 
 private:

@@ -20,7 +20,7 @@ struct Unit {
 constexpr std::array units{Unit{1e3, 0, "KB"}, Unit{1e6, 1, "MB"}, Unit{1e9, 2, "GB"}, Unit{1e12, 2, "TB"},
     Unit{1e15, 2, "PB"}, Unit{1e18, 2, "EB"}};
 
-/// The number in a unit, rounded as it is shown.
+/// Returns the number in a unit, rounded as it is shown.
 double rounded(double bytes, const Unit& unit)
 {
     const double scale = std::pow(10, unit.decimals);
@@ -55,8 +55,8 @@ std::string countText(std::int64_t count, std::string_view singular, std::string
 
 std::string durationText(double seconds)
 {
-    constexpr double longest = 1e9; // About 30 years.
-    const auto minutes = seconds > 0 ? std::llround(std::fmin(seconds, longest) / 60) : 0;
+    constexpr double maxSeconds = 1e9; // About 30 years.
+    const auto minutes = seconds > 0 ? std::llround(std::fmin(seconds, maxSeconds) / 60) : 0;
     if (minutes == 0)
         return "<1m";
     std::string text;
@@ -78,7 +78,7 @@ std::string agoText(std::chrono::system_clock::time_point date, std::chrono::sys
     using namespace std::chrono_literals;
     const auto age = now - date;
     const auto count = [&](auto unit, std::string_view singular, std::string_view plural) {
-        // From 45 seconds it is a minute.
+        // 45 seconds and more count as a minute.
         return countText(std::max<std::int64_t>(age / unit, 1), singular, plural) + " ago";
     };
     if (age < 45s)
@@ -104,7 +104,7 @@ std::string singleLine(std::string_view text)
         if (byte == '\t') {
             line += ' ';
         } else if (byte < 0x20) {
-            // U+2400 and on picture the control characters in their order.
+            // U+2400 and the following are pictures of the control characters, in the same order.
             line += "\xE2\x90";
             line += static_cast<char>(0x80 + byte);
         } else if (byte == 0x7F) {

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-/// Words for numbers, in the user's locale. From any thread.
+/// Texts for numbers, in the user's locale. Callable from any thread.
 
 /// A size in decimal units: "1 byte", "512 bytes", "13 KB", "1.2 MB", "2.05 GB".
 std::string sizeText(std::int64_t bytes);
@@ -22,5 +22,6 @@ std::string dateText(std::chrono::system_clock::time_point date);
 /// How long ago, in the largest unit that fits: "just now" below 45 seconds, "1 minute ago", "3 days ago".
 std::string agoText(std::chrono::system_clock::time_point date, std::chrono::system_clock::time_point now);
 
-/// A text on one line that can only be itself: line breaks and other control characters become visible marks.
+/// Returns the text on one line: line breaks and other control characters become visible marks, so that it cannot
+/// forge another line.
 std::string singleLine(std::string_view text);

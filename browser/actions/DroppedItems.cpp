@@ -12,14 +12,14 @@ DroppedItems sortDropped(const std::vector<std::filesystem::path>& paths, std::v
     for (const auto& path : paths) {
         std::error_code failure;
         const auto status = std::filesystem::status(path, failure);
-        // A folder may come with a "/" at its end.
+        // The path of a folder may end in "/".
         const auto trimmed = path.has_filename() ? path : path.parent_path();
         const bool isNeither = std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)
             && !std::filesystem::is_directory(status);
         if (isNeither)
             items.others.push_back(trimmed.filename().string());
         else
-            items.toUpload.push_back(trimmed); // What cannot be read is told by its transfer.
+            items.toUpload.push_back(trimmed); // The transfer reports an unreadable file.
     }
     return items;
 }

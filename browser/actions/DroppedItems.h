@@ -5,16 +5,16 @@
 #include <string>
 #include <vector>
 
-/// What a drop or a dialog offered for upload, sorted by what can be done with it.
+/// The items of a drop or a file dialog, divided into those that can be uploaded and the others.
 struct DroppedItems {
     std::vector<std::filesystem::path> toUpload; ///< Files and folders.
-    std::vector<std::string> others;             ///< Names or addresses of what is neither, or not on this computer.
+    std::vector<std::string> others;             ///< Names or addresses of all other items.
 };
 
-/// Looks at each path on the disk, which may block: not for the main thread.
+/// Looks at each path on the disk. Blocks, so it is not for the main thread.
 ///
-/// @param elsewhere  addresses of what is not on this computer.
+/// @param elsewhere  addresses of items that are not on this computer.
 DroppedItems sortDropped(const std::vector<std::filesystem::path>& paths, std::vector<std::string> elsewhere);
 
-/// What was left out of an upload and why, as a sentence; nothing when all of it goes.
+/// Returns a sentence that says which items are not uploaded and why; nothing when all are.
 std::optional<std::string> leftOutText(const DroppedItems& items);

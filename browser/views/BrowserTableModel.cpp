@@ -62,7 +62,7 @@ std::string cellHelp(const BrowserRow& row, BrowserColumn column)
     case BrowserColumn::checksum:
         return checksumHelp(row);
     case BrowserColumn::name:
-        break; // The delegate shows a name that was shortened.
+        break; // The delegate shows the whole name if it is shortened.
     }
     return {};
 }

@@ -15,7 +15,7 @@ public:
     using KeyedRows::KeyedRows;
 
     void show(const ShownRows& next);
-    /// Rows with a write under way cannot be chosen.
+    /// Rows with a write under way cannot be selected.
     void setInFlight(const std::set<std::string>& ids);
 
     const BrowserRow& row(int number) const { return *KeyedRows::row(number); }

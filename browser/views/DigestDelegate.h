@@ -2,7 +2,7 @@
 
 #include "foundation/views/tables/NameDelegate.h"
 
-/// Digests in the font that the model gives them, else as any other text of lesser weight.
+/// Draws digests in the font that the model gives them, otherwise like other secondary text.
 class DigestDelegate final : public RowDelegate {
     Q_OBJECT
 

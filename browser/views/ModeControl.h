@@ -16,7 +16,7 @@ public:
     void setMode(BrowserMode mode);
 
 Q_SIGNALS:
-    /// By the user.
+    /// The user chose a mode.
     void modeChosen(BrowserMode mode);
 
 protected:

@@ -66,11 +66,11 @@ void ObjectBrowserView::renderPath()
         const auto symbol = bucket.bucketType.isPublic() ? Symbol::bucketPublic : Symbol::bucketPrivate;
         segments.append({toQString(bucket.bucketName), toQString(root), symbol});
         for (const auto& step : folderSteps(*model_.prefix)) {
-            // A restricted key's way up ends where its reach does.
+            // A restricted key cannot go above its own prefix.
             const auto& reachable = step.prefix.starts_with(root) ? step.prefix : root;
             segments.append({toQString(step.name), toQString(reachable), {}});
         }
-        // The reach of a restricted key may end within a name, which is no folder.
+        // The prefix of a restricted key may end within a name, and is then not a folder.
         if (!model_.prefix->empty() && !model_.prefix->ends_with('/'))
             segments.last().title += QStringLiteral("…");
     }

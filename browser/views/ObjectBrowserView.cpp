@@ -123,12 +123,12 @@ void ObjectBrowserView::connectDrops()
     });
     connect(drops_, &UploadDrops::filesDropped, this,
         [this](const QList<QUrl>& files, const std::string& bucketID, const std::string& prefix) {
-            // Looking at the files may have taken longer than the user stayed.
+            // The user may have opened another bucket while the files were inspected.
             if (*model_.bucket && (*model_.bucket)->bucketID == bucketID)
                 Q_EMIT uploadRequested(files, prefix);
             else
-                showNotice(
-                    tr("Nothing was uploaded, because another bucket was opened meanwhile. Drop the files again."));
+                showNotice(tr(
+                    "Nothing was uploaded, because another bucket was opened in the meantime. Drop the files again."));
         });
     connect(drops_, &UploadDrops::leftOut, this, &ObjectBrowserView::showNotice);
 }
@@ -143,7 +143,7 @@ std::vector<const BrowserRow*> ObjectBrowserView::selected() const
 
 void ObjectBrowserView::goTo(const QString& path)
 {
-    // A step of the path is taken as it is, a typed text as the folder it means.
+    // A step of the path is used as it is; a typed text is turned into the folder it means.
     const auto prefix = fromQString(path);
     const bool isStep = prefix.empty() || model_.prefix->starts_with(prefix);
     model_.navigate(isStep && (prefix.ends_with('/') || prefix == model_.rootPrefix() || prefix == *model_.prefix)

@@ -31,19 +31,19 @@ public:
     std::vector<const BrowserRow*> selected() const;
 
 
-    /// Takes files and folders in as if they had been dropped on the pane.
+    /// Handles files and folders as if they had been dropped on the pane.
     void takeFiles(const QList<QUrl>& urls);
 
 Q_SIGNALS:
-    /// Existing files and folders of this computer, for a folder of the bucket shown.
+    /// Files and folders of this computer are to be uploaded into a folder of the bucket shown.
     void uploadRequested(const QList<QUrl>& files, const std::string& prefix);
-    /// The user wants to choose files; they go to `takeFiles`.
+    /// The user wants to choose files, which are then passed to `takeFiles`.
     void uploadFilesDialogRequested();
     /// The same for a folder.
     void uploadFolderDialogRequested();
-    /// The user wants to see what was begun in the bucket and not finished.
+    /// The user wants to see the unfinished uploads to the bucket.
     void unfinishedUploadsRequested();
-    /// Files and folder rows.
+    /// Files and folders are to be downloaded.
     void downloadRequested(const std::vector<B2FileVersion>& files);
 
 protected:

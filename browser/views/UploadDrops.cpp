@@ -19,7 +19,7 @@
 
 namespace {
 
-/// Looks at what was dropped, one drop after another, so that they go up in the order they came.
+/// Inspects one drop after another, so that they are uploaded in the order they came.
 class FileLooker final : public Actor {
 public:
     FileLooker()
@@ -39,7 +39,7 @@ public:
     }
 
 private:
-    // A disk that does not answer holds up no actor.
+    // A disk that does not answer must not block an actor.
     SerialExecutor executor_{WorkerPool::blocking()};
 };
 
@@ -65,7 +65,7 @@ Task<> sortOut(QPointer<UploadDrops> drops, QList<QUrl> urls, std::string bucket
         Q_EMIT drops->leftOut(toQString(*sentence));
 }
 
-/// A ring around what a drop would go to.
+/// A ring around the target of a drop.
 class TargetFrame final : public QWidget {
 public:
     explicit TargetFrame(QWidget* parent)

@@ -15,7 +15,7 @@ class QWidget;
 
 /// Files and folders dragged in from a file manager: into a folder's row, or anywhere else into the present folder.
 ///
-/// What a drop holds is looked at away from the main thread; `filesDropped` and `leftOut` follow.
+/// The dropped paths are inspected off the main thread; `filesDropped` and `leftOut` follow.
 class UploadDrops final : public QObject {
     Q_OBJECT
 
@@ -25,18 +25,18 @@ public:
 
     /// Takes drops on another widget, for the present folder.
     void watch(QWidget& place);
-    /// Off while the key cannot upload.
+    /// Drops are refused while the key cannot upload.
     void setEnabled(bool isEnabled) { isEnabled_ = isEnabled; }
-    /// The place that drops go to.
+    /// Sets the folder that drops go to.
     void setPlace(std::string bucketID, std::string prefix);
-    /// Sorts what was dropped on the path bar or chosen elsewhere, as after a drop of its own.
+    /// Handles items dropped on the path bar, or chosen in a dialog, like a drop on the table.
     void take(const QList<QUrl>& urls, std::string prefix);
 
 Q_SIGNALS:
-    /// @param bucketID  the bucket that was shown at the drop, and
+    /// @param bucketID  the bucket that was shown at the time of the drop.
     /// @param prefix    the folder in it.
     void filesDropped(const QList<QUrl>& files, const std::string& bucketID, const std::string& prefix);
-    /// Some of it cannot be uploaded: a sentence.
+    /// Some items cannot be uploaded, as the sentence says.
     void leftOut(const QString& sentence);
 
 protected:

@@ -16,17 +16,17 @@
 class LogMailbox;
 class Settings;
 
-/// What the program did, for the user to read: the last 5,000 entries in memory, and about 10 MB on disk.
+/// A record of what the program did, for the user to read: the last 5,000 entries in memory, and about 10 MB on disk.
 ///
-/// Lives on the main thread and never touches the disk there. No operation fails. `changed()` tells of any change;
-/// the other signals say which, for tables, each sent when `entries` is already as it says.
+/// Lives on the main thread and never touches the disk there. No operation fails. `changed()` reports any change;
+/// the other signals say which one, for tables, and are sent when `entries` has changed already.
 class ActivityLog final : public Observable {
     Q_OBJECT
 
 public:
     static constexpr std::size_t maxEntries = 5'000;
 
-    /// @param directory  of the files; created when it is missing.
+    /// @param directory  where the files are; created if it is missing.
     ActivityLog(Settings& settings, const std::filesystem::path& directory);
     ~ActivityLog() override;
 
@@ -40,13 +40,13 @@ public:
     /// Writes an event: the one way into the log. Other threads use an `ActivityLogSink`.
     void record(B2LogEvent event);
 
-    /// Puts the entries of earlier runs before those of this one. May leave more than 5,000, until the next event.
+    /// Loads the entries of earlier runs before those of this one. There may be more than 5,000 until the next event.
     Task<> loadPersisted();
 
     /// Empties the log in memory and on disk.
     void clear();
 
-    /// Writes what waits and blocks until it is on disk, at most `limit`; for the end of the process.
+    /// Writes the lines that wait and blocks until they are on disk, at most `limit`; for the end of the process.
     ///
     /// @returns false when the time was too short.
     bool flush(std::chrono::milliseconds limit);
@@ -56,15 +56,15 @@ public:
 
     /// The log of the process: the one given to `setShared`, else that of the user's files, made on first use.
     static ActivityLog& shared();
-    /// Puts another log in its place, for a demonstration or a test; null for the user's own. Not owned.
+    /// Replaces it, for a demonstration or a test; null restores the user's own. Not owned.
     static void setShared(ActivityLog* log);
 
 Q_SIGNALS:
     /// The last `count` entries are new.
     void appended(int count);
-    /// The first `count` entries of before have gone.
+    /// The first `count` entries were removed.
     void removedOldest(int count);
-    /// Every entry may be another one.
+    /// Any entry may have changed.
     void reset();
 
 protected:
@@ -82,9 +82,9 @@ private:
     B2LogLevel minimumLevel_ = B2LogLevel::info;
 };
 
-/// Brings events of any thread to the activity log, many in one hop to the main thread.
+/// Passes events from any thread to the activity log, many in one hop to the main thread.
 ///
-/// May outlive the log, whose end makes it drop what comes. What waits for a busy main thread is bounded (see
+/// May outlive the log, and then drops further events. The events that wait for a busy main thread are limited (see
 /// `LogBacklog`).
 class ActivityLogSink final : public B2LogSink {
 public:

@@ -9,7 +9,8 @@
 
 /// Log lines on their way to a slower reader, in order. Guarded by its owner.
 ///
-/// Bounded: when it is full, the debug lines go first, then the oldest quarter. The reader is told how many went.
+/// Bounded: when it is full, the debug lines are dropped first, then the oldest quarter. The reader learns how many
+/// were dropped.
 template <class Line>
 class LogBacklog {
 public:
@@ -35,7 +36,7 @@ public:
         return taken;
     }
 
-    /// How many lines went for want of room since this was last asked.
+    /// Returns how many lines were dropped since the last call.
     std::size_t takeLeftOut() { return std::exchange(leftOut_, 0); }
 
     void clear()
@@ -48,7 +49,7 @@ private:
     void makeRoom()
     {
         leftOut_ += std::erase_if(lines_, [](const Line& line) { return line.level == B2LogLevel::debug; });
-        // Several at once, because each time costs a pass over all.
+        // Drops several at once, because each time costs a pass over all lines.
         for (; lines_.size() > capacity / 4 * 3; ++leftOut_)
             lines_.pop_front();
     }
@@ -57,5 +58,5 @@ private:
     std::size_t leftOut_ = 0;
 };
 
-/// The line that tells of lines left out.
+/// The line that says how many lines were dropped.
 B2LogEvent leftOutEvent(std::size_t count);

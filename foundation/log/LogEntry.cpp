@@ -17,7 +17,7 @@ namespace {
 constexpr std::chrono::system_clock::time_point referenceDate =
     std::chrono::sys_days(std::chrono::year(2001) / std::chrono::January / 1);
 
-/// A date more than 250 years away is damage; the clock's own range ends soon after.
+/// A date more than 250 years away is invalid; the range of the clock ends soon after.
 constexpr double maxReferenceSeconds = 8e9;
 
 std::string upperCased(std::string_view text)
@@ -30,7 +30,7 @@ std::string upperCased(std::string_view text)
     return upper;
 }
 
-/// Each line of the detail made safe, the further ones indented like the first.
+/// Returns the detail with each line made safe, and all of them indented like the first.
 std::string indentedDetail(std::string_view detail)
 {
     std::string text;

@@ -19,7 +19,7 @@ struct LogEntry {
     std::optional<std::string> detail;
 
     LogEntry() = default;
-    /// Of this moment, with a new id.
+    /// Makes an entry with the present time and a new id.
     explicit LogEntry(B2LogEvent event);
 
     bool operator==(const LogEntry&) const = default;
@@ -27,8 +27,8 @@ struct LogEntry {
     /// "2026-08-01 14:03:22.120", in the local time zone.
     std::string formattedDate() const;
 
-    /// The text form for copies and exports. A message stays on its line and a detail indented below it, whatever
-    /// they hold, so that no text can pass for a line of its own.
+    /// Returns the text form for copies and exports. The message is one line with the detail indented below it,
+    /// whatever characters they contain, so that no text can forge another line.
     std::string formatted() const;
 };
 
@@ -36,5 +36,5 @@ struct LogEntry {
 /// 2001-01-01 00:00:00 UTC, `level` as a number, `detail` only when there is one.
 std::string encodeLogLine(const LogEntry& entry);
 
-/// Nothing for a line that is damaged.
+/// Returns nothing for a damaged line.
 std::optional<LogEntry> decodeLogLine(std::string_view line);

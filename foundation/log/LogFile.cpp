@@ -14,10 +14,10 @@
 
 namespace {
 
-/// More of a file than this is not read back; only a file that could not be rotated is larger.
+/// No more than this is read back; only a file that could not be rotated is larger.
 constexpr std::int64_t maxBytesRead = 32'000'000;
 
-/// The end of a regular file: all of it, but for a size that is out of the ordinary.
+/// Reads the end of a regular file: all of it, unless it is unusually large.
 std::string readEnd(const std::filesystem::path& file)
 {
     std::string text;
@@ -41,7 +41,7 @@ std::string readEnd(const std::filesystem::path& file)
     return text;
 }
 
-/// The last lines of a text that are not empty, at most `limit`, newest first.
+/// Returns the last lines of a text that are not empty, at most `limit`, newest first.
 std::vector<std::string_view> lastLines(std::string_view text, std::size_t limit)
 {
     std::vector<std::string_view> lines;
@@ -71,7 +71,7 @@ public:
             return;
         }
         size_ = status.st_size;
-        // After a crash the last line may be half: what follows must not become part of it.
+        // After a crash the last line may be incomplete, and the next one must not become part of it.
         char last = '\n';
         if (size_ > 0 && ::pread(descriptor_, &last, 1, size_ - 1) == 1 && last != '\n')
             text_ = "\n";
@@ -100,7 +100,7 @@ private:
         while (!rest.empty()) {
             const auto written = ::write(descriptor_, rest.data(), rest.size());
             if (written < 0) {
-                // A full disk: no half line stays behind.
+                // The disk is full: an incomplete line is taken back.
                 if (const auto done = text_.size() - rest.size(); done > 0) [[maybe_unused]]
                     const int ignored =
                         ::ftruncate(descriptor_, size_ + static_cast<std::int64_t>(text_.rfind('\n', done - 1) + 1));
@@ -120,7 +120,7 @@ LogFile::LogFile(std::filesystem::path directory)
     , current_(directory / "activity.jsonl")
     , previous_(directory / "activity-previous.jsonl")
 {
-    // Without it, every later write fails, and that is all.
+    // Without the directory every later write fails, which does no other harm.
     std::ignore = makePrivateDirectory(directory);
 }
 
@@ -140,7 +140,7 @@ Task<> LogFile::append(std::vector<LogEntry> entries)
         }
         if (isTooLarge) {
             rotate();
-            // Where the files cannot be moved, the line goes to the large file.
+            // If the files cannot be moved, the line is added to the large file.
             mayRotate = Writing(current_).size() <= rotateAboveBytes;
         }
     }

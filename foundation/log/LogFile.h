@@ -15,10 +15,10 @@
 /// problem with the disk loses log lines and disturbs nothing else. Files are for the owner alone.
 class LogFile final : public Actor {
 public:
-    /// A file above this size makes way for a fresh one before the next line.
+    /// A file above this size is rotated before the next line is written.
     static constexpr std::int64_t rotateAboveBytes = 5'000'000;
 
-    /// Creates the directory when it is missing.
+    /// Creates the directory if it is missing.
     explicit LogFile(std::filesystem::path directory);
 
     const std::filesystem::path& currentPath() const { return current_; }

@@ -21,7 +21,7 @@ LogMailbox::LogMailbox(QObject* reader)
 
 bool LogMailbox::isAnnouncement(const QEvent& event)
 {
-    // The event came through a lock of Qt's, which a thread sanitizer does not see; it sees this one.
+    // A thread sanitizer does not see the lock inside Qt that the event came through; it sees this one.
     const std::lock_guard lock(mutex_);
     return event.type() == announcement();
 }
@@ -47,7 +47,7 @@ void LogMailbox::post(B2LogEvent event)
 
 std::vector<B2LogEvent> LogMailbox::take()
 {
-    // As many as a turn of the loop has time for.
+    // No more than one turn of the loop has time for.
     constexpr std::size_t eventsAtOnce = 500;
     const std::lock_guard lock(mutex_);
     std::vector<B2LogEvent> events;

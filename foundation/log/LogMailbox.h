@@ -9,16 +9,16 @@
 #include <mutex>
 #include <vector>
 
-/// Events of other threads on their way to the activity log. From any thread.
+/// Events of other threads on their way to the activity log. Callable from any thread.
 class LogMailbox {
 public:
-    /// @param reader  is sent an event when there is something to take.
+    /// @param reader  receives an event when there is something to take.
     explicit LogMailbox(QObject* reader);
 
-    /// Is it the event that asks to `take`?
+    /// Returns whether it is the event that asks to `take`.
     bool isAnnouncement(const QEvent& event);
 
-    /// The reader is gone: from now on events are dropped.
+    /// Drops all further events, because the reader no longer exists.
     void close();
 
     /// Events below it are dropped at once.
@@ -26,7 +26,7 @@ public:
 
     void post(B2LogEvent event);
 
-    /// Some of the events, oldest first; the reader is sent another event when more remain.
+    /// Takes some of the events, oldest first; the reader receives another event if more remain.
     std::vector<B2LogEvent> take();
 
 private:

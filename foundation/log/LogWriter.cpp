@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-/// Shared with the run that writes, which may outlive the writer.
+/// Shared with the running write, which may outlive the writer.
 struct LogWriter::State {
     explicit State(const std::filesystem::path& directory)
         : file(directory)
@@ -23,7 +23,7 @@ struct LogWriter::State {
     std::mutex mutex;
     std::condition_variable idle;
     LogBacklog<LogEntry> waiting;
-    bool clearsFirst = false; ///< Before what waits is written.
+    bool clearsFirst = false; ///< Clear the files before writing the lines that wait.
     bool isRunning = false;
 };
 
@@ -95,7 +95,7 @@ Task<> LogWriter::run(std::shared_ptr<State> state)
             co_await state->file.clear();
         if (!entries.empty())
             co_await state->file.append(std::move(entries));
-        // A reader that waits for the file has its turn.
+        // Lets a reader that waits for the file have its turn.
         co_await yieldToOthers();
     }
 }

@@ -8,9 +8,9 @@
 #include <filesystem>
 #include <memory>
 
-/// Brings log entries to the disk in the order of the calls, without making the caller wait. From any thread.
+/// Writes log entries to the disk in the order of the calls, without making the caller wait. Callable from any thread.
 ///
-/// What waits for a slow disk is bounded (see `LogBacklog`); the file then tells how many lines it lacks.
+/// The lines that wait for a slow disk are limited (see `LogBacklog`); the file then says how many are missing.
 class LogWriter {
 public:
     explicit LogWriter(const std::filesystem::path& directory);
@@ -19,7 +19,7 @@ public:
 
     void append(LogEntry entry);
 
-    /// Removes the files, with all that was appended before.
+    /// Removes the files and everything appended before.
     void clear();
 
     /// Waits until everything is written, at most `limit`; for the end of the process.

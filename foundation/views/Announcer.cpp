@@ -27,7 +27,7 @@ void announce(QWidget& where, const QString& text)
 #if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
     QAccessibleAnnouncementEvent event(&where, text);
 #else
-    // Before announcements, a changed description is what screen readers speak without a change of focus.
+    // Qt versions without announcements: a changed description is spoken without a change of focus.
     where.setAccessibleDescription(text);
     QAccessibleEvent event(&where, QAccessible::Alert);
 #endif

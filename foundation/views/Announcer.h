@@ -3,10 +3,10 @@
 class QString;
 class QWidget;
 
-/// Has a screen reader say `text` without moving the focus: outcomes that are otherwise only seen.
+/// Lets a screen reader say `text` without moving the focus, for outcomes that are otherwise only visible.
 ///
-/// Costs nothing while no screen reader listens. Main thread.
+/// Costs nothing while no screen reader is active. Called on the main thread.
 void announce(QWidget& where, const QString& text);
 
-/// Makes the accessible role of alerts known; called once by those who show alerts, harmless when repeated.
+/// Registers the accessible role of alerts; called by each widget that shows alerts, harmless when repeated.
 void registerAlertRole();

@@ -11,7 +11,7 @@ bool pressFocusedButton(const QWidget& window, const QKeyEvent& event)
     const bool isBox = qobject_cast<QCheckBox*>(button) != nullptr || qobject_cast<QRadioButton*>(button) != nullptr;
     if (!isEnter || button == nullptr || isBox || (event.modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier)
         return false;
-    // A key held down since before presses nothing.
+    // Auto-repeat of a key that was held down before presses nothing.
     if (!event.isAutoRepeat())
         button->click();
     return true;

@@ -3,9 +3,9 @@
 class QKeyEvent;
 class QWidget;
 
-/// Enter presses the button that has the focus, as Space does, whatever the window's default button is. Boxes and
-/// radio buttons are no such buttons: there Enter is the window's.
+/// Lets Enter press the focused button, as Space does, whatever the window's default button is. Does not apply to
+/// check boxes and radio buttons, where Enter belongs to the window.
 ///
 /// Called from a window's `keyPressEvent` before its own keys.
-/// @returns whether the key is used up.
+/// @returns whether the key was handled.
 bool pressFocusedButton(const QWidget& window, const QKeyEvent& event);

@@ -4,7 +4,8 @@
 
 class QCoreApplication;
 
-/// Shift+F10 asks for a context menu, as the Menu key does, which many keyboards lack. Qt knows the latter alone here.
+/// Makes Shift+F10 open a context menu, as the Menu key does, which many keyboards lack. Qt handles only the latter
+/// here.
 class ContextMenuKey final : public QObject {
 public:
     /// Serves every window of the program until it is destroyed.

@@ -16,13 +16,13 @@ public:
     const QString& text() const { return text_; }
     void setText(const QString& text);
 
-    /// What is painted at the present width.
+    /// The text as painted at the present width.
     QString shownText() const;
 
     /// Draws in the secondary colour.
     void setSecondary(bool secondary);
     void setAlignment(Qt::Alignment alignment);
-    /// Where a text that is no name is shortened.
+    /// Sets where a text that is not a name is shortened.
     void setElision(Qt::TextElideMode elision);
 
     QSize sizeHint() const override;

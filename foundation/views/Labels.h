@@ -4,13 +4,13 @@
 
 #include <QLabel>
 
-/// Plain labels in the program's few voices. Texts are shown as they are, never read as markup.
+/// Labels in the few text styles of the program. Texts are shown as they are, never read as markup.
 
 /// Text in one of the four sizes.
 QLabel* makeLabel(const QString& text, TextSize size = TextSize::normal, QFont::Weight weight = QFont::Normal,
     QWidget* parent = nullptr);
 
-/// Wrapping text of lesser weight: purposes, consequences, second lines.
+/// Wrapping secondary text: purposes, consequences, second lines.
 QLabel* makeSecondaryLabel(const QString& text, TextSize size = TextSize::normal, QWidget* parent = nullptr);
 
 /// A key, identifier or digest: fixed font, selectable with mouse and keyboard.

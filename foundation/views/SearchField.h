@@ -2,7 +2,7 @@
 
 #include <QLineEdit>
 
-/// A field that filters or finds: icon, prompt, clear button. Escape empties it, then gives the focus back.
+/// A field that filters or finds: icon, prompt, clear button. Escape empties it; pressed again, it returns the focus.
 class SearchField final : public QLineEdit {
     Q_OBJECT
 
@@ -12,7 +12,7 @@ public:
     explicit SearchField(const QString& prompt, Purpose purpose = Purpose::search, QWidget* parent = nullptr);
 
 Q_SIGNALS:
-    /// Escape in the empty field: whoever lent the focus takes it back.
+    /// Escape was pressed in the empty field: the owner takes the focus back.
     void left();
 
 protected:

@@ -12,8 +12,8 @@ SecretClipboard::SecretClipboard(QObject* parent, std::chrono::milliseconds life
     timer_.setInterval(lifetime);
     connect(&timer_, &QTimer::timeout, this, &SecretClipboard::takeBack);
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, &SecretClipboard::takeBack);
-    // Not every platform lets go of data that was replaced, so the change itself counts too. Some tell of the program's
-    // own copy as well, and late.
+    // Not every platform releases data that was replaced, so the change itself counts too. Some also report the
+    // program's own copy, and late.
     connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, this, [this] {
         if (data_ && QGuiApplication::clipboard()->mimeData() != data_)
             data_.clear();
@@ -37,7 +37,7 @@ SecretClipboard& SecretClipboard::shared()
 
 void SecretClipboard::copy(const QString& secret)
 {
-    auto* const data = new QMimeData; // The clipboard takes it.
+    auto* const data = new QMimeData; // The clipboard takes ownership.
     data->setText(secret);
     data->setData(QString::fromLatin1(hintType), hintValue);
     QGuiApplication::clipboard()->setMimeData(data);

@@ -9,10 +9,10 @@
 class QMimeData;
 class QString;
 
-/// Puts secrets on the clipboard for a while: marked so that managers of passwords and histories leave them out, and
-/// taken away after 60 seconds, or when the program ends, unless something else was copied meanwhile.
+/// Puts secrets on the clipboard for a while: marked so that clipboard histories leave them out, and removed after
+/// 60 seconds, or when the program ends, unless something else was copied in the meantime.
 ///
-/// Lives on the main thread and asks no other program anything, so it never waits.
+/// Lives on the main thread. Never waits, because it asks no other program anything.
 class SecretClipboard final : public QObject {
     Q_OBJECT
 
@@ -24,18 +24,18 @@ public:
 
     explicit SecretClipboard(QObject* parent = nullptr, std::chrono::milliseconds lifetime = usualLifetime);
 
-    /// The one of the process; ends with the application.
+    /// The instance of the process; ends with the application.
     static SecretClipboard& shared();
 
-    /// Copies a text that is secret; the time begins anew.
+    /// Copies a secret; the 60 seconds start again.
     void copy(const QString& secret);
 
-    /// Is what was copied last still on the clipboard?
+    /// Returns whether the secret copied last is still on the clipboard.
     bool isOurs() const { return !data_.isNull(); }
 
 private:
     void takeBack();
 
     QTimer timer_;
-    QPointer<QMimeData> data_; ///< Null when the clipboard has gone to somebody else.
+    QPointer<QMimeData> data_; ///< Null when another program owns the clipboard.
 };

@@ -20,8 +20,8 @@
 
 namespace {
 
-constexpr int narrowestSheet = 480;
-constexpr int widest = 600;
+constexpr int minSheetWidth = 480;
+constexpr int maxSheetWidth = 600;
 constexpr int radioIndent = 24;
 /// Room for the frame around a sheet that is as high as the screen.
 constexpr int titleBar = 60;
@@ -41,7 +41,7 @@ QWidget* withConsequence(QWidget* field, const QString& consequence, int indent,
     return cell;
 }
 
-/// How high the first line of a field is: of its text, or of what stands uppermost in it.
+/// Returns the height of a field's first line: of its text, or of the topmost widget in it.
 int firstLineHeight(QWidget* field)
 {
     if (qobject_cast<QLabel*>(field) != nullptr || qobject_cast<QAbstractScrollArea*>(field) != nullptr)
@@ -79,8 +79,8 @@ Sheet::Sheet(const QString& title, const QString& purpose, QWidget* parent)
 {
     setWindowModality(Qt::WindowModal);
     setWindowTitle(title);
-    setMinimumWidth(narrowestSheet);
-    setMaximumWidth(widest);
+    setMinimumWidth(minSheetWidth);
+    setMaximumWidth(maxSheetWidth);
     setSizeGripEnabled(false);
 
     auto* heading = makeLabel(breakable(title), TextSize::title, QFont::DemiBold, this);
@@ -155,7 +155,7 @@ void Sheet::removeWide(QWidget* widget)
     form_->removeRow(widget);
 }
 
-// The label stands beside the field's own line, not beside what is written under it.
+// The label is beside the field's own line, not beside the text under it.
 QLabel* Sheet::makeCaption(const QString& label, QWidget* field)
 {
     auto* caption = makeLabel(label, TextSize::normal, QFont::Normal, rows_);
@@ -168,7 +168,7 @@ QLabel* Sheet::makeCaption(const QString& label, QWidget* field)
 QPushButton* Sheet::setVerb(const QString& verb)
 {
     setVerbButton(new QPushButton(verb, this));
-    // The order of Cancel and verb is the desktop's.
+    // The desktop decides the order of Cancel and verb.
     const bool verbFirst = style()->styleHint(QStyle::SH_DialogButtonLayout, nullptr, this) == 0;
     buttons_->insertWidget(verbFirst ? 1 : 2, verb_);
     verb_->setDefault(true);
@@ -246,7 +246,7 @@ void Sheet::setBusy(bool busy, const QString& text)
         focusBefore_ = focusWidget();
     rows_->setEnabled(!busy);
     verb_->setEnabled(!busy && isVerbEnabled_);
-    // What is locked loses the focus, and nothing gives it back.
+    // A locked widget loses the focus, and Qt does not give it back.
     if (!busy && focusBefore_)
         focusBefore_->setFocus(Qt::OtherFocusReason);
     if (!busy)
@@ -255,7 +255,7 @@ void Sheet::setBusy(bool busy, const QString& text)
     setMessage(MessageKind::notice, busy ? text : QString());
 }
 
-// As high as its texts need at this width: a wrapping label's own guess is for a narrower one.
+// The height that the texts need at this width; a wrapping label's own hint is for a narrower one.
 int Sheet::fittingHeight()
 {
     form_->activate();
@@ -268,7 +268,7 @@ int Sheet::fittingHeight()
 bool Sheet::event(QEvent* event)
 {
     const bool isHandled = QDialog::event(event);
-    // Comes when what changed in the rows has reached the sheet's own layout.
+    // Sent once a change in the rows has reached the sheet's own layout.
     if (event->type() == QEvent::LayoutRequest)
         makeRoom();
     return isHandled;

@@ -15,55 +15,55 @@ class QPushButton;
 class QRadioButton;
 class QVBoxLayout;
 
-/// A question or form over its window: title, a sentence of purpose, rows, what is wrong, and buttons with verbs.
+/// A question or form over its window: title, a sentence of purpose, rows, an error, and buttons with verbs.
 ///
-/// Opened with `open()`, never with a nested loop; `accepted` and `rejected` tell the outcome, Escape cancels. 480 to
-/// 600 px wide. The first field has the focus. The sheet shows; what may be done, a model decides.
+/// Opened with `open()`, never with a nested loop; `accepted` and `rejected` report the outcome; Escape cancels. 480 to
+/// 600 px wide. The first field has the focus. The sheet only shows; a model decides what is allowed.
 class Sheet : public QDialog {
     Q_OBJECT
 
 public:
     Sheet(const QString& title, const QString& purpose, QWidget* parent);
 
-    /// A field with its label on the left; `consequence` stands under the field in secondary text.
+    /// Adds a field with its label on the left, and `consequence` under it in secondary text.
     void addRow(const QString& label, QWidget* field, const QString& consequence = {});
 
-    /// One of several choices, with what follows from it underneath; the first carries the label of them all.
+    /// Adds one of several choices with its consequence underneath; the first has the label of them all.
     QRadioButton* addChoice(
         QButtonGroup* group, const QString& text, const QString& consequence, const QString& label = {});
 
-    /// Anything else that takes the sheet's whole width.
+    /// Adds any other widget, as wide as the sheet.
     void addWide(QWidget* widget);
 
-    /// Takes away what was added with its whole width, and deletes it.
+    /// Removes and deletes a widget that `addWide` has added.
     void removeWide(QWidget* widget);
 
-    /// The button that does it, with a verb ("Create Bucket"), and the default.
+    /// Adds the default button, which acts and is named with a verb ("Create Bucket").
     QPushButton* setVerb(const QString& verb);
 
-    /// Another verb for the same button.
+    /// Sets another verb for the same button.
     void setVerbText(const QString& verb);
 
-    /// A button that destroys ("Delete 3 Versions"): stands apart and is never the default, Cancel is.
+    /// Adds a destructive button ("Delete 3 Versions"), which is set apart and never the default; Cancel is.
     QPushButton* setDestructiveVerb(const QString& verb);
 
-    /// What the button that changes nothing says, where "Cancel" would be unclear.
+    /// Sets the text of the Cancel button, where "Cancel" would be unclear.
     void setCancelText(const QString& text);
     /// Moves the focus to the button that changes nothing.
     void focusCancel();
-    /// Takes the verb away: the sheet can then only be closed.
+    /// Removes the verb: the sheet can then only be closed.
     void showOnlyClose(const QString& text);
-    /// For a sheet that cannot simply be turned down; Escape then does what `reject` is made to do.
+    /// Removes the Cancel button, for a sheet that cannot simply be cancelled; Escape then does what `reject` does.
     void hideCancel();
 
-    /// A disabled verb says why on hover and to a screen reader.
+    /// Enables or disables the verb; a disabled one says why on hover and to a screen reader.
     void setVerbEnabled(bool enabled, const QString& reason = {});
 
-    /// A sentence with icon above the buttons; an empty one takes it away.
+    /// Shows a sentence with an icon above the buttons; an empty one removes it.
     void setMessage(MessageKind kind, const QString& text);
 
-    /// While the verb runs: rows are locked, the line moves, `text` says what is done. Cancel stays. The focus is back
-    /// where it was when it ends.
+    /// Shows that the verb runs: the rows are locked, the line moves, and `text` says what is being done. Cancel stays
+    /// enabled. The focus returns to its place at the end.
     void setBusy(bool busy, const QString& text = {});
 
 Q_SIGNALS:
@@ -74,11 +74,12 @@ protected:
     bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void showEvent(QShowEvent* event) override;
-    /// Grows the open sheet for what has come into the rows; nothing jumps when it goes. Called whenever they change.
+    /// Grows the open sheet when its rows need more room; it does not shrink, so nothing jumps. Called whenever the
+    /// rows change.
     virtual void makeRoom();
-    /// How high the sheet must be for all that it shows, at its width and on its screen.
+    /// Returns the height the sheet needs for its content, at its width and on its screen.
     int fittingHeight();
-    /// Moves the open sheet up when its end lies below the screen's.
+    /// Moves the open sheet up when its bottom is below that of the screen.
     void keepOnScreen();
 
 private:
@@ -96,6 +97,6 @@ private:
     QHBoxLayout* buttons_;
     QPushButton* cancel_;
     QPushButton* verb_ = nullptr;
-    QPointer<QWidget> focusBefore_; ///< Who had the focus before the work.
+    QPointer<QWidget> focusBefore_; ///< Had the focus before the work began.
     bool isVerbEnabled_ = true;
 };

@@ -158,6 +158,7 @@ void ActivityLogWindow::buildTable()
     table_->header()->setDefaultAlignment(Qt::AlignLeading | Qt::AlignVCenter);
     table_->header()->setSectionsClickable(true);
     table_->header()->setSortIndicatorShown(true);
+    table_->header()->setMinimumSectionSize(32); // The width of the level's symbol.
     // Entries that sort alike are shown newest first, so one column decides.
     state_ = new TableState(*table_,
         {.name = "log",

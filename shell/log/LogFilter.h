@@ -4,10 +4,10 @@
 
 #include <QString>
 
-/// Which entries the log window shows.
+/// Decides which entries the log window shows.
 struct LogFilter {
     B2LogLevel minimumLevel = B2LogLevel::info;
-    QString searchText; ///< Empty shows all; else it occurs in message, area or detail, whatever its case.
+    QString searchText; ///< Empty shows all; otherwise it must occur in message, area or detail, in any case.
 
     bool shows(const LogEntry& entry) const;
 };

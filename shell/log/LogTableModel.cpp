@@ -198,6 +198,6 @@ bool LogFilterModel::lessThan(const QModelIndex& left, const QModelIndex& right)
     default:
         return std::pair(a.date, left.row()) < std::pair(b.date, right.row());
     }
-    // Equal ones newest first, whichever way the column is sorted.
+    // Equal entries are newest first in either direction.
     return sortOrder() == Qt::AscendingOrder ? left.row() > right.row() : left.row() < right.row();
 }

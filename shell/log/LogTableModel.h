@@ -26,7 +26,7 @@ public:
 private:
     ActivityLog& log_;
     int rowCount_ = 0;
-    int leavingRows_ = 0; ///< Rows that are being taken out of the table and have left the log already.
+    int leavingRows_ = 0; ///< Rows that are being removed from the table and are no longer in the log.
 };
 
 /// The rows that the filter shows, in the order of the table's sort.

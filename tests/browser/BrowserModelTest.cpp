@@ -114,7 +114,7 @@ TEST_F(BrowserModelTest, GoesBackAndForwardThroughFoldersAndBuckets)
     EXPECT_FALSE(model.canGoForward());
 }
 
-TEST_F(BrowserModelTest, KeepsALongFolderOnlyOnceItIsReadToTheEnd)
+TEST_F(BrowserModelTest, CachesALongFolderOnlyOnceItIsReadToTheEnd)
 {
     for (int i = 0; i < 2500; ++i)
         service->add("bucket-1", "long/" + std::to_string(i));
@@ -214,7 +214,7 @@ TEST_F(BrowserModelTest, ListsOnceMoreWhenAWriteCameDuringAListing)
     EXPECT_EQ(cached("photos/")->files.size(), 4);
 }
 
-TEST_F(BrowserModelTest, DropsAnAnswerThatComesAfterTheUserWentElsewhere)
+TEST_F(BrowserModelTest, DropsAnAnswerThatArrivesAfterTheUserHasLeft)
 {
     openBucket();
     const auto gate = service->holdNext();
@@ -230,7 +230,7 @@ TEST_F(BrowserModelTest, DropsAnAnswerThatComesAfterTheUserWentElsewhere)
     EXPECT_FALSE(model.error->has_value());
 }
 
-TEST_F(BrowserModelTest, OutlivesNoListingThatIsStillRunning)
+TEST_F(BrowserModelTest, MayBeDestroyedWhileAListingRuns)
 {
     auto shortLived = std::make_unique<BrowserModel>(settings);
     const auto gate = service->holdNext();
@@ -240,12 +240,12 @@ TEST_F(BrowserModelTest, OutlivesNoListingThatIsStillRunning)
     shortLived.reset();
     gate.set();
 
-    // The answer finds nobody; a listing of another model is served after it.
+    // The late answer has no receiver; another model can still list.
     openBucket();
     EXPECT_THAT(shownNames(), SizeIs(4));
 }
 
-TEST_F(BrowserModelTest, SaysThatABucketIsGone)
+TEST_F(BrowserModelTest, ReportsABucketThatNoLongerExists)
 {
     std::vector<std::string> gone;
     model.onBucketGone = [&gone](std::string id) {
@@ -278,7 +278,7 @@ TEST_F(BrowserModelTest, KeepsTheRowsWhenAReloadFails)
     EXPECT_FALSE(model.error->has_value());
 }
 
-TEST_F(BrowserModelTest, GoesOnWithTheNextPageWhenThatOneFailed)
+TEST_F(BrowserModelTest, RetriesTheNextPageWhenItFailed)
 {
     for (int i = 0; i < 1500; ++i)
         service->add("bucket-1", "long/" + std::to_string(i));
@@ -296,7 +296,7 @@ TEST_F(BrowserModelTest, GoesOnWithTheNextPageWhenThatOneFailed)
     EXPECT_EQ(model.rows.entries->size(), 1500);
 }
 
-TEST_F(BrowserModelTest, EndsAListingThatGivesTheSamePageAgain)
+TEST_F(BrowserModelTest, EndsAListingThatRepeatsAPage)
 {
     for (int i = 0; i < 1500; ++i)
         service->add("bucket-1", "long/" + std::to_string(i));
@@ -329,7 +329,7 @@ TEST_F(BrowserModelTest, StaysBelowThePrefixOfARestrictedKey)
     EXPECT_EQ(*model.prefix, "photos/");
 }
 
-TEST_F(BrowserModelTest, AsksNothingWithAKeyThatMayNotList)
+TEST_F(BrowserModelTest, MakesNoCallWithAKeyThatMayNotList)
 {
     auto answer = session->authorization;
     answer.storage.allowed.capabilities = {B2Capabilities::writeFiles};
@@ -341,7 +341,7 @@ TEST_F(BrowserModelTest, AsksNothingWithAKeyThatMayNotList)
     EXPECT_THAT(service->calls(), IsEmpty());
 }
 
-TEST_F(BrowserModelTest, ForgetsEverythingOfAnEarlierSession)
+TEST_F(BrowserModelTest, ClearsCacheAndHistoryForAnotherSession)
 {
     openBucket();
     go("photos/");
@@ -379,7 +379,7 @@ TEST_F(BrowserModelTest, FiltersLoadedNamesWithoutRegardToCase)
     EXPECT_THAT(shownNames(), SizeIs(3));
 }
 
-TEST_F(BrowserModelTest, NeverHoldsTheMainThreadWhileManyRowsLoadAndSort)
+TEST_F(BrowserModelTest, NeverBlocksTheMainThreadWhileManyRowsLoadAndSort)
 {
     constexpr int count = 100000;
     for (int i = 0; i < count; ++i)

@@ -91,7 +91,7 @@ Task<B2DataReply> ListingService::data(B2HTTPRequest request)
         const std::lock_guard lock(mutex_);
         gate = std::exchange(gate_, std::nullopt);
     }
-    // Answered as the service was when it was asked.
+    // The answer is as of the time of the request.
     auto reply = list(operation, request.body);
     if (gate)
         co_await gate->wait();

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-/// Stands in for the service behind a real client: lists names held in memory, folded and in pages.
+/// Stands in for the service behind a real client: lists names kept in memory, with folders and in pages.
 ///
 /// Called from any thread.
 class ListingService final : public B2Transport {
@@ -27,11 +27,11 @@ public:
 
     /// Adds a version; the last added of a name is its newest.
     void add(const std::string& bucketID, const std::string& name, const std::string& action = "upload");
-    /// Answers every listing of the bucket as that of a bucket that is not there.
+    /// Answers every listing of the bucket as if the bucket did not exist.
     void dropBucket(const std::string& bucketID);
-    /// The next listing is refused.
+    /// Refuses the next listing.
     void refuseOnce(int status, const std::string& code, const std::string& message);
-    /// Every listing gives its first page again, whatever it is asked to start with.
+    /// Answers every listing with its first page, whatever start is asked for.
     void forgetStarts();
 
     /// Holds the next listing back until the gate is set.

@@ -60,7 +60,7 @@ TEST(MainExecutorTest, TakesTasksFromOtherThreads)
     EXPECT_TRUE(wereAllOnMain);
 }
 
-TEST(MainExecutorTest, LetsTimersFireWhileTasksNeverRest)
+TEST(MainExecutorTest, LetsTimersFireWhileTasksKeepRunning)
 {
     auto busy = [](std::stop_token stop) -> Task<> {
         while (!stop.stop_requested())
@@ -94,7 +94,7 @@ protected:
     ActivityLog log{settings, directory.path()};
 };
 
-TEST_F(TaskScopeTest, ReportsWhatEscapesATaskAndNoCancel)
+TEST_F(TaskScopeTest, ReportsAnExceptionThatEscapesATaskButNoCancel)
 {
     auto failing = []() -> Task<> {
         throw std::runtime_error("The disk is on fire.");
@@ -114,7 +114,7 @@ TEST_F(TaskScopeTest, ReportsWhatEscapesATaskAndNoCancel)
     EXPECT_EQ(log.entries()[0].detail, "The disk is on fire.");
 }
 
-TEST_F(TaskScopeTest, DrainsWhatIsStartedMeanwhile)
+TEST_F(TaskScopeTest, DrainsTasksStartedInTheMeantime)
 {
     bool hasEnded = false;
     auto second = [](bool* ended) -> Task<> {
@@ -134,7 +134,7 @@ TEST_F(TaskScopeTest, DrainsWhatIsStartedMeanwhile)
     EXPECT_EQ(scope.running(), 0U);
 }
 
-TEST_F(TaskScopeTest, StopsItsTasksWhenItGoes)
+TEST_F(TaskScopeTest, StopsItsTasksWhenItIsDestroyed)
 {
     OneShot<void> ended;
     auto waiting = [](OneShot<void> told) -> Task<> {

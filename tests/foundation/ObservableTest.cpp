@@ -18,7 +18,7 @@ public:
     Observed<std::vector<int>> rows{this};
 };
 
-TEST(ObservableTest, TellsManyChangesOfATurnOnce)
+TEST(ObservableTest, AnnouncesTheChangesOfOneTurnOnce)
 {
     Model model;
     const QSignalSpy spy(&model, &Observable::changed);
@@ -36,7 +36,7 @@ TEST(ObservableTest, TellsManyChangesOfATurnOnce)
     EXPECT_EQ(model.error->value_or(""), "Couldn't list.");
 }
 
-TEST(ObservableTest, TellsNobodyOfAnEqualValueButOfEveryUpdate)
+TEST(ObservableTest, AnnouncesEveryUpdateButNoEqualValue)
 {
     Model model;
     model.rows = {1};
@@ -58,7 +58,7 @@ TEST(ObservableTest, TellsNobodyOfAnEqualValueButOfEveryUpdate)
     EXPECT_EQ(spy.count(), 1);
 }
 
-TEST(ObservableTest, TellsAChangeMadeByAReaderInTheNextTurn)
+TEST(ObservableTest, AnnouncesAChangeMadeByAReaderInTheNextTurn)
 {
     Model model;
     std::vector<bool> seen;

@@ -59,7 +59,7 @@ TEST_F(SettingsTest, KeepsTypedValuesAcrossARestart)
     EXPECT_EQ(modeOf(file.parent_path()), 0700U);
 }
 
-TEST_F(SettingsTest, HasNothingWhereTheTypeIsAnother)
+TEST_F(SettingsTest, ReturnsNothingForAValueOfAnotherType)
 {
     writeSettings(R"({"text": "x", "fraction": 1.5, "huge": 1e300, "list": [1], "none": null, "odd": "=not base64="})");
     const Settings settings(file);
@@ -76,7 +76,7 @@ TEST_F(SettingsTest, HasNothingWhereTheTypeIsAnother)
     EXPECT_EQ(settings.text("absent"), std::nullopt);
 }
 
-TEST_F(SettingsTest, ReportsRealChangesOnly)
+TEST_F(SettingsTest, AnnouncesRealChangesOnly)
 {
     Settings settings(file);
     const QSignalSpy spy(&settings, &Settings::changed);
@@ -93,7 +93,7 @@ TEST_F(SettingsTest, ReportsRealChangesOnly)
     EXPECT_TRUE(settings.flush(5s));
 }
 
-TEST_F(SettingsTest, WritesByItselfSoonAfterAChange)
+TEST_F(SettingsTest, WritesSoonAfterAChange)
 {
     Settings settings(file);
     settings.set("a", 1);
@@ -124,7 +124,7 @@ TEST_F(SettingsTest, SetsADamagedFileAsideAndSaysSo)
     }
 }
 
-TEST_F(SettingsTest, SetsAsideADirectoryOrAPipeInTheFilesPlace)
+TEST_F(SettingsTest, SetsAsideADirectoryOrAPipeInPlaceOfTheFile)
 {
     std::filesystem::create_directories(file / "inside");
     EXPECT_TRUE(Settings(file).loadNotice());
@@ -148,7 +148,7 @@ TEST_F(SettingsTest, WorksInMemoryWhereNothingCanBeWritten)
     EXPECT_TRUE(settings.flush(5s));
 }
 
-TEST_F(SettingsTest, SaysOnceThatItCannotSaveAndGoesOnWhenItCan)
+TEST_F(SettingsTest, ReportsOnceThatItCannotSaveAndSavesWhenItCanAgain)
 {
     Settings settings(file);
     const QSignalSpy spy(&settings, &Settings::writeFailed);
@@ -167,7 +167,7 @@ TEST_F(SettingsTest, SaysOnceThatItCannotSaveAndGoesOnWhenItCan)
     EXPECT_EQ(Settings(file).integer("a"), 2);
 }
 
-TEST_F(SettingsTest, KeepsWhatANewerVersionStoredAndTheUsersLink)
+TEST_F(SettingsTest, KeepsUnknownValuesAndTheUsersLink)
 {
     writeFile(directory / "dotfile.json", R"({"future": {"deep": [1, 2, {"x": null}]}, "a": 1})");
     std::filesystem::create_directories(file.parent_path());

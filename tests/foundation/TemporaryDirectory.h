@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-/// A directory that goes with the test.
+/// A directory that is removed at the end of the test.
 class TemporaryDirectory {
 public:
     std::filesystem::path path() const { return fromQString(directory_.path()); }

@@ -9,23 +9,23 @@ class QLabel;
 class QPushButton;
 class QToolButton;
 
-/// A message above what it is about: icon, sentence, at most one action, and a way to close it.
+/// A message above its subject: icon, sentence, at most one action, and a close button.
 ///
-/// Hidden until `show…`; showing another message replaces the first. A screen reader hears it.
+/// Hidden until `showMessage`; another message replaces the first. Screen readers announce it.
 class Banner final : public QFrame {
     Q_OBJECT
 
 public:
     explicit Banner(QWidget* parent = nullptr);
 
-    /// Shows the sentence; with a text for the action its button stands beside it.
+    /// Shows the sentence, and beside it a button if there is a text for the action.
     void showMessage(MessageKind kind, const QString& text, const QString& action = {});
     void dismiss();
 
     const QString& text() const { return sentence_; }
     MessageKind kind() const { return kind_; }
 
-    /// A message that must not be lost has no close button.
+    /// Shows or hides the close button; a message that must not be lost has none.
     void setClosable(bool closable);
 
 Q_SIGNALS:

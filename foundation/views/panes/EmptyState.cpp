@@ -37,7 +37,7 @@ EmptyState::EmptyState(QWidget* parent)
     buttons->addStretch();
     column->addLayout(buttons);
 
-    // A little above the middle looks centred.
+    // Content looks centred when it is a little above the middle.
     auto* across = new QHBoxLayout;
     across->addStretch(1);
     across->addWidget(content, 1000);

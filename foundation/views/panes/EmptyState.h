@@ -8,7 +8,7 @@ class QLabel;
 class QPushButton;
 class SymbolView;
 
-/// What stands in an empty, failed or unavailable place: icon, title, a sentence or two and up to two actions, centred
+/// The content of an empty, failed or unavailable place: icon, title, a sentence or two and up to two actions, centred
 /// and at most 420 px wide.
 class EmptyState final : public QWidget {
     Q_OBJECT
@@ -20,7 +20,7 @@ public:
 
     void showText(Symbol symbol, const QString& title, const QString& body);
 
-    /// The first is the one that helps most. Empty texts take the button away.
+    /// Shows up to two buttons, the most helpful one first. An empty text hides its button.
     void setActions(const QString& first, const QString& second = {});
 
 Q_SIGNALS:

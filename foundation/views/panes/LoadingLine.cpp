@@ -46,7 +46,7 @@ void LoadingLine::begin()
     update();
 }
 
-// An animation nobody sees would only keep the processor awake.
+// An invisible animation would only keep the processor awake.
 void LoadingLine::hideEvent(QHideEvent*)
 {
     motion_.stop();

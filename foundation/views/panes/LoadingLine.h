@@ -4,8 +4,8 @@
 #include <QVariantAnimation>
 #include <QWidget>
 
-/// A thin line that moves while something loads. It shows only when loading takes longer than 200 ms, and stands still
-/// where the desktop asks for no animations. Keeps its two pixels, so that nothing below it jumps.
+/// A thin line that moves while something loads. It appears only when loading takes longer than 200 ms, and does not
+/// move where the desktop asks for no animations. Always two pixels high, so that nothing below it jumps.
 class LoadingLine final : public QWidget {
     Q_OBJECT
 
@@ -16,7 +16,7 @@ public:
 
     void setLoading(bool loading);
 
-    /// Whether a line is painted now.
+    /// Returns whether a line is painted now.
     bool isShowing() const { return isShowing_; }
     bool isMoving() const { return motion_.state() == QAbstractAnimation::Running; }
 

@@ -4,7 +4,7 @@
 
 #include <QWidget>
 
-/// What fills the detail area for one selection of the sidebar. The menus and the toolbar act on the pane in front,
+/// The content of the detail area for one selection of the sidebar. The menus and the toolbar act on the pane in front,
 /// through the commands it publishes.
 class Pane : public QWidget {
     Q_OBJECT
@@ -14,7 +14,7 @@ public:
 
     const PaneCommands& commands() const { return commands_; }
 
-    /// Gives the keyboard to the rows, or where there are none to what helps.
+    /// Gives the focus to the rows or, where there are none, to the button that helps.
     virtual void takeFocus() { setFocus(Qt::OtherFocusReason); }
 
 Q_SIGNALS:

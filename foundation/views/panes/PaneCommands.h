@@ -80,6 +80,6 @@ struct PaneCommands {
     std::vector<PaneCommand> moreObjectCommands; ///< At the end of the object menu, in a group of their own.
 };
 
-/// A command that is off for a reason, if there is one, which then stands in its help.
+/// Makes a command; with a refusal it is disabled, and its help is the refusal.
 PaneCommand makeCommand(
     QString title, QString help, const std::optional<std::string>& refusal, std::function<void()> run);

@@ -21,8 +21,8 @@ namespace {
 constexpr int separatorWidth = 12;
 constexpr int textPadding = 16;
 constexpr int iconRoom = 22;
-constexpr int widestFoldable = 220;
-constexpr int narrowestSegment = 56;
+constexpr int maxFoldableWidth = 220;
+constexpr int minSegmentWidth = 56;
 constexpr const char* titleProperty = "title";
 
 // A lone "&" in a button's text would underline the next letter.
@@ -93,7 +93,7 @@ void PathBar::setSegments(const QList<PathSegment>& segments)
     const bool hadFocus = buttons_.contains(qobject_cast<QToolButton*>(focusWidget())) && isAncestorOf(focusWidget());
     const bool keepsFocus = hadFocus && focusWidget()->hasFocus();
     for (QToolButton* button : std::as_const(buttons_)) {
-        // The button may be the one whose click brought us here.
+        // The button may be the one whose click is being handled.
         button->hide();
         button->deleteLater();
     }
@@ -175,7 +175,7 @@ QSize PathBar::sizeHint() const
 
 QSize PathBar::minimumSizeHint() const
 {
-    return {2 * narrowestSegment + 48, sizeHint().height()};
+    return {2 * minSegmentWidth + 48, sizeHint().height()};
 }
 
 bool PathBar::eventFilter(QObject* watched, QEvent* event)
@@ -275,7 +275,7 @@ void PathBar::arrange()
             return fold_->fontMetrics().horizontalAdvance(QStringLiteral("…")) + textPadding;
         }
         const bool isEnd = button == buttons_.constFirst() || button == buttons_.constLast();
-        return isEnd ? naturalWidth(*button) : std::min(naturalWidth(*button), widestFoldable);
+        return isEnd ? naturalWidth(*button) : std::min(naturalWidth(*button), maxFoldableWidth);
     };
     const auto total = [&](const QList<QToolButton*>& buttons) {
         int sum = static_cast<int>(std::max<qsizetype>(buttons.size() - 1, 0)) * separatorWidth;
@@ -287,7 +287,7 @@ void PathBar::arrange()
     QList<QToolButton*> wanted = buttons_;
     folded_ = 0;
     while (total(wanted) > room && folded_ < buttons_.size() - 2) {
-        // The steps after the first go first: where one is, and near it, matters most.
+        // The steps after the first are folded first: the present folder and those near it matter most.
         ++folded_;
         wanted = QList<QToolButton*>{buttons_.constFirst(), fold_} + buttons_.mid(folded_ + 1);
     }
@@ -297,7 +297,7 @@ void PathBar::arrange()
     fold_->setVisible(!isEditing() && folded_ > 0);
     shown_ = wanted;
 
-    // What still lacks is taken from the longest ends.
+    // The rest is taken from the longest titles.
     int lack = std::max(0, total(wanted) - room);
     QList<int> widths;
     for (QToolButton* button : wanted) {
@@ -305,10 +305,10 @@ void PathBar::arrange()
     }
     while (lack > 0 && !widths.isEmpty()) {
         auto widest = std::ranges::max_element(widths);
-        if (*widest <= narrowestSegment) {
+        if (*widest <= minSegmentWidth) {
             break;
         }
-        const int step = std::min({lack, 16, *widest - narrowestSegment});
+        const int step = std::min({lack, 16, *widest - minSegmentWidth});
         *widest -= step;
         lack -= step;
     }
@@ -362,7 +362,7 @@ void PathBar::changeEvent(QEvent* event)
     }
 }
 
-// The blank part of the bar is the field waiting to be typed in, as in file managers.
+// A click on the blank part of the bar starts editing, as in file managers.
 void PathBar::mousePressEvent(QMouseEvent* event)
 {
     if (event->button() == Qt::LeftButton) {

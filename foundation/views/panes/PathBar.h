@@ -15,7 +15,7 @@ class QToolButton;
 /// One step of a path.
 struct PathSegment {
     QString title;
-    QString path; ///< The whole path up to and with this step; what `PathBar::navigate` hands out.
+    QString path; ///< The whole path up to and including this step, as `PathBar::navigate` sends it.
     std::optional<Symbol> symbol;
 
     bool operator==(const PathSegment&) const = default;
@@ -23,8 +23,8 @@ struct PathSegment {
 
 /// A path as buttons, the last bold, the middle folded into "…" when there is no room.
 ///
-/// `beginEditing` turns it into a field; Return goes there, Escape or leaving brings the buttons back. Files dropped on
-/// a step are reported with its path.
+/// `beginEditing` turns it into a field; Return goes to the path, Escape or leaving restores the buttons. Files dropped
+/// on a step are reported with its path.
 class PathBar final : public QWidget {
     Q_OBJECT
 
@@ -36,7 +36,7 @@ public:
     void beginEditing();
     bool isEditing() const;
 
-    /// What is shown from left to right, "…" for what is folded.
+    /// The titles shown from left to right, "…" for the folded ones.
     QStringList shownTitles() const;
 
     QSize sizeHint() const override;

@@ -5,7 +5,7 @@
 class ElidedLabel;
 class QLabel;
 
-/// The line under a table: what is shown or selected, and at the far end a quieter fact.
+/// The line under a table: what is shown or selected, and at the far end a secondary fact.
 class StatusLine final : public QWidget {
     Q_OBJECT
 

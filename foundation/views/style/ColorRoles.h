@@ -17,13 +17,13 @@ QColor mixed(const QColor& over, const QColor& under, double opacity);
 /// Contrast ratio of two opaque colours after WCAG 2: 1 to 21.
 double contrastRatio(const QColor& first, const QColor& second);
 
-/// Moves `color` away from `background` until text in it reads there (4.5:1), keeping its hue while it can.
+/// Moves `color` away from `background` until text in it is readable there (4.5:1), keeping its hue while possible.
 QColor readable(const QColor& color, const QColor& background);
 
 /// Whether the palette draws light text on dark.
 bool isDark(const QPalette& palette);
 
-/// Text of lesser weight: 60 % of text over base, more where 60 % would not read on window or base.
+/// Secondary text: 60 % of text over base, more where 60 % would not be readable on window or base.
 QColor secondaryText(const QPalette& palette);
 
 /// Thin lines between areas: 12 % of text over the window.
@@ -32,7 +32,7 @@ QColor hairline(const QPalette& palette);
 /// Outline of a control that takes input: stronger than a hairline.
 QColor controlOutline(const QPalette& palette);
 
-/// The veil laid over what the pointer is on: 6 % of text.
+/// The veil over the item under the pointer: 6 % of text.
 QColor hoverVeil(const QPalette& palette);
 
 /// The veil over a control held down or switched on: 12 % of text.
@@ -44,11 +44,11 @@ QColor accent(const QPalette& palette);
 /// Symbols beside text: between text and secondary text.
 QColor symbolColor(const QPalette& palette);
 
-/// Icon and text colour of a message; reads on base, window and its own tint.
+/// Icon and text colour of a message; readable on base, window and its own tint.
 QColor messageColor(MessageKind kind, const QPalette& palette);
 
-/// Ground of a button that destroys; white reads on it.
+/// Background of a destructive button; white is readable on it.
 QColor dangerFill();
 
-/// Ground of a message's banner.
+/// Background of a banner.
 QColor messageTint(MessageKind kind, const QPalette& palette);

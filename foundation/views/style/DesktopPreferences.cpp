@@ -19,7 +19,7 @@ const QString animationsKey = QStringLiteral("enable-animations");
 const QString plasmaGroup = QStringLiteral("org.kde.kdeglobals.KDE");
 const QString plasmaDurationKey = QStringLiteral("AnimationDurationFactor");
 
-// The portal's `Read` wraps its answer in a variant once more than its signal does.
+// The portal's `Read` wraps its answer in one more variant than its signal does.
 QVariant unwrapped(QVariant value)
 {
     while (value.canConvert<QDBusVariant>()) {
@@ -36,8 +36,8 @@ DesktopPreferences::DesktopPreferences(QObject* parent)
     if (!hasSessionBus()) {
         return;
     }
-    // The whole message is taken: Qt refuses a slot whose types it has not met on the bus yet. No service is named:
-    // with one, the subscription would wait for the name's owner.
+    // The slot takes the whole message, because Qt refuses one whose types it has not met on the bus yet. No service is
+    // named, because the subscription would then wait for the owner of the name.
     QDBusConnection::sessionBus().connect(QString(), portalPath, settingsInterface, QStringLiteral("SettingChanged"),
         this, SLOT(settingChanged(QDBusMessage)));
     read(appearance, schemeKey);

@@ -6,17 +6,17 @@
 /// Light or dark; `system` follows the desktop.
 enum class ColorScheme { system, light, dark };
 
-/// What the desktop's settings portal says about appearance, followed live.
+/// The appearance settings of the desktop's settings portal, followed while running.
 ///
-/// Lives on the main thread and never waits: the first answers arrive by `changed()` a moment after construction, or
-/// never where there is no portal.
+/// Lives on the main thread and never waits: the first values arrive with `changed()` a moment after construction, or
+/// never if there is no portal.
 class DesktopPreferences final : public QObject {
     Q_OBJECT
 
 public:
     explicit DesktopPreferences(QObject* parent = nullptr);
 
-    /// `system` while the desktop has not said or has no preference.
+    /// `system` while the desktop has not answered or has no preference.
     ColorScheme colorScheme() const { return colorScheme_; }
     bool wantsAnimations() const { return wantsAnimations_; }
 

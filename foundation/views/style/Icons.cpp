@@ -39,7 +39,7 @@ QByteArray drawingOf(Symbol symbol)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// Large symbols keep thin lines: a scaled stroke would look heavy beside a title.
+// Large symbols keep thin lines, because a scaled stroke would look heavy beside a title.
 QByteArray strokeFor(int extent)
 {
     return extent >= 32 ? QByteArrayLiteral("stroke-width=\"0.8\"") : QByteArrayLiteral("stroke-width=\"1.5\"");
@@ -151,7 +151,7 @@ QPixmap symbolPixmap(Symbol symbol, const QSize& size, double devicePixelRatio, 
 QIcon applicationIcon()
 {
     registerSymbols();
-    // Drawn here and not by an icon plugin, which need not be installed.
+    // Drawn here, because the icon plugin may not be installed.
     QIcon bundled;
     QSvgRenderer renderer(QStringLiteral(":/kestrovan/icons/com.zantro.kestrovan.svg"));
     for (const int extent : {16, 32, 48, 128, 256}) {

@@ -68,13 +68,14 @@ enum class Symbol {
     warning,
 };
 
-/// All of them, in order, for the tests and for looking at.
+/// All symbols in order, for tests and for viewing.
 constexpr int symbolCount = static_cast<int>(Symbol::warning) + 1;
 
-/// What a symbol's colour says. Plain takes a text-like colour; all follow the application's palette when painted.
+/// The meaning of a symbol's colour. Plain is close to the text colour; all follow the application's palette when
+/// painted.
 enum class SymbolTint { plain, secondary, accent, notice, success, warning, danger };
 
-/// An icon that is drawn in the current palette's colour whenever it is painted, sharp at every scale.
+/// Returns an icon that is painted in the colour of the current palette, sharp at every scale.
 ///
 /// Disabled and selected states come from the palette too. Making one is cheap; drawings are cached.
 QIcon symbolIcon(Symbol symbol, SymbolTint tint = SymbolTint::plain);
@@ -88,5 +89,5 @@ QIcon applicationIcon();
 /// The colour a tint stands for in a palette.
 QColor tintColor(SymbolTint tint, const QPalette& palette);
 
-/// The symbol that tells a file's type, from its name's extension alone.
+/// Returns the symbol of a file's type, by its extension alone.
 Symbol fileSymbol(QStringView fileName);

@@ -14,9 +14,9 @@
 namespace {
 
 constexpr int animationMilliseconds = 150;
-constexpr int toolTipMilliseconds = 350; ///< Help comes sooner than Qt's 700 ms.
+constexpr int toolTipMilliseconds = 350; ///< Shorter than Qt's 700 ms.
 constexpr int scrollBarWidth = 12;
-constexpr int shortestHandle = 32;
+constexpr int minHandleLength = 32;
 constexpr int fieldPadding = 4;
 
 bool isDestructive(const QWidget* widget)
@@ -38,7 +38,7 @@ QRect scrollHandle(const QStyleOptionSlider& slider)
     int handle = length;
     if (range > 0) {
         handle = static_cast<int>(length * (slider.pageStep / (range + slider.pageStep)));
-        handle = std::clamp(handle, std::min(shortestHandle, length), length);
+        handle = std::clamp(handle, std::min(minHandleLength, length), length);
     }
     const int start = QStyle::sliderPositionFromValue(
         slider.minimum, slider.maximum, slider.sliderPosition, length - handle, slider.upsideDown);
@@ -61,7 +61,7 @@ int Style::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWi
     case PM_ScrollBarExtent:
         return scrollBarWidth;
     case PM_ScrollBarSliderMin:
-        return shortestHandle;
+        return minHandleLength;
     case PM_ScrollView_ScrollBarSpacing:
         return 0;
     case PM_SmallIconSize:
@@ -115,7 +115,7 @@ int Style::styleHint(
     case SH_ScrollView_FrameOnlyAroundContents:
         return 0;
     case SH_FormLayoutFieldGrowthPolicy:
-        return 2; // All fields that can grow do.
+        return 2; // All fields that can grow do so.
     case SH_FormLayoutLabelAlignment:
         return static_cast<int>(Qt::AlignRight | Qt::AlignTrailing);
     default:
@@ -235,7 +235,7 @@ void Style::drawControl(
         return;
     }
     case CE_MenuItem: {
-        // Fusion draws the icon of a selected item as any other: the ground has to suit its colour.
+        // Fusion draws the icon of a selected item like any other, so the background has to suit its colour.
         QStyleOptionMenuItem item = as<QStyleOptionMenuItem>(option);
         const QColor text = item.palette.color(QPalette::Active, QPalette::Text);
         item.palette.setColor(QPalette::Highlight, mixed(text, item.palette.color(QPalette::Base), 0.12));

@@ -2,7 +2,7 @@
 
 #include <QProxyStyle>
 
-/// Fusion with flat surfaces, hairlines and a focus ring that is always seen. Colours come from the palette alone.
+/// Fusion with flat surfaces, hairlines and a focus ring that is always visible. All colours come from the palette.
 ///
 /// A push button with the dynamic property `destructive` set to true is drawn in the colour of danger.
 class Style final : public QProxyStyle {

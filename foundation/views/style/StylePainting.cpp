@@ -164,7 +164,7 @@ void paintToolButtonLabel(QPainter& painter, const QStyleOptionToolButton& optio
 void paintGroup(QPainter& painter, const QStyleOption& option)
 {
     const Saved saved(painter);
-    // The title stands above the frame.
+    // The title is above the frame.
     const QRect frame = option.rect.adjusted(0, option.fontMetrics.height() + Spacing::tight, 0, 0);
     paintOutlined(painter, frame, Qt::transparent, hairline(option.palette), controlRadius);
 }
@@ -191,7 +191,7 @@ void paintCheckMark(QPainter& painter, const QStyleOption& option, bool isRound)
                                   : palette.color(QPalette::Disabled, QPalette::Text);
     if (isOn) {
         const QColor fill = isEnabled ? palette.color(QPalette::Active, QPalette::Highlight) : hairline(palette);
-        // On a selected row, which has the same colour, the box keeps an edge.
+        // On a selected row, which has the same colour, the box needs an edge.
         const QColor edge = has(option, QStyle::State_Selected) ? mark : QColor();
         paintOutlined(painter, option.rect, fill, edge, radius);
     } else {

@@ -17,9 +17,9 @@ class QStyleOptionViewItem;
 class QWidget;
 enum class Symbol;
 
-/// The drawings behind `Style`, one function a surface. Each leaves the painter as it found it.
+/// The painting functions of `Style`, one for each surface. Each restores the painter's state.
 
-/// A two-pixel ring just inside `rect`: what has the keyboard.
+/// Paints a two-pixel ring just inside `rect`, around the widget with the focus.
 void paintFocusRing(QPainter& painter, const QRect& rect, const QPalette& palette, double radius = 5);
 
 void paintHairline(QPainter& painter, const QRect& rect, const QPalette& palette);
@@ -27,7 +27,7 @@ void paintSymbol(QPainter& painter, Symbol symbol, const QRect& rect, const QCol
 
 void paintPushButton(QPainter& painter, const QStyleOptionButton& option, bool isDestructive);
 void paintToolButton(QPainter& painter, const QStyleOption& option);
-/// Icon and text beside each other, centred together.
+/// Paints icon and text beside each other, centred together.
 void paintToolButtonLabel(QPainter& painter, const QStyleOptionToolButton& option);
 void paintGroup(QPainter& painter, const QStyleOption& option);
 void paintField(QPainter& painter, const QStyleOption& option);

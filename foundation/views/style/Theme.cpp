@@ -61,7 +61,7 @@ QPalette paletteOf(const Shades& shades)
     palette.setColor(QPalette::ToolTipText, text);
     palette.setColor(QPalette::PlaceholderText, secondaryText(palette));
 
-    // A selection stays visible in a list without focus, and plainly not the one that keys act on.
+    // In a list without focus the selection stays visible, but clearly differs from the one that keys act on.
     palette.setColor(QPalette::Inactive, QPalette::Highlight, QColor(shades.idleSelection));
     palette.setColor(QPalette::Inactive, QPalette::HighlightedText, text);
 
@@ -76,7 +76,7 @@ QPalette paletteOf(const Shades& shades)
     return palette;
 }
 
-// Without a platform palette the application has exactly the one its style brings.
+// Without a platform palette the application has exactly the palette of its style.
 bool differsFromStyle(const QPalette& palette, const QPalette& standard)
 {
     constexpr std::array roles{QPalette::Window, QPalette::Base, QPalette::Text, QPalette::Button, QPalette::Highlight};
@@ -131,7 +131,7 @@ QPalette Theme::wantedPalette() const
 {
     const ColorScheme scheme = scheme_ == ColorScheme::system ? desktop_.colorScheme() : scheme_;
     if (scheme_ == ColorScheme::system && hasPlatformPalette_) {
-        // The user's palette, only that hints become readable: an unset role is taken from the platform.
+        // Keeps the user's palette, except that hints become readable; an unset role is taken from the platform.
         QApplication::setPalette(QPalette());
         const QColor hint = secondaryText(QApplication::palette());
         QPalette palette;

@@ -11,17 +11,17 @@ class Style;
 
 /// The program's look: style, palette and scheme.
 ///
-/// Where the platform gives a palette of its own (Plasma, qt6ct) that palette is kept; else the program's calm light
-/// or dark one is used, as the desktop's settings portal prefers, and follows it while running. Lives on the main
-/// thread; make one after the application and keep it as long.
+/// A palette of the platform (Plasma, qt6ct) is kept; otherwise the program uses its own light or dark palette, as the
+/// desktop's settings portal prefers, and follows it while running. Lives on the main thread; create one after the
+/// application and keep it as long.
 class Theme final : public QObject {
     Q_OBJECT
 
 public:
-    /// What has to be set before the application is made: fractional scales are used as they are.
+    /// Sets what must be set before the application is created: fractional scales are not rounded.
     static void prepareApplication();
 
-    /// Takes over the application's style and palette.
+    /// Sets the application's style and palette.
     Theme();
 
     /// Overrides the desktop's scheme, for tests and tours; `system` follows it again.

@@ -18,7 +18,7 @@
 namespace {
 
 constexpr int rowPadding = 10;
-constexpr int narrowestName = 180;
+constexpr int minNameWidth = 180;
 
 } // namespace
 
@@ -65,7 +65,7 @@ void DenseTableView::setUpHeader()
         if (isFilling_) {
             return;
         }
-        // Hiding and showing report themselves as sizes of 0.
+        // Hiding and showing are reported as sizes of 0.
         if (section != nameColumn_ || before == 0 || after == 0) {
             fillWidth();
         }
@@ -145,7 +145,7 @@ void DenseTableView::keyboardSearch(const QString& letters)
     }
     sinceTyped_.start();
     const int current = std::max(0, currentIndex().row());
-    // The same letter again walks through the names that start with it; a longer word stays while it still fits.
+    // The same letter again moves to the next name that starts with it; a longer word stays while it still matches.
     const bool repeats = !typed_.isEmpty() && letters == typed_;
     if (!repeats) {
         typed_ += letters;
@@ -184,7 +184,7 @@ QModelIndex DenseTableView::moveCursor(CursorAction action, Qt::KeyboardModifier
     }
     const int column = std::max(0, current.column());
     switch (action) {
-    // A row is the unit: across moves the view, not the cell.
+    // Rows are the unit: these keys scroll the view and move to no other cell.
     case MoveLeft:
     case MoveRight: {
         auto* bar = horizontalScrollBar();
@@ -263,7 +263,7 @@ void DenseTableView::paintEvent(QPaintEvent* event)
     if (!selectionModel()->isSelected(current)) {
         paintFocusRing(painter, row, palette(), 3);
     } else {
-        // On a selected row the ring has to stand out from the selection's own colour.
+        // On a selected row the ring has to contrast with the colour of the selection.
         const QColor ring = mixed(palette().color(QPalette::Active, QPalette::HighlightedText),
             palette().color(QPalette::Active, QPalette::Highlight), 0.55);
         painter.setPen(ring);
@@ -277,7 +277,7 @@ void DenseTableView::resizeEvent(QResizeEvent* event)
     fillWidth();
 }
 
-// The name takes the width that the other columns leave, so that there is neither a gap nor a scroll bar without need.
+// The name takes the remaining width, so that there is neither a gap nor an unneeded scroll bar.
 void DenseTableView::fillWidth()
 {
     QHeaderView* header = horizontalHeader();
@@ -286,13 +286,13 @@ void DenseTableView::fillWidth()
     }
     const QScopedValueRollback filling(isFilling_, true);
     const int others = header->length() - header->sectionSize(nameColumn_);
-    header->resizeSection(nameColumn_, std::max(narrowestName, viewport()->width() - others));
+    header->resizeSection(nameColumn_, std::max(minNameWidth, viewport()->width() - others));
 }
 
 void DenseTableView::focusInEvent(QFocusEvent* event)
 {
     QTableView::focusInEvent(event);
-    // Coming by key, there is a row to act on at once.
+    // When the focus comes by a key, there is a row to act on at once.
     if (!currentIndex().isValid() && model() != nullptr && model()->rowCount(rootIndex()) > 0
         && event->reason() != Qt::MouseFocusReason) {
         selectionModel()->setCurrentIndex(model()->index(0, nameColumn_, rootIndex()), QItemSelectionModel::NoUpdate);

@@ -6,8 +6,8 @@
 /// The program's table: rows as high as the font and 10 px, whole rows selected, no grid, columns that move and hide.
 ///
 /// Enter or a double click opens, Backspace and Alt+Up go up, letters find the next row that starts with them; Space
-/// stays free for the window. Selection, scroll and focus are left to the model's row moves: nothing here resets them.
-/// Fluid with 100,000 rows as long as the model answers a cell at once.
+/// stays free for the window. Selection, scroll and focus follow the model's row moves: the view never resets them.
+/// Fluid with 100,000 rows as long as the model returns the data of a cell at once.
 class DenseTableView final : public QTableView {
     Q_OBJECT
 
@@ -16,7 +16,7 @@ public:
 
     void setModel(QAbstractItemModel* model) override;
 
-    /// Column whose text the keyboard search compares and that takes the width left over. 0 at first.
+    /// Sets the column that the keyboard search compares, and that takes the remaining width. 0 at first.
     void setNameColumn(int column);
 
     /// The row under the pointer, or -1.

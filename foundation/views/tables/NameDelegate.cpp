@@ -36,7 +36,7 @@ QStyleOptionViewItem RowDelegate::paintGround(
     cell.state.setFlag(QStyle::State_HasFocus, false);
     if (const auto* table = qobject_cast<const DenseTableView*>(option.widget); table != nullptr) {
         cell.state.setFlag(QStyle::State_MouseOver, table->hoveredRow() == index.row());
-        // Selection looks idle as soon as keys go elsewhere.
+        // The selection looks inactive as soon as another widget has the keyboard.
         cell.state.setFlag(QStyle::State_Active, table->hasFocus() && table->isActiveWindow());
     }
     const QStyle* style = option.widget != nullptr ? option.widget->style() : QApplication::style();

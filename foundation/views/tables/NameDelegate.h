@@ -2,7 +2,8 @@
 
 #include <QStyledItemDelegate>
 
-/// What the cells of a `DenseTableView` share: ground of selection and hover over the whole row, colours, alignment.
+/// The base of the cells of a `DenseTableView`: background of selection and hover over the whole row, colours,
+/// alignment.
 class RowDelegate : public QStyledItemDelegate {
     Q_OBJECT
 
@@ -12,14 +13,15 @@ public:
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
 
 protected:
-    /// Paints the ground and returns the state the cell is drawn in.
+    /// Paints the background and returns the state the cell is drawn in.
     QStyleOptionViewItem paintGround(
         QPainter& painter, const QStyleOptionViewItem& option, const QModelIndex& index) const;
     static QColor textColor(const QStyleOptionViewItem& option, bool isSecondary);
     static QRect contentRect(const QStyleOptionViewItem& option);
 };
 
-/// Icon and name: the name shortens in its middle and keeps the extension; the tooltip then has the whole.
+/// Draws icon and name. A long name is shortened in its middle and keeps its extension; the tooltip then shows all of
+/// it.
 ///
 /// The icon is the model's `TableRole::symbol`, or else its decoration.
 class NameDelegate final : public RowDelegate {
@@ -36,7 +38,7 @@ private:
     static QRect textRect(const QStyleOptionViewItem& option);
 };
 
-/// Text of lesser weight; numbers by the model's `Qt::TextAlignmentRole` on the right, with figures of one width.
+/// Draws secondary text; numbers, by the model's `Qt::TextAlignmentRole`, on the right with figures of one width.
 class SecondaryTextDelegate final : public RowDelegate {
     Q_OBJECT
 

@@ -6,11 +6,11 @@
 
 namespace {
 
-constexpr int longestExtension = 10;
-/// Runs up to this length fit on any line; longer ones may break after each piece.
-constexpr qsizetype longestWord = 32;
+constexpr int maxExtensionLength = 10;
+/// Runs up to this length fit on any line; longer ones may break after each piece of this length.
+constexpr qsizetype maxWordLength = 32;
 constexpr qsizetype pieceLength = 4;
-constexpr int longestMeasured = 400;
+constexpr int maxMeasuredLength = 400;
 
 bool deceives(QChar character)
 {
@@ -20,13 +20,13 @@ bool deceives(QChar character)
     return code < 0x20 || (code >= 0x7f && code < 0xa0) || turnsDirection || breaksLine;
 }
 
-// A middle that cannot be seen anyway need not be measured: names have up to 1,024 bytes.
+// Names have up to 1,024 bytes; a middle that cannot be visible need not be measured.
 QString clipped(const QString& name)
 {
-    if (name.size() <= longestMeasured) {
+    if (name.size() <= maxMeasuredLength) {
         return name;
     }
-    return name.left(longestMeasured / 2) + QChar(0x2026) + name.right(longestMeasured / 2);
+    return name.left(maxMeasuredLength / 2) + QChar(0x2026) + name.right(maxMeasuredLength / 2);
 }
 
 } // namespace
@@ -48,7 +48,7 @@ QString breakable(const QString& text)
         const auto word = text.mid(begin, end - begin);
         QTextBoundaryFinder letters(QTextBoundaryFinder::Grapheme, word);
         qsizetype piece = 0;
-        for (auto at = letters.toNextBoundary(); word.size() > longestWord && at > 0 && at < word.size();
+        for (auto at = letters.toNextBoundary(); word.size() > maxWordLength && at > 0 && at < word.size();
             at = letters.toNextBoundary()) {
             if (at - piece < pieceLength)
                 continue;
@@ -67,7 +67,7 @@ QString extensionOf(const QString& name)
 {
     const auto dot = name.lastIndexOf(u'.');
     const auto length = name.size() - dot - 1;
-    if (dot <= 0 || length < 1 || length > longestExtension || name.indexOf(u' ', dot) >= 0) {
+    if (dot <= 0 || length < 1 || length > maxExtensionLength || name.indexOf(u' ', dot) >= 0) {
         return {};
     }
     return name.mid(dot);
@@ -75,7 +75,7 @@ QString extensionOf(const QString& name)
 
 QString elidedName(const QString& name, const QFontMetrics& metrics, int width)
 {
-    if (name.size() <= longestMeasured && metrics.horizontalAdvance(name) <= width) {
+    if (name.size() <= maxMeasuredLength && metrics.horizontalAdvance(name) <= width) {
         return name;
     }
     QString middle = metrics.elidedText(clipped(name), Qt::ElideMiddle, width);

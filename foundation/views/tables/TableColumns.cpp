@@ -8,8 +8,8 @@
 
 namespace {
 
-const QString hiddenWord = QStringLiteral("hidden");
-constexpr int widestColumn = 4000;
+const QString hiddenMark = QStringLiteral("hidden");
+constexpr int maxColumnWidth = 4000;
 
 QString columnID(const QHeaderView& header, int section)
 {
@@ -27,7 +27,7 @@ int sectionOf(const QHeaderView& header, const QString& id)
     return -1;
 }
 
-// A hidden section has no size; the one it had comes back with it.
+// A hidden section has no size, but its former size returns when it is shown.
 int widthOf(const QHeaderView& header, int section)
 {
     if (!header.isSectionHidden(section)) {
@@ -50,7 +50,7 @@ QString columnState(const QHeaderView& header)
         const int section = header.logicalIndex(visual);
         QString part = QStringLiteral("%1 %2").arg(columnID(header, section)).arg(widthOf(header, section));
         if (header.isSectionHidden(section)) {
-            part += u' ' + hiddenWord;
+            part += u' ' + hiddenMark;
         }
         parts.append(part);
     }
@@ -67,16 +67,23 @@ void restoreColumnState(QHeaderView& header, const QString& state)
             continue;
         }
         const int width = words.size() > 1 ? words.at(1).toInt() : 0;
-        if (width >= header.minimumSectionSize() && width <= widestColumn) {
+        if (width >= header.minimumSectionSize() && width <= maxColumnWidth) {
             header.setSectionHidden(section, false);
             header.resizeSection(section, width);
         }
-        header.setSectionHidden(section, section != 0 && words.contains(hiddenWord));
+        header.setSectionHidden(section, section != 0 && words.contains(hiddenMark));
         if (header.visualIndex(section) != visual) {
             header.moveSection(header.visualIndex(section), visual);
         }
         ++visual;
     }
+}
+
+QString columnTitle(const QHeaderView& header, int section)
+{
+    const auto* const model = header.model();
+    const QString title = model->headerData(section, Qt::Horizontal).toString();
+    return title.isEmpty() ? model->headerData(section, Qt::Horizontal, Qt::AccessibleTextRole).toString() : title;
 }
 
 QMenu* makeColumnsMenu(QHeaderView& header)
@@ -85,8 +92,7 @@ QMenu* makeColumnsMenu(QHeaderView& header)
     menu->setAttribute(Qt::WA_DeleteOnClose);
     for (int visual = 0; visual < header.count(); ++visual) {
         const int section = header.logicalIndex(visual);
-        const QString title = header.model()->headerData(section, Qt::Horizontal).toString();
-        QAction* action = menu->addAction(title);
+        QAction* action = menu->addAction(columnTitle(header, section));
         action->setCheckable(true);
         action->setChecked(!header.isSectionHidden(section));
         action->setEnabled(section != 0);

@@ -6,13 +6,13 @@ class QHeaderView;
 class QMenu;
 class QString;
 
-/// Roles that tables of this program share.
+/// Roles shared by the tables of this program.
 struct TableRole {
-    /// Of a horizontal header: the column's lasting name, a string, under which its state is kept.
+    /// Of a horizontal header: the permanent name of the column, a string, under which its state is kept.
     static constexpr int columnID = Qt::UserRole + 900;
     /// Of an index: its `Symbol` as an int; cheaper than a decoration.
     static constexpr int symbol = Qt::UserRole + 901;
-    /// Of an index: true when the row steps back (hidden, unfinished) and is drawn in the secondary colour.
+    /// Of an index: true when it is drawn in the secondary colour, as for a hidden or unfinished file.
     static constexpr int isDimmed = Qt::UserRole + 902;
 };
 
@@ -24,5 +24,8 @@ QString columnState(const QHeaderView& header);
 /// column is never hidden.
 void restoreColumnState(QHeaderView& header, const QString& state);
 
-/// The menu that shows and hides columns; the caller opens it, and it deletes itself when closed.
+/// Returns the title of a column; where none is shown, its accessible text.
+QString columnTitle(const QHeaderView& header, int section);
+
+/// Makes the menu that shows and hides columns; the caller opens it, and it deletes itself when closed.
 QMenu* makeColumnsMenu(QHeaderView& header);

@@ -120,7 +120,7 @@ void TableState::logFit(int section)
     const auto last = table_.indexAt({0, table_.viewport()->height() - 1});
     const int end = last.isValid() ? last.row() + 1 : total;
     const auto line = QStringLiteral("Fitted the %1 column to %2 points from %3 of %4 rows in %5")
-                          .arg(header_.model()->headerData(section, Qt::Horizontal).toString())
+                          .arg(columnTitle(header_, section))
                           .arg(header_.sectionSize(section))
                           .arg(end - first)
                           .arg(total)

@@ -222,7 +222,7 @@ protected:
 
 } // namespace
 
-TEST_F(KeysViewTest, TheSessionsOwnKeyIsLookedAtButNeverSelected)
+TEST_F(KeysViewTest, TheSessionsOwnKeyCanBeViewedButNeverSelected)
 {
     connectWith(service.masterKey().keyID);
     const auto manager =
@@ -324,7 +324,7 @@ TEST_F(KeysViewTest, ANewKeyGoesFromItsFormToItsSecretToItsRow)
     EXPECT_EQ(view.selectedKeys().front().bucketIDs.size(), 2U);
 }
 
-TEST_F(KeysViewTest, AKeyThatWasMadeTwiceIsNamedWhereItsTwinsSecretIsShown)
+TEST_F(KeysViewTest, ADuplicateKeyIsNamedWhereTheSecretIsShown)
 {
     connectWith(service.masterKey().keyID);
     present();
@@ -365,7 +365,7 @@ TEST_F(KeysViewTest, ARefusedNewKeyKeepsItsForm)
     EXPECT_FALSE(view.findChild<Banner*>()->isVisible()) << "said once";
 }
 
-TEST_F(KeysViewTest, NoNoteOfTheNewKeysFormOverlapsItsFields)
+TEST_F(KeysViewTest, NoNoteOfTheNewKeyFormCoversItsFields)
 {
     connectWith(service.masterKey().keyID);
     view.setBuckets(qtRun((*store.session)->client->listBuckets()));
@@ -394,7 +394,7 @@ TEST_F(KeysViewTest, NoNoteOfTheNewKeysFormOverlapsItsFields)
     EXPECT_LT(bottom, list->parentWidget()->height());
 }
 
-TEST_F(KeysViewTest, RowsOfTheOtherSessionGoBeforeItsOwnCome)
+TEST_F(KeysViewTest, RowsOfAnotherSessionAreRemovedFirst)
 {
     connectWith(service.masterKey().keyID);
     const auto reader = makeKey("reader", {B2Capabilities::readFiles});
@@ -404,7 +404,7 @@ TEST_F(KeysViewTest, RowsOfTheOtherSessionGoBeforeItsOwnCome)
     const QPointer<NewKeyView> form = view.findChild<NewKeyView*>();
     ASSERT_TRUE(form);
 
-    // The store has switched, but the model does not know yet.
+    // The store has switched, and the model does not know yet.
     qtRun(store.connect(*std::ranges::find(*store.keys, reader, &StoredKey::keyID)));
     settle();
     EXPECT_THAT(shown(), IsEmpty());
@@ -416,13 +416,13 @@ TEST_F(KeysViewTest, RowsOfTheOtherSessionGoBeforeItsOwnCome)
     EXPECT_FALSE(view.commands().newItem->isEnabled);
 }
 
-TEST(SecretClipboardTest, TakesBackOnlyWhatIsStillItsOwn)
+TEST(SecretClipboardTest, RemovesOnlyItsOwnSecret)
 {
     auto* const clipboard = QGuiApplication::clipboard();
     SecretClipboard secrets(nullptr, std::chrono::milliseconds(30));
 
     secrets.copy(QStringLiteral("K004secret"));
-    Q_EMIT clipboard->dataChanged(); // As some desktops notify the owner itself, and late.
+    Q_EMIT clipboard->dataChanged(); // Some desktops report the program's own copy, and late.
     EXPECT_TRUE(secrets.isOurs());
     ASSERT_TRUE(spinUntil([&] { return clipboard->text().isEmpty(); }, std::chrono::seconds(2)));
 

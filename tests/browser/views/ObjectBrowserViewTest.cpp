@@ -264,7 +264,7 @@ TEST_F(ObjectBrowserViewTest, TakesDroppedFilesAndFoldersIntoTheFolderUnderThem)
 
     EXPECT_THAT(uploads, ElementsAre("videos/ < one.txt", "videos/ < " + albumName, " < t\xFFwo.txt"));
     EXPECT_THAT(fromQString(child<Banner>().text()), HasSubstr("Couldn't upload \"https://example.com/two\""));
-    // Qt would not find it when it removes the directory.
+    // Qt cannot find such a name when it removes the directory.
     std::filesystem::remove(std::filesystem::path(fromQString(directory.path())) / "t\xFFwo.txt");
 }
 
@@ -291,7 +291,7 @@ TEST_F(ObjectBrowserViewTest, RefusesWhatTheKeyMayNotAndSaysWhy)
     EXPECT_THAT(fromQString(child<EmptyState>().accessibleDescription()), HasSubstr("it lacks listFiles"));
 }
 
-TEST_F(ObjectBrowserViewTest, TellsAFirstFailureInTheMiddleAndALaterOneAbove)
+TEST_F(ObjectBrowserViewTest, ShowsAFirstFailureInTheMiddleAndALaterOneAbove)
 {
     service->refuseOnce(400, "bad_request", "Not now");
     open();
@@ -309,7 +309,7 @@ TEST_F(ObjectBrowserViewTest, TellsAFirstFailureInTheMiddleAndALaterOneAbove)
     EXPECT_EQ(view.table().model()->rowCount(), 4);
 }
 
-TEST_F(ObjectBrowserViewTest, TellsThatAnEmptyFolderMayHoldHiddenVersions)
+TEST_F(ObjectBrowserViewTest, SaysThatAnEmptyFolderMayHaveHiddenVersions)
 {
     service->add("bucket-1", "gone/x.txt");
     service->add("bucket-1", "gone/x.txt", "hide");

@@ -22,7 +22,7 @@ protected:
     TemporaryDirectory directory;
     Settings settings{std::filesystem::path()};
 
-    /// The messages a program started now would show.
+    /// Returns the messages that a new run of the program would show.
     std::vector<std::string> persisted()
     {
         ActivityLog log(settings, directory.path());
@@ -47,7 +47,7 @@ B2LogEvent event(std::string message, B2LogLevel level = B2LogLevel::info)
 TEST_F(ActivityLogTest, KeepsTheLastFiveThousandEntries)
 {
     ActivityLog log(settings, directory.path());
-    // What a table would know from the signals alone.
+    // A table's rows, by the signals alone.
     std::deque<std::string> mirror;
     QObject::connect(&log, &ActivityLog::appended, [&](int count) {
         for (auto i = log.entries().size() - static_cast<std::size_t>(count); i < log.entries().size(); ++i)
@@ -67,7 +67,7 @@ TEST_F(ActivityLogTest, KeepsTheLastFiveThousandEntries)
     EXPECT_EQ(persisted(), messagesOf(log));
 }
 
-TEST_F(ActivityLogTest, DiscardsWhatIsBelowTheMinimumForGood)
+TEST_F(ActivityLogTest, DiscardsEventsBelowTheMinimumForGood)
 {
     ActivityLog log(settings, directory.path());
     ActivityLogSink sink(log);
@@ -93,7 +93,7 @@ TEST_F(ActivityLogTest, IgnoresAStoredLevelThatIsNone)
     EXPECT_EQ(ActivityLog(settings, directory.path()).minimumLevel(), B2LogLevel::info);
 }
 
-TEST_F(ActivityLogTest, PutsEarlierRunsBeforeThisOneWithoutDoubles)
+TEST_F(ActivityLogTest, PutsEarlierRunsBeforeThisOneWithoutDuplicates)
 {
     {
         ActivityLog earlier(settings, directory.path());
@@ -148,7 +148,7 @@ TEST_F(ActivityLogTest, IsEmptyInMemoryAndOnDiskOnceCleared)
     EXPECT_THAT(persisted(), ElementsAre("after"));
 }
 
-TEST_F(ActivityLogTest, TakesAFloodFromOtherThreadsInOrderWithoutHoldingUpTheLoop)
+TEST_F(ActivityLogTest, TakesAFloodFromOtherThreadsInOrderWithoutBlockingTheLoop)
 {
     constexpr int linesPerThread = 20'000;
     ActivityLog log(settings, directory.path());
@@ -190,14 +190,14 @@ TEST_F(ActivityLogTest, TakesAFloodFromOtherThreadsInOrderWithoutHoldingUpTheLoo
     }
     EXPECT_TRUE(isInOrder);
     EXPECT_EQ(log.entries().size(), 5'000U);
-    EXPECT_LT(longestTurn, 250ms); // Some milliseconds, but for a busy machine and sanitizers.
+    EXPECT_LT(longestTurn, 250ms); // Usually some milliseconds; more on a busy machine and under sanitizers.
 
     EXPECT_TRUE(log.flush(20s));
     const auto onDisk = persisted();
     EXPECT_TRUE(std::ranges::equal(onDisk, messagesOf(log)));
 }
 
-TEST_F(ActivityLogTest, DropsWhatASinkBringsAfterItsEnd)
+TEST_F(ActivityLogTest, DropsEventsThatArriveAfterItsEnd)
 {
     auto log = std::make_unique<ActivityLog>(settings, directory.path());
     ActivityLogSink sink(*log);
@@ -211,7 +211,7 @@ TEST_F(ActivityLogTest, DropsWhatASinkBringsAfterItsEnd)
     EXPECT_THAT(persisted(), ElementsAre("in time"));
 }
 
-TEST(LogBacklogTest, GivesUpDebugLinesFirstAndCountsWhatWent)
+TEST(LogBacklogTest, DropsDebugLinesFirstAndCountsThem)
 {
     LogBacklog<B2LogEvent> backlog;
     for (std::size_t i = 0; i < backlog.capacity; ++i)

@@ -54,7 +54,7 @@ TEST(LogEntryTest, IsOneLineOfJSONWithItsDateFrom2001)
     EXPECT_EQ(encodeLogLine(entry("x", "")).find("detail"), std::string::npos);
 }
 
-TEST(LogEntryTest, DecodesNothingFromADamagedLine)
+TEST(LogEntryTest, IsNotDecodedFromADamagedLine)
 {
     const auto line = encodeLogLine(entry("m"));
     EXPECT_TRUE(decodeLogLine(line));
@@ -109,7 +109,7 @@ TEST_F(LogFileTest, RotatesAboveFiveMillionBytesAndNotAtThem)
     EXPECT_THAT(read(2), ElementsAre("second", "third"));
 }
 
-TEST_F(LogFileTest, GoesOnInTheLargeFileWhenItCannotRotate)
+TEST_F(LogFileTest, KeepsWritingToTheLargeFileWhenItCannotRotate)
 {
     std::filesystem::create_directories(previous / "locked");
     writeFile(current, std::string(5'000'001, '\n'));
@@ -129,7 +129,7 @@ TEST_F(LogFileTest, LosesOnlyTheDamagedLine)
     EXPECT_THAT(read(), ElementsAre("one", "two", "three"));
 }
 
-TEST_F(LogFileTest, LeavesNoHalfLineOnAFullDisk)
+TEST_F(LogFileTest, LeavesNoIncompleteLineOnAFullDisk)
 {
     append({entry("one")});
     const auto size = std::filesystem::file_size(current);
@@ -148,7 +148,7 @@ TEST_F(LogFileTest, LeavesNoHalfLineOnAFullDisk)
     EXPECT_THAT(read(), ElementsAre("one", "two", "four"));
 }
 
-TEST_F(LogFileTest, SurvivesPlacesWhereNothingCanBeWritten)
+TEST_F(LogFileTest, SurvivesDirectoriesItCannotWriteTo)
 {
     writeFile(directory / "file", "");
     LogFile nowhere(directory / "file" / "Logs");

@@ -30,7 +30,7 @@ std::array<NamedPalette, 5> palettes()
         {"black", made(0xff000000, 0xff000000, 0xffffffff, 0xff303030)}}};
 }
 
-TEST(ColorRolesTest, TextReadsOnEveryGroundItStandsOn)
+TEST(ColorRolesTest, TextIsReadableOnEveryBackground)
 {
     for (const auto& [name, palette] : palettes()) {
         SCOPED_TRACE(name);
@@ -48,7 +48,7 @@ TEST(ColorRolesTest, TextReadsOnEveryGroundItStandsOn)
     }
 }
 
-TEST(ColorRolesTest, TheProgramsOwnPalettesReadEverywhere)
+TEST(ColorRolesTest, TheProgramsOwnPalettesAreReadableEverywhere)
 {
     for (const QPalette& palette : {Theme::lightPalette(), Theme::darkPalette()}) {
         SCOPED_TRACE(isDark(palette) ? "dark" : "light");
@@ -64,7 +64,7 @@ TEST(ColorRolesTest, TheProgramsOwnPalettesReadEverywhere)
     }
 }
 
-TEST(ColorRolesTest, SecondaryTextStaysAtSixtyPerCentWhereThatReads)
+TEST(ColorRolesTest, SecondaryTextStaysAtSixtyPerCentWhereThatIsReadable)
 {
     const QPalette palette = Theme::lightPalette();
 

@@ -17,7 +17,7 @@
 
 namespace {
 
-/// Rows of name and size, with the lasting names of the columns.
+/// Rows with name and size, and the permanent names of the columns.
 class FilesModel final : public QAbstractTableModel {
 public:
     explicit FilesModel(QStringList names)
@@ -201,7 +201,7 @@ TEST_F(DenseTableViewTest, TheHeadersMenuHidesAndShowsAllButTheFirstColumn)
     delete menu;
 }
 
-TEST_F(DenseTableViewTest, TheNameTakesTheWidthThatIsLeft)
+TEST_F(DenseTableViewTest, TheNameTakesTheRemainingWidth)
 {
     EXPECT_EQ(view.horizontalHeader()->length(), view.viewport()->width());
     view.resize(760, 300);
@@ -227,7 +227,7 @@ TEST_F(DenseTableViewTest, SelectionAndScrollSurviveNewRows)
     EXPECT_EQ(view.verticalScrollBar()->value(), 1234);
 }
 
-TEST_F(DenseTableViewTest, TheFocusIsSeenWhetherTheRowIsSelectedOrNot)
+TEST_F(DenseTableViewTest, TheFocusIsVisibleWhetherTheRowIsSelectedOrNot)
 {
     const QColor ring = accent(view.palette());
     view.selectionModel()->clearSelection();
@@ -275,7 +275,7 @@ TEST_F(DenseTableViewTest, AHundredThousandRowsPaintWithinAFrame)
         view.viewport()->grab();
     }
 
-    // Far above what it takes, far below what is felt: also true under a sanitizer.
+    // Far more than it takes and far less than anyone notices, even under a sanitizer.
     EXPECT_LT(time.elapsed() / frames, 50);
     view.setModel(&model);
 }

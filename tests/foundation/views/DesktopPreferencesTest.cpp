@@ -9,7 +9,7 @@
 #include <QProcess>
 #include <QStandardPaths>
 
-/// The desktop's settings as the portal tells them.
+/// Stands in for the settings portal of the desktop.
 class SettingsPortal final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")

@@ -50,7 +50,7 @@ TEST(IconsTest, IsDrawnAtTheScreensOwnResolution)
     EXPECT_EQ(plain.size(), QSize(16, 16));
     EXPECT_EQ(twice.size(), QSize(32, 32));
     EXPECT_EQ(twice.devicePixelRatio(), 2.0);
-    // Not the small drawing made larger.
+    // It is not the small drawing enlarged.
     EXPECT_NE(plain.toImage().scaled(32, 32), twice.toImage());
 }
 
@@ -78,7 +78,7 @@ TEST(IconsTest, FollowsThePaletteAndItsStates)
     EXPECT_GT(lightest(QIcon::Normal), 150);
 }
 
-TEST(IconsTest, TheProgramsIconIsThereWithoutAnyIconTheme)
+TEST(IconsTest, TheProgramsIconExistsWithoutAnyIconTheme)
 {
     const QImage icon = applicationIcon().pixmap(QSize(48, 48), 1.0).toImage();
 
@@ -86,7 +86,7 @@ TEST(IconsTest, TheProgramsIconIsThereWithoutAnyIconTheme)
     EXPECT_GT(inkOf(icon), 48 * 48 / 2);
 }
 
-TEST(IconsTest, AFilesNameTellsItsSymbol)
+TEST(IconsTest, AFilesExtensionDecidesItsSymbol)
 {
     EXPECT_EQ(fileSymbol(u"IMG_1.JPEG"), Symbol::fileImage);
     EXPECT_EQ(fileSymbol(u"backup.tar.zst"), Symbol::fileArchive);

@@ -43,7 +43,7 @@ TEST(NameTextTest, TheLongestNameIsShortenedToo)
     EXPECT_TRUE(shown.endsWith(text(".jpg")));
 }
 
-TEST(NameTextTest, WhatCouldDeceiveIsMadeVisible)
+TEST(NameTextTest, MisleadingCharactersAreMadeVisible)
 {
     // Shown as it is, the first would read "harmless exe.txt".
     EXPECT_EQ(showableName(text("harmless \u202etxt.exe")), text("harmless \ufffdtxt.exe"));
@@ -51,7 +51,7 @@ TEST(NameTextTest, WhatCouldDeceiveIsMadeVisible)
     EXPECT_EQ(showableName(text("صورة العائلة 🏔.png")), text("صورة العائلة 🏔.png"));
 }
 
-TEST(NameTextTest, OnlyAWordTooLongForALineIsMadeToBreakAndNoLetterIsParted)
+TEST(NameTextTest, OnlyAWordTooLongForALineMayBreakAndNeverWithinALetter)
 {
     const QString usual = text("“Office”  has 0044a1b2c3d4e5f0000000007\nand");
     EXPECT_EQ(breakable(usual), usual);
@@ -72,7 +72,7 @@ TEST(NameTextTest, AnExtensionIsShortAndNotTheWholeName)
     EXPECT_EQ(extensionOf(text("ends.")), QString());
 }
 
-TEST(ElidedLabelTest, ShowsWhatFitsAndTellsTheWhole)
+TEST(ElidedLabelTest, ShowsWhatFitsAndHasAllOfItForScreenReaders)
 {
     const QString name = text("a very long name of a picture that was taken in the mountains.jpeg");
     ElidedLabel label(name);

@@ -61,7 +61,7 @@ TEST_F(PathBarTest, FoldsTheMiddleWhenNarrow)
     EXPECT_EQ(navigated.takeFirst().constFirst().toString(), text("photos/"));
 }
 
-TEST_F(PathBarTest, ASoleLongNameShortensInsteadOfLeavingTheBar)
+TEST_F(PathBarTest, ASingleLongNameIsShortenedToFitTheBar)
 {
     bar.setSegments({{QString(63, u'b'), text(""), Symbol::bucketPublic}, {QString(500, u'x'), text("x/"), {}}});
     bar.resize(320, 36);
@@ -90,7 +90,7 @@ TEST_F(PathBarTest, AStepIsReachedByMouseAndKeys)
     EXPECT_EQ(navigated.takeFirst().constFirst().toString(), text("photos/2024/m/"));
 }
 
-TEST_F(PathBarTest, TheFieldGoesWhereOneTypesAndEscapeBringsTheStepsBack)
+TEST_F(PathBarTest, ReturnGoesToTheTypedPathAndEscapeRestoresTheSteps)
 {
     bar.beginEditing();
     auto* field = bar.findChild<QLineEdit*>();

@@ -49,7 +49,7 @@ TEST(LoadingLineTest, ShowsOnlyWhenLoadingTakesLongerThanAFifthOfASecond)
     EXPECT_FALSE(line.isMoving());
 }
 
-TEST(LoadingLineTest, StandsStillWhereNothingMayMove)
+TEST(LoadingLineTest, DoesNotMoveWhereAnimationsAreOff)
 {
     style().setAnimated(false);
     LoadingLine line;
@@ -131,7 +131,7 @@ TEST(BannerTest, ALongNameWrapsAndTheEndOfTheSentenceIsSeen)
     }
 }
 
-TEST(SearchFieldTest, EscapeEmptiesFirstAndLeavesThen)
+TEST(SearchFieldTest, EscapeEmptiesTheFieldAndThenLeavesIt)
 {
     SearchField field(text("Find"));
     present(field);

@@ -74,6 +74,7 @@ TEST_F(ActivityLogWindowTest, SortsByAClickAndKeepsColumnsAndSort)
         return letters;
     };
 
+    EXPECT_EQ(header.sectionSize(LogTableModel::levelColumn), 32);
     click(LogTableModel::messageColumn);
     EXPECT_EQ(shown(rows()), QStringLiteral("abc"));
     EXPECT_EQ(settings.text(SettingsKeys::tableSort("log")), "message:asc");
@@ -98,13 +99,13 @@ TEST_F(ActivityLogWindowTest, CopiesWhatIsShownOldestFirst)
     QTest::mouseClick(button(QStringLiteral("Copy")), Qt::LeftButton);
 
     const QStringList lines = QApplication::clipboard()->text().split(u'\n');
-    ASSERT_EQ(lines.size(), 2) << "a line break in a message must not make a line";
+    ASSERT_EQ(lines.size(), 2) << "a line break in a message must not start another line";
     EXPECT_TRUE(lines[0].endsWith(QStringLiteral("[transfer]  first")));
     EXPECT_TRUE(lines[1].contains(QStringLiteral("second")));
     EXPECT_NE(button(QStringLiteral("Copied")), nullptr);
 }
 
-TEST_F(ActivityLogWindowTest, StaysRightWhileTheLogIsFullAndIsCleared)
+TEST_F(ActivityLogWindowTest, StaysCorrectWhileTheLogIsFullAndIsCleared)
 {
     std::size_t number = 0;
     const auto recordUntil = [&](std::size_t count) {
@@ -136,5 +137,5 @@ TEST_F(ActivityLogWindowTest, RecordsEveryCallOnlyWhenAsked)
     record(B2LogLevel::debug, "noise");
 
     EXPECT_EQ(log.entries().size(), 1U);
-    EXPECT_EQ(rows().rowCount(), 0) << "shown are still entries from Info up";
+    EXPECT_EQ(rows().rowCount(), 0) << "only entries from Info up are shown";
 }

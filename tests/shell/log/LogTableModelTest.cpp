@@ -30,7 +30,7 @@ protected:
     LogFilterModel table{rows};
 };
 
-TEST_F(LogTableModelTest, EntriesThatSortAlikeStandNewestFirst)
+TEST_F(LogTableModelTest, EqualEntriesAreShownNewestFirst)
 {
     record(B2LogLevel::error, "1");
     record(B2LogLevel::info, "2");
