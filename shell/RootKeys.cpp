@@ -2,7 +2,6 @@
 
 #include "B2Kit/wire/B2Text.h"
 #include "accounts/KeyNames.h"
-#include "accounts/KeySheetTexts.h"
 #include "foundation/Texts.h"
 #include "shell/RootModel.h"
 

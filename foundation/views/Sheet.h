@@ -35,8 +35,8 @@ public:
     /// Anything else that takes the sheet's whole width.
     void addWide(QWidget* widget);
 
-    /// Takes away what was added with its whole width, and deletes it.
-    void removeWide(QWidget* widget);
+    /// A widget under the rows, which `setBusy` does not lock. Delete it to take it away.
+    void addUnderRows(QWidget* widget);
 
     /// The button that does it, with a verb ("Create Bucket"), and the default.
     QPushButton* setVerb(const QString& verb);

@@ -195,6 +195,8 @@ Task<> KeySheets::askAboutRevoked(QPointer<KeySheets> self)
         new RunSheet(removeRevokedQuestion(revoked, isAnyShared), makeRevokedKeysRemoval(self->root_.keyStore, revoked),
             {fromQString(tr("Asking Backblaze about each key…")), keyRemovalWords()}, &self->window_);
     sheet->setObjectName(QStringLiteral("removeRevoked"));
+    // A removal that was stopped under way may have taken effect.
+    connect(sheet, &QDialog::rejected, &self->root_, &RootModel::reloadKeys);
     self->open(sheet);
 }
 
