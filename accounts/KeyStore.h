@@ -57,12 +57,12 @@ public:
     /// Why the stored keys could not be read the last time, as a sentence to show.
     Observed<std::optional<std::string>> storeFailure{this};
 
-    /// What the current session could list at the service, by key id; complete or empty.
+    /// The keys that the current session could list at the service, by id; complete or empty.
     Observed<std::map<std::string, B2ApplicationKey>> liveKeys{this};
     /// The account `liveKeys` describes; unset when no complete listing was possible.
     Observed<std::optional<std::string>> liveNamesAccountID{this};
 
-    /// Reads the stored keys anew. A store that cannot be read leaves the list as it was, and the log says so.
+    /// Reads the stored keys again. A store that cannot be read leaves the list as it was, and the log says so.
     Task<> reload();
 
     /// Connects with a stored key; on success it becomes the session.

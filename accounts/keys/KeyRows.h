@@ -59,7 +59,7 @@ struct KeyRow {
     bool canTakeName() const { return stored && !nameMark.empty(); }
 };
 
-/// What rows are made with.
+/// The surroundings that rows are made from.
 struct KeyRowsContext {
     std::vector<StoredKey> stored;
     std::string currentKeyID; ///< Empty without a session.

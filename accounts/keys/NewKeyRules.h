@@ -21,11 +21,11 @@ std::string_view lifetimeLabel(KeyLifetime lifetime);
 /// Nothing for a key that never expires.
 std::optional<int> lifetimeSeconds(KeyLifetime lifetime);
 
-/// What the user has filled in for a new key.
+/// The form of a new key, as filled in by the user.
 struct NewKeyForm {
     std::string name;
     KeyPreset preset = KeyPreset::readOnly;
-    std::set<B2Capability> custom;   ///< What was chosen under `KeyPreset::custom`.
+    std::set<B2Capability> custom;   ///< The choice under `KeyPreset::custom`.
     std::set<std::string> bucketIDs; ///< Empty for every bucket.
     std::string prefix;
     KeyLifetime lifetime = KeyLifetime::never;
@@ -33,7 +33,7 @@ struct NewKeyForm {
     bool operator==(const NewKeyForm&) const = default;
 };
 
-/// What stands in the sheet of a new key, decided from the form alone.
+/// The notes and limits in the sheet of a new key, decided from the form alone.
 struct NewKeyRules {
     /// @param form  as filled in.
     /// @param held  what the key in use may do: a key with full control gets nothing else.
@@ -44,7 +44,7 @@ struct NewKeyRules {
     std::string riskNote;
     std::string reachNote;              ///< How far the key reaches, when that needs saying.
     std::string leftOut;                ///< Which permissions are left out and what is granted, when any are.
-    std::string prefixNote;             ///< What the prefix reaches, when that is not what one would think.
+    std::string prefixNote;             ///< The reach of the prefix, where it may surprise.
     std::optional<std::string> refusal; ///< Why the key cannot be created yet.
     bool asksFirst = false;             ///< A key over several buckets, which most software refuses.
 };

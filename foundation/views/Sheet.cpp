@@ -246,7 +246,7 @@ void Sheet::setBusy(bool busy, const QString& text)
         focusBefore_ = focusWidget();
     rows_->setEnabled(!busy);
     verb_->setEnabled(!busy && isVerbEnabled_);
-    // What is locked loses the focus, and nothing gives it back.
+    // A locked field loses the focus and does not get it back by itself.
     if (!busy && focusBefore_)
         focusBefore_->setFocus(Qt::OtherFocusReason);
     if (!busy)

@@ -47,7 +47,7 @@ public:
     /// A button that destroys ("Delete 3 Versions"): stands apart and is never the default, Cancel is.
     QPushButton* setDestructiveVerb(const QString& verb);
 
-    /// What the button that changes nothing says, where "Cancel" would be unclear.
+    /// Sets the text of the button that changes nothing, where "Cancel" would be unclear.
     void setCancelText(const QString& text);
     /// Moves the focus to the button that changes nothing.
     void focusCancel();
