@@ -28,14 +28,14 @@ public:
         failed,   ///< Every item was tried, and at least one was not done.
     };
 
-    /// What a stop does to an item under way.
+    /// The effect of a stop on an item under way.
     enum class UponStop { cancel, letEnd };
 
     struct Item {
         std::string name;
         /// Does it; called once, on the main executor. May be a coroutine that uses its captures, which live as long.
         ///
-        /// @returns nothing when it was done, else why it was not, as a sentence. What it throws counts as the latter.
+        /// @returns nothing when it was done, else why it was not, as a sentence. A throw means the latter too.
         std::function<Task<std::optional<std::string>>()> work;
         UponStop uponStop = UponStop::cancel;
     };

@@ -24,8 +24,8 @@ class SettingsWriter;
 /// not know are kept as they are.
 ///
 /// Several programs may use one file. A write changes the keys that were changed here and keeps the others as the file
-/// has them; of two changes of one key the last one written stays. What others have written is seen here after the
-/// next own write, told by `changed`.
+/// has them; of two changes of one key the last one written stays. Values written by others appear here after the
+/// next own write, with `changed`.
 ///
 /// A damaged file is set aside as "settings.json.damaged-1" (or the next free number) and the store starts empty; a
 /// file that cannot be read or set aside stays untouched, and changes then last until the end of the process.
@@ -73,7 +73,7 @@ public:
     /// Every key, sorted.
     std::vector<std::string> keys() const;
 
-    /// The problem with the file at the start, if any, as a sentence to show.
+    /// A problem with the file at the start, as a sentence to show.
     const std::optional<std::string>& loadNotice() const { return loadNotice_; }
 
     /// Writes what is not written yet, and again what could not be, and waits at most `limit`; for the end of the

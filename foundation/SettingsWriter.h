@@ -30,7 +30,7 @@ public:
     struct News {
         std::uint64_t written = 0;          ///< Changes up to this number are in the file.
         std::optional<QJsonObject> values;  ///< The content of the file after the last write.
-        std::vector<std::string> sentences; ///< What went wrong with the file, to be shown.
+        std::vector<std::string> sentences; ///< Problems with the file, to be shown.
     };
 
     /// @param haveNews  called from another thread when `takeNews` has something new.

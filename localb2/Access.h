@@ -9,7 +9,7 @@
 
 namespace localb2 {
 
-/// Who asks, by the key behind the token. Every `need…` throws `unauthorized`.
+/// The caller, known by the key behind its token. Every `need…` throws `unauthorized`.
 class Caller {
 public:
     explicit Caller(Key key)
@@ -33,17 +33,17 @@ private:
     Key key_;
 };
 
-/// The key behind a token of this kind, if both are still good.
+/// Returns the key behind a token of this kind, if both are still valid.
 ///
 /// @throws Failure 401.
 Caller callerOf(Core& core, std::string_view tokenText, Token::Kind kind);
 
-/// The token of the `Authorization` header.
+/// Returns the token of the `Authorization` header.
 ///
 /// @throws Failure 401 when there is none.
 std::string_view tokenOf(const Request& request);
 
-/// A bucket of the caller's account, and within the key's buckets.
+/// Returns a bucket of the caller's account that is within the key's buckets.
 Bucket bucketFor(Core& core, const Caller& caller, std::string_view bucketID);
 
 struct Located {
@@ -51,7 +51,7 @@ struct Located {
     FileVersion version;
 };
 
-/// The version with this id in the caller's account; nothing when there is none.
+/// Returns the version with this id in the caller's account; nothing when there is none.
 ///
 /// @throws Failure `bad_request` for a malformed id, 401 for one outside the key's buckets or prefix.
 std::optional<Located> versionByID(Core& core, const Caller& caller, std::string_view fileID);

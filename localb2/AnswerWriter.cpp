@@ -50,7 +50,7 @@ std::string_view reasonOf(int status)
     }
 }
 
-/// A value can never end its header line, whatever it holds.
+/// Makes a value that can never end its header line, whatever its content.
 void appendHeader(std::string& out, std::string_view name, std::string_view value)
 {
     out += name;
@@ -114,7 +114,7 @@ void writeSlices(Wire& wire, const std::vector<Slice>& slices)
     }
 }
 
-/// Writes a body piece by piece, doing to it what faults say.
+/// Writes a body piece by piece and applies the faults to it.
 class FaultyBody {
 public:
     FaultyBody(Wire& wire, const FaultPlan& plan, Core& core, Sent& sent)
@@ -149,7 +149,7 @@ public:
     }
 
 private:
-    /// What happens at the byte that comes next.
+    /// Applies what happens at the next byte.
     void strike()
     {
         if (stall_ && sent_.bytes >= stall_->at) {
@@ -164,7 +164,7 @@ private:
             sent_.endsConnection = true;
     }
 
-    /// Pieces end where something happens, and last a tenth of a second when trickled.
+    /// Returns the size of the next piece: up to the next fault, or a tenth of a second when trickled.
     std::size_t nextPiece(std::size_t limit) const
     {
         auto size = static_cast<std::int64_t>(limit);

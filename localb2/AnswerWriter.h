@@ -5,13 +5,13 @@
 
 namespace localb2 {
 
-/// How an answer went out.
+/// The outcome of sending an answer.
 struct Sent {
-    std::int64_t bytes = 0;      ///< Of the body.
+    std::int64_t bytes = 0;      ///< Sent of the body.
     bool endsConnection = false; ///< Nothing more may be sent on it.
 };
 
-/// Writes the answer, with what the plan does to it.
+/// Writes the answer and applies the faults of the plan to it.
 Sent writeAnswer(Wire& wire, Answer answer, const FaultPlan& plan, Core& core);
 
 } // namespace localb2

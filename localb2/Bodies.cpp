@@ -14,7 +14,7 @@ namespace localb2 {
 
 namespace {
 
-// Up to this size a body is a value in the database: making a file costs more than writing one of these.
+// Up to this size a body is a value in the database: creating a file would cost more.
 constexpr std::size_t smallBody = 65536;
 
 } // namespace

@@ -18,7 +18,7 @@ class Database;
 
 /// Takes a body as it arrives: small ones stay in memory, longer ones go to a file. Hashes on the way.
 ///
-/// What is not stored in the end leaves no file.
+/// A body that is not stored leaves no file.
 class BodyWriter {
 public:
     explicit BodyWriter(Bodies& bodies);
@@ -29,7 +29,7 @@ public:
     /// @throws Failure when the disk refuses.
     void add(std::span<const char> bytes);
 
-    /// Ends the body and tells its hashes. Call once, before storing.
+    /// Ends the body and returns its hashes. Call once, before storing.
     const Digests::Hex& finish();
 
     std::int64_t length() const { return length_; }
@@ -62,7 +62,7 @@ public:
     std::int64_t store(std::string_view bytes);
 
     void addUser(std::int64_t body);
-    /// Without its last user a body goes, once the transaction is committed.
+    /// A body without users is deleted once the transaction is committed.
     void removeUser(std::int64_t body);
     void committed();
     void rolledBack();

@@ -24,7 +24,7 @@ void needForField(const Call& call, std::string_view field, Capability capabilit
         call.caller.need(capability);
 }
 
-/// `writeBuckets`, or for an update the narrow capability of each field it sends.
+/// Requires `writeBuckets`, or for an update the narrow capability of each field that is sent.
 void needForUpdate(const Call& call)
 {
     needForField(call, "fileLockEnabled", Capability::writeBucketRetentions);

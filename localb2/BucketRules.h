@@ -7,12 +7,12 @@
 
 namespace localb2 {
 
-// Each refuses what a bucket may not hold, with `invalid_bucket_name` or `bad_request`.
+// Each refuses values that a bucket may not have, with `invalid_bucket_name` or `bad_request`.
 
 void checkBucketName(std::string_view name);
 void checkBucketType(std::string_view type);
 
-// And gives back the JSON to keep: just what was sent.
+// These also return the JSON to store, exactly as sent.
 
 std::string checkedBucketInfo(const Fields& fields);
 std::string checkedLifecycleRules(const Fields& fields);

@@ -18,7 +18,7 @@ public:
     {
     }
 
-    /// Gives the bucket its row.
+    /// Inserts the bucket's row.
     void insert(Bucket& bucket);
     /// Writes everything but id, account and name.
     void update(const Bucket& bucket);
@@ -26,9 +26,9 @@ public:
 
     std::optional<Bucket> byID(std::string_view id) const;
     std::optional<Bucket> byRow(std::int64_t row) const;
-    /// Of any account; ignores case.
+    /// Finds a bucket of any account; ignores case.
     std::optional<Bucket> byName(std::string_view name) const;
-    /// By name.
+    /// Lists the buckets by name.
     std::vector<Bucket> ofAccount(std::string_view accountID) const;
 
 private:

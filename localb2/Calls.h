@@ -15,11 +15,11 @@ struct Call {
     Caller caller;
     Fields fields;
 
-    /// Refuses another account's id.
+    /// Refuses the id of another account.
     void needOwnAccount() const;
 };
 
-// Each answers with the JSON of its result.
+// Each returns the JSON of its result.
 
 std::string createBucket(Call& call);
 std::string updateBucket(Call& call);
@@ -49,7 +49,7 @@ std::string cancelLargeFile(Call& call);
 std::string listParts(Call& call);
 std::string listUnfinishedLargeFiles(Call& call);
 
-// The others take and leave the lock themselves, for they move bodies.
+// The others take and release the lock themselves, because they move bodies.
 
 Answer authorizeAccount(Core& core, const Request& request, int apiVersion);
 Answer uploadFile(Core& core, const Request& request, std::string_view bucketID, int apiVersion);
@@ -59,11 +59,11 @@ Answer copyPart(Core& core, const Request& request);
 Answer downloadByName(Core& core, const Request& request, std::string_view bucketName, std::string_view fileName);
 Answer downloadByID(Core& core, const Request& request);
 
-// What parts and copies of parts share.
+// Shared by parts and copies of parts.
 
-/// The large file being uploaded. @throws Failure `bad_request` when the id is none.
+/// Returns the large file being uploaded. @throws Failure `bad_request` when there is none with the id.
 Located activeUpload(Core& core, const Caller& caller, std::string_view fileID);
-/// Takes the place of an earlier part of the number; part of a `Change`.
+/// Replaces an earlier part with the same number; part of a `Change`.
 void storePart(Core& core, const Part& part);
 int partNumberOf(std::optional<std::int64_t> number);
 

@@ -8,7 +8,7 @@
 
 namespace localb2 {
 
-/// What a key may do. The order is that of `capabilityNames`.
+/// The rights of a key, in the order of `capabilityNames`.
 enum class Capability {
     listKeys,
     writeKeys,
@@ -55,7 +55,7 @@ class Capabilities {
 public:
     static Capabilities all();
 
-    /// Nothing for an unknown name.
+    /// Returns nothing for an unknown name.
     static std::optional<Capability> named(std::string_view name);
     /// Comma-separated, as the database keeps them.
     static Capabilities parsed(std::string_view names);

@@ -12,7 +12,7 @@ namespace localb2 {
 
 namespace {
 
-/// Bytes of a refused upload that are still read, so that the client gets to see the refusal.
+/// Bytes of a refused upload that are still read, so that the client receives the refusal.
 constexpr std::uint64_t drainLimit = 268'435'456;
 
 Answer answerOf(const Fault& fault)
@@ -60,7 +60,7 @@ Answer performed(Core& core, const Request& request, const Route& route)
     }
 }
 
-/// The headers that tests ask about. None of them is a secret.
+/// The headers that tests ask about. None of them holds a secret.
 std::string tellingHeaders(const Request& request)
 {
     static constexpr std::string_view shown[] = {"Range", "Content-Type", "User-Agent", "X-Bz-File-Name",
@@ -92,7 +92,7 @@ public:
     {
     }
 
-    /// False when the connection is over.
+    /// Returns false when the connection has ended.
     bool run()
     {
         const auto request = reader_.readHead();
@@ -141,7 +141,7 @@ private:
             return false;
         }
         entry_.status = answer.status;
-        // Noted first: whoever has the answer finds it in the history.
+        // Recorded first, so that a client which has the answer finds it in the history.
         note(answer.isBodyLeftOut ? 0 : answer.length());
         const auto sent = writeAnswer(wire_, std::move(answer), plan_, core_);
         if (number_ > 0)
@@ -155,7 +155,7 @@ private:
         const auto* const cap = plan_.first(Fault::Kind::capReached);
         if (!refusal && !cap)
             return performed(core_, request_, route_);
-        // As the service does, an upload URL is spent by a refusal of this kind.
+        // A refusal of this kind uses up the upload URL, as at the real service.
         if (refusal && route_.isUpload() && refusal->status != 400 && refusal->status != 403) {
             const std::scoped_lock lock(core_.mutex);
             if (const auto* const token = request_.header("Authorization"))
@@ -194,7 +194,7 @@ private:
     Route route_;
     FaultPlan plan_;
     JournalEntry entry_;
-    std::int64_t number_ = 0; ///< Of the entry, once it is noted.
+    std::int64_t number_ = 0; ///< Number of the entry, once it is recorded.
     std::chrono::steady_clock::time_point begin_;
 };
 
@@ -209,7 +209,7 @@ void serveConnection(Wire& wire, Core& core)
     } catch (const Disconnected&) {
         return;
     } catch (const Failure& failure) {
-        // A head that is no HTTP request leaves nothing to go on with.
+        // After a head that is not an HTTP request, nothing more can be read.
         try {
             auto answer = answerTo(failure);
             answer.endsConnection = true;

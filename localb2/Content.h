@@ -6,10 +6,10 @@
 
 namespace localb2 {
 
-/// Where bytes [offset, offset + length) of a version lie. Needs the core's lock.
+/// Locates bytes [offset, offset + length) of a version. Needs the core's lock.
 std::vector<Slice> slicesOf(Core& core, const FileVersion& version, std::int64_t offset, std::int64_t length);
 
-/// Erases a version with its parts and whatever bodies no one else uses; part of a `Change`.
+/// Erases a version with its parts and the bodies that nothing else uses; part of a `Change`.
 void eraseWithContent(Core& core, const FileVersion& version);
 
 } // namespace localb2

@@ -24,7 +24,7 @@ std::string faults(Core& core, const Request& request)
     return core.faults.json();
 }
 
-/// The same as DELETE, for clients that know GET and POST only.
+/// Does the same as DELETE, for clients that only know GET and POST.
 std::string clearFaults(Core& core, const Request&)
 {
     core.faults.clear();
@@ -168,7 +168,7 @@ std::string keys(Core& core, const Request&)
     return out += "]}";
 }
 
-/// A page in a browser can reach a loopback port too, but not without telling so.
+/// A page in a browser can reach a loopback port too, but its request says so.
 void refuseWebPages(const Request& request)
 {
     const auto* const host = request.header("Host");

@@ -6,8 +6,8 @@
 
 namespace localb2 {
 
-/// Answers under `/_local/`: faults, clock, history and what else a test steers. Needs no token, and is refused to
-/// web pages.
+/// Answers requests under `/_local/`: faults, clock, history and whatever else a test controls. Needs no token, and
+/// refuses web pages.
 Answer serveControl(Core& core, const Request& request, std::string_view path);
 
 } // namespace localb2

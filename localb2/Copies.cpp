@@ -18,7 +18,7 @@ struct Range {
     bool isWhole = true;
 };
 
-/// What is copied, and where the client may read it.
+/// The source of a copy, which the client may read.
 struct Source {
     Located located;
     Range range;
@@ -63,7 +63,7 @@ Source sourceOf(Core& core, const Caller& caller, const Fields& fields)
     return {std::move(*located), range};
 }
 
-/// Copies bytes into a body of their own. Takes no lock.
+/// Copies bytes into a separate body. Takes no lock.
 void copyBytes(std::vector<Slice> slices, Core& core, BodyWriter& writer)
 {
     SliceReader reader(std::move(slices));

@@ -25,7 +25,7 @@ std::filesystem::path prepared(const std::filesystem::path& directory)
     return file;
 }
 
-// Runs between the opening of the database and the first table that reads it.
+// Runs after the database is opened and before the first table reads it.
 Database& withTables(Database& database)
 {
     createTables(database);

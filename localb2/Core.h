@@ -17,21 +17,21 @@
 
 namespace localb2 {
 
-/// What can be switched while the service runs.
+/// Options that can be changed while the service runs.
 struct Settings {
     std::atomic<std::int64_t> latencyMilliseconds = 0;
     std::atomic<std::int64_t> clockOffset = 0; ///< Milliseconds added to the system's clock.
     bool areKeysJoined = false;                ///< v4 key calls serve every key.
     std::string wrongKeyCode = "unauthorized";
     bool areMarkerHashesNull = false;
-    std::int64_t metadataLimit = 2048; ///< Of an encrypted version, or in a bucket with Object Lock.
+    std::int64_t metadataLimit = 2048; ///< For an encrypted version, or in a bucket with Object Lock.
     double testModeRate = 0.1;         ///< How often a test mode strikes.
 };
 
-/// What the calls work on.
+/// The state that the calls work on.
 ///
-/// Whoever touches database, tables, tokens or settings holds `mutex`. No one holds it while reading or writing a
-/// connection, or while a body is copied.
+/// Hold `mutex` to touch the database, tables, tokens or settings. Never hold it while reading or writing a
+/// connection, or while copying a body.
 struct Core {
     explicit Core(const ServiceOptions& options);
 

@@ -25,7 +25,7 @@ Database::Database(const std::filesystem::path& file)
     }
     try {
         // Exclusive: a second service on the directory fails at once instead of sharing it.
-        // Synchronous off: what is written survives a killed process, though not a power cut.
+        // Synchronous off: data survives a killed process, but not a power cut.
         execute("PRAGMA page_size=8192; PRAGMA locking_mode=EXCLUSIVE; PRAGMA journal_mode=WAL;"
                 "PRAGMA synchronous=OFF; PRAGMA wal_autocheckpoint=4000; PRAGMA journal_size_limit=67108864;"
                 "PRAGMA cache_size=-16384; PRAGMA temp_store=MEMORY; BEGIN IMMEDIATE; COMMIT;");
@@ -120,7 +120,7 @@ void Query::bind(int index, std::int64_t value)
     sqlite3_bind_int64(statement_, index, value);
 }
 
-// The caller's text is copied: it may be a temporary that is gone before the statement runs.
+// The caller's text is copied: it may be a temporary that ends before the statement runs.
 void Query::bind(int index, std::string_view text)
 {
     sqlite3_bind_text64(statement_, index, text.data() ? text.data() : "", text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);

@@ -12,15 +12,15 @@ struct sqlite3_stmt;
 
 namespace localb2 {
 
-/// Text that SQLite compares byte by byte, whatever it holds.
+/// Text that SQLite compares byte by byte, whatever its content.
 struct Bytes {
     std::string_view view;
 };
 
-/// One SQLite connection with its prepared statements. Not thread-safe: its owner has the lock.
+/// One SQLite connection with its prepared statements. Not thread-safe: its owner holds the lock.
 class Database {
 public:
-    /// @throws std::runtime_error when the file is no database of ours, or another process has it.
+    /// @throws std::runtime_error when the file is not a database of this service, or another process is using it.
     explicit Database(const std::filesystem::path& file);
     ~Database();
     Database(const Database&) = delete;
@@ -34,7 +34,7 @@ private:
     void giveBack(const char* sql, sqlite3_stmt* statement);
 
     sqlite3* connection_ = nullptr;
-    // By the address of the literal, so that finding a statement compares pointers only.
+    // Keyed by the address of the literal, so that looking up a statement compares pointers only.
     std::multimap<const char*, sqlite3_stmt*> idle_;
 };
 
@@ -68,7 +68,7 @@ public:
     /// Moves to the next row; false after the last.
     bool next();
 
-    /// Runs a statement that gives no rows.
+    /// Runs a statement that returns no rows.
     void run();
 
     std::int64_t integer(int column) const;

@@ -18,7 +18,7 @@ std::string finishHex(EVP_MD_CTX* context)
     return hexOf(std::span(bytes).first(length));
 }
 
-// Fetched once: looking an algorithm up by name costs more than hashing a small file.
+// Fetched once: looking up an algorithm by name costs more than hashing a small file.
 const EVP_MD* sha1Algorithm()
 {
     static const EVP_MD* const algorithm = EVP_MD_fetch(nullptr, "SHA1", nullptr);

@@ -12,7 +12,7 @@ namespace localb2 {
 
 namespace {
 
-/// A header a client may replace, with where its value comes from otherwise.
+/// A header that a client may override, with the source of its usual value.
 struct Override {
     const char* query;
     const char* header;
@@ -32,7 +32,7 @@ struct Range {
     std::int64_t length = 0;
 };
 
-/// Nothing when the header is no single range, which is then ignored.
+/// Returns nothing when the header is not a single range; it is ignored then.
 std::optional<Range> rangeOf(std::string_view header, std::int64_t size)
 {
     static constexpr std::string_view unit = "bytes=";
@@ -62,7 +62,7 @@ std::optional<Range> rangeOf(std::string_view header, std::int64_t size)
     return Range{*first, end - *first};
 }
 
-/// Someone who may read, perhaps only because the bucket is public.
+/// A caller who may read, perhaps only because the bucket is public.
 struct Reader {
     std::optional<Caller> caller;
     bool hasDownloadToken = false;
@@ -223,7 +223,7 @@ Answer downloadByName(Core& core, const Request& request, std::string_view bucke
     const std::scoped_lock lock(core.mutex);
     auto bucket = core.buckets.byName(bucketName);
     if (!bucket) {
-        // Who may not read learns nothing about which buckets there are.
+        // A caller who may not read learns nothing about which buckets exist.
         const auto token = tokenOfDownload(request);
         if (!token)
             throw Failure(401, "unauthorized", "");

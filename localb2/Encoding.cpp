@@ -279,7 +279,7 @@ CivilFields fieldsOf(std::int64_t milliseconds)
 
 CivilTime civilTime(std::int64_t milliseconds)
 {
-    // By hand: this stands in every row of a listing, where a general formatter would be most of the cost.
+    // By hand: every row of a listing needs it, and a general formatter would be most of the cost.
     const auto fields = fieldsOf(milliseconds);
     const auto put = [](std::string& out, int value, int width) {
         for (int scale = width == 4 ? 1000 : 10; scale > 0; scale /= 10)

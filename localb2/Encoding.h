@@ -8,34 +8,34 @@
 
 namespace localb2 {
 
-/// Decodes `%XX`, and `+` as a space. Nothing when an escape is malformed.
+/// Decodes `%XX`, and `+` as a space. Returns nothing when an escape is malformed.
 std::optional<std::string> percentDecoded(std::string_view text);
 
 /// UTF-8 as header values and URL paths carry it; `/` stays bare.
 std::string percentEncoded(std::string_view text);
 
-/// Nothing when the text is not base64.
+/// Returns nothing when the text is not base64.
 std::optional<std::string> base64Decoded(std::string_view text);
 
 std::string hexOf(std::span<const unsigned char> bytes);
 
-/// True for exactly 40 hex digits of either case.
+/// Returns true for exactly 40 hex digits of either case.
 bool isSHA1(std::string_view text);
 
 std::string lowerCased(std::string_view text);
 bool equalIgnoringCase(std::string_view left, std::string_view right);
 
-/// True for well-formed UTF-8 without overlong forms and surrogates.
+/// Returns true for well-formed UTF-8 without overlong forms and surrogates.
 bool isUTF8(std::string_view text);
 
-/// A whole number without sign or blanks. Nothing on anything else, overflow included.
+/// Reads a whole number without sign or blanks. Returns nothing for anything else, overflow included.
 std::optional<std::int64_t> wholeNumber(std::string_view digits);
 
 /// Random text from the letters and digits, from the system's generator.
 std::string randomText(std::size_t length);
 std::string randomHex(std::size_t digits);
 
-/// Appends the text in quotes, escaping `"`, `\` and what is below U+0020.
+/// Appends the text in quotes, escaping `"`, `\` and characters below U+0020.
 void appendQuoted(std::string& out, std::string_view text);
 
 /// Writes one JSON object into a string: opened by the constructor, closed by the destructor.
@@ -55,9 +55,9 @@ public:
     void number(std::string_view key, std::int64_t value);
     void boolean(std::string_view key, bool value);
     void null(std::string_view key);
-    /// A value that is JSON already.
+    /// Writes a value that is already JSON.
     void raw(std::string_view key, std::string_view json);
-    /// The text, or null when empty.
+    /// Writes the text, or null when it is empty.
     void textOrNull(std::string_view key, std::string_view value);
 
     /// Writes the key; the caller appends the value.

@@ -143,7 +143,7 @@ FaultPlan Faults::match(std::string_view operation, std::string_view path, std::
         const bool isDownload = fault.operation == "download" && operation.starts_with("b2_download_file");
         if (fault.operation != "*" && fault.operation != operation && !isDownload)
             continue;
-        // The path of an upload holds random letters, which may be a word.
+        // The path of an upload holds random letters, which may form a word.
         if (!(fileName.empty() ? path : fileName).contains(fault.nameContains))
             continue;
         if (fault.seen++ < fault.after || (fault.count && fault.hits >= *fault.count))

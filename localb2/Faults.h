@@ -11,7 +11,7 @@
 
 namespace localb2 {
 
-/// One thing that goes wrong, by script. `docs/local-service.md` explains the fields.
+/// One scripted failure. `docs/local-service.md` explains the fields.
 struct Fault {
     enum class Kind {
         status,
@@ -31,7 +31,7 @@ struct Fault {
     Kind kind = Kind::status;
     std::string operation = "*";
     std::int64_t after = 0;            ///< Matching requests let through first.
-    std::optional<std::int64_t> count; ///< Then struck; unset: all.
+    std::optional<std::int64_t> count; ///< Matching requests struck after that; unset: all.
     double probability = 1;
     std::string nameContains; ///< Only requests whose file name holds this text; the path, where none is sent.
 
@@ -44,7 +44,7 @@ struct Fault {
     std::int64_t at = 0; ///< Byte of the body.
     std::int64_t milliseconds = 0;
     std::int64_t bytesPerSecond = 0;
-    bool isInRequest = false;      ///< Stalls and trickles the body that comes in, not the answer.
+    bool isInRequest = false;      ///< Stalls and trickles the request's body, not the answer.
     std::string which = "storage"; ///< The cap reached.
     std::vector<std::pair<std::string, std::optional<std::string>>> headers; ///< Without a value: removed.
 
@@ -62,7 +62,7 @@ public:
 
     bool isEmpty() const { return faults_.empty(); }
     const Fault* first(Fault::Kind kind) const;
-    /// Stall or trickle of the one direction.
+    /// The first stall or trickle in one direction.
     const Fault* first(Fault::Kind kind, bool isInRequest) const;
     const std::vector<Fault>& all() const { return faults_; }
     std::string kinds() const;
@@ -71,7 +71,7 @@ private:
     std::vector<Fault> faults_;
 };
 
-/// The script. From any thread.
+/// The script of faults. Used from any thread.
 class Faults {
 public:
     /// Adds the faults of a JSON list, or of one object.
@@ -81,13 +81,13 @@ public:
     void clear();
     std::string json() const;
 
-    /// Counts the request, and tells what strikes it.
+    /// Counts the request and returns the faults that strike it.
     FaultPlan match(std::string_view operation, std::string_view path, std::string_view fileName);
 
 private:
     mutable std::mutex mutex_;
     std::vector<Fault> faults_;
-    // The same seed every time, so that a script with probabilities can be run again.
+    // The same seed every time, so that a script with probabilities is repeatable.
     std::mt19937 random_{20260305};
 };
 

@@ -13,7 +13,7 @@ struct Request;
 
 /// The fields of a call: those of its JSON body, and those of its query.
 ///
-/// An explicit null is as good as absence. A field of the wrong type is refused with `bad_request`.
+/// An explicit null counts as absent. A field of the wrong type is refused with `bad_request`.
 class Fields {
 public:
     /// @throws Failure `bad_json` when the body is no JSON object.
@@ -23,7 +23,7 @@ public:
     {
     }
 
-    /// @throws Failure when the field is missing, as do all that give no optional.
+    /// @throws Failure when the field is missing, like every getter that does not return an optional.
     std::string text(std::string_view key) const;
     std::optional<std::string> optionalText(std::string_view key) const;
     std::int64_t number(std::string_view key) const;
@@ -34,7 +34,7 @@ public:
     const boost::json::value* find(std::string_view key) const;
     std::optional<Fields> optionalObject(std::string_view key) const;
     const boost::json::array* optionalArray(std::string_view key) const;
-    /// Present, be it as null.
+    /// Is the field present, even as null?
     bool holds(std::string_view key) const { return object_.contains(key); }
 
     const boost::json::object& object() const { return object_; }

@@ -17,7 +17,7 @@ std::string recordOf(Call& call, const Located& located)
     return out;
 }
 
-/// Whether a lock forbids destroying the version, as far as the caller's bypass goes.
+/// Does a lock forbid destroying the version, given the caller's right to bypass it?
 void checkDeletable(Call& call, const FileVersion& version)
 {
     const bool bypasses = call.fields.flag("bypassGovernance", false);

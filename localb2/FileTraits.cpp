@@ -31,7 +31,7 @@ void checkInfoValue(std::string_view name, std::string_view value)
 {
     if (!isUTF8(value))
         throw badRequest("File info value of " + std::string(name) + " is not UTF-8");
-    // These come back as headers of their own, without encoding.
+    // These are returned as separate headers, without encoding.
     const bool isHeader = name.starts_with("b2-");
     if (isHeader && std::ranges::any_of(value, [](char c) { return static_cast<unsigned char>(c) < 32 || c == 127; }))
         throw badRequest("Bad value of " + std::string(name));

@@ -10,7 +10,7 @@
 
 namespace localb2 {
 
-/// What a new version is given beside its bytes.
+/// The properties of a new version other than its bytes.
 struct FileTraits {
     std::string name;
     std::string type;
@@ -20,23 +20,23 @@ struct FileTraits {
     std::optional<LegalHold> hold;
 };
 
-/// @throws Failure `bad_request` for a name no file may have.
+/// @throws Failure `bad_request` for a name that no file may have.
 void checkFileName(std::string_view name);
 
-/// From the headers of an upload.
+/// Reads them from the headers of an upload.
 FileTraits traitsOfUpload(const Request& request);
 
-/// A part comes with the customer key its file was started with.
+/// A part must come with the customer key that its file was started with.
 void checkPartEncryption(const Request& request, const Encryption& ofFile);
 
-/// From the JSON of a start or copy; `type` and `info` only if present.
+/// Reads them from the JSON of a start or copy; `type` and `info` only if present.
 FileTraits traitsOfCall(const Fields& fields);
 std::map<std::string, std::string> infoOf(const Fields& fields);
 std::optional<Encryption> encryptionOf(const Fields& fields, std::string_view key);
 Retention retentionOf(const Fields& fields);
 LegalHold legalHoldOf(std::string_view text);
 
-/// Checks limits and rights, applies the bucket's defaults, and makes the version. It has no sequence yet.
+/// Checks limits and rights, applies the bucket's defaults, and makes the version, which has no sequence yet.
 FileVersion versionWith(const Core& core, const Caller& caller, const Bucket& bucket, const FileTraits& traits);
 
 std::map<std::string, std::string> infoOfJSON(std::string_view json);

@@ -30,7 +30,7 @@ struct Failure : std::exception {
     std::string message;
 };
 
-/// The peer went away; there is nobody to answer.
+/// The peer closed the connection; there is nobody to answer.
 struct Disconnected : std::exception {
     const char* what() const noexcept override { return "The connection ended."; }
 };
@@ -52,14 +52,14 @@ struct Request {
     std::map<std::string, std::string> query;
     Headers headers;
     std::optional<std::uint64_t> contentLength;
-    std::string body;             ///< Of a JSON call.
-    BodyReader* upload = nullptr; ///< Of an upload.
+    std::string body;             ///< The body of a JSON call.
+    BodyReader* upload = nullptr; ///< The body of an upload.
 
-    /// Name in any case; null when absent.
+    /// Finds a header by its name in any case; null when absent.
     const std::string* header(std::string_view name) const;
 };
 
-/// A stretch of bytes of an answer: in memory, or in a file.
+/// A range of bytes of an answer: in memory, or in a file.
 struct Slice {
     std::string data;
     std::filesystem::path file;
@@ -72,7 +72,7 @@ struct Answer {
     std::string type = "application/json;charset=UTF-8";
     Headers headers;
     std::string body;
-    /// In place of `body` when not empty.
+    /// Sent in place of `body` when not empty.
     std::vector<Slice> slices;
     bool isBodyLeftOut = false; ///< HEAD.
     bool endsConnection = false;
@@ -84,7 +84,7 @@ struct Answer {
 Answer answerTo(const Failure& failure);
 
 Failure badRequest(std::string message);
-/// A valid token that lacks what the call needs; says nothing more, as the service does.
+/// The refusal of a valid token that lacks a right the call needs. Gives no reason, like the real service.
 Failure unauthorized();
 
 } // namespace localb2

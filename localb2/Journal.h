@@ -22,20 +22,20 @@ struct JournalEntry {
     std::int64_t bytesIn = 0;
     std::int64_t bytesOut = 0;
     std::string fault;   ///< The kinds of the faults that struck, comma-separated.
-    std::string headers; ///< The telling ones, as a JSON object.
+    std::string headers; ///< The relevant ones, as a JSON object.
     std::string body;    ///< JSON body of a call, clipped.
 };
 
-/// The latest requests, and counts of all. From any thread.
+/// The latest requests, and the counts of all. Used from any thread.
 class Journal {
 public:
-    /// Gives the entry its number and tells it.
+    /// Numbers the entry and returns the number.
     std::int64_t add(JournalEntry entry);
-    /// Sets right what was foreseen, once the answer is out.
+    /// Updates the entry once the answer has been sent.
     void settle(std::int64_t number, std::int64_t bytesOut, std::int64_t milliseconds);
     void clear();
 
-    /// Entries after the number, oldest first.
+    /// Returns the entries after the number, oldest first.
     std::string requestsJSON(std::int64_t after = 0) const;
     std::string countsJSON() const;
 

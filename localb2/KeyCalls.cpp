@@ -91,7 +91,7 @@ std::optional<std::vector<std::string>> bucketsOf(const Call& call)
     return ids;
 }
 
-/// Version 4 serves keys of several buckets and the others the rest, unless they are joined.
+/// Version 4 serves keys over several buckets, the other versions the rest, unless they are joined.
 bool isServedBy(const Call& call, const Key& key)
 {
     if (call.apiVersion >= 4)

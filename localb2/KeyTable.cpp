@@ -89,7 +89,7 @@ std::optional<Key> KeyTable::masterKey(std::string_view accountID) const
 void KeyTable::insert(Key& key)
 {
     if (key.id.empty()) {
-        // Counted apart, so that the id of a deleted key never comes back.
+        // Counted separately, so that the id of a deleted key is never used again.
         Query serial(database_,
             "INSERT INTO serials (account, value) VALUES (?, 1) ON CONFLICT DO UPDATE SET value = value + 1 "
             "RETURNING value",

@@ -39,11 +39,11 @@ public:
     std::vector<Account> accounts() const;
     std::optional<Key> masterKey(std::string_view accountID) const;
 
-    /// Gives a key that has none its id and secret.
+    /// Assigns an id and a secret to a key that has none.
     void insert(Key& key);
     void erase(std::string_view id);
     std::optional<Key> byID(std::string_view id) const;
-    /// Without master keys, by id from `startID` on.
+    /// Lists the keys other than master keys, by id from `startID` on.
     std::vector<Key> ofAccount(std::string_view accountID, std::string_view startID) const;
 
 private:

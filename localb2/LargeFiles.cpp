@@ -23,7 +23,7 @@ std::string recordOf(Call& call, const Bucket& bucket, const FileVersion& versio
     return out;
 }
 
-/// Whether the parts can make the file, given the hashes the client has for them.
+/// Checks that the parts make up the file, given the hashes that the client has for them.
 void checkParts(const std::vector<Part>& parts, const std::vector<std::string>& hashes)
 {
     if (hashes.size() < 2)
@@ -129,7 +129,7 @@ Answer uploadPart(Core& core, const Request& request, std::string_view fileID)
         part.sha1 = receive(request, hash, length, writer);
 
         lock.lock();
-        // It may have been finished or cancelled while the body came in.
+        // The file may have been finished or cancelled while the body arrived.
         activeUpload(core, caller, fileID);
         Change change(core);
         part.finished = core.now();

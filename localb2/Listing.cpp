@@ -8,10 +8,10 @@ namespace {
 
 constexpr std::int64_t defaultCount = 100;
 constexpr std::int64_t highestCount = 10000;
-// Behind this many hidden names a page ends short, so that no other call waits for seconds.
+// After this many hidden names a page ends early, so that no other call waits for seconds.
 constexpr std::int64_t highestHiddenCount = 50'000;
 
-/// What both listings are asked.
+/// The parameters of both listings.
 struct ListingRequest {
     Bucket bucket;
     std::string start;
@@ -65,7 +65,7 @@ public:
         appendFolderRecord(out_, folder, style_);
     }
 
-    /// The folder a name folds into; empty when it is a row of its own.
+    /// Returns the folder that a name folds into; empty when it has its own row.
     std::string_view folderOf(std::string_view name) const
     {
         if (listing_.delimiter.empty())

@@ -16,7 +16,7 @@ constexpr std::string_view usage =
     "               [--part-size BYTES] [--without-md5]\n"
     "Serves the B2 native API on a loopback port, and prints its URL with a master key.\n";
 
-/// The words of the command line, taken one by one.
+/// The arguments of the command line, taken one by one.
 class Words {
 public:
     explicit Words(std::span<char*> words)
@@ -49,7 +49,7 @@ private:
     std::span<char*> words_;
 };
 
-/// Nothing when the usage was asked for.
+/// Returns nothing when the usage was asked for.
 std::optional<localb2::ServiceOptions> optionsOf(Words words)
 {
     localb2::ServiceOptions options;

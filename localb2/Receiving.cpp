@@ -116,7 +116,7 @@ UploadTurn::~UploadTurn()
     try {
         core_.tokens.expire(token_);
     } catch (const std::exception&) {
-        // The token then serves again after a restart, which harms nobody.
+        // The token is then valid again after a restart, which does no harm.
     }
 }
 

@@ -7,7 +7,7 @@
 
 namespace localb2 {
 
-/// How an upload's hash is given.
+/// The ways in which an upload's hash is given.
 struct UploadHash {
     enum class Mode { given, atEnd, notVerified, unverified };
     Mode mode = Mode::given;
@@ -17,30 +17,30 @@ struct UploadHash {
 /// @throws Failure `bad_request` when the header is missing or unknown.
 UploadHash hashOfUpload(const Request& request);
 
-/// Bytes of content an upload announces, without a hash at its end.
+/// Returns the length of the content that an upload announces, without a hash at its end.
 std::int64_t lengthOfUpload(const Request& request, const UploadHash& hash);
 
 /// Reads the body into the writer and checks its hash. Takes no lock.
 ///
-/// @return the hash as it is shown later.
+/// @returns the hash as it is shown later.
 std::string receive(const Request& request, const UploadHash& hash, std::int64_t length, BodyWriter& writer);
 
-/// Holds an upload token while its upload runs: it serves one at a time, and is spent by most failures.
+/// Holds an upload token during its upload. A token serves one upload at a time, and most failures use it up.
 class UploadTurn {
 public:
-    /// With the core's lock held, which the body's owner may leave and take meanwhile.
+    /// Call with the core's lock held; the body's owner may release and take it in the meantime.
     ///
-    /// @throws Failure for a token that is no good for this target, or busy.
+    /// @throws Failure for a token that is not valid for this target, or busy.
     UploadTurn(Core& core, std::unique_lock<std::mutex>& lock, const Request& request, Token::Kind kind,
         std::string_view target);
-    /// Leaves with the lock held.
+    /// Call with the lock held.
     ~UploadTurn();
     UploadTurn(const UploadTurn&) = delete;
     UploadTurn& operator=(const UploadTurn&) = delete;
 
     const Caller& caller() const { return *caller_; }
 
-    /// The URL goes on serving; also after a refusal that is the request's own fault.
+    /// Keeps the URL valid; also after a refusal that is the request's own fault.
     void keep() { isKept_ = true; }
 
 private:

@@ -51,7 +51,7 @@ struct FileVersion {
 
     std::int64_t bucket = 0;
     std::string name;
-    std::int64_t sequence = 0; ///< Counts every version of the service in the order they came.
+    std::int64_t sequence = 0; ///< Counts all versions of the service in order of arrival.
     Kind kind = Kind::upload;
     bool isLarge = false; ///< Begun with `b2_start_large_file`.
     Milliseconds time = 0;
@@ -82,7 +82,7 @@ struct Account {
     std::string email;
 };
 
-/// What the bearer of a token may read of what is shown.
+/// The parts of a record that the bearer of a token may read.
 struct ReadRights {
     bool fileRetention = true;
     bool legalHold = true;
@@ -91,21 +91,21 @@ struct ReadRights {
     bool bucketReplication = true;
 };
 
-/// What hides a name. It has no sequence yet.
+/// Makes a version that hides a name. It has no sequence yet.
 FileVersion hideMarker(const Bucket& bucket, std::string_view name, Milliseconds time);
 
-/// The id a version is known by; carries its sequence and time.
+/// Returns the public id of a version, which carries its sequence and time.
 std::string fileIDOf(std::string_view bucketID, const FileVersion& version);
 
-/// The sequence a file id speaks of; nothing when the id is malformed.
+/// Returns the sequence in a file id; nothing when the id is malformed.
 std::optional<std::int64_t> sequenceOf(std::string_view fileID);
 
-/// How a record is written for one API version and caller.
+/// The form of a record for one API version and caller.
 struct RecordStyle {
     std::string_view accountID;
     std::string_view bucketID;
     ReadRights rights;
-    /// The first version names the length `size` as well.
+    /// The first version also names the length `size`.
     bool isFirstVersion = false;
     bool areMarkerHashesNull = false;
 };

@@ -170,7 +170,7 @@ std::string RequestReader::readAll()
 
 bool RequestReader::drain(std::uint64_t limit)
 {
-    // A client that still waits for leave to send has sent nothing.
+    // A client that is still waiting for permission to send has sent nothing.
     if (awaitsContinue_ || remaining_ > limit)
         return remaining_ == 0;
     std::array<char, 65536> buffer;

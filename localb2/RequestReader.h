@@ -9,27 +9,27 @@
 
 namespace localb2 {
 
-/// Reads requests from a connection: the head at once, the body as it is asked for.
+/// Reads requests from a connection: the head at once, the body on demand.
 class RequestReader final : public BodyReader {
 public:
     explicit RequestReader(Wire& wire);
 
-    /// The next request without its body; nothing when the peer has finished.
+    /// Reads the next request without its body; nothing when the peer has finished.
     ///
-    /// @throws Failure 400 when what comes is no request.
+    /// @throws Failure 400 when the input is not a request.
     std::optional<Request> readHead();
 
-    /// Makes the body of the request readable, with what the plan does to it.
+    /// Makes the body of the request readable and applies the faults of the plan to it.
     void beginBody(const Request& request, const FaultPlan& plan, Core& core);
 
     std::size_t read(std::span<char> buffer) override;
 
-    /// The body of a JSON call.
+    /// Reads the body of a JSON call.
     ///
-    /// @throws Failure when it is larger than any of ours.
+    /// @throws Failure when it is larger than any call needs.
     std::string readAll();
 
-    /// Reads and forgets what is left; false when that would be too much.
+    /// Reads and discards the rest; false when that would be too much.
     bool drain(std::uint64_t limit);
 
     std::int64_t bytesRead() const { return bytesRead_; }
@@ -39,7 +39,7 @@ private:
     std::size_t receive(std::span<char> buffer);
 
     Wire& wire_;
-    std::vector<char> input_; ///< What came with a head and is not its.
+    std::vector<char> input_; ///< Bytes that came with a head and belong to what follows it.
     std::size_t first_ = 0;
     std::size_t last_ = 0;
 

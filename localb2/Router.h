@@ -7,12 +7,12 @@
 
 namespace localb2 {
 
-/// What a path asks for.
+/// The meaning of a path.
 struct Route {
     enum class Kind { unknown, call, uploadFile, uploadPart, copy, authorize, downloadByName, downloadByID, control };
 
     Kind kind = Kind::unknown;
-    std::string operation; ///< Name of the call; faults and history go by it.
+    std::string operation; ///< Name of the call, as used by faults and history.
     int apiVersion = 4;
     std::string first;  ///< The bucket or file of an upload, the bucket name of a download.
     std::string second; ///< The file name of a download, the rest of a control path.

@@ -9,7 +9,7 @@ class Database;
 /// @throws std::runtime_error for a database of a newer format.
 void createTables(Database& database);
 
-/// What a mass insertion leaves for the end: indexes that are cheaper built at once.
+/// Builds the indexes that a mass insertion leaves for the end, where they are cheaper.
 void dropVersionIndex(Database& database);
 void createVersionIndex(Database& database);
 

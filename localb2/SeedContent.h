@@ -22,7 +22,7 @@ std::string csvTable(unsigned number, int rows);
 /// A tone that falls; 88,200 bytes a second.
 std::string wavTone(unsigned number, int seconds);
 
-/// Bytes without any order.
+/// Random bytes.
 std::string noise(unsigned number, std::size_t length);
 
 } // namespace localb2

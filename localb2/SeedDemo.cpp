@@ -113,7 +113,7 @@ private:
                 {.name = fmt::format("Letters/{}. letter to the landlord.txt", i),
                     .bytes = plainText(static_cast<unsigned>(i), 3),
                     .time = planter_.daysAgo(500 - 30 * i)});
-        // A text someone keeps working on.
+        // A text that somebody keeps editing.
         for (int draft = 1; draft <= 7; ++draft)
             planter_.addFile(documents_,
                 {.name = "Novel/chapter 01.md",
@@ -180,7 +180,7 @@ private:
 
     void plantBackups()
     {
-        // As old buckets are: without a default encryption.
+        // Like an old bucket: without a default encryption.
         backups_ = planter_.addBucket({.name = "backups",
             .type = "allPrivate",
             .lifecycleRules = R"([{"fileNamePrefix":"laptop/","daysFromUploadingToHiding":180,)"

@@ -11,7 +11,7 @@
 
 namespace localb2 {
 
-/// Puts buckets, files and keys into the database, past every check and at any time. Part of a transaction.
+/// Puts buckets, files and keys into the database, without checks and with any upload time. Part of a transaction.
 class SeedPlanter {
 public:
     SeedPlanter(Core& core, std::string accountID);
@@ -29,7 +29,7 @@ public:
     /// Fills in id and account.
     Bucket addBucket(Bucket bucket);
 
-    /// Equal contents are kept once.
+    /// Equal contents are stored once.
     void addFile(const Bucket& bucket, const File& file);
     void hide(const Bucket& bucket, std::string_view name, Milliseconds time);
 
@@ -39,7 +39,8 @@ public:
     /// Fills in account, id and secret.
     Key addKey(Key key);
 
-    /// So many days ago, at some second of that day; the same for the same arguments and start of the service.
+    /// Returns a time that many days ago, at some second of that day; the same for the same arguments and start of the
+    /// service.
     Milliseconds daysAgo(std::int64_t days, std::int64_t salt = 0) const;
 
 private:

@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::size_t highestLinkCount = 256;
 
-// A write to a connection that is gone shall fail there, and not raise a signal in the program around the service.
+// A write to a closed connection must fail there, and not raise a signal in the program around the service.
 void blockBrokenPipeSignal()
 {
     sigset_t signals;

@@ -22,7 +22,7 @@ struct Service::Parts {
 
     Core core;
     std::unique_ptr<TLSContext> tls;
-    std::unique_ptr<Server> server; ///< Destroyed first, for its threads use the rest.
+    std::unique_ptr<Server> server; ///< Destroyed first, because its threads use the rest.
 };
 
 Service::Service(ServiceOptions options)

@@ -66,7 +66,7 @@ void Tokens::eraseOfKey(std::string_view keyID)
     Query(database_, "DELETE FROM tokens WHERE key = ?", keyID).run();
 }
 
-// An outdated token still answers as expired for some days, then as unknown.
+// An outdated token is reported as expired for some days, then as unknown.
 void Tokens::eraseOutdated(Milliseconds now)
 {
     std::erase_if(

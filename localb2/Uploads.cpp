@@ -50,7 +50,7 @@ Answer uploadFile(Core& core, const Request& request, std::string_view bucketID,
         const auto hashShown = receive(request, hash, length, writer);
 
         lock.lock();
-        // The bucket may have gone while the body came in.
+        // The bucket may have been deleted while the body arrived.
         bucketFor(core, caller, bucketID);
         Change change(core);
         version.length = length;

@@ -54,7 +54,7 @@ Part partOf(const Query& row)
     };
 }
 
-// No UTF-8 text has this byte, so prefix and byte sort behind everything that begins with the prefix.
+// No UTF-8 text has this byte, so the prefix followed by it sorts after everything that begins with the prefix.
 constexpr char beyondUTF8 = '\xff';
 
 } // namespace
@@ -185,7 +185,7 @@ void VersionCursor::seek(std::string_view name, std::optional<std::int64_t> sequ
 
 void VersionCursor::skipName(std::string_view name)
 {
-    // A step costs a tenth of a seek, so a few versions are walked over and many are leapt.
+    // A step costs a tenth of a seek, so a few versions are stepped over and many are skipped by a seek.
     for (int i = 0; i < 8; ++i) {
         advance();
         if (isAtEnd_ || this->name() != name)

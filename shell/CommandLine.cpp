@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Switches the terminal's echo off for as long as it lives.
+/// Switches the terminal's echo off for its lifetime.
 class SilentTerminal {
 public:
     SilentTerminal()
@@ -121,7 +121,7 @@ std::optional<std::string> readApplicationKey(const std::string& keyID)
 {
     if (char* const value = std::getenv(applicationKeyVariable)) {
         std::string secret = value;
-        // Overwritten where the process's own memory shows it, then forgotten.
+        // Overwritten in the environment block, where other programs could read it, then removed.
         explicit_bzero(value, std::strlen(value));
         unsetenv(applicationKeyVariable);
         if (!secret.empty())

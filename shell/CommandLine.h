@@ -27,13 +27,13 @@ struct CommandLine {
 
 /// Reads the arguments (without the program's name).
 ///
-/// @returns what is wrong with them, as a sentence, when they make no sense.
+/// @returns what is wrong with them, as a sentence, when they are not valid.
 std::expected<CommandLine, std::string> parseCommandLine(const std::vector<std::string>& arguments);
 
 /// The text printed by `--help`.
 std::string helpText();
 
-/// The variable that may hold the secret of the key given with `--key-id`.
+/// The environment variable that may hold the secret of the key given with `--key-id`.
 inline constexpr const char* applicationKeyVariable = "KESTROVAN_APPLICATION_KEY";
 
 /// Reads the secret for `--key-id` from the environment, where it is removed at once so that no child inherits it, or

@@ -13,13 +13,13 @@ namespace localb2 {
 class Service;
 }
 
-/// A service of its own with a small account, on a fresh directory that goes with it.
+/// A self-contained service with a small account, on a fresh directory that is removed at the end.
 ///
 /// Settings, log, downloads and keys of the demonstration live in that directory or in memory; nothing of the user's
 /// is touched.
 class Demo {
 public:
-    /// Starts the service. Blocks for some tens of milliseconds, before any window shows.
+    /// Starts the service. Blocks for some tens of milliseconds, before any window is shown.
     /// @throws std::runtime_error with a sentence when it cannot be started.
     Demo();
     ~Demo();
@@ -27,13 +27,14 @@ public:
     std::string endpoint() const;
     localb2::Service& service() { return *service_; }
 
-    /// The demonstration's keys: the master keys of two accounts, and the first one's other keys, one of them expired.
+    /// Adds the demonstration's keys: the master keys of two accounts, and the first one's other keys, one of them
+    /// expired.
     void addKeysTo(MemoryKeychain& keychain) const;
 
-    /// The key to begin with, which may do everything.
+    /// The first key to connect with, which may do everything.
     std::string firstKeyID() const;
 
-    /// The secrets of those keys, so that a tour can look for them where they must not be.
+    /// The secrets of those keys, so that a tour can check that they appear nowhere.
     std::vector<std::string> secrets() const;
 
     std::filesystem::path settingsFile() const;
@@ -41,7 +42,7 @@ public:
     std::filesystem::path resumeFile() const;
     std::filesystem::path markDirectory() const;
     std::filesystem::path downloads() const;
-    /// A place for files to upload.
+    /// A directory for files to upload.
     std::filesystem::path scratch() const;
 
 private:

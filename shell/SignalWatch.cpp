@@ -9,7 +9,7 @@
 
 namespace {
 
-// A handler may do nothing but write: the other end wakes the event loop.
+// A signal handler may do little more than write; the other end of the pipe wakes the event loop.
 std::array<int, 2> wakePipe{-1, -1};
 
 void noteSignal(int)

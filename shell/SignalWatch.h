@@ -4,7 +4,7 @@
 
 class QSocketNotifier;
 
-/// Turns SIGINT, SIGTERM and SIGHUP into a Qt signal on the main thread. At most one lives at a time.
+/// Turns SIGINT, SIGTERM and SIGHUP into a Qt signal on the main thread. At most one exists at a time.
 class SignalWatch final : public QObject {
     Q_OBJECT
 

@@ -19,7 +19,7 @@
 
 namespace {
 
-/// A tour needs no display: without one the windows are drawn in memory.
+/// Lets a tour run without a display: the windows are then drawn in memory.
 void chooseDisplay(const CommandLine& commandLine)
 {
     const bool hasDisplay = std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY");

@@ -164,6 +164,8 @@ Task<> KeySheets::askAboutRevoked(QPointer<KeySheets> self)
         new RunSheet(removeRevokedQuestion(revoked, isAnyShared), makeRevokedKeysRemoval(self->keys_.store(), revoked),
             {fromQString(tr("Asking Backblaze about each key…")), keyRemovalWords()}, &self->window_);
     sheet->setObjectName(QStringLiteral("removeRevoked"));
+    // A removal that was stopped under way may have taken effect.
+    connect(sheet, &QDialog::rejected, &self->root_, &RootModel::reloadKeys);
     self->open(sheet);
 }
 

@@ -150,9 +150,9 @@ void Sheet::addWide(QWidget* widget)
     rows_->setVisible(true);
 }
 
-void Sheet::removeWide(QWidget* widget)
+void Sheet::addUnderRows(QWidget* widget)
 {
-    form_->removeRow(widget);
+    column_->insertWidget(column_->indexOf(messageRow_), widget);
 }
 
 // The label is beside the field's own line, not beside the text under it.

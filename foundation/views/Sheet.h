@@ -35,8 +35,8 @@ public:
     /// Adds any other widget, as wide as the sheet.
     void addWide(QWidget* widget);
 
-    /// Removes and deletes a widget that `addWide` has added.
-    void removeWide(QWidget* widget);
+    /// Adds a widget under the rows, which `setBusy` does not lock. Delete it to remove it.
+    void addUnderRows(QWidget* widget);
 
     /// Adds the default button, which acts and is named with a verb ("Create Bucket").
     QPushButton* setVerb(const QString& verb);

@@ -77,7 +77,7 @@ TEST_F(SharedSettingsTest, MergesByKeyAndTheLastWriteOfAKeyWins)
     EXPECT_EQ(Settings(file).keys(), first.keys());
     EXPECT_THAT(readFile(file), HasSubstr("future"));
 
-    // What was written once is not written a second time over a later value.
+    // A value is not written a second time over a later one.
     second.set("both", 3);
     ASSERT_TRUE(second.flush(5s));
     first.set("both", 4);

@@ -13,14 +13,14 @@
 
 namespace localb2::test {
 
-/// An answer, or what of it arrived.
+/// An answer, or the part of it that arrived.
 struct Reply {
     int status = 0;          ///< 0 when no head arrived.
-    bool isComplete = false; ///< The transport is content.
+    bool isComplete = false; ///< The transport reports no error.
     std::string body;
     std::map<std::string, std::string> headers; ///< Names in lower case.
 
-    /// Of an answer whose body is a JSON object.
+    /// Reads a field of an answer whose body is a JSON object.
     boost::json::object json() const;
     /// `code` of an error answer.
     std::string code() const;
@@ -34,11 +34,11 @@ struct Sending {
     std::string url;
     Headers headers = {};
     std::string body = {};
-    long milliseconds = 20'000;   ///< Then the client gives up.
+    long milliseconds = 20'000;   ///< After this the client gives up.
     std::string certificate = {}; ///< PEM file to trust.
 };
 
-/// Sends one request over a connection of its own.
+/// Sends one request over a new connection.
 Reply send(const Sending& sending);
 
 /// A client with an account token.
@@ -55,7 +55,7 @@ public:
     /// A call that must succeed.
     boost::json::object ask(const std::string& operation, const boost::json::object& fields, int version = 4) const;
 
-    /// Creates a private bucket and tells its id.
+    /// Creates a private bucket and returns its id.
     std::string createBucket(const std::string& name, boost::json::object more = {}) const;
     Client withNewKey(boost::json::object fields, int version = 4) const;
 
@@ -66,14 +66,14 @@ public:
     Target uploadTarget(const std::string& bucketID) const;
     Target partTarget(const std::string& fileID) const;
     Reply upload(const Target& target, const std::string& name, const std::string& bytes, Headers headers = {}) const;
-    /// Uploads a file that must succeed, and tells its id.
+    /// Uploads a file, which must succeed, and returns its id.
     std::string put(const std::string& bucketID, const std::string& name, const std::string& bytes = "x") const;
     Reply uploadPart(const Target& target, int number, const std::string& bytes) const;
     std::string startLargeFile(const std::string& bucketID, const std::string& name) const;
 
     Reply download(const std::string& path, Headers headers = {}) const;
 
-    /// Names of a listing, with "/hide", "/start" behind those that are no uploads.
+    /// Names of a listing, with "/hide" or "/start" after those that are not uploads.
     std::vector<std::string> names(const std::string& operation, boost::json::object fields) const;
 
     Reply control(const std::string& method, const std::string& path, const std::string& body = {}) const;
@@ -85,7 +85,7 @@ private:
     Reply authorization_;
 };
 
-/// Hex.
+/// In hexadecimal digits.
 std::string sha1Of(std::string_view bytes);
 std::string percentEncoded(std::string_view text);
 std::string textAt(const boost::json::object& object, std::string_view key);

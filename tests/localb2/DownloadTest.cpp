@@ -11,7 +11,7 @@ protected:
     std::string tenID = client.put(bucketID, "ten", "0123456789");
 };
 
-TEST_F(DownloadTest, AnswersOneRangeAndIgnoresWhatIsNone)
+TEST_F(DownloadTest, AnswersOneRangeAndIgnoresAnythingElse)
 {
     EXPECT_EQ(range("bytes=2-4").body, "234");
     EXPECT_EQ(range("bytes=2-4").header("content-range"), "bytes 2-4/10");

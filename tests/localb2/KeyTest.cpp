@@ -61,7 +61,7 @@ TEST_F(KeyTest, HoldsAKeyToItsBucketsAndPrefix)
     EXPECT_EQ(key.upload(target, "out/b", "x").code(), "unauthorized");
 }
 
-TEST_F(KeyTest, TellsWhatAKeyAllowsInTheShapeOfEachVersion)
+TEST_F(KeyTest, ReportsWhatAKeyAllowsInTheFormOfEachVersion)
 {
     const auto key = client.ask("b2_create_key",
         {{"accountId", client.accountID()}, {"keyName", "k"}, {"capabilities", {"listFiles"}},

@@ -85,7 +85,7 @@ TEST_F(ListingTest, FoldsNamesBehindTheDelimiterAfterThePrefix)
         fileNames({{"delimiter", "0"}, {"prefix", "a"}}), ElementsAre("a", "a/", "a/1", "a/2/x", "a/2/y", "a0"));
 }
 
-TEST_F(ListingTest, PagesOfAnySizeTellTheSameWithoutGapOrRepetition)
+TEST_F(ListingTest, PagesOfAnySizeListTheSameWithoutGapOrRepetition)
 {
     for (int i = 0; i < 12; ++i)
         client.put(bucketID, "one/name", std::to_string(i));

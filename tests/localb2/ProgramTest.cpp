@@ -17,7 +17,7 @@ namespace localb2::test {
 
 namespace {
 
-/// The program in a process of its own.
+/// The program in a separate process.
 class Process {
 public:
     explicit Process(std::vector<std::string> arguments)
@@ -49,7 +49,7 @@ public:
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
-    /// Sends the signal and tells the exit code; -1 when it was killed.
+    /// Sends the signal and returns the exit code; -1 when it was killed.
     int end(int signal)
     {
         if (id_ <= 0)
@@ -68,7 +68,7 @@ private:
     pid_t id_ = -1;
 };
 
-/// Sends bytes as they are, and tells what comes back until the connection ends.
+/// Sends bytes as they are, and returns what arrives until the connection ends.
 std::string sendRaw(const std::string& url, const std::string& bytes)
 {
     const int connection = ::socket(AF_INET, SOCK_STREAM, 0);
@@ -87,7 +87,7 @@ std::string sendRaw(const std::string& url, const std::string& bytes)
     return answer;
 }
 
-/// A certificate of 127.0.0.1 that vouches for itself.
+/// A self-signed certificate for 127.0.0.1.
 void makeCertificate(const std::string& certificateFile, const std::string& keyFile)
 {
     const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key(EVP_EC_gen("P-256"), EVP_PKEY_free);
@@ -113,7 +113,7 @@ void makeCertificate(const std::string& certificateFile, const std::string& keyF
 
 } // namespace
 
-TEST(ProgramTest, TellsAnotherSizeOfPartsAndLeavesMD5Out)
+TEST(ProgramTest, AnnouncesAnotherPartSizeAndLeavesOutMD5)
 {
     const TemporaryDirectory directory;
     const Process process({"--data", (directory.path() / "data").string(), "--part-size", "7000000", "--without-md5"});
@@ -203,7 +203,7 @@ TEST(ProgramTest, RefusesADirectoryInUseAndOptionsItDoesNotKnow)
     EXPECT_EQ(Process({}).end(0), 2);
 }
 
-TEST(ProgramTest, SurvivesWhatIsNoRequest)
+TEST(ProgramTest, SurvivesInputThatIsNotARequest)
 {
     const TemporaryDirectory directory;
     Process process({"--data", (directory.path() / "data").string()});
@@ -229,7 +229,7 @@ TEST(ProgramTest, SurvivesWhatIsNoRequest)
         "bad_json");
 }
 
-TEST(ProgramTest, ServesOverTLSOnlyWhatIsTrusted)
+TEST(ProgramTest, ServesOverTLSToClientsThatTrustItOnly)
 {
     const TemporaryDirectory directory;
     const auto certificate = (directory.path() / "certificate.pem").string();

@@ -33,8 +33,8 @@ void RunSheet::begin()
         bar_->setAccessibleName(toQString(texts_.progress));
         current_ = new ElidedLabel({}, this);
         current_->setSecondary(true);
-        addWide(bar_);
-        addWide(current_);
+        addUnderRows(bar_);
+        addUnderRows(current_);
     }
     setCancelText(tr("Stop"));
     run_->start();
@@ -80,13 +80,11 @@ void RunSheet::showResult()
         accept();
         return;
     }
-    if (bar_) {
-        removeWide(bar_);
-        removeWide(current_);
-    }
+    delete bar_;
+    delete current_;
     const auto& summary = *run_->summary;
-    addFailures(summary);
     showOnlyClose(tr("Close"));
+    addFailures(summary);
     setMessage(summary.failures.empty() ? MessageKind::warning : MessageKind::danger,
         toQString(runResultText(summary, texts_.words)));
 }
@@ -106,11 +104,9 @@ void RunSheet::addFailures(const ItemRun::Summary& summary)
     list->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     list->setMinimumHeight(listHeight);
     addWide(list);
-    auto* const copy = new QPushButton(tr("Copy List"), this);
-    copy->setAutoDefault(false);
+    auto* const copy = setVerb(tr("Copy List"));
     connect(copy, &QPushButton::clicked, copy, [copy, lines] {
         QGuiApplication::clipboard()->setText(lines);
         copy->setText(tr("Copied"));
     });
-    addWide(copy);
 }

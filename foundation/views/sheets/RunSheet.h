@@ -6,7 +6,6 @@
 #include <memory>
 
 class ElidedLabel;
-class QPlainTextEdit;
 class QProgressBar;
 
 /// Asks a question, then runs what it was about: first the question, then the progress with a button that stops it,
