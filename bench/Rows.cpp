@@ -53,7 +53,7 @@ Task<> load(Pane* pane, std::string prefix)
     }
 }
 
-/// Goes through the whole table and back, by strides that the eye could still follow.
+/// Scrolls through the whole table and back, in steps that the eye could still follow.
 Task<> scroll(Pane* pane)
 {
     pane->watch.begin("scroll");
