@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-/// The answer of `b2_authorize_account`: who the key belongs to, what it may do and where its calls go.
+/// The answer to `b2_authorize_account`: which account the key belongs to, what it may do and where its calls go.
 struct B2Authorization {
-    /// A bucket that a restricted key may touch.
+    /// A bucket that a restricted key has access to.
     struct BucketRestriction {
         std::string id;
         std::optional<std::string> name; ///< Unset when the bucket no longer exists.

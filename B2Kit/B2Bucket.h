@@ -14,14 +14,14 @@
 #include <string_view>
 #include <vector>
 
-/// Who may read a bucket: "allPublic", "allPrivate", "snapshot", "restricted", "shared" and whatever comes.
+/// Who may read a bucket: "allPublic", "allPrivate", "snapshot", "restricted", "shared" and future values.
 struct B2BucketType : B2OpenText<struct B2BucketTypeTag> {
     using B2OpenText::B2OpenText;
 
     bool isPublic() const { return rawValue == "allPublic"; }
 };
 
-/// What a bucket does by itself to the files under a prefix.
+/// A rule by which a bucket hides and deletes the files under a prefix by itself.
 struct B2LifecycleRule {
     std::string fileNamePrefix;
     std::optional<int> daysFromUploadingToHiding;
@@ -47,12 +47,12 @@ struct B2Bucket {
 
     bool operator==(const B2Bucket&) const = default;
 
-    /// Can the S3-compatible API reach it? Not so for buckets from before May 2020.
+    /// Can the S3-compatible API reach it? It cannot for buckets from before May 2020.
     bool isS3Enabled() const;
 
-    /// A sentence on Object Lock for the settings, or nothing when it is off or was not reported.
+    /// A sentence about Object Lock for the settings, or nothing when it is off or was not reported.
     std::optional<std::string> fileLockSummary() const;
 
-    /// The JSON keys that have a field here.
+    /// The JSON keys that this record has fields for.
     static const std::set<std::string_view>& knownKeys();
 };

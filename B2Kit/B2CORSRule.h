@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-/// What a web page may do to a bucket. Open: an unknown operation is kept.
+/// An operation that a web page may carry out on a bucket. Open: an unknown operation is kept.
 struct B2CORSOperation : B2OpenText<struct B2CORSOperationTag> {
     using B2OpenText::B2OpenText;
 
-    /// What the editor shows; the raw text for an unknown operation.
+    /// The name that the editor shows; the raw text for an unknown operation.
     std::string label() const;
 
     /// The known operations, in the editor's order.
@@ -37,9 +37,9 @@ struct B2CORSRule {
 
     bool operator==(const B2CORSRule&) const = default;
 
-    /// The first thing the service would refuse, or nothing. An empty name is incomplete, not wrong.
+    /// The first problem that the service would refuse, or nothing. An empty name is incomplete, not wrong.
     std::optional<std::string> validationMessage() const;
 };
 
-/// What is wrong with the rules as a set (their number, repeated names), or nothing.
+/// The problem with the rules as a set (too many, repeated names), or nothing.
 std::optional<std::string> validationMessage(std::span<const B2CORSRule> rules);

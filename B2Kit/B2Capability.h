@@ -5,7 +5,7 @@
 #include <set>
 #include <span>
 
-/// What a key may do. Open: a capability unknown here is kept.
+/// Something that a key may do. Open: an unknown capability is kept.
 using B2Capability = B2OpenText<struct B2CapabilityTag>;
 
 namespace B2Capabilities {
@@ -25,7 +25,7 @@ inline const B2Capability deleteKeys{"deleteKeys"};
 /// All known capabilities, in the order in which they are shown and stored.
 std::span<const B2Capability> all();
 
-/// Those that a key restricted to a bucket cannot have.
+/// The capabilities that a key restricted to a bucket cannot have.
 const std::set<B2Capability>& accountOnly();
 
 } // namespace B2Capabilities

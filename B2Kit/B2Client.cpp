@@ -99,7 +99,7 @@ Task<B2Authorization> B2Client::authorizeAccount()
     if (!isSuccess(reply.response.status))
         throw B2Error::ofAuthorization(readAPIError(reply.response.status, reply.body));
     auto record = decodeAnswer<B2Authorization>(operation, reply.body);
-    // The token goes to these addresses. That of the S3-compatible API is looked at when it is used.
+    // The token goes to these addresses. The one of the S3-compatible API is checked when it is used.
     requireTrustedURL(record.storage.apiURL);
     requireTrustedURL(record.storage.downloadURL);
     co_return record;

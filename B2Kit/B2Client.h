@@ -36,10 +36,10 @@ struct B2FailureStep;
 struct B2JSONCall;
 struct B2StatusStep;
 
-/// Where the account is asked for: the service's production host.
+/// The service's production host, which authorizes the keys of every account.
 inline constexpr std::string_view b2AccountEndpoint = "https://api.backblazeb2.com";
 
-/// What a client is made of.
+/// The parts a client is built from.
 struct B2ClientOptions {
     B2Credentials credentials;
     std::shared_ptr<B2Transport> transport;
@@ -50,14 +50,14 @@ struct B2ClientOptions {
     std::string accountEndpoint{b2AccountEndpoint}; ///< https, or http on a loopback address.
 };
 
-/// One application key's way to the service: every call of the B2 native API goes through it.
+/// Carries out the calls of the B2 native API for one application key.
 ///
 /// An actor. Every member may be called from any executor, runs on the client's own and resumes on the caller's; many
-/// calls interleave. Renews its token and repeats what is worth repeating by its retry policy. Hold the client by
-/// shared_ptr for as long as a call runs.
+/// calls interleave. Renews an expired token and retries as its policy says. Hold the client by shared_ptr for as long
+/// as a call runs.
 ///
-/// Calls throw B2Error when the service refuses or answers nonsense, B2TransportError when the retries of a lost
-/// connection are spent, B2FileError for a local file and Cancelled when the calling task was asked to stop.
+/// Calls throw B2Error when the service refuses or sends an invalid answer, B2TransportError when the retries after a
+/// lost connection are spent, B2FileError for a local file and Cancelled when the calling task was asked to stop.
 class B2Client final : public Actor, public std::enable_shared_from_this<B2Client> {
 public:
     static std::shared_ptr<B2Client> make(B2ClientOptions options);
@@ -69,14 +69,14 @@ public:
 
     // --- Authorization
 
-    /// The cached record; never triggers a call.
+    /// Returns the cached record; never triggers a call.
     Task<std::optional<B2Authorization>> authorization();
     Task<std::set<B2Capability>> capabilities();
-    /// The cached record, or that of the one authorization in flight, which is started if there is none.
+    /// Returns the cached record, or that of the one authorization in flight, which is started if there is none.
     Task<B2Authorization> authorized();
     /// Forgets the record and the idle upload URLs, then authorizes.
     Task<B2Authorization> reauthorize();
-    /// One `b2_authorize_account`, without retries.
+    /// Calls `b2_authorize_account` once, without retries.
     Task<B2Authorization> authorizeAccount();
 
     // --- Buckets
@@ -85,71 +85,72 @@ public:
     Task<B2Bucket> updateBucket(B2UpdateBucketRequest request);
     /// Writes both sides of a bucket's replication; an absent side is removed at the service.
     Task<B2Bucket> setReplication(B2SetReplicationRequest request);
-    /// If the answer was lost and the bucket is gone, only the ids are set.
+    /// If the answer was lost and the bucket is gone, only the ids are set in the result.
     Task<B2Bucket> deleteBucket(std::string bucketID);
-    /// Every bucket the key can see, or the one with the name. A key restricted to several buckets asks one by one.
+    /// Lists every bucket the key can see, or the one with the name; one call for each bucket of a restricted key.
     Task<std::vector<B2Bucket>> listBuckets(std::optional<std::string> name = {});
 
     // --- Files
 
-    /// One page of the current names.
+    /// Lists one page of the current names.
     Task<B2FileListPage> listFileNames(B2ListFileNamesRequest request);
-    /// One page of all versions, newest first within a name.
+    /// Lists one page of all versions, newest first within a name.
     Task<B2FileListPage> listFileVersions(B2ListFileVersionsRequest request);
-    /// All names, page by page as the consumer asks; the stream holds the client. When the consumer's task is asked to
-    /// stop, the stream ends as if there were no more: whoever needs them all calls `checkCancelled` after the end.
+    /// Lists all names, page by page as the consumer asks; the stream holds the client. When the consumer's task is
+    /// asked to stop, the stream ends as if there were no more: a consumer that needs them all calls `checkCancelled`
+    /// after the end.
     Stream<B2FileVersion> allFileNames(B2ListFileNamesRequest request);
     Stream<B2FileVersion> allFileVersions(B2ListFileVersionsRequest request);
     Task<B2FileVersion> fileInfo(std::string fileID);
     Task<B2DeletedFileVersion> deleteFileVersion(B2DeleteFileVersionRequest request);
     Task<B2FileVersion> hideFile(std::string bucketID, std::string fileName);
     Task<B2LegalHoldResult> setLegalHold(B2SetLegalHoldRequest request);
-    /// A token to read files under a prefix; the duration is held within 1 to 604800 seconds.
+    /// Obtains a token to read the files under a prefix; the duration is clamped to 1 to 604800 seconds.
     Task<B2DownloadAuthorization> downloadAuthorization(B2DownloadAuthorizationRequest request);
 
     // --- Keys
 
-    /// With exactly one bucket the key is made through version 3 of the API, otherwise through version 4.
+    /// Creates a key: with exactly one bucket through version 3 of the API, otherwise through version 4.
     Task<B2CreatedApplicationKey> createKey(B2CreateKeyRequest request);
-    /// One page of the keys that one version of the API lists; `allKeys` in B2AccountKeys.h lists them all.
+    /// Lists one page of the keys that one version of the API knows; `allKeys` in B2AccountKeys.h lists them all.
     Task<B2KeysPage> listKeys(B2ListKeysRequest request);
     /// Deletes a key that one version of the API knows; `deleteAccountKey` in B2AccountKeys.h deletes any.
     Task<B2ApplicationKey> deleteKey(B2DeleteKeyRequest request);
 
     // --- Transfers
 
-    /// `b2_upload_file`, up to 5,000,000,000 bytes; each attempt leases an upload URL.
+    /// Uploads up to 5,000,000,000 bytes in one piece (`b2_upload_file`); each attempt leases an upload URL.
     Task<B2FileVersion> uploadFile(B2UploadFileRequest request);
 
-    // B2LargeUpload.h uploads a file in parts through the following.
+    // `uploadLargeFile` in B2LargeUpload.h uploads a file in parts through these calls.
 
     Task<B2FileVersion> startLargeFile(B2StartLargeFileRequest request);
     Task<B2UploadPartTarget> uploadPartURL(std::string fileID);
-    /// If the answer was lost, the file's record decides whether it was finished.
+    /// If the answer was lost, the file's record shows whether it was finished.
     Task<B2FileVersion> finishLargeFile(std::string fileID, std::vector<std::string> partSHA1s);
-    /// The version that a large file became, or nothing when it did not.
+    /// Looks up the version that a large file has become; nothing if it was not finished.
     /// @throws B2Error when the service does not say.
     Task<std::optional<B2FileVersion>> finishedLargeFile(std::string fileID);
-    /// If the answer was lost and the file is gone, only its id is set.
+    /// If the answer was lost and the file is gone, only its id is set in the result.
     Task<B2CancelledLargeFile> cancelLargeFile(std::string fileID);
-    /// One page of the stored parts, up to 1000, by number.
+    /// Lists one page of the stored parts, up to 1000, by number.
     Task<B2PartsPage> listParts(std::string fileID, std::optional<int> startPartNumber = {});
-    /// All of them, up to 10,000. Ends at a page that does not lead on to a later part: a caller must take the parts
-    /// that are missing as not stored.
+    /// Lists all stored parts, up to 10,000. Stops at a page that does not lead on to a later part; a part that is
+    /// missing from the result may be stored all the same.
     Task<std::vector<B2Part>> allParts(std::string fileID);
-    /// One page of what was started in a bucket and neither finished nor cancelled.
+    /// Lists one page of the large files of a bucket that were started and neither finished nor cancelled.
     Task<B2UnfinishedLargeFilesPage> listUnfinishedLargeFiles(B2ListUnfinishedLargeFilesRequest request);
-    /// All of them, in the manner of `allFileNames`.
+    /// Lists all of them, in the manner of `allFileNames`.
     Stream<B2FileVersion> allUnfinishedLargeFiles(B2ListUnfinishedLargeFilesRequest request);
 
-    /// Into memory, up to 64 MB and without progress.
+    /// Downloads into memory, up to 64 MB and without progress.
     Task<B2DownloadedFile> downloadByName(B2DownloadByNameRequest request);
     Task<B2DownloadedFile> downloadByID(B2DownloadByIDRequest request);
-    /// Downloads beside the destination, checks the bytes, then replaces the destination in one step. Whatever goes
-    /// wrong, what was there before stays and nothing else is left.
+    /// Downloads beside the destination, checks the bytes, then replaces the destination in one step. After a
+    /// failure the old file is still there and nothing else is left.
     Task<B2FileMetadata> downloadByNameToFile(B2DownloadByNameRequest request, B2FileDestination destination);
     Task<B2FileMetadata> downloadByIDToFile(B2DownloadByIDRequest request, B2FileDestination destination);
-    /// The address of a file, with the token as a query item if there is one.
+    /// Returns the address of a file, with the token as a query item if there is one.
     Task<std::string> downloadURL(std::string bucketName, std::string fileName, std::optional<std::string> token);
 
 private:
@@ -161,7 +162,7 @@ private:
 
     Task<Record> currentAuthorization();
     static Task<Record> authorizeAndStore(std::shared_ptr<B2Client> client);
-    /// Drops the cached record unless it has another token by now: of many calls that meet an expired one, the first
+    /// Drops the cached record unless it already has another token: of many calls that meet an expired one, the first
     /// causes the renewal.
     void forget(const B2Authorization& expired);
     /// Carries out a request; see B2Pipeline.h.
@@ -172,7 +173,7 @@ private:
     void logFailure(std::string_view operation, const B2CallProgress& progress, const std::exception_ptr& failure,
         const B2FailureStep& step) const;
     Task<B2DataReply> postJSON(B2JSONCall call);
-    /// The answer of a JSON call as its record; see B2JSONCall.h.
+    /// Returns the answer to a JSON call as its record; see B2JSONCall.h.
     template <class Answer>
     Task<Answer> callJSON(B2JSONCall call);
 

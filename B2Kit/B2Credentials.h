@@ -11,6 +11,6 @@ struct B2Credentials {
 
     bool operator==(const B2Credentials&) const = default;
 
-    /// Names the key and never its secret.
+    /// Shows the key's id and never its secret.
     std::string description() const { return "B2Credentials(keyID: " + keyID + ", applicationKey: <redacted>)"; }
 };

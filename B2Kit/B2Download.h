@@ -11,10 +11,10 @@
 
 enum class B2ChecksumSkipReason { disabledByCaller, partialResponse, contentEncoded, noChecksumPublished };
 
-/// The reason as a clause: "verification was turned off" and the like.
+/// Returns the reason as a clause, such as "verification was turned off".
 std::string_view sentence(B2ChecksumSkipReason reason);
 
-/// Were the downloaded bytes compared with the checksum that the service holds?
+/// Whether the downloaded bytes were compared with the checksum that the service holds.
 struct B2ChecksumOutcome {
     struct Verified {
         std::string sha1;
@@ -28,7 +28,7 @@ struct B2ChecksumOutcome {
     std::variant<Verified, NotVerified> value = NotVerified{};
 
     bool isVerified() const { return std::holds_alternative<Verified>(value); }
-    /// Why not, or nothing when it was verified.
+    /// The reason why not, or nothing when they were verified.
     std::optional<B2ChecksumSkipReason> skipReason() const
     {
         const auto* skipped = std::get_if<NotVerified>(&value);
@@ -38,7 +38,7 @@ struct B2ChecksumOutcome {
     bool operator==(const B2ChecksumOutcome&) const = default;
 };
 
-/// What the service tells about a file in the headers of a download.
+/// The description of a file in the headers of a download.
 struct B2FileMetadata {
     std::optional<std::string> fileID;
     std::string fileName;

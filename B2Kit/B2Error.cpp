@@ -79,7 +79,7 @@ B2Error::B2Error(Case which)
 
 B2Error B2Error::ofAuthorization(B2APIError refusal)
 {
-    // Both kinds of code have been seen for a key that is gone.
+    // Both kinds of code have been seen for a deleted key.
     const bool isAboutKey =
         refusal.isExpiredAuthorization() || (refusal.status == 401 && refusal.code == "unauthorized");
     B2Error error(std::move(refusal));

@@ -16,13 +16,13 @@ struct B2APIError {
 
     /// The token has expired or is unknown; another authorization helps.
     bool isExpiredAuthorization() const;
-    /// Busy or out of order for the moment: 408, 429 and everything from 500.
+    /// Busy or out of order for the moment: 408, 429, and 500 and above.
     bool isRetryable() const;
-    /// The call's bucket does not exist (any more).
+    /// The call's bucket does not exist, or no longer does.
     bool isBadBucketID() const;
 };
 
-/// The client's one error. `what()` is the text for the user.
+/// The client's only error for the service. `what()` is the text for the user.
 class B2Error : public std::exception {
 public:
     struct InvalidResponse {
@@ -67,11 +67,11 @@ public:
     using Case = std::variant<B2APIError, InvalidResponse, FileTooLargeForSingleUpload, FileTooSmallForLargeUpload,
         PartCountExceeded, MissingPart, ChecksumMismatch, InvalidURL, SourceChangedSinceUpload, ClientUnavailable>;
 
-    // Every case converts, so that `throw B2Error(B2Error::InvalidURL{text})` reads as it should.
+    // Every case converts: `throw B2Error(B2Error::InvalidURL{text})`.
     explicit B2Error(Case which);
 
-    /// What the service answered when it was asked for an authorization. Where it said no to the key, `what()` is about
-    /// the key and not about the call that needed it.
+    /// Makes the error for a refused authorization. When the service rejected the key, `what()` is about the key and
+    /// not about the call that needed it.
     static B2Error ofAuthorization(B2APIError refusal);
 
     const Case& which() const noexcept { return case_; }
@@ -86,10 +86,10 @@ private:
     std::string description_;
 };
 
-/// What went wrong on the network before there was an answer. A cancelled transfer throws `Cancelled` instead.
+/// A request that got no answer from the network. A cancelled transfer throws `Cancelled` instead.
 class B2TransportError : public std::exception {
 public:
-    /// `timedOut` and `connectionLost` are of a request that had begun to go out.
+    /// `timedOut` and `connectionLost` mean that the request had begun to go out.
     enum class Code { timedOut, cannotFindHost, cannotConnect, connectionLost, insecureConnection, badURL, other };
 
     B2TransportError(Code code, std::string description);
@@ -103,7 +103,7 @@ private:
     std::string description_;
 };
 
-/// A local file could not be read or written. Trying the service again would not help, so nobody retries it.
+/// A local file could not be read or written. Never retried: the service cannot help.
 class B2FileError : public std::exception {
 public:
     enum class Operation { read, write, replace };

@@ -26,7 +26,7 @@ std::optional<std::chrono::system_clock::time_point> lastModifiedFrom(
     const auto& text = found->second;
     double milliseconds = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), milliseconds);
-    // The system's clock counts nanoseconds and ends in 2262; anybody may have written the number.
+    // The system's clock counts nanoseconds and ends in 2262, but the number may come from any program.
     constexpr double limit = 9.2e12;
     if (error != std::errc() || end != text.data() + text.size() || !(std::abs(milliseconds) <= limit))
         return std::nullopt;

@@ -12,17 +12,17 @@
 #include <string>
 #include <vector>
 
-/// What a row of a listing is: "upload", "hide", "start", "folder" and whatever comes.
+/// The kind of a row in a listing: "upload", "hide", "start", "folder" and future values.
 using B2FileAction = B2OpenText<struct B2FileActionTag>;
 
-/// The time kept in `src_last_modified_millis`, or nothing when it is missing or no number.
+/// The time kept in `src_last_modified_millis`, or nothing when it is missing or not a number.
 std::optional<std::chrono::system_clock::time_point> lastModifiedFrom(
     const std::map<std::string, std::string>& fileInfo);
 
-/// Keeps the time as `src_last_modified_millis`, rounded to milliseconds.
+/// Sets `src_last_modified_millis` to the time, rounded to milliseconds.
 void setLastModified(std::map<std::string, std::string>& fileInfo, std::chrono::system_clock::time_point date);
 
-/// One row of a listing, and the answer of most file calls.
+/// One row of a listing, and the answer to most file calls.
 struct B2FileVersion {
     std::optional<std::string> fileID; ///< Unset for a folder.
     std::string fileName;

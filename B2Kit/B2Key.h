@@ -21,16 +21,16 @@ struct B2ApplicationKey {
     bool operator==(const B2ApplicationKey&) const = default;
 };
 
-/// A key just made: the only time its secret is told.
+/// A key just created. Its secret is never shown again.
 struct B2CreatedApplicationKey {
     std::string applicationKey;
     B2ApplicationKey key;
-    /// The answer to an earlier send was lost: that may have made a key of this name too, whose secret nobody knows.
+    /// The answer to an earlier attempt was lost: it may have created another key of this name, with an unknown secret.
     bool mayHaveTwin = false;
 
     bool operator==(const B2CreatedApplicationKey&) const = default;
 
-    /// Names the key and never its secret.
+    /// Shows the key's id and never its secret.
     std::string description() const
     {
         return "B2CreatedApplicationKey(keyName: " + key.keyName + ", applicationKey: <redacted>)";

@@ -12,7 +12,7 @@ enum class B2LogLevel { debug = 0, info = 1, notice = 2, warning = 3, error = 4 
 /// The level's display name: "Debug" to "Error".
 std::string_view displayName(B2LogLevel level);
 
-/// One thing worth telling. Holds no secret, token or signed address.
+/// One entry of the log. Holds no secret, token or signed address.
 struct B2LogEvent {
     B2LogLevel level = B2LogLevel::info;
     std::string category; ///< The area: "api", "auth", "keys", "transfer", "bucket", "app" and the like.
@@ -22,7 +22,7 @@ struct B2LogEvent {
     bool operator==(const B2LogEvent&) const = default;
 };
 
-/// Where events go. Called from any thread; returns quickly and never throws.
+/// Receives the events of the log. Called from any thread; returns quickly and never throws.
 class B2LogSink {
 public:
     virtual ~B2LogSink() = default;
@@ -36,7 +36,7 @@ public:
     void error(std::string category, std::string message, std::optional<std::string> detail = {});
 };
 
-/// Drops events.
+/// Discards every event.
 class B2NullLogSink final : public B2LogSink {
 public:
     void log(B2LogEvent) override {}

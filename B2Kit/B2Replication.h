@@ -35,7 +35,7 @@ struct B2ReplicationConfiguration {
 
     bool operator==(const B2ReplicationConfiguration&) const = default;
 
-    /// What the configuration does, in sentences.
+    /// Describes the configuration in sentences.
     ///
     /// @param destinationName  name of the first rule's destination bucket, if known.
     std::string summary(const std::optional<std::string>& destinationName) const;
@@ -75,7 +75,7 @@ private:
     State state_;
 };
 
-/// How far the copy of one version is. Open: an unknown status keeps its text.
+/// The progress of the copy of one version. Open: an unknown status keeps its text.
 class B2ReplicationStatus {
 public:
     enum class Kind { pending, completed, failed, replica, unknown };
@@ -84,7 +84,7 @@ public:
     static B2ReplicationStatus fromText(std::string text);
 
     Kind kind() const { return kind_; }
-    /// As it goes over the wire.
+    /// The text that is sent to the service.
     std::string text() const;
 
     bool operator==(const B2ReplicationStatus&) const = default;

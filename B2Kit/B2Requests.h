@@ -24,7 +24,7 @@ struct B2CreateBucketRequest {
     bool isFileLockEnabled = false;
 };
 
-/// Sends exactly what is set.
+/// The changes to a bucket. Exactly the fields that are set are sent.
 struct B2UpdateBucketRequest {
     std::string bucketID;
     std::optional<B2BucketType> bucketType;
@@ -35,7 +35,7 @@ struct B2UpdateBucketRequest {
     std::optional<B2RetentionUpdate> defaultRetention;
     std::optional<B2EncryptionUpdate> defaultServerSideEncryption;
     std::optional<B2ReplicationConfiguration> replicationConfiguration;
-    std::optional<int> ifRevisionIs; ///< The revision the change is based on; another one is refused with 409.
+    std::optional<int> ifRevisionIs; ///< The revision the change is based on; any other is refused with 409.
 };
 
 struct B2SetReplicationRequest {
@@ -44,7 +44,7 @@ struct B2SetReplicationRequest {
     std::optional<int> ifRevisionIs;
 };
 
-/// Which page of a bucket's current names to fetch.
+/// Selects a page of a bucket's current names.
 struct B2ListFileNamesRequest {
     std::string bucketID;
     std::optional<std::string> startFileName; ///< First name to return; unset for the first page.
@@ -53,7 +53,7 @@ struct B2ListFileNamesRequest {
     std::optional<std::string> delimiter;
 };
 
-/// Which page of a bucket's versions to fetch.
+/// Selects a page of a bucket's versions.
 struct B2ListFileVersionsRequest {
     std::string bucketID;
     std::optional<std::string> startFileName;
@@ -111,8 +111,8 @@ struct B2UploadFileRequest {
     std::string bucketID;
     std::string fileName;
     std::string contentType = "b2/x-auto";
-    /// From memory, or straight from a file: one above 1 MB is read twice, to hash it and to send it. The stretch ends
-    /// where the file does; a file that changes on the way is not stored.
+    /// From memory or from a file. A file above 1 MB is read twice, once for its digest and once to send it. The range
+    /// ends where the file does; a file that changes in the meantime is not stored.
     B2UploadBody body;
     std::map<std::string, std::string> fileInfo;
     std::optional<std::chrono::system_clock::time_point> modificationDate; ///< Kept as `src_last_modified_millis`.
@@ -129,12 +129,12 @@ struct B2StartLargeFileRequest {
     std::map<std::string, std::string> fileInfo;
 };
 
-/// Which page of a bucket's unfinished large files to fetch.
+/// Selects a page of a bucket's unfinished large files.
 struct B2ListUnfinishedLargeFilesRequest {
     std::string bucketID;
     std::optional<std::string> namePrefix;
     std::optional<std::string> startFileID; ///< First id to return; unset for the first page.
-    int maxFileCount = 100;                 ///< 1 to 100, which is also what a larger number asks for.
+    int maxFileCount = 100;                 ///< 1 to 100; a larger number counts as 100.
 };
 
 /// The first and the last byte wanted.
@@ -147,7 +147,7 @@ struct B2DownloadByNameRequest {
     std::string bucketName;
     std::string fileName;
     std::optional<B2ByteRange> range;
-    bool verifies = true; ///< Compare the SHA-1 where one is known.
+    bool verifies = true; ///< Compare the SHA-1 if the service has one.
     B2Progress onProgress;
     B2OnRetry onRetry; ///< Waits for a busy service, and their end.
 };
@@ -162,10 +162,10 @@ struct B2DownloadByIDRequest {
 
 struct B2FileDestination {
     std::filesystem::path path;
-    /// Set on the file; unset takes `src_last_modified_millis` if the file has it.
+    /// Set on the file; if unset, `src_last_modified_millis` is used where the file has it.
     std::optional<std::chrono::system_clock::time_point> modificationDate;
-    /// The path's parent, held open: the file lands in it whatever the path leads to by then.
+    /// The path's parent, held open: the file lands there even if the path now leads elsewhere.
     std::shared_ptr<const B2Folder> folder;
-    /// Set: nothing at the path is replaced. Called on a thread that may block.
+    /// If set, nothing at the path is replaced. Called on a thread that may block.
     B2TemporaryFile::OtherPath otherPath;
 };

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-/// How new files of a bucket are locked.
+/// The lock that new files of a bucket get.
 struct B2DefaultRetention {
     enum class Mode { governance, compliance };
 
@@ -51,7 +51,7 @@ struct B2EncryptionUpdate {
     bool operator==(const B2EncryptionUpdate&) const = default;
 };
 
-/// Until when a version is locked.
+/// The lock of a version and its end.
 struct B2FileRetention {
     std::optional<B2DefaultRetention::Mode> mode;
     std::optional<std::int64_t> retainUntilTimestamp; ///< Milliseconds since 1970.

@@ -8,12 +8,12 @@
 
 /// A text that must not be seen: the secret half of a key, a passphrase.
 ///
-/// Prints as "<redacted>", and its bytes are wiped when it goes. Moves without copying the bytes; a copy has to be
-/// asked for. Taking in a `std::string` by move wipes that one too.
+/// Prints as "<redacted>" and wipes its bytes when it is destroyed. Moves without copying the bytes; a copy is always
+/// explicit. A `std::string` that is moved in is wiped too.
 class Secret {
 public:
     Secret() = default;
-    // A text may become secret anywhere; only the way back has to be asked for.
+    // Any text may become a secret; only the way back is explicit.
     Secret(std::string_view text);   // NOLINT(google-explicit-constructor)
     Secret(const char* text);        // NOLINT(google-explicit-constructor)
     Secret(const std::string& text); // NOLINT(google-explicit-constructor)
@@ -23,14 +23,14 @@ public:
     ~Secret();
 
     Secret copy() const { return Secret(reveal()); }
-    /// Without the blanks and line ends around it.
+    /// A copy without the blanks and line ends around it.
     Secret trimmed() const;
 
-    /// The text itself, as long as this object stands.
+    /// The text itself, valid as long as this object.
     std::string_view reveal() const { return {bytes_.get(), size_}; }
     bool empty() const { return size_ == 0; }
 
-    /// Takes as long for a difference in the first byte as for one in the last.
+    /// Compares in constant time: a difference in the first byte takes as long as one in the last.
     bool operator==(const Secret& other) const;
 
 private:
@@ -42,5 +42,5 @@ private:
 
 std::ostream& operator<<(std::ostream& stream, const Secret& secret);
 
-/// Wipes what a text holds and leaves it empty.
+/// Overwrites the bytes of a text and leaves it empty.
 void wipe(std::string& text);

@@ -7,8 +7,8 @@
 #include <type_traits>
 #include <utility>
 
-/// Runs a function that blocks (file work, mostly) on a thread kept for such, and gives back its value or what it
-/// threw. The caller resumes on its own executor; a stop request does not interrupt the function.
+/// Runs a function that blocks, such as file work, on a thread for blocking work; returns its value or rethrows what
+/// it threw. The caller resumes on its own executor; a stop request does not interrupt the function.
 template <class Function>
 Task<std::invoke_result_t<Function>> runInBackground(Function function)
 {

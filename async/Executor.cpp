@@ -110,7 +110,7 @@ void SerialExecutor::post(std::coroutine_handle<> coroutine)
 void SerialExecutor::State::drain(void* context)
 {
     auto* const state = static_cast<State*>(context);
-    // After a batch the thread goes to other actors.
+    // After a batch the thread serves other actors.
     constexpr int batch = 64;
     for (int i = 0; i < batch; ++i) {
         std::coroutine_handle<> next;

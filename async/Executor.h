@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-/// Where coroutines are resumed: one at a time, in the order of posting.
+/// Resumes coroutines one at a time, in the order of posting.
 class Executor {
 public:
     virtual ~Executor() = default;
@@ -53,7 +53,7 @@ private:
 
 /// Runs coroutines one after another on a pool: the executor of an actor.
 ///
-/// Must outlive every coroutine posted to it; whoever destroys it has seen its last task end.
+/// Must outlive every coroutine posted to it: destroy it only after its last task has ended.
 class SerialExecutor final : public Executor {
 public:
     explicit SerialExecutor(WorkerPool& pool = WorkerPool::shared());
@@ -67,10 +67,10 @@ private:
     State* state_;
 };
 
-/// A class whose member coroutines start on an executor of its own.
+/// A class whose member coroutines start on an executor of its own: its home.
 ///
 /// The caller of such a member resumes on its own executor. Any coroutine whose first parameter is an actor by
-/// reference counts as its member, so a free coroutine that must not move takes a pointer.
+/// reference counts as its member; a free coroutine that must stay on its caller's executor takes a pointer.
 class Actor {
 public:
     explicit Actor(Executor& home)

@@ -25,7 +25,7 @@ Root runRoot(Task<void> task, OneShot<void> done, OnEnd onEnd)
 {
     std::exception_ptr error;
     {
-        // The task's frame goes before its end is told.
+        // The task's frame is destroyed before its end is reported.
         Task<void> owned = std::move(task);
         try {
             co_await std::move(owned);
@@ -42,7 +42,7 @@ Root runRoot(Task<void> task, OneShot<void> done, OnEnd onEnd)
 
 } // namespace detail
 
-/// A running task: to stop it is to ask, to wait for it is `co_await done.wait()`.
+/// A running task: `cancel()` asks it to stop, `co_await done.wait()` waits for its end.
 class SpawnedTask {
 public:
     explicit SpawnedTask(std::stop_source stop)

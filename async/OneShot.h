@@ -12,7 +12,7 @@
 
 /// A completion that is fired once, from any thread, and awaited by one coroutine.
 ///
-/// Copies share the completion. Whatever is fired after the first is ignored.
+/// Copies share the completion. Only the first outcome counts; later ones are ignored.
 template <class T>
 class OneShot {
     using Value = std::conditional_t<std::is_void_v<T>, std::monostate, T>;

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-/// Many waiters, one run: whoever joins while a run is under way shares its outcome.
+/// Many waiters, one run: a waiter that joins while a run is under way shares its outcome.
 ///
 /// The run is cancelled when its last waiter has left. Used from one executor only, its owner's; the owner outlives
 /// the run, because each waiter holds it.

@@ -13,7 +13,7 @@
 template <class T>
 class TaskPromise;
 
-/// What every coroutine of this library carries along: its executor, its stop token and who awaits it.
+/// The state that every coroutine of this library carries along: its executor, its stop token and its awaiter.
 class TaskPromiseBase {
 public:
     TaskPromiseBase() = default;
@@ -51,13 +51,13 @@ public:
             executor_->post(self);
             return true;
         }
-        // The same executor: run inline. Whichever of "child ended" and "parent suspended" comes second goes on.
+        // The same executor: run inline. Whichever of "child ended" and "parent suspended" comes second resumes.
         self.resume();
         return !parentIsSuspended_.exchange(true, std::memory_order_acq_rel);
     }
 
 protected:
-    /// Hands control back to whoever awaits, on its executor.
+    /// Hands control back to the awaiting coroutine, on its executor.
     struct FinalAwaiter {
         bool await_ready() noexcept { return false; }
         template <class Promise>
@@ -96,7 +96,7 @@ private:
 
 /// A lazy coroutine: nothing runs before it is awaited or spawned.
 ///
-/// Runs on the executor of whoever awaits it, or on the home of the actor whose member it is; the awaiting coroutine
+/// Runs on its awaiter's executor, or on the home of the actor whose member it is; the awaiting coroutine
 /// always resumes on its own executor. The stop token of the awaiting task travels along. Awaited once.
 template <class T = void>
 class [[nodiscard]] Task {
@@ -268,7 +268,7 @@ inline detail::CancellationCheck checkCancelled()
     return {};
 }
 
-/// Lets whatever waits on the executor run first: `co_await yieldToOthers()`.
+/// Lets other coroutines on the executor run first: `co_await yieldToOthers()`.
 inline detail::Requeue yieldToOthers()
 {
     return {};

@@ -11,7 +11,7 @@ std::shared_ptr<B2Client> makeBenchClient();
 
 /// Runs the task on an executor of its own and blocks until its end.
 ///
-/// @returns the program's exit code; a failure is told on stderr.
+/// @returns the program's exit code; a failure is printed to stderr.
 int runToEnd(Task<> task);
 
 /// The memory that the process holds now, and the most it ever held, in kilobytes.

@@ -1,4 +1,4 @@
-// How long one page of a listing takes to become records.
+// Measures how long it takes to decode one page of a listing.
 
 #include "B2Kit/B2File.h"
 #include "B2Kit/wire/B2Decoding.h"

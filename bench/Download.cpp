@@ -1,5 +1,5 @@
 // bench_download BUCKET NAME FILE: downloads a file and checks it.
-// Prints by how many kilobytes the process grew over what it held when it was idle.
+// Prints by how many kilobytes the process grew beyond its idle size.
 
 #include "bench/BenchClient.h"
 

@@ -1,4 +1,4 @@
-// bench_empty_window: shows an empty window of Qt's and ends when it has been painted.
+// bench_empty_window: shows an empty Qt window and ends when it has been painted.
 
 #include "bench/FirstPaint.h"
 

@@ -1,5 +1,5 @@
 // bench_large_upload BUCKET FILE PART-SIZE: uploads a file in parts, with the digest of the whole.
-// Prints by how many kilobytes the process grew over what it held when it was idle.
+// Prints by how many kilobytes the process grew beyond its idle size.
 
 #include "B2Kit/uploads/B2LargeUpload.h"
 #include "bench/BenchClient.h"

@@ -1,4 +1,4 @@
-// bench_measure FILE COMMAND…: runs a command and writes what it took to the file, as one line:
+// bench_measure FILE COMMAND…: runs a command and writes its cost to the file, as one line:
 // its processor time, its wall time (both in seconds) and the most memory it held, in kilobytes.
 
 #include <chrono>

@@ -59,7 +59,7 @@ public:
     }
 
 private:
-    /// Goes on with what an earlier run began under the name, or finds that it was finished.
+    /// Resumes an upload that an earlier run began under the name, or finds that it was finished.
     Task<bool> resume(std::string name)
     {
         std::vector<B2FileVersion> versions;

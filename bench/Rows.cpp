@@ -56,7 +56,7 @@ Task<> load(ShownBrowser* pane, std::string prefix)
     }
 }
 
-/// Goes through the whole table and back, by strides that the eye could still follow.
+/// Scrolls through the whole table and back, in steps that the eye could still follow.
 Task<> scroll(ShownBrowser* pane)
 {
     pane->watch.begin("scroll");

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-/// The longest times for which the main thread answered nothing, phase by phase: gaps between the ticks of a timer.
+/// Measures how long the main thread was blocked, phase by phase: the longest gaps between the ticks of a timer.
 class StallWatch final {
 public:
     struct Phase {

@@ -31,10 +31,10 @@ download_figures() {
     ours=$(median "$name-ours.cpu")
     theirs=$(median "$name-rclone.cpu")
     single=$(median "$name-single.cpu")
-    tell "$name: $ours s of processor time in $(median "$name-ours.wall") s, rclone $theirs s in" \
+    report "$name: $ours s of processor time in $(median "$name-ours.wall") s, rclone $theirs s in" \
         "$(median "$name-rclone.wall") s, with one stream $single s in $(median "$name-single.wall") s"
-    figure "$name" cpu-ratio "$(reckon "$ours / ($theirs < $single ? $theirs : $single)")" at-most 0.6
-    figure "$name" megabytes-over-idle "$(reckon "$(median "$name.growth") * 1024 / 1000000")" at-most 30
+    figure "$name" cpu-ratio "$(compute "$ours / ($theirs < $single ? $theirs : $single)")" at-most 0.6
+    figure "$name" megabytes-over-idle "$(compute "$(median "$name.growth") * 1024 / 1000000")" at-most 30
 }
 
 start_service download

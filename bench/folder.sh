@@ -19,9 +19,9 @@ for ((run = 0; run < runs; ++run)); do
 done
 rclone check --checkers 8 "$scratch/files" l:ours-0/files
 stop_service
-tell "folder: $(median folder-ours.cpu) s of processor time in $(median folder-ours.wall) s," \
+report "folder: $(median folder-ours.cpu) s of processor time in $(median folder-ours.wall) s," \
     "rclone $(median folder-rclone.cpu) s in $(median folder-rclone.wall) s"
-figure folder rate-ratio "$(reckon "$(median folder-rclone.wall) / $(median folder-ours.wall)")" at-least 10
+figure folder rate-ratio "$(compute "$(median folder-rclone.wall) / $(median folder-ours.wall)")" at-least 10
 
 start_service folder-late --latency $latency
 for ((run = 0; run < runs; ++run)); do
@@ -30,5 +30,5 @@ for ((run = 0; run < runs; ++run)); do
     run_client folder-late "$bin/bench_queue" "late-$run" "$scratch/state-late-$run" "$scratch/late" >/dev/null
     control GET counts | grep -o '"requests":[0-9]*' | cut -d: -f2 >>"$scratch/folder-late.requests"
 done
-figure folder requests-a-file "$(reckon "$(median folder-late.requests) / $late_files")" at-most 1.01
-figure folder wall-over-latency "$(reckon "$(median folder-late.wall) / ($late_files * $latency / 1000)")" at-most 1.05
+figure folder requests-a-file "$(compute "$(median folder-late.requests) / $late_files")" at-most 1.01
+figure folder wall-over-latency "$(compute "$(median folder-late.wall) / ($late_files * $latency / 1000)")" at-most 1.05

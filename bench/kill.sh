@@ -1,4 +1,4 @@
-# An upload of 500 MB in 25 parts, killed at a random moment and begun again, BENCH_KILLS (200) times: how often the
+# An upload of 500 MB in 25 parts, killed at a random moment and restarted, BENCH_KILLS (200) times: how often the
 # service ends with the file's bytes, and with no more sent twice than the four parts that can be in flight.
 # The answers to the start and to the finish are late, so that kills meet the moments around them too.
 kills=${BENCH_KILLS:-200}
@@ -30,7 +30,7 @@ count() {
     grep -o "\"$1\":{[^}]*\"200\":[0-9]*" <<<"$counts" | grep -o '[0-9]*$' || echo 0
 }
 
-# What an undisturbed run takes, in milliseconds.
+# The time of an undisturbed run, in milliseconds.
 started=$(date +%s%N)
 begin undisturbed
 wait "$client"
@@ -42,7 +42,7 @@ declare -A moments=()
 most=0
 for ((try = 0, killed = 0; killed < kills; ++try)); do
     begin "$try"
-    sleep "$(reckon "$((RANDOM * 32768 + RANDOM)) / 1073741824 * $whole / 1000")"
+    sleep "$(compute "$((RANDOM * 32768 + RANDOM)) / 1073741824 * $whole / 1000")"
     kill -9 "$client" 2>/dev/null || true
     if wait "$client" 2>/dev/null; then
         end "$try"
@@ -63,7 +63,7 @@ for ((try = 0, killed = 0; killed < kills; ++try)); do
     moments[$moment]=$((${moments[$moment]:-0} + 1))
 
     if ! "$bin/bench_queue" "kill-$try" "$scratch/state-$try" "$scratch/killed.bin" >"$scratch/resumed"; then
-        tell "kill: try $try, killed $moment with $stored parts stored, did not end: $(cat "$scratch/resumed")"
+        report "kill: try $try, killed $moment with $stored parts stored, did not end: $(cat "$scratch/resumed")"
     else
         counts=$(control GET counts)
         again=$(($(grep -o '"bytesIn":[0-9]*' <<<"$counts" | cut -d: -f2) - length))
@@ -73,13 +73,13 @@ for ((try = 0, killed = 0; killed < kills; ++try)); do
         if [ "$stored_digest" = "$digest" ] && [ $again -le $((4 * part + 100000)) ]; then
             right=$((right + 1))
         else
-            tell "kill: try $try, killed $moment with $stored parts stored: $stored_digest, $again bytes sent again"
+            report "kill: try $try, killed $moment with $stored parts stored: $stored_digest, $again bytes sent again"
         fi
     fi
     end "$try"
 done
 for moment in "${!moments[@]}"; do
-    tell "kill: ${moments[$moment]} times $moment"
+    report "kill: ${moments[$moment]} times $moment"
 done
-tell "kill: at most $(reckon "$most / 1000000") MB sent again; an undisturbed upload takes $whole ms"
+report "kill: at most $(compute "$most / 1000000") MB sent again; an undisturbed upload takes $whole ms"
 figure kill runs-right $right at-least "$kills"

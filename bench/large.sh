@@ -37,12 +37,12 @@ large_figures() {
     done
     ours=$(median "$name-ours.cpu")
     theirs=$(median "$name-rclone.cpu")
-    tell "$name: $ours s of processor time in $(median "$name-ours.wall") s with $(median "$name-ours.memory") kB," \
+    report "$name: $ours s of processor time in $(median "$name-ours.wall") s with $(median "$name-ours.memory") kB," \
         "rclone $theirs s in $(median "$name-rclone.wall") s with $(median "$name-rclone.memory") kB"
-    figure "$name" cpu-ratio "$(reckon "$ours / $theirs")" at-most "$cpu_ratio"
-    figure "$name" memory-ratio "$(reckon "$(median "$name-ours.memory") / $(median "$name-rclone.memory")")" at-most 0.2
-    figure "$name" megabytes-over-idle "$(reckon "$(median "$name.growth") * 1024 / 1000000")" at-most 64
-    figure "$name" wall-ratio "$(reckon "$(median "$name-ours.wall") / $(median "$name-rclone.wall")")" at-most 0.5
+    figure "$name" cpu-ratio "$(compute "$ours / $theirs")" at-most "$cpu_ratio"
+    figure "$name" memory-ratio "$(compute "$(median "$name-ours.memory") / $(median "$name-rclone.memory")")" at-most 0.2
+    figure "$name" megabytes-over-idle "$(compute "$(median "$name.growth") * 1024 / 1000000")" at-most 64
+    figure "$name" wall-ratio "$(compute "$(median "$name-ours.wall") / $(median "$name-rclone.wall")")" at-most 0.5
 }
 
 start_service large --without-md5

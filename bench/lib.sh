@@ -1,4 +1,4 @@
-# What the benchmarks share. Sourced by `bench/run`, which sets `build` and `scratch`.
+# Functions that the benchmarks share. Sourced by `bench/run`, which sets `build` and `scratch`.
 
 bin=$build/bench
 runs=${BENCH_RUNS:-5}
@@ -40,7 +40,7 @@ control() {
     curl -sS ${BENCH_CA:+--cacert "$BENCH_CA"} -X "$1" "$BENCH_URL/_local/$2"
 }
 
-# run_client SERIES COMMAND…: runs a client and notes what it took in the series' three files.
+# run_client SERIES COMMAND…: runs a client and records its cost in the three files of the series.
 run_client() {
     local series=$1 cpu wall memory
     shift
@@ -56,8 +56,8 @@ median() {
     sort -g "$scratch/$1" | awk '{ v[NR] = $1 } END { m = int((NR + 1) / 2); print NR % 2 ? v[m] : (v[m] + v[m + 1]) / 2 }'
 }
 
-# reckon EXPRESSION: a number of four significant digits.
-reckon() {
+# compute EXPRESSION: prints the result with four significant digits.
+compute() {
     awk "BEGIN { printf \"%.4g\", $1 }"
 }
 
@@ -72,7 +72,7 @@ figure() {
     printf '%s %s %s target %s %s\n' "$1" "$2" "$3" "$5" "$verdict"
 }
 
-# tell TEXT…: what the figures are made of.
-tell() {
+# report TEXT…: prints the measurements behind the figures.
+report() {
     printf '# %s\n' "$*"
 }

@@ -27,4 +27,4 @@ for ((run = 0; run < runs; ++run)); do
     run_client resume-part openssl dgst -sha1 "$scratch/part" >/dev/null
     rclone purge "l:resume-$run"
 done
-figure resume seconds-to-first-byte "$(median resume.first)" at-most "$(reckon "1 + $(median resume-part.wall)")"
+figure resume seconds-to-first-byte "$(median resume.first)" at-most "$(compute "1 + $(median resume-part.wall)")"

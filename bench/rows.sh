@@ -14,6 +14,6 @@ start_service rows --seed "$scratch/seed.json"
 for ((run = 0; run < runs; ++run)); do
     run_client rows "$bin/bench_rows" many-rows many/ $rows >"$scratch/stalls"
     sort -g -k2 "$scratch/stalls" | tail -1 | cut -d' ' -f2 >>"$scratch/rows.longest"
-    tell "rows: $(tr '\n' ' ' <"$scratch/stalls")in $(tail -1 "$scratch/rows.wall") s"
+    report "rows: $(tr '\n' ' ' <"$scratch/stalls")in $(tail -1 "$scratch/rows.wall") s"
 done
 figure rows milliseconds-longest-stall "$(median rows.longest)" at-most 50

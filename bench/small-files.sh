@@ -17,8 +17,8 @@ rclone check --checkers 8 "$scratch/small" l:ours-0
 
 ours=$(median small-ours.cpu)
 theirs=$(median small-rclone.cpu)
-tell "small-files: $ours s of processor time in $(median small-ours.wall) s," \
+report "small-files: $ours s of processor time in $(median small-ours.wall) s," \
     "rclone $theirs s in $(median small-rclone.wall) s"
 figure small-files requests-a-file "$(awk "BEGIN { printf \"%.5f\", $(median small-ours.requests) / $files }")" at-most 1.001
-figure small-files rate-ratio "$(reckon "$(median small-rclone.wall) / $(median small-ours.wall)")" at-least 20
-figure small-files cpu-ratio "$(reckon "$ours / $theirs")" at-most 0.25
+figure small-files rate-ratio "$(compute "$(median small-rclone.wall) / $(median small-ours.wall)")" at-least 20
+figure small-files cpu-ratio "$(compute "$ours / $theirs")" at-most 0.25

@@ -14,9 +14,9 @@ done
 
 ours=$(median walk-ours.cpu)
 theirs=$(median walk-rclone.cpu)
-tell "walk: $ours s of processor time in $(median walk-ours.wall) s, rclone size $theirs s in $(median walk-rclone.wall) s"
-tell "walk: $(median walk-ours.memory) kB at most, $(median walk-part.memory) kB for $part versions," \
+report "walk: $ours s of processor time in $(median walk-ours.wall) s, rclone size $theirs s in $(median walk-rclone.wall) s"
+report "walk: $(median walk-ours.memory) kB at most, $(median walk-part.memory) kB for $part versions," \
     "rclone $(median walk-rclone.memory) kB"
-figure walk cpu-ratio "$(reckon "$ours / $theirs")" at-most 0.15
+figure walk cpu-ratio "$(compute "$ours / $theirs")" at-most 0.15
 figure walk bytes-a-version \
-    "$(reckon "($(median walk-ours.memory) - $(median walk-part.memory)) * 1024 / ($versions - $part)")" at-most 1
+    "$(compute "($(median walk-ours.memory) - $(median walk-part.memory)) * 1024 / ($versions - $part)")" at-most 1

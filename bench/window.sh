@@ -1,5 +1,5 @@
 # From the start of the process to the first painted window, with an activity log of 10 MB on disk, against an empty
-# window of Qt's. Off-screen, so that both paint the same way on every machine.
+# Qt window. Off-screen, so that both paint the same way on every machine.
 export QT_QPA_PLATFORM=offscreen QT_LOGGING_RULES=default.warning=false XDG_RUNTIME_DIR=$scratch/runtime
 mkdir -m 700 "$XDG_RUNTIME_DIR"
 export XDG_STATE_HOME=$scratch/state XDG_CONFIG_HOME=$scratch/config XDG_DATA_HOME=$scratch/data \
@@ -21,7 +21,7 @@ for ((run = 0; run < 2 * runs; ++run)); do
     run_client window-empty "$bin/bench_empty_window"
     run_client window-ours "$bin/bench_window"
 done
-tell "window: first painted after $(reckon "$(median window-ours.wall) * 1000") ms," \
-    "an empty window after $(reckon "$(median window-empty.wall) * 1000") ms"
+report "window: first painted after $(compute "$(median window-ours.wall) * 1000") ms," \
+    "an empty window after $(compute "$(median window-empty.wall) * 1000") ms"
 figure window milliseconds-over-empty \
-    "$(reckon "($(median window-ours.wall) - $(median window-empty.wall)) * 1000")" at-most 300
+    "$(compute "($(median window-ours.wall) - $(median window-empty.wall)) * 1000")" at-most 300

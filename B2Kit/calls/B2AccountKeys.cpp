@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t severalBuckets = 2;
 
-/// Did the service turn the call down because of the version it went to? It does not say so plainly.
+/// Did the service refuse the call because of its version? It does not say so plainly.
 bool isVersionRefusal(const B2APIError& refusal)
 {
     return (refusal.status == 400 || refusal.status == 401)
@@ -36,8 +36,8 @@ Task<B2WalkPage<B2ApplicationKey>> nextKeys(std::shared_ptr<KeyWalk> walk)
     auto& request = walk->request;
     const bool isVersionFour = request.api == B2KeyAPI::version4;
     // Version 3 can refuse the whole list because of keys that it cannot describe. That loses nothing if version 4
-    // serves every key, which one over fewer than several buckets has proved. Without proof the list would look
-    // complete.
+    // serves every key, as any key for fewer than two buckets in its list proves. Without that proof the list would
+    // look complete.
     const bool refusalLosesNothing = !isVersionFour && walk->versionFourListsEveryKey;
     request.expectsRefusal = refusalLosesNothing ? isVersionRefusal : nullptr;
     B2KeysPage page;
@@ -109,6 +109,6 @@ Task<B2ApplicationKey> deleteAccountKey(std::shared_ptr<B2Client> client, std::s
     }
     if (!mayHaveBeenDone || co_await isListedKey(client, applicationKeyID))
         std::rethrow_exception(firstRefusal);
-    // The answer of an earlier send was lost, and the key is gone.
+    // The answer to an earlier attempt was lost, and the key is gone.
     co_return B2ApplicationKey{.applicationKeyID = std::move(applicationKeyID)};
 }

@@ -8,9 +8,9 @@
 
 class B2Client;
 
-// What the calls on keys do depends on the version of the API. As documented, version 4 knows keys over several buckets
-// and nothing else, and the versions before it know all others; but the service has also been seen to serve every key
-// through version 4. These functions are right in both cases.
+// Calls on keys depend on the version of the API. As documented, version 4 knows only the keys for several buckets, and
+// earlier versions know all others; but the service has also been seen to serve every key through version 4. These
+// functions are right in both cases.
 
 /// Lists every application key of the account, once (`b2_list_keys`).
 ///

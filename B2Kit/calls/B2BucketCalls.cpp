@@ -29,7 +29,7 @@ Task<B2Bucket> B2Client::createBucket(B2CreateBucketRequest request)
             throw;
         refusal = std::current_exception();
     }
-    // The answer of an earlier send was lost: the name may be taken by the bucket it made.
+    // The answer to an earlier attempt was lost: the name may be taken by the bucket that it created.
     for (auto& bucket : co_await listBuckets(request.bucketName)) {
         if (bucket.bucketName == request.bucketName && bucket.bucketType == request.bucketType
             && bucket.bucketInfo == request.bucketInfo)
@@ -85,7 +85,7 @@ Task<B2Bucket> B2Client::deleteBucket(std::string bucketID)
         if (!mayHaveBeenDone || !isRefusal(error, "bad_bucket_id"))
             throw;
     }
-    // The answer of an earlier send was lost, and the bucket is gone.
+    // The answer to an earlier attempt was lost, and the bucket is gone.
     co_return B2Bucket{.accountID = authorization->accountID, .bucketID = std::move(bucketID)};
 }
 
@@ -93,7 +93,7 @@ Task<std::vector<B2Bucket>> B2Client::listBuckets(std::optional<std::string> nam
 {
     const auto authorization = co_await currentAuthorization();
     const auto& allowed = authorization->storage.allowed.buckets;
-    // The service refuses a plain listing to a key that is restricted to several buckets, so it asks one by one.
+    // The service refuses a plain listing to a key restricted to several buckets, so each bucket takes a call.
     const bool asksOneByOne = !name && allowed.size() > 1;
     std::vector<B2Bucket> buckets;
     for (std::size_t i = 0; i < (asksOneByOne ? allowed.size() : 1); ++i) {
@@ -106,7 +106,7 @@ Task<std::vector<B2Bucket>> B2Client::listBuckets(std::optional<std::string> nam
                 {.operation = "b2_list_buckets", .body = std::move(body).text()});
             std::ranges::move(page, std::back_inserter(buckets));
         } catch (const B2Error& refusal) {
-            // A bucket that a key is restricted to may be gone; the key stays.
+            // A key outlives a bucket that it is restricted to.
             if (allowed.empty() || !refusal.api() || !refusal.api()->isBadBucketID())
                 throw;
         }

@@ -6,14 +6,14 @@
 #include "B2Kit/wire/B2PercentEncoding.h"
 #include "B2Kit/wire/B2URL.h"
 
-/// Which bytes to get.
+/// A download and the bytes that it asks for.
 struct B2Client::Download {
     std::string_view operation;
     std::function<std::string(const B2Authorization&)> url;
     std::optional<B2ByteRange> range;
     bool verifies = true;
     B2Progress onProgress;
-    std::shared_ptr<B2RetryTeller> teller;
+    std::shared_ptr<B2RetryReporter> reporter;
 
     explicit Download(B2DownloadByNameRequest request)
         : operation("b2_download_file_by_name")
@@ -24,7 +24,7 @@ struct B2Client::Download {
         , range(request.range)
         , verifies(request.verifies)
         , onProgress(std::move(request.onProgress))
-        , teller(std::make_shared<B2RetryTeller>(std::move(request.onRetry)))
+        , reporter(std::make_shared<B2RetryReporter>(std::move(request.onRetry)))
     {
     }
 
@@ -37,7 +37,7 @@ struct B2Client::Download {
         , range(request.range)
         , verifies(request.verifies)
         , onProgress(std::move(request.onProgress))
-        , teller(std::make_shared<B2RetryTeller>(std::move(request.onRetry)))
+        , reporter(std::make_shared<B2RetryReporter>(std::move(request.onRetry)))
     {
     }
 
@@ -46,20 +46,20 @@ struct B2Client::Download {
         const std::string& downloadURL, const std::string& bucketName, const std::string& fileName)
     {
         auto url = appendingPath(downloadURL, "/file/") + bucketName + "/" + percentEncodedName(fileName);
-        // The name of a bucket goes in as it is, and must not become another part of the address.
+        // The name of a bucket is inserted as it is and must not change the rest of the address.
         if (percentEncoded(bucketName) != bucketName)
             throw B2Error(B2Error::InvalidURL{std::move(url)});
         return url;
     }
 
-    /// The call without its way to send.
+    /// The call, without the function that sends it.
     template <class Reply>
     B2Call<Reply> call() const
     {
         B2Call<Reply> call;
         call.operation = operation;
         call.accepts = isContent;
-        call.teller = teller.get();
+        call.reporter = reporter.get();
         call.makeRequest = [this](const B2Authorization& authorization) {
             B2HTTPRequest request;
             request.method = B2HTTPMethod::get;
@@ -111,12 +111,12 @@ Task<B2DownloadedFile> B2Client::downloadToMemory(Download download)
 Task<B2FileMetadata> B2Client::downloadToFile(Download download, B2FileDestination destination)
 {
     auto call = download.call<B2DownloadReply>();
-    // A long download is over its wait when bytes come again, not when all have come.
-    const B2Progress onProgress = [teller = download.teller, tell = download.onProgress](
+    // A long download has recovered when bytes arrive again, not when all have arrived.
+    const B2Progress onProgress = [reporter = download.reporter, forward = download.onProgress](
                                       std::int64_t done, std::int64_t total) {
-        teller->goesOn();
-        if (tell)
-            tell(done, total);
+        reporter->recovered();
+        if (forward)
+            forward(done, total);
     };
     call.send = [this, &onProgress, &destination](B2HTTPRequest request) {
         const B2Place place(destination.path, destination.folder);

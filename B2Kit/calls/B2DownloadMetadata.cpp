@@ -17,7 +17,7 @@ std::string lowercase(std::string_view text)
     return lower;
 }
 
-/// A count that a header tells; anything else is as good as none.
+/// The count in a header, or nothing when it is not a number.
 std::optional<std::int64_t> numberIn(const std::optional<std::string>& header)
 {
     std::int64_t number = 0;
@@ -33,7 +33,7 @@ std::string decodedOrAsItStands(const std::string& text)
     return percentDecoded(text).value_or(text);
 }
 
-/// A published digest: none for "none", and without the mark of one that the service has not checked itself.
+/// A published digest: nothing for "none", and without the prefix of one that the service has not checked itself.
 std::optional<std::string> digestIn(const std::optional<std::string>& text)
 {
     constexpr std::string_view uncheckedMark = "unverified:";
@@ -93,7 +93,7 @@ B2FileMetadata metadataFrom(const B2HTTPResponse& response, std::int64_t deliver
     metadata.uploadTimestamp = numberIn(response.header("X-Bz-Upload-Timestamp")).value_or(0);
     metadata.fileInfo = fileInfoIn(response);
     metadata.isPartial = response.status == partialContent;
-    // A file stored as a large one has only the digest that its uploader noted.
+    // A large file has only the digest that its uploader recorded.
     metadata.contentSHA1 = digestIn(response.header("X-Bz-Content-Sha1"));
     if (!metadata.contentSHA1)
         metadata.contentSHA1 = digestIn(metadata.largeFileSHA1());

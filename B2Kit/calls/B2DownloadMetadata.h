@@ -6,12 +6,12 @@
 #include <cstdint>
 #include <string>
 
-// Inside B2Kit: what the headers of a download tell.
+// Inside B2Kit: the headers of a download.
 
 /// @param deliveredBytes  length of the body that arrived.
 B2FileMetadata metadataFrom(const B2HTTPResponse& response, std::int64_t deliveredBytes);
 
-/// Why the bytes cannot be checked, or nothing when they can.
+/// Returns why the bytes cannot be checked, or nothing when they can.
 std::optional<B2ChecksumSkipReason> reasonNotToCheck(const B2FileMetadata& metadata, bool verifies);
 
 /// @param actualSHA1  of the bytes that arrived, lowercase.

@@ -48,7 +48,7 @@ Task<B2DeletedFileVersion> B2Client::deleteFileVersion(B2DeleteFileVersionReques
         if (!mayHaveBeenDone || !isRefusal(error, "file_not_present"))
             throw;
     }
-    // The answer of an earlier send was lost, and the version is gone.
+    // The answer to an earlier attempt was lost, and the version is gone.
     co_return B2DeletedFileVersion{.fileID = std::move(request.fileID), .fileName = std::move(request.fileName)};
 }
 
@@ -66,7 +66,7 @@ Task<B2FileVersion> B2Client::hideFile(std::string bucketID, std::string fileNam
             throw;
         refusal = std::current_exception();
     }
-    // The answer of an earlier send was lost: the newest version may be the marker that it laid.
+    // The answer to an earlier attempt was lost: the newest version may be the marker that it created.
     auto page = co_await listFileVersions({.bucketID = bucketID, .startFileName = fileName, .maxFileCount = 1});
     if (page.files.empty() || page.files.front().fileName != fileName || !page.files.front().isHideMarker())
         std::rethrow_exception(refusal);

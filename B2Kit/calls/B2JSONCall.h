@@ -9,11 +9,11 @@
 #include <string>
 #include <string_view>
 
-// Inside B2Kit: the calls with a JSON object as body and as answer.
+// Inside B2Kit: calls whose body and answer are JSON objects.
 
 struct B2JSONCall {
     std::string_view operation; ///< The call's name; a literal.
-    std::string body;           ///< Sent as it is in every attempt.
+    std::string body;           ///< The same in every attempt.
     std::string_view version = b2APIVersion;
     bool* mayHaveBeenDone = nullptr;                     ///< As in `B2Call`.
     bool (*expectsRefusal)(const B2APIError&) = nullptr; ///< As in `B2Call`.
@@ -25,7 +25,7 @@ inline bool isRefusal(const B2Error& error, std::string_view code)
     return error.api() && error.api()->code == code;
 }
 
-/// The same of a failure that was caught.
+/// Is the failure such a refusal?
 inline bool isRefusal(const std::exception_ptr& failure, std::string_view code)
 {
     try {
@@ -56,7 +56,7 @@ Task<Answer> B2Client::callJSON(B2JSONCall call)
     try {
         co_return decodeAnswer<Answer>(operation, reply.body);
     } catch (const B2Error& error) {
-        // The pipeline saw a success; that it could not be read is told nowhere else.
+        // The pipeline has logged a success, so the unreadable answer needs a line of its own.
         tools_->log->error("api", std::string(operation) + " failed: its answer could not be read", error.what());
         throw;
     }

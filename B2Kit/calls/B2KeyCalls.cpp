@@ -41,7 +41,7 @@ Task<B2CreatedApplicationKey> B2Client::createKey(B2CreateKeyRequest request)
         .body = std::move(body).text(),
         .version = versionOf(isForOneBucket ? B2KeyAPI::version3 : B2KeyAPI::version4),
         .mayHaveBeenDone = &mayHaveBeenDone});
-    // The secret of a key whose answer was lost is lost too, so the retry had to make another one.
+    // A lost answer takes the secret of its key with it, so the retry had to create another key.
     created.mayHaveTwin = mayHaveBeenDone;
     if (mayHaveBeenDone)
         tools_->log->warning("keys",

@@ -21,7 +21,7 @@ std::string fileBody(const std::string& fileID)
     return std::move(body).text();
 }
 
-/// Where in the unfinished large files a walk is.
+/// The position of a walk through the unfinished large files.
 struct UnfinishedWalk {
     std::shared_ptr<B2Client> client;
     B2ListUnfinishedLargeFilesRequest request; ///< Of the next page.
@@ -73,7 +73,7 @@ Task<B2FileVersion> B2Client::finishLargeFile(std::string fileID, std::vector<st
     } catch (const Cancelled&) {
         throw;
     } catch (const B2Error& error) {
-        // An answer that cannot be read comes after the work.
+        // An unreadable answer means that the work was done.
         const bool isUnreadable = std::holds_alternative<B2Error::InvalidResponse>(error.which());
         if (!mayHaveBeenDone && !isUnreadable && !(error.api() && error.api()->isRetryable()))
             throw;
@@ -109,11 +109,11 @@ Task<std::optional<B2FileVersion>> B2Client::finishedLargeFile(std::string fileI
     } catch (const std::exception& error) {
         reason = error.what();
     }
-    // To send it all anew could store it twice.
-    throw B2Error(B2Error::InvalidResponse{
-        fmt::format("Whether large file {} was finished is not known: B2 did not say ({}). Look whether the file is "
-                    "there before you send it again.",
-            fileID, reason)});
+    // Another upload could store the file twice.
+    throw B2Error(B2Error::InvalidResponse{fmt::format(
+        "B2 did not say whether large file {} was finished ({}). Check whether the file is there before you "
+        "send it again.",
+        fileID, reason)});
 }
 
 Task<B2CancelledLargeFile> B2Client::cancelLargeFile(std::string fileID)
@@ -128,7 +128,7 @@ Task<B2CancelledLargeFile> B2Client::cancelLargeFile(std::string fileID)
             throw;
         refusal = std::current_exception();
     }
-    // The answer of an earlier send was lost: the file may be gone.
+    // The answer to an earlier attempt was lost: the file may be gone.
     try {
         co_await fileInfo(fileID);
     } catch (const B2Error& error) {
@@ -155,7 +155,7 @@ Task<std::vector<B2Part>> B2Client::allParts(std::string fileID)
         std::ranges::move(page.parts, std::back_inserter(parts));
         const auto next = page.nextPartNumber;
         // A page that does not lead on would be read for ever.
-        if (!next || *next <= start.value_or(1) || *next > B2LargeFileLimits::mostParts)
+        if (!next || *next <= start.value_or(1) || *next > B2LargeFileLimits::maxPartCount)
             co_return parts;
         start = next;
     }

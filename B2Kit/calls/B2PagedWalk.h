@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-// Inside B2Kit: how a listing that comes in pages becomes one sequence.
+// Inside B2Kit: turns a listing in pages into one sequence.
 
 template <class Item>
 struct B2WalkPage {
@@ -32,21 +32,21 @@ Task<std::optional<Item>> nextOf(std::shared_ptr<B2PagedWalk<Item>> walk)
     while (walk->next == walk->page.items.size()) {
         if (walk->page.isLast)
             co_return std::nullopt;
-        // The last one, unless a page says otherwise: a walk that failed or was stopped does not go on.
+        // Counts as the last page until another arrives: a walk that failed or was stopped does not go on.
         walk->page = {};
         walk->next = 0;
         try {
             co_await checkCancelled();
             walk->page = co_await walk->fetch();
         } catch (const Cancelled&) {
-            // The consumer's own task was asked to stop: for it the sequence is over, and this is no failure.
+            // The consumer's own task was asked to stop. The sequence is over; this is not a failure.
             co_return std::nullopt;
         }
     }
     co_return std::move(walk->page.items[walk->next++]);
 }
 
-/// The items of page after page.
+/// Streams the items of page after page.
 ///
 /// @param fetch  gets the next page; called again only after one that was not the last.
 template <class Item>

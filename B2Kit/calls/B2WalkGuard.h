@@ -3,15 +3,15 @@
 #include <string>
 #include <string_view>
 
-// Inside B2Kit: what keeps a walk through pages from going round for ever.
+// Inside B2Kit: keeps a walk through pages from going round for ever.
 
-/// Notices that a service hands out a cursor again, whatever the order of its cursors means.
+/// Notices when a service returns a cursor again, in whatever order its cursors come.
 ///
-/// Remembers one cursor and not all: it compares each with a checkpoint that moves ahead in ever longer strides, so
-/// that a ring of n cursors is noticed within about 3n pages.
+/// Remembers a single cursor: it compares each one with a checkpoint that moves ahead in ever longer strides, and so
+/// notices a ring of n cursors within about 3n pages.
 class B2WalkGuard {
 public:
-    /// @returns false when the walk has come round.
+    /// @returns false when the walk has come full circle.
     bool advancesTo(std::string_view cursor)
     {
         if (hasCheckpoint_ && cursor == checkpoint_)

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Where in a listing a walk is.
+/// The position of a walk through a listing.
 struct FileWalk {
     std::shared_ptr<B2Client> client;
     std::string_view operation;
@@ -17,8 +17,8 @@ struct FileWalk {
 
 /// Takes the page's cursor for the next request.
 ///
-/// Names ascend by their bytes, so a cursor that does not is no cursor. The versions of one name have no order that
-/// their ids would show, so there the guard notices when the same id comes again.
+/// Names ascend by their bytes, so a cursor that does not ascend is invalid. The versions of one name have no order
+/// that their ids would show, so there the guard notices when the same id comes again.
 void follow(FileWalk& walk, const B2FileListPage& page)
 {
     if (!page.nextFileName)

@@ -48,7 +48,7 @@ private:
     std::unique_ptr<char, Free> bytes_{static_cast<char*>(::operator new(chunkBytes, alignment))};
 };
 
-/// The stretch's bytes.
+/// Reads the bytes of the range.
 std::string readAll(const B2FileRange& range)
 {
     FileSource source(range);
@@ -86,7 +86,7 @@ Task<B2HashedBody> B2FileWorker::hash(B2FileRange range)
             hashed.stamp = stamp;
         }
     } catch (const B2Error&) {
-        // The file ended before the stretch did.
+        // The file is shorter than the range.
         throw changedFileError(range.path);
     }
     if (stamp.size != range.offset + range.length || stampOf(range.path) != stamp)
@@ -100,7 +100,7 @@ Task<B2HashedBody> B2FileWorker::hashInParts(B2FileRange range, std::vector<B2Pa
     try {
         co_await readInParts(hashed, std::move(parts), std::move(watch));
     } catch (const B2Error&) {
-        // The file ended before the stretch did.
+        // The file is shorter than the range.
         throw changedFileError(range.path);
     }
     if (stampOf(range.path) != hashed.stamp)
@@ -131,7 +131,7 @@ Task<> B2FileWorker::readInParts(B2HashedBody& body, std::vector<B2PartStretch> 
 
 Task<B2HashedBody> B2FileWorker::stamp(B2FileRange range)
 {
-    // To find a file that cannot be read before anything is asked of the service.
+    // Finds an unreadable file before anything is asked of the service.
     const FileSource source(range);
     const auto stamp = stampOf(range.path);
     if (stamp.size != range.offset + range.length)
@@ -179,7 +179,7 @@ Task<bool> B2FileWorker::hasChanged(const B2HashedBody& body)
     try {
         co_return stampOf(body.file()->path) != *body.stamp;
     } catch (const B2FileError&) {
-        // One that has vanished has a sentence of its own.
+        // A file that has vanished gets its own sentence.
         co_return false;
     }
 }
@@ -192,7 +192,7 @@ Task<> B2FileWorker::place(B2TemporaryFile file, B2FileDestination destination)
 
 Task<std::string> sha1Aside(const std::string& bytes)
 {
-    // A quarter of a millisecond's work, not much more than to change threads.
+    // A quarter of a millisecond of work, not much more than a change of threads.
     constexpr std::size_t largestAtOnce = 262'144;
     if (bytes.size() <= largestAtOnce)
         co_return sha1Of(bytes);

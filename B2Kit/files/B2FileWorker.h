@@ -15,9 +15,9 @@
 #include <string>
 #include <vector>
 
-// Inside B2Kit: work that waits for a disk or reckons for long.
+// Inside B2Kit: work that waits for a disk or computes for long.
 
-/// By what a changed file is noticed.
+/// The properties by which a changed file is noticed.
 struct B2FileStamp {
     std::int64_t size = 0;
     std::int64_t modifiedNanoseconds = 0; ///< Since 1970.
@@ -26,52 +26,52 @@ struct B2FileStamp {
     bool operator==(const B2FileStamp&) const = default;
 };
 
-/// A body as it is sent: a small file has become bytes in memory.
+/// A body ready to be sent; a small file has been read into memory.
 struct B2HashedBody {
     B2UploadBody body;
     std::int64_t length = 0;
     std::string sha1; ///< 40 lowercase hexadecimal digits; empty when the body was not read for it.
-    /// Of the file that is read again when the body is sent; unset for a body in memory.
+    /// The stamp of a file that is read again when the body is sent; unset for a body in memory.
     std::optional<B2FileStamp> stamp;
 
-    /// Of the parts the body was to be read for, in their order; empty when it was not.
+    /// The digests of the parts in their order; empty when they were not computed.
     std::vector<std::string> partSHA1s;
 
     const B2FileRange* file() const { return std::get_if<B2FileRange>(&body); }
 };
 
-/// What looks on while a file is read for its digest; called by the reading thread, between the pieces.
+/// Callbacks while a file is read for its digest, from the reading thread and between the chunks.
 struct B2HashWatch {
     std::function<void(std::int64_t bytesRead)> onRead;
-    std::function<bool()> isSkipped; ///< True ends the reading, and there is no digest.
+    std::function<bool()> isSkipped; ///< Returning true ends the reading without a digest.
 };
 
 /// An actor for one piece of work after another, on threads that may block.
 ///
-/// Cheap to make: one for each piece of work, so that no file waits for another's.
+/// Cheap to create: use one for each piece of work, so that no file waits for another.
 class B2FileWorker final : public Actor {
 public:
     B2FileWorker();
 
-    /// Reads the stretch for its digest; it ends where the file does.
+    /// Reads the range for its digest; it must end where the file does.
     ///
     /// @throws B2FileError when the file cannot be read or is not of that length, Cancelled within a few milliseconds.
     Task<B2HashedBody> hash(B2FileRange range);
 
-    /// The same, with the digests of the file's parts: one reading for both.
+    /// Reads the range once for its digest and those of its parts.
     ///
-    /// @param parts  of the whole stretch, one after the other.
+    /// @param parts  cover the whole range, one after the other.
     /// @returns a body without digests when the reading was skipped.
     Task<B2HashedBody> hashInParts(B2FileRange range, std::vector<B2PartStretch> parts, B2HashWatch watch);
 
-    /// The same without the reading: a body without a digest, of which a change is noticed.
+    /// Returns a body without a digest, without reading it; a later change is noticed.
     Task<B2HashedBody> stamp(B2FileRange range);
 
     Task<std::string> sha1(const std::string& bytes);
 
-    /// Reads the stretch for its digest, each piece while the disk fetches the next.
+    /// Reads the range for its digest, each chunk while the disk fetches the next.
     ///
-    /// @throws B2Error when the file ends before the stretch does, else as `hash`.
+    /// @throws B2Error when the file is shorter than the range, else as `hash`.
     Task<std::string> sha1OfFile(B2FileRange range);
 
     /// @throws B2Error when there is no such regular file.
@@ -91,8 +91,9 @@ private:
     std::shared_ptr<SerialExecutor> executor_;
 };
 
-/// The SHA-1 of bytes in memory: a few at once, many by a worker, so that the caller's executor goes on.
+/// Computes the SHA-1 of bytes in memory: a few at once, many in a worker, so that the caller's executor goes on.
 Task<std::string> sha1Aside(const std::string& bytes);
 
-/// The error of a file that changed while it was read to be sent. Says nothing about what earlier attempts have stored.
+/// Makes the error for a file that changed while it was read to be sent. Says nothing about what earlier attempts have
+/// stored.
 B2FileError changedFileError(const std::filesystem::path& path);

@@ -53,7 +53,7 @@ B2Folder::Result B2Folder::open(const std::filesystem::path& path)
 
 B2Folder::Result B2Folder::subfolder(std::string_view relativePath, Missing missing) const
 {
-    // Component by component: a path in one piece may be longer than the system takes.
+    // Component by component, since the whole path may be longer than the system allows.
     int current = fcntl(descriptor_, F_DUPFD_CLOEXEC, 0);
     if (current < 0)
         return std::unexpected(errno);

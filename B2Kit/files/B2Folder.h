@@ -6,13 +6,13 @@
 #include <memory>
 #include <string_view>
 
-/// An open folder. What is opened or made below it stays below it: no link on the way is followed, and the folder
-/// stays the same one whatever happens to its path meanwhile.
+/// An open folder. Everything opened or created below it stays below it: no link on the way is followed, and the
+/// folder stays the same one even if its path changes in the meantime.
 ///
 /// Every member blocks. May be used from any thread. Holds one file descriptor.
 class B2Folder {
 public:
-    /// What to do about a folder that is not there.
+    /// Whether a missing folder is created.
     enum class Missing { refuse, make };
 
     /// The handle, or the system's error number.
@@ -23,7 +23,7 @@ public:
 
     /// Opens a folder below this one. The relative path may be of any length and depth.
     ///
-    /// @returns ENOTDIR when a file or a link stands in the way, EINVAL for an empty component, "." or "..".
+    /// @returns ENOTDIR when a file or a link is in the way, EINVAL for an empty component, "." or "..".
     Result subfolder(std::string_view relativePath, Missing missing) const;
 
     B2Folder(const B2Folder&) = delete;
@@ -31,7 +31,7 @@ public:
     ~B2Folder();
 
     int descriptor() const { return descriptor_; }
-    /// As it was when it was opened: for sentences.
+    /// The path at the time of opening, for sentences.
     const std::filesystem::path& path() const { return path_; }
 
 private:

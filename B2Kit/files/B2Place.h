@@ -8,7 +8,7 @@
 #include <memory>
 #include <utility>
 
-/// Where a file is to be: a path, or the same path as a name in an open folder, which then leads nowhere else.
+/// The place for a file: a path, or the same path as a name in an open folder, which then leads nowhere else.
 struct B2Place {
     B2Place() = default;
     // A path alone is a place.
@@ -21,7 +21,7 @@ struct B2Place {
     std::filesystem::path path;
     std::shared_ptr<const B2Folder> folder; ///< The path's parent, where it is held open.
 
-    /// What `relative` and `relativeFolder` start from, for `openat` and its like.
+    /// The base of `relative` and `relativeFolder`, for `openat` and similar calls.
     int base() const { return folder ? folder->descriptor() : AT_FDCWD; }
     std::filesystem::path relative() const { return folder ? path.filename() : path; }
     std::filesystem::path relativeFolder() const

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-/// A SHA-1 computed as the bytes arrive.
+/// Computes a SHA-1 as the bytes arrive.
 class B2SHA1 {
 public:
     B2SHA1();
@@ -24,8 +24,8 @@ private:
     std::unique_ptr<Context> context_;
 };
 
-/// The SHA-1 of a text in memory, as 40 lowercase hexadecimal digits.
+/// Returns the SHA-1 of a text in memory as 40 lowercase hexadecimal digits.
 std::string sha1Of(std::string_view bytes);
 
-/// A digest's bytes as 40 lowercase hexadecimal digits.
+/// Formats the bytes of a digest as 40 lowercase hexadecimal digits.
 std::string sha1Text(const std::array<unsigned char, 20>& digest);

@@ -22,7 +22,7 @@ timespec toTimespec(std::chrono::system_clock::time_point date)
     return {static_cast<time_t>(seconds.time_since_epoch().count()), static_cast<long>(rest.count())};
 }
 
-/// The process's umask. The system call that tells it changes it for a moment, for every thread.
+/// The process's umask. The system call that reads it changes it for a moment, for every thread.
 mode_t readUmask()
 {
     std::ifstream status("/proc/self/status");
@@ -31,11 +31,11 @@ mode_t readUmask()
         if (std::sscanf(line.c_str(), "Umask: %o", &mask) == 1)
             return mask & 0777U;
     }
-    // Unknown: for the owner alone.
+    // If unknown, only the owner gets access.
     return 0077;
 }
 
-/// What a new file at the destination may be: as the file that it replaces, else as any file the user makes.
+/// The mode for a file at the destination: that of the file it replaces, else that of any new file of the user.
 mode_t modeFor(const B2Place& destination)
 {
     struct stat replaced = {};
@@ -52,7 +52,7 @@ void renameOnto(const B2Place& from, const B2Place& to)
         throw writeFault(to.path, errno, -1);
 }
 
-/// @returns false when something stands there; nothing has happened then.
+/// @returns false when something is there already; nothing has happened then.
 bool renameWhereFree(const B2Place& from, const B2Place& to)
 {
     const auto source = from.relative();
@@ -63,7 +63,7 @@ bool renameWhereFree(const B2Place& from, const B2Place& to)
         return false;
     if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP)
         throw writeFault(to.path, errno, -1);
-    // This file system cannot do it in one step. A second name for the file never replaces anything either.
+    // This file system cannot do it in one step, but a hard link never replaces anything either.
     if (linkat(from.base(), source.c_str(), to.base(), target.c_str(), 0) == 0) {
         unlinkat(from.base(), source.c_str(), 0);
         return true;
@@ -94,7 +94,7 @@ B2Place renameTo(const B2Place& from, const B2Place& destination, const B2Tempor
     return place;
 }
 
-/// The new name reaches the disk too. The file is whole and in its place; if only this fails, nothing is lost.
+/// Writes the new name through to the disk. The file is complete and in place; if only this fails, nothing is lost.
 void syncFolderOf(const B2Place& place)
 {
     const int folder = openat(place.base(), place.relativeFolder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -120,7 +120,7 @@ B2TemporaryFile::B2TemporaryFile(B2TemporaryFile&& other) noexcept
 
 B2TemporaryFile& B2TemporaryFile::operator=(B2TemporaryFile&& other) noexcept
 {
-    // The file that stood here goes with the temporary.
+    // The file that was here is removed with the temporary one.
     B2TemporaryFile moved(std::move(other));
     std::swap(place_, moved.place_);
     std::swap(descriptor_, moved.descriptor_);
@@ -148,7 +148,7 @@ void B2TemporaryFile::placeAt(const B2Place& destination,
     if (descriptor_ < 0)
         throw writeFault(destination.path, errno, -1);
     if (modificationDate) {
-        // A file system that holds no such date (before 1970, or far off) keeps the file with today's.
+        // A file system that cannot store the date (before 1970, or far off) keeps the file with today's.
         const std::array times{timespec{0, UTIME_OMIT}, toTimespec(*modificationDate)};
         futimens(descriptor_, times.data());
     }
@@ -161,7 +161,7 @@ void B2TemporaryFile::placeAt(const B2Place& destination,
         throw writeFault(destination.path, systemError, info.st_size);
     }
     const auto place = renameTo(place_, destination, otherPath);
-    // Held until it has its name, so that nobody takes it for abandoned.
+    // Held until it has its name, so that no clean-up takes it for abandoned.
     close();
     place_ = {};
     syncFolderOf(place);

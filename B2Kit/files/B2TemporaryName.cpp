@@ -45,7 +45,7 @@ bool isTemporaryName(std::string_view fileName)
 
 bool holdTemporaryFile(int descriptor)
 {
-    // Where there are no locks, none can be taken by those who look for abandoned files either.
+    // Without locks, a clean-up of abandoned files cannot take one either.
     if (flock(descriptor, LOCK_EX | LOCK_NB) != 0)
         return errno != EWOULDBLOCK;
     struct stat info = {};

@@ -10,18 +10,18 @@
 #include <string_view>
 #include <vector>
 
-/// The SHA-1 of a file and those of its parts, from one reading: both at once where the processor can do that, else on
-/// two threads.
+/// Computes the SHA-1 of a file and those of its parts in one reading: both at once if the processor can do that, else
+/// on two threads.
 class FileDigests {
 public:
-    /// @param parts  of the whole file, one after the other.
-    /// @param pool   has a thread for the second one.
+    /// @param parts  cover the whole file, one after the other.
+    /// @param pool   provides the second thread.
     FileDigests(std::vector<B2PartStretch> parts, WorkerPool& pool);
 
-    /// The next bytes, which the caller keeps until this ends. Runs to its end, stopped or not.
+    /// Takes the next bytes, which the caller keeps until this ends. Runs to its end even when stopped.
     static Task<> update(FileDigests& digests, std::string_view bytes);
 
-    /// Called once, after the last `update`.
+    /// Returns the digests. Called once, after the last `update`.
     TwinSHA1::Digests finish();
 
 private:

@@ -11,7 +11,7 @@
 
 FileSource::FileSource(B2FileRange range)
     : range_(std::move(range))
-    // Without O_NONBLOCK a pipe would be waited for.
+    // Without O_NONBLOCK, opening a pipe would wait for its writer.
     , descriptor_(open(range_.path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK))
 {
     if (descriptor_ < 0)

@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-/// A stretch of a file, read as it is sent.
+/// A range of a file, read as it is sent.
 class FileSource {
 public:
     /// @throws B2FileError when the file cannot be opened.
@@ -15,17 +15,17 @@ public:
 
     std::int64_t length() const { return range_.length; }
 
-    /// Copies the next bytes of the stretch to `buffer`.
+    /// Copies the next bytes of the range to `buffer`.
     ///
-    /// @returns their number, 0 at the stretch's end.
-    /// @throws B2FileError when reading fails, B2Error when the file ends before the stretch does.
+    /// @returns their number, 0 at the end of the range.
+    /// @throws B2FileError when reading fails, B2Error when the file is shorter than the range.
     std::size_t read(char* buffer, std::size_t size);
 
-    /// Has the disk fetch the next bytes of the stretch, without waiting for them.
+    /// Asks the disk for the next bytes of the range, without waiting for them.
     void readAhead(std::size_t size);
 
 private:
     B2FileRange range_;
-    std::int64_t position_ = 0; ///< Within the stretch.
+    std::int64_t position_ = 0; ///< Within the range.
     int descriptor_ = -1;
 };

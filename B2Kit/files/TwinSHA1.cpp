@@ -33,7 +33,7 @@ WITH_SHA void store(const Lane& lane, std::array<std::uint32_t, 5>& state)
     state[4] = static_cast<std::uint32_t>(_mm_extract_epi32(lane.e, 3));
 }
 
-/// Four rounds of one lane.
+/// Runs four rounds of one lane.
 template <int group>
 WITH_SHA [[gnu::always_inline]] inline void turn(Lane& lane, __m128i words)
 {
@@ -42,7 +42,7 @@ WITH_SHA [[gnu::always_inline]] inline void turn(Lane& lane, __m128i words)
     lane.abcd = _mm_sha1rnds4_epu32(lane.abcd, e, group / 5);
 }
 
-/// The rounds from the group on, of both lanes. @param words  of this group and the three after it.
+/// Runs the rounds from the group on, in both lanes. @param words  of this group and the three after it.
 template <int group>
 WITH_SHA [[gnu::always_inline]] inline void turnBoth(
     Lane& first, Lane& second, __m128i words0, __m128i words1, __m128i words2, __m128i words3)

@@ -9,27 +9,27 @@
 #include <string_view>
 #include <vector>
 
-/// The SHA-1 of a file and of the parts it is cut into, at hardly more than the cost of one.
+/// Computes the SHA-1 of a file and those of its parts at hardly more than the cost of one.
 ///
-/// Both work on the same blocks of 64 bytes, so a block is prepared once and goes through both side by side, with the
-/// processor's own instructions: each has to wait for its last result most of the time, and the other one uses that.
+/// Both computations work on the same blocks of 64 bytes, so a block is prepared once and goes through both side by
+/// side, with the processor's own instructions: each mostly waits for its last result, and the other fills the gaps.
 class TwinSHA1 {
 public:
-    /// Has this processor the instructions, and does every part begin with a block?
+    /// Does this processor have the instructions, and does every part begin with a block?
     static bool canHash(const std::vector<B2PartStretch>& parts);
 
-    /// @param parts  of the whole file, one after the other, as `canHash` allows them.
+    /// @param parts  cover the whole file, one after the other, as `canHash` allows them.
     explicit TwinSHA1(std::vector<B2PartStretch> parts);
 
-    /// The next bytes. @throws std::out_of_range when there are more than the parts have.
+    /// Takes the next bytes. @throws std::out_of_range when there are more than the parts hold.
     void update(std::string_view bytes);
 
     struct Digests {
         std::string whole;
-        std::vector<std::string> parts; ///< Of those that were begun.
+        std::vector<std::string> parts; ///< Digests of the parts that were begun.
     };
 
-    /// The digests as 40 lowercase hexadecimal digits each. Called once, after the last `update`.
+    /// Returns the digests as 40 lowercase hexadecimal digits each. Called once, after the last `update`.
     Digests finish();
 
 private:
@@ -47,6 +47,6 @@ private:
     State whole_ = initial;
     State part_ = initial;
     std::int64_t received_ = 0;
-    std::int64_t position_ = 0; ///< Of the blocks that were taken.
+    std::int64_t position_ = 0; ///< End of the blocks that were taken.
     std::string rest_;          ///< Less than a block.
 };

@@ -12,7 +12,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// A page of a proxy can be any size; a sentence cannot.
+/// A proxy's page can have any size; a sentence cannot.
 constexpr std::size_t longestMessage = 2000;
 constexpr std::size_t longestCode = 100;
 
@@ -150,13 +150,13 @@ Task<Reply> B2Client::perform(B2Call<Reply> call)
             const int status = reply->response.status;
             if (call.accepts(status)) {
                 log.debug("api", fmt::format("{} → {} in {}", call.operation, status, formatElapsed(started)));
-                if (call.teller)
-                    call.teller->goesOn();
+                if (call.reporter)
+                    call.reporter->recovered();
                 co_return std::move(*reply);
             }
             const auto refusal = readAPIError(status, errorBodyOf(*reply));
             const auto retryAfter = reply->response.header("Retry-After");
-            // A downloaded file goes now, not after the wait.
+            // A downloaded file is removed before the wait, not after it.
             reply.reset();
             if (call.mayHaveBeenDone && isFromGateway(refusal))
                 *call.mayHaveBeenDone = true;
@@ -178,8 +178,8 @@ Task<Reply> B2Client::perform(B2Call<Reply> call)
             waitSeconds = step.waitSeconds;
             failure = std::make_exception_ptr(B2Error(refusal));
         }
-        if (call.teller)
-            call.teller->backsOff(progress.failures + 1, policy.maxAttempts, waitSeconds, shortReason(failure));
+        if (call.reporter)
+            call.reporter->backingOff(progress.failures + 1, policy.maxAttempts, waitSeconds, shortReason(failure));
         co_await tools_->sleeper->sleep(waitSeconds);
         ++progress.failures;
     }

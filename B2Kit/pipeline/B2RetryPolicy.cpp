@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Calls `visit` with the failure as the type it has; anything that is no exception counts as a plain one.
+/// Calls `visit` with the failure as its own type; an object of a foreign type counts as a plain exception.
 template <class Visit>
 auto visitFailure(const std::exception_ptr& failure, Visit visit)
 {
@@ -44,7 +44,7 @@ bool containsWithoutCase(std::string_view text, std::string_view lowercaseWord)
 double backoffSeconds(const B2RetryPolicy& policy, int exponent, double jitter)
 {
     const double term = policy.baseDelaySeconds * std::pow(policy.multiplier, std::max(exponent, 0));
-    // Written so that a jitter that is no number adds nothing.
+    // Written so that a NaN jitter adds nothing.
     const double addition = jitter > 0 ? std::min(jitter, 1.0) : 0.0;
     return std::min(term, policy.maxDelaySeconds) + addition;
 }
@@ -58,7 +58,7 @@ std::optional<double> parseRetryAfter(const std::optional<std::string>& header)
         text.remove_prefix(1);
     double value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    // "nan" and "inf" parse too, and are no delays.
+    // "nan" and "inf" parse too, but are not delays.
     if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value))
         return std::nullopt;
     return value;
@@ -111,7 +111,7 @@ std::string shortReason(const std::exception_ptr& failure)
         const auto* const refusal = error.api();
         if (!refusal)
             return error.what();
-        // The service answers so when a storage unit is full or busy, which is normal and no fault.
+        // The normal answer of a storage unit that is full or busy.
         if (refusal->code == "service_unavailable" && containsWithoutCase(refusal->message, "tome"))
             return "B2 storage busy";
         return fmt::format("B2 {} {}", refusal->status, refusal->code);

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-/// How often and how long a failed request is repeated.
+/// The number of attempts at a request and the waits between them.
 struct B2RetryPolicy {
     int maxAttempts = 5;               ///< Sends of one JSON or download request, the first included.
     int maxDataAttempts = 20;          ///< Sends of one upload body or part, the first included.
@@ -18,25 +18,25 @@ struct B2RetryPolicy {
     bool operator==(const B2RetryPolicy&) const = default;
 };
 
-/// The exponential term with jitter: min(base × multiplier^exponent, cap) + jitter clamped to 0..1.
+/// Returns the exponential term with jitter: min(base × multiplier^exponent, cap) + jitter clamped to 0..1.
 ///
 /// @param exponent  0 for the first retry.
 double backoffSeconds(const B2RetryPolicy& policy, int exponent, double jitter);
 
-/// The number of a `Retry-After` header as it stands.
+/// Reads the number in a `Retry-After` header, without a cap.
 ///
 /// @returns nothing when the value is not wholly a decimal number (a date, for one).
 std::optional<double> parseRetryAfter(const std::optional<std::string>& header);
 
-/// Seconds asked for by a `Retry-After` header, held within 0..`maxRetryAfterSeconds`.
+/// Reads the seconds in a `Retry-After` header, clamped to 0..`maxRetryAfterSeconds`.
 ///
 /// @returns nothing when the value is not wholly a decimal number.
 std::optional<double> retryAfterSeconds(const B2RetryPolicy& policy, const std::optional<std::string>& header);
 
-/// A wait for a log line: "%.1fs" below 10 seconds, whole seconds from there.
+/// Formats a wait for a log line: "%.1fs" below 10 seconds, whole seconds above.
 std::string formatWait(double seconds);
 
-/// Is it worth sending the request again? True for everything but a stop, a `B2Error` and a failure of a local file.
+/// Is it worth sending the request again? Yes, except after a stop, a `B2Error` or a failure of a local file.
 bool isRetryableConnectionFailure(const std::exception_ptr& failure);
 
 /// Is it worth sending an upload or a part again, through another URL?
@@ -45,8 +45,8 @@ bool isRetryableTransferFailure(const std::exception_ptr& failure);
 /// Was the task asked to stop?
 bool isCancellation(const std::exception_ptr& failure);
 
-/// A few words on why a transfer is tried again: "B2 storage busy", "B2 503 internal_error" and the like.
+/// Says in a few words why a transfer is retried, such as "B2 storage busy" or "B2 503 internal_error".
 std::string shortReason(const std::exception_ptr& failure);
 
-/// The failure's own text.
+/// Returns the failure's own text.
 std::string describe(const std::exception_ptr& failure);

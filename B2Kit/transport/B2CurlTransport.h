@@ -15,18 +15,18 @@ struct B2CurlTransportOptions {
     std::string certificateAuthorityFile;   ///< PEM to trust instead of the system's; for a local service with TLS.
 };
 
-/// HTTP through libcurl: one thread with one multi handle, whose connections and TLS sessions are reused.
+/// Sends HTTP requests through libcurl, on one thread whose connections and TLS sessions are reused.
 ///
 /// TLS 1.2 up, peer and host verified, https only (http for loopback addresses), no redirects, nothing read from the
 /// environment. Answers in memory are capped at 64 MB, header bytes at 1 MB. One instance serves all clients.
 ///
-/// Progress is told about ten times a second, on the transport's thread, and never after the request has ended.
+/// Progress is reported about ten times a second, on the transport's thread, and never after the request has ended.
 /// A request is sent once: where a reused connection turns out closed, it fails with `connectionLost`.
 class B2CurlTransport final : public B2Transport {
 public:
     explicit B2CurlTransport(B2CurlTransportOptions options);
 
-    /// Ends what still runs (with `Cancelled`) and joins the thread.
+    /// Ends running requests with `Cancelled` and joins the thread.
     ~B2CurlTransport() override;
 
     Task<B2DataReply> data(B2HTTPRequest request) override;

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-/// What is learned from one HTTP transaction.
+/// Measurements of one HTTP transaction.
 struct B2TransactionMetrics {
     std::optional<std::string> host;
     std::optional<std::string> networkProtocolName; ///< Such as "h2".
@@ -17,11 +17,11 @@ struct B2TransactionMetrics {
     std::optional<double> responseSeconds; ///< From the response's start to its end.
     std::optional<double> connectSeconds;
 
-    /// Bytes received by the time of the response; nothing when either is missing.
+    /// Bytes received divided by the time of the response; nothing when either is missing.
     std::optional<double> throughputBytesPerSecond() const;
 };
 
-/// Called from any thread.
+/// Receives the measurements. Called from any thread.
 class B2MetricsSink {
 public:
     virtual ~B2MetricsSink() = default;

@@ -24,7 +24,7 @@ std::optional<std::string> B2HTTPResponse::header(std::string_view name) const
 
 Task<> SystemSleeper::sleep(double seconds)
 {
-    // Written so that a value that is no number waits for nothing; a wait of years would overflow the nanoseconds.
+    // Written so that NaN does not wait; a wait of years would overflow the nanoseconds.
     constexpr double longest = 365.0 * 24 * 3600;
     const double bounded = seconds > 0 ? std::min(seconds, longest) : 0;
     co_await sleepFor(std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(bounded)));

@@ -27,8 +27,8 @@ struct B2HTTPRequest {
     B2HTTPMethod method = B2HTTPMethod::post;
     std::string url;
     std::vector<B2HTTPHeader> headers;
-    std::string body;                   ///< Of `data` requests; uploads bring their body apart.
-    std::chrono::seconds idleLimit{60}; ///< The longest time without a byte; a slow transfer that moves goes on.
+    std::string body;                   ///< Of `data` requests; uploads pass their body separately.
+    std::chrono::seconds idleLimit{60}; ///< The longest time without a byte; a slow transfer may take longer.
 
     bool operator==(const B2HTTPRequest&) const = default;
 };
@@ -46,17 +46,17 @@ struct B2DataReply {
     B2HTTPResponse response;
 };
 
-/// A file of ours beside its destination, owner-only and dot-named: gone with this object unless it was placed.
+/// A private dot-file beside its destination, removed with this object unless it was placed.
 class B2TemporaryFile {
 public:
     B2TemporaryFile() = default;
-    /// @param descriptor  of the file, open and held until the file is placed or gone; -1 without one.
+    /// @param descriptor  of the open file, held until the file is placed or gone; -1 without one.
     explicit B2TemporaryFile(B2Place place, int descriptor = -1);
     B2TemporaryFile(B2TemporaryFile&& other) noexcept;
     B2TemporaryFile& operator=(B2TemporaryFile&& other) noexcept;
     ~B2TemporaryFile();
 
-    /// Asked for another path in the same folder when something stands at the destination; nothing: it is replaced.
+    /// Returns another path in the same folder when the destination exists; nothing to replace it.
     using OtherPath = std::function<std::optional<std::filesystem::path>()>;
 
     const std::filesystem::path& path() const { return place_.path; }
@@ -65,7 +65,7 @@ public:
     /// onto the destination in one step, so that an existing file there is replaced whole or not at all. Who may read
     /// and write it is as it was for that file; a new one follows the umask. Blocks.
     ///
-    /// @param otherPath  unset: what stands at the destination is replaced.
+    /// @param otherPath  if unset, an existing file at the destination is replaced.
     /// @throws B2FileError; the destination is then as it was.
     void placeAt(const B2Place& destination, std::optional<std::chrono::system_clock::time_point> modificationDate,
         const OtherPath& otherPath = {});
@@ -85,7 +85,7 @@ struct B2DownloadReply {
     B2HTTPResponse response;
 };
 
-/// A stretch of a local file, read as it is sent.
+/// A range of a local file, read as it is sent.
 struct B2FileRange {
     std::filesystem::path path;
     std::int64_t offset = 0;
@@ -100,7 +100,7 @@ using B2Progress = std::function<void(std::int64_t done, std::int64_t total)>;
 /// Sends one HTTP request. Never maps a status to an error and never repeats anything.
 ///
 /// Called from any executor, resumes on the caller's. A stop request ends a request within 100 ms with `Cancelled`.
-/// @throws B2TransportError for the network, B2FileError for a local file, B2Error for an answer that is no answer.
+/// @throws B2TransportError for the network, B2FileError for a local file, B2Error for an invalid answer.
 class B2Transport {
 public:
     virtual ~B2Transport() = default;
@@ -114,7 +114,7 @@ public:
     virtual Task<B2DataReply> upload(B2HTTPRequest request, B2UploadBody body, B2Progress onProgress) = 0;
 };
 
-/// Every wait of the client goes through it.
+/// Carries out every wait of the client.
 class B2Sleeper {
 public:
     virtual ~B2Sleeper() = default;

@@ -8,19 +8,19 @@
 #include <string>
 #include <string_view>
 
-/// Takes the body of an answer as it arrives, on the transport's thread. What it throws ends the request.
+/// Takes the body of an answer as it arrives, on the transport's thread. An exception ends the request.
 class BodySink {
 public:
     virtual ~BodySink() = default;
 
-    /// The headers are here.
-    /// @param length  what they announce, or nothing.
+    /// Called when the headers are complete.
+    /// @param length  of the body as announced, or nothing.
     virtual void begin(int status, std::optional<std::int64_t> length) = 0;
 
     /// @returns false when nothing more is wanted: the answer then counts as complete.
     virtual bool take(std::string_view bytes) = 0;
 
-    /// The body was complete.
+    /// Called when the body is complete.
     virtual void finish() = 0;
 };
 
@@ -29,7 +29,7 @@ class MemorySink final : public BodySink {
 public:
     void begin(int, std::optional<std::int64_t> length) override
     {
-        // A hostile length reserves little; a page of a listing is half a megabyte.
+        // A hostile length reserves little memory; a page of a listing takes half a megabyte.
         constexpr std::int64_t worthReserving = 4'000'000;
         if (length && *length > 0)
             body.reserve(static_cast<std::size_t>(std::min(*length, worthReserving)));

@@ -9,10 +9,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How often progress is told and a standstill looked for.
+/// The interval at which progress is reported and stalled transfers are looked for.
 constexpr auto sweepInterval = 100ms;
 
-/// Connections kept open for the next request, over all hosts.
+/// Connections kept open for the next request, across all hosts.
 constexpr long keptConnections = 32;
 
 constexpr std::size_t keptHandles = 16;
@@ -28,7 +28,7 @@ void initializeOnce()
         throw std::bad_alloc();
 }
 
-/// A thread started meanwhile gets no signal: a closed connection or a file size limit shows as a failed write.
+/// A thread started under this gets no signals: a closed connection or a file size limit shows as a failed write.
 class AllSignalsBlocked {
 public:
     AllSignalsBlocked()
@@ -56,7 +56,7 @@ CurlEngine::CurlEngine(B2CurlTransportOptions options)
     if (!multi_ || !share_)
         throw std::bad_alloc();
     curl_multi_setopt(multi_, CURLMOPT_MAXCONNECTS, keptConnections);
-    // Without this each handle would have TLS sessions of its own. One thread uses them, so no locks are given.
+    // Without this each handle would keep its own TLS sessions. One thread uses them, so no locks are given.
     curl_share_setopt(share_, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
     mailbox_->multi = multi_;
     const AllSignalsBlocked blocked;
@@ -84,7 +84,7 @@ void CurlEngine::Mailbox::post(std::vector<Transfer> Mailbox::* list, Transfer t
 {
     const std::lock_guard lock(mutex);
     if (isClosed) {
-        // Whatever was handed over before ends with the engine.
+        // Transfers handed over before this end with the engine.
         if (list == &Mailbox::started)
             transfer->done.fail(std::make_exception_ptr(Cancelled{}));
         return;
@@ -112,7 +112,7 @@ void CurlEngine::run()
         sweep();
         if (readOn())
             continue;
-        // An idle engine sleeps until it is asked for something.
+        // An idle engine sleeps until there is a request.
         constexpr int hour = 3'600'000;
         const int patience = running_.empty() ? hour : static_cast<int>(sweepInterval / 1ms);
         curl_multi_poll(multi_, nullptr, 0, patience, nullptr);

@@ -10,7 +10,7 @@
 
 /// The thread that runs all transfers, with one multi handle.
 ///
-/// At most so many transfers of one host run at once as the options say; others wait their turn here, because
+/// At most as many transfers of one host run at once as the options allow; others wait their turn here, because
 /// libcurl would count that time as connecting.
 class CurlEngine {
 public:
@@ -23,13 +23,13 @@ public:
     CurlEngine& operator=(const CurlEngine&) = delete;
 
     /// Runs the transfer to its end and waits for it; a stop request ends it with `Cancelled`.
-    /// @throws what came of it.
+    /// @throws the transfer's failure.
     Task<> carryOut(std::shared_ptr<CurlTransfer> transfer);
 
 private:
     using Transfer = std::shared_ptr<CurlTransfer>;
 
-    /// What other threads ask for. Outlives the engine as long as someone may still ask.
+    /// The requests of other threads. Outlives the engine as long as one of them may still use it.
     struct Mailbox {
         std::mutex mutex;
         CURLM* multi = nullptr; ///< Null once the engine is gone.

@@ -91,7 +91,7 @@ std::exception_ptr errorFor(const CurlFault& fault)
             fmt::format("The certificates to check {} with could not be used: {}.", fault.host, fault.detail));
     case CURLE_URL_MALFORMAT:
         return transportError(Code::badURL, "The service's address is not a valid URL.");
-    // After the scheme was checked, "unsupported" is an answer without a status line.
+    // Since the scheme was checked, "unsupported" means an answer without a status line.
     case CURLE_UNSUPPORTED_PROTOCOL:
     case CURLE_WEIRD_SERVER_REPLY:
     case CURLE_BAD_CONTENT_ENCODING:

@@ -4,14 +4,14 @@
 #include <exception>
 #include <string>
 
-/// What libcurl reports about a request that got no answer.
+/// libcurl's report on a request that got no answer.
 struct CurlFault {
     CURLcode code = CURLE_OK;
     int systemError = 0;   ///< The `errno` of the last connect, or 0.
-    bool hasBegun = false; ///< The request had begun to go out, so that it may have been carried out.
+    bool hasBegun = false; ///< The request had begun to go out, so it may have been carried out.
     std::string host;
     std::string detail; ///< libcurl's own words.
 };
 
-/// The error to throw for it: B2TransportError, or B2Error when the answer was no HTTP.
+/// Returns the error to throw: B2TransportError, or B2Error when the answer was not HTTP.
 std::exception_ptr errorFor(const CurlFault& fault);

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Two records and a little more. OpenSSL moves what it has read ahead for each record, so more would not be cheaper.
+/// Two records and a little more. OpenSSL moves its read-ahead bytes for each record, so more would not be cheaper.
 constexpr std::size_t readAheadBytes = 34 * 1024;
 
 CURLcode prepare(CURL*, void* context, void*)
@@ -20,7 +20,7 @@ CURLcode prepare(CURL*, void* context, void*)
 
 void enableReadAhead(CURL* easy)
 {
-    // Refused by a libcurl with another TLS library, which then reads as it does.
+    // A libcurl with another TLS library refuses this and reads in its own way.
     curl_easy_setopt(easy, CURLOPT_SSL_CTX_FUNCTION, &prepare);
 }
 
@@ -35,7 +35,7 @@ bool hasReadAhead(CURL* easy)
 
 void forceRead(CURL* easy)
 {
-    // After a pause libcurl takes it that bytes may have been read off the socket already.
+    // After a pause libcurl assumes that bytes may already have been read off the socket.
     curl_easy_pause(easy, CURLPAUSE_RECV);
     curl_easy_pause(easy, CURLPAUSE_CONT);
 }

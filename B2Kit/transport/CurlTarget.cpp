@@ -75,7 +75,7 @@ CurlList headerLines(const std::vector<B2HTTPHeader>& headers)
         if (!lines)
             lines.reset(longer); // Later the list keeps its head.
     };
-    // A body is sent at once and not only when the server has said that it wants it.
+    // A body is sent at once, without waiting for the server to ask for it.
     append("Expect:");
     for (const auto& [name, value] : headers) {
         if (name.empty() || !std::ranges::all_of(name, isNameCharacter))

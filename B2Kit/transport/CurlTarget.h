@@ -5,7 +5,7 @@
 
 #include <string>
 
-/// Where a request goes.
+/// The destination of a request.
 struct CurlTarget {
     std::string host;      ///< For texts and metrics.
     std::string authority; ///< Scheme, host and port: requests of the same one share connections.
@@ -16,7 +16,7 @@ struct CurlTarget {
 /// @throws B2TransportError (`badURL`) for anything else, for user names and for blanks and control characters.
 CurlTarget checkedTarget(const std::string& url);
 
-/// The header lines as libcurl takes them.
+/// Builds the header lines for libcurl.
 ///
-/// @throws B2TransportError (`badURL`) when a name or value could start a line of its own.
+/// @throws B2TransportError (`badURL`) when a name or value contains a line break.
 CurlList headerLines(const std::vector<B2HTTPHeader>& headers);

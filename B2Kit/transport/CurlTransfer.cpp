@@ -56,7 +56,7 @@ void configureHandle(CURL* easy, const std::string& userAgent, const std::string
         curl_easy_setopt(easy, CURLOPT_CAINFO, certificateAuthorityFile.c_str());
         curl_easy_setopt(easy, CURLOPT_CAPATH, nullptr);
     }
-    // Nothing goes where the request did not say: no redirect, no proxy and no password from the environment.
+    // Nothing goes anywhere but to the request's address: no redirect, no proxy, no password from the environment.
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
     curl_easy_setopt(easy, CURLOPT_PROXY, "");
     curl_easy_setopt(easy, CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
@@ -71,7 +71,7 @@ void configureHandle(CURL* easy, const std::string& userAgent, const std::string
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_NOPROGRESS, 1L);
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT, 30L);
-    // To stop during a name look-up must not wait for its answer.
+    // A stop during a name look-up must not wait for the answer.
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
     curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, 512L * 1024);
     curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE, 512L * 1024);
@@ -129,8 +129,8 @@ CurlEasy CurlTransfer::detach()
 int CurlTransfer::onConnected(void* self, char*, char*, int, int)
 {
     auto& transfer = transferOf(self);
-    // libcurl would send a request again that met a connection the peer has just closed. The first may have been
-    // carried out, so that is for those to decide who know what it was.
+    // libcurl would repeat a request after a connection that the peer has just closed. The first one may have been
+    // carried out, so the decision is the caller's.
     if (std::exchange(transfer.isConnected_, true)) {
         transfer.wasRepeated_ = true;
         return CURL_PREREQFUNC_ABORT;
@@ -216,7 +216,7 @@ bool CurlTransfer::sweep(TimePoint now)
     if (!isConnected_)
         return true; // The limit for connecting is libcurl's.
     const auto received = number(easy(), CURLINFO_SIZE_DOWNLOAD_T);
-    // What lies in the kernel's buffer has not gone out: on a slow line that can be most of a minute's worth.
+    // Bytes in the kernel's buffer have not been sent: on a slow line that can be most of a minute's worth.
     const auto written = number(easy(), CURLINFO_SIZE_UPLOAD_T);
     const auto unacknowledged = bodyLength() > 0 ? unacknowledgedBytes(easy()) : 0;
     tellProgress(std::max<std::int64_t>(written - unacknowledged, 0), received);
@@ -226,7 +226,7 @@ bool CurlTransfer::sweep(TimePoint now)
 
 bool CurlTransfer::readOn()
 {
-    // What is left without having brought anything is the first part of a record, whose rest comes by the socket.
+    // Bytes that are left after a read without progress are the start of a record; its rest is still to arrive.
     const auto received = static_cast<std::int64_t>(headerBytes_) + bodyBytes_;
     if (received == readOnAt_ || !hasReadAhead(easy()))
         return false;

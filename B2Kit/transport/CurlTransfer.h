@@ -11,7 +11,7 @@
 
 #include <array>
 
-/// What a request is made of, checked and ready to send.
+/// A request, checked and ready to send.
 struct CurlRequest {
     B2HTTPMethod method = B2HTTPMethod::post;
     std::string url;
@@ -43,15 +43,15 @@ public:
 
     CURL* easy() const { return easy_.get(); }
 
-    /// Tells progress and looks for a standstill.
+    /// Reports progress and checks for a stall.
     /// @returns false when the transfer has stalled.
     bool sweep(TimePoint now);
 
-    /// Sees to bytes that came and wait above the socket.
+    /// Handles bytes that were read ahead of libcurl.
     /// @returns true when libcurl has to be called again at once.
     bool readOn();
 
-    /// What came of it: null after a complete answer. Called before `detach`.
+    /// The failure, or null after a complete answer. Called before `detach`.
     std::exception_ptr conclude(CURLcode code);
 
     /// Nothing when no request was sent. Called before `detach`.
@@ -83,7 +83,7 @@ private:
     bool wasRepeated_ = false;  ///< libcurl was about to send the request again.
     std::size_t headerBytes_ = 0;
     std::int64_t bodyBytes_ = 0;
-    std::int64_t readOnAt_ = 0; ///< How many bytes had come when `readOn` last asked for more.
+    std::int64_t readOnAt_ = 0; ///< Bytes received when `readOn` last asked for more.
     std::int64_t toldProgress_ = 0;
 };
 

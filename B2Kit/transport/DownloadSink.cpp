@@ -10,7 +10,7 @@
 
 namespace {
 
-/// libcurl hands out at most 16 KB at a time. So much is gathered for a write: still in the processor's cache.
+/// Bytes gathered for one write: libcurl delivers at most 16 KB at a time, and this still fits the processor's cache.
 constexpr std::size_t writeSize = 131'072;
 
 /// An error's body is a line of JSON or a proxy's page.
@@ -35,7 +35,7 @@ void DownloadSink::begin(int status, std::optional<std::int64_t> length)
 
 void DownloadSink::create()
 {
-    // The name is random; one that exists (or was planted) is never opened, another is tried.
+    // The name is random. A file that exists (or was planted) is never opened; another name is tried.
     for (int attempt = 0; attempt < 10; ++attempt) {
         const auto place = destination_.beside(makeTemporaryName());
         constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
@@ -57,7 +57,7 @@ void DownloadSink::create()
 
 void DownloadSink::reserve(std::int64_t length)
 {
-    // A full disk is told at the first byte. Where the file system cannot reserve, the write will tell.
+    // Reports a full disk at the first byte. If the file system cannot reserve space, a write will report it.
     if (fallocate(descriptor_, FALLOC_FL_KEEP_SIZE, 0, length) == 0)
         return;
     if (errno == ENOSPC || errno == EDQUOT || errno == EFBIG)

@@ -3,9 +3,9 @@
 #include <chrono>
 #include <cstdint>
 
-/// Tells a stalled transfer from a slow one.
+/// Distinguishes a stalled transfer from a slow one.
 ///
-/// Stalled is a transfer that moved no byte for the limit, or less than a kilobyte in ten times the limit: without
+/// A transfer has stalled when it moved no byte for the limit, or less than a kilobyte in ten times the limit: without
 /// the second rule a peer could hold it for ever with a byte a minute.
 class IdleWatch {
 public:
@@ -16,7 +16,7 @@ public:
     {
     }
 
-    /// The time starts over, for example when the connection stands.
+    /// Restarts the time, for example when the connection is established.
     void start(TimePoint now)
     {
         movedAt_ = now;

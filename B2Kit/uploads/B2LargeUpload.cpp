@@ -5,7 +5,7 @@
 #include "B2Kit/calls/B2JSONCall.h"
 #include "B2Kit/pipeline/B2ByteCount.h"
 #include "B2Kit/pipeline/B2ClientTools.h"
-#include "B2Kit/pipeline/B2RetryTeller.h"
+#include "B2Kit/pipeline/B2RetryReporter.h"
 #include "B2Kit/uploads/B2PartSource.h"
 #include "B2Kit/uploads/B2UploadLoop.h"
 #include "B2Kit/uploads/ByteTally.h"
@@ -37,7 +37,7 @@ private:
     Task<> openSource();
     Task<> start();
     /// Finds the parts that need not be sent again.
-    /// @returns the version when the upload to resume had been finished.
+    /// @returns the version when the upload to resume turns out to be finished.
     Task<std::optional<B2FileVersion>> trustStoredParts();
     Task<std::optional<B2FileVersion>> finishedBefore(std::exception_ptr refusal);
     /// @throws B2Error when the source differs from what is stored.
@@ -63,7 +63,7 @@ private:
     std::shared_ptr<ByteTally> tally_;
 };
 
-/// Is it what this upload would have become? Without two digests to compare, a source that may have changed is not.
+/// Is it the version this upload would have become? Without two digests to compare, only if the source is unchanged.
 bool isOf(const B2PartSource& source, const B2FileVersion& version, bool mayHaveChanged)
 {
     if (version.contentLength != source.length())
@@ -133,7 +133,7 @@ Task<std::optional<B2FileVersion>> LargeUpload::trustStoredParts()
 
 Task<std::optional<B2FileVersion>> LargeUpload::finishedBefore(std::exception_ptr refusal)
 {
-    // No unfinished file has this id; the one that was stopped may have been finished all the same.
+    // No unfinished file has this id; the interrupted upload may have been finished all the same.
     auto finished = co_await client_->finishedLargeFile(fileID_);
     if (!finished || finished->fileName != request_.fileName)
         std::rethrow_exception(refusal);
@@ -200,14 +200,14 @@ Task<> LargeUpload::sendPart(int number)
     co_await checkCancelled();
     const auto part = co_await source_.part(number);
     co_await source_.requireUnchanged(number);
-    B2RetryTeller teller(request_.onPartRetry, number);
+    B2RetryReporter reporter(request_.onPartRetry, number);
     B2BodyUpload upload{.body = part.body,
         .headers = {{"X-Bz-Part-Number", std::to_string(number)}, {"X-Bz-Content-Sha1", part.sha1}},
         .texts = {.subject = fmt::format("Part {}", number),
             .failed = "gave up",
             .stopLevel = B2LogLevel::debug,
             .reason = describe},
-        .teller = &teller};
+        .reporter = &reporter};
     upload.progress = [this, number] {
         return [tally = tally_, number](std::int64_t done, std::int64_t) { tally->report(number, done); };
     };
@@ -220,7 +220,7 @@ Task<> LargeUpload::sendPart(int number)
     if (retries > 0)
         tools_.log->notice("transfer",
             fmt::format("Part {} succeeded after {} {}", number, retries, retries == 1 ? "retry" : "retries"));
-    teller.goesOn();
+    reporter.recovered();
     digests_[number] = part.sha1;
     reportPartsDone();
 }

@@ -17,7 +17,7 @@
 
 class B2Client;
 
-/// What a caller found a source file to be.
+/// The state in which a caller found a source file.
 struct B2SourceState {
     std::int64_t size = 0;
     std::chrono::system_clock::time_point modificationDate;
@@ -26,7 +26,7 @@ struct B2SourceState {
 
 /// A file, or bytes in memory, to upload in parts.
 ///
-/// The callbacks come on any thread and return quickly; none comes after the upload's end.
+/// The callbacks are called on any thread, never after the upload's end, and must return quickly.
 struct B2UploadLargeFileRequest {
     /// Parts in flight at once.
     static constexpr int usualConcurrency = 4;
@@ -35,27 +35,27 @@ struct B2UploadLargeFileRequest {
     std::string fileName;
     std::string contentType = "b2/x-auto";
     std::variant<std::filesystem::path, std::shared_ptr<const std::string>> source;
-    std::map<std::string, std::string> fileInfo; ///< `large_file_sha1` is added, when there is a digest.
+    std::map<std::string, std::string> fileInfo; ///< `large_file_sha1` is added if there is a digest.
     std::optional<std::chrono::system_clock::time_point> modificationDate; ///< Kept as `src_last_modified_millis`.
     std::optional<std::int64_t> partSize;                                  ///< Unset: as the account recommends.
     bool hashesMemory = false; ///< Compute a digest of the whole for bytes in memory too.
-    /// Read a file once before it is sent, to record its digest. Without, a stored file cannot be verified later; a
-    /// change on the way is noticed all the same.
+    /// Read a file once before it is sent, to record its digest. Without that, the stored file cannot be verified
+    /// later; a change during the upload is noticed all the same.
     bool recordsWholeFileChecksum = true;
-    /// Asked between the pieces of that pass, on any thread: true ends the pass, and the upload goes on without a
-    /// digest. Not asked with a `startedSHA1`, which nothing else can be compared with.
+    /// Called between the chunks of that pass, on any thread: true ends the pass, and the upload goes on without a
+    /// digest. Not called if there is a `startedSHA1`, which can be compared only with the digest.
     std::function<bool()> isChecksumSkipped;
 
-    /// An unfinished large file to go on with. Of a source that has not changed since, its digest need not be recorded
-    /// again; of one that may have, `verifiesEveryPart` and the `startedSHA1` are compared before a part is trusted.
-    /// What the caller's decisions rest on: a file that is another one by the time it is read is refused.
+    /// The file that the caller's decisions are based on: a file in another state is refused.
     std::optional<B2SourceState> expectedSource;
+    /// An unfinished large file to resume. If its source has not changed since, the digest need not be recorded again;
+    /// if it may have, set `verifiesEveryPart` and `startedSHA1`.
     std::optional<std::string> resumeFileID;
-    /// Compare every stored part with the source before it is trusted, and not the lowest alone: for a source whose
-    /// modification date is another than the one it was started with.
+    /// Compare every stored part with the source before it is trusted, and not only the lowest one: for a source whose
+    /// modification date has changed since the start.
     bool verifiesEveryPart = false;
-    /// The `large_file_sha1` the unfinished file was started with. A source with another digest is not the same file,
-    /// whatever the stored parts say, and would be stored under a wrong digest.
+    /// The `large_file_sha1` that the unfinished file was started with. A source with another digest is a different
+    /// file even if every stored part fits, and would be stored under a wrong digest.
     std::optional<std::string> startedSHA1;
 
     int concurrency = usualConcurrency;
@@ -64,7 +64,7 @@ struct B2UploadLargeFileRequest {
     /// Not for a resumed file. @param sha1  of the whole, as it was recorded; empty without a digest.
     std::function<void(const std::string& fileID, const std::string& sha1)> onStarted;
     std::function<void(int partsDone, int partCount)> onResumeState;
-    B2Progress onProgress; ///< Bytes of the file, those on B2 before included; goes back when a part is sent again.
+    B2Progress onProgress; ///< Bytes of the file, including those already on B2; goes back when a part is sent again.
     B2OnRetry onPartRetry;
     std::function<void(int done, int total)> onPartsDone;
 };

@@ -17,12 +17,12 @@ std::int64_t dividedUp(std::int64_t number, std::int64_t divisor)
 
 std::int64_t partSizeFor(std::int64_t size, std::int64_t wished, std::int64_t absoluteMinimum)
 {
-    const auto needed = dividedUp(size, Limits::mostParts);
+    const auto needed = dividedUp(size, Limits::maxPartCount);
     const auto partSize =
         std::min(std::max({wished, needed, absoluteMinimum, Limits::smallestPart}), Limits::largestPart);
     if (partSize < size)
         return partSize;
-    // A large file has two parts at least, and its first one has the smallest size at least.
+    // A large file has at least two parts, and the first has at least the smallest size.
     constexpr auto largestWithShortEnd = 2 * Limits::smallestPart - 2;
     return size > largestWithShortEnd ? (size + 1) / 2 : Limits::smallestPart;
 }
@@ -36,8 +36,8 @@ std::vector<B2PartStretch> planParts(
         throw B2Error(B2Error::FileTooSmallForLargeUpload{size});
     const auto length = partSizeFor(size, partSize.value_or(recommended), absoluteMinimum);
     const auto count = dividedUp(size, length);
-    if (count > Limits::mostParts)
-        throw B2Error(B2Error::PartCountExceeded{.needed = count, .maximum = Limits::mostParts});
+    if (count > Limits::maxPartCount)
+        throw B2Error(B2Error::PartCountExceeded{.needed = count, .maximum = Limits::maxPartCount});
     std::vector<B2PartStretch> plan;
     plan.reserve(static_cast<std::size_t>(count));
     for (std::int64_t i = 0; i < count; ++i)

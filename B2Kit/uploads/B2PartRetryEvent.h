@@ -4,9 +4,9 @@
 #include <string>
 #include <variant>
 
-/// A part, or a file in one piece, was refused or broke off, and is tried again after a wait.
+/// A part, or a file in one piece, failed and is sent again after a wait.
 struct B2PartBackingOff {
-    int partNumber = 0; ///< 0 for a file that goes in one piece.
+    int partNumber = 0; ///< 0 for a file in one piece.
     int attempt = 0;    ///< Of the retry to come, from 1.
     int maxAttempts = 0;
     double delaySeconds = 0;
@@ -15,7 +15,7 @@ struct B2PartBackingOff {
     bool operator==(const B2PartBackingOff&) const = default;
 };
 
-/// It goes on, or went through, after a retry.
+/// The transfer goes on, or has succeeded, after a retry.
 struct B2PartRecovered {
     int partNumber = 0;
 

@@ -12,7 +12,7 @@ namespace {
 
 using Memory = std::shared_ptr<const std::string>;
 
-// A free coroutine takes pointers: nothing of its own belongs to an actor.
+// Free coroutines take pointers, so that no first parameter makes them the member of an actor.
 
 Task<B2HashedBody> openFile(
     B2FileRange range, const std::vector<B2PartStretch>* plan, const B2UploadLargeFileRequest* request)

@@ -22,17 +22,17 @@ public:
 
     /// Takes the source as it is at this moment, and computes the digests that the request wants.
     ///
-    /// @throws B2FileError when the file cannot be read or is not the one that the caller has looked at.
+    /// @throws B2FileError when the file cannot be read or is not in the state that the caller expects.
     Task<> open(const B2UploadLargeFileRequest* request, std::vector<B2PartStretch> plan);
 
     int partCount() const { return static_cast<int>(plan_.size()); }
     std::int64_t length() const { return whole_.length; }
-    /// Of the whole; empty when it was not computed.
+    /// The digest of the whole; empty when it was not computed.
     const std::string& sha1() const { return whole_.sha1; }
     const std::vector<B2PartStretch>& plan() const { return plan_; }
     const B2PartStretch& stretch(int number) const { return plan_.at(static_cast<std::size_t>(number) - 1); }
 
-    /// A part with its digest, for all its attempts.
+    /// Returns a part with its digest, for all its attempts.
     Task<B2HashedBody> part(int number) const;
 
     /// @param partNumber  named by the error.

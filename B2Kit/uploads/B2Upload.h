@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-/// Where one upload at a time may go, for about a day.
+/// An address for one upload at a time, valid for about a day.
 struct B2UploadTarget {
     std::string bucketID;
     std::string uploadURL;
@@ -16,7 +16,7 @@ struct B2UploadTarget {
     bool operator==(const B2UploadTarget&) const = default;
 };
 
-/// The same for the parts of one large file.
+/// An address for one part of a large file at a time, valid for about a day.
 struct B2UploadPartTarget {
     std::string fileID;
     std::string uploadURL;

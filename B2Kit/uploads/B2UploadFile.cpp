@@ -2,7 +2,7 @@
 #include "B2Kit/files/B2FileWorker.h"
 #include "B2Kit/pipeline/B2ClientTools.h"
 #include "B2Kit/pipeline/B2Pipeline.h"
-#include "B2Kit/pipeline/B2RetryTeller.h"
+#include "B2Kit/pipeline/B2RetryReporter.h"
 #include "B2Kit/uploads/B2UploadLoop.h"
 #include "B2Kit/uploads/UploadURLPool.h"
 #include "B2Kit/wire/B2PercentEncoding.h"
@@ -16,7 +16,7 @@
 namespace {
 
 constexpr std::int64_t largestSingleUpload = 5'000'000'000;
-/// A body up to this size is gone by the time a lost connection is noticed, so progress need not be watched.
+/// A body up to this size has been sent by the time a lost connection is noticed, so its progress is not watched.
 constexpr std::int64_t largestUnwatched = 1'000'000;
 
 std::int64_t lengthOf(const B2UploadBody& body)
@@ -43,7 +43,7 @@ std::vector<B2HTTPHeader> uploadHeaders(const B2UploadFileRequest& request, cons
     return headers;
 }
 
-/// Knows whether the whole body of an attempt has gone out.
+/// Records whether the whole body of an attempt has been sent.
 class BodyWatch {
 public:
     BodyWatch(std::int64_t length, B2Progress onProgress)
@@ -73,7 +73,7 @@ private:
     std::shared_ptr<std::atomic<bool>> isOut_ = std::make_shared<std::atomic<bool>>(false);
 };
 
-/// Is there no answer of the service that says what became of the file? What a gateway says in its place does not.
+/// Is there no answer of the service that says what became of the file? A gateway's answer in its place says nothing.
 bool isAnswerLost(const std::exception_ptr& failure)
 {
     try {
@@ -86,7 +86,7 @@ bool isAnswerLost(const std::exception_ptr& failure)
     }
 }
 
-/// Keeps what became of the attempts to upload a file in one piece.
+/// Keeps the outcome of the attempts to upload a file in one piece.
 class SingleUpload {
 public:
     SingleUpload(const B2HashedBody& body, B2UploadFileRequest& request)
@@ -132,13 +132,13 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
         setLastModified(request.fileInfo, *request.modificationDate);
     const auto name = oneLine(request.fileName);
     SingleUpload single(body, request);
-    B2RetryTeller teller(std::move(request.onRetry));
+    B2RetryReporter reporter(std::move(request.onRetry));
     B2FileVersion version;
 
     B2BodyUpload upload{.body = body.body,
         .headers = uploadHeaders(request, body.sha1),
         .texts = {.subject = "Upload of " + name, .failed = "failed", .reason = shortReason},
-        .teller = &teller};
+        .reporter = &reporter};
     upload.progress = [&single] { return single.progress(); };
     upload.accept = [&version](
                         const std::string& answer) { version = decodeAnswer<B2FileVersion>("b2_upload_file", answer); };
@@ -153,7 +153,7 @@ Task<B2FileVersion> B2Client::uploadFile(B2UploadFileRequest request)
     };
     const auto pool = uploadPool(request.bucketID);
     co_await sendBody(tools_.get(), pool.get(), &upload);
-    teller.goesOn();
+    reporter.recovered();
     co_return version;
 }
 
@@ -161,7 +161,7 @@ std::shared_ptr<B2Client::UploadPool> B2Client::uploadPool(const std::string& bu
 {
     auto& pool = uploadPools_[bucketID];
     if (!pool) {
-        // On the client's own executor, so that to lease costs no change of threads.
+        // On the client's own executor, so that a lease does not change threads.
         pool = std::make_shared<UploadPool>(
             executor_, [holder = weak_from_this(), bucketID] { return fetchUploadTarget(holder, bucketID); },
             longestTargetAge);

@@ -78,7 +78,7 @@ Task<int> sendBody(const B2ClientTools* tools, UploadURLPool<Target>* pool, B2Bo
         }
         logRetry(*tools, upload->texts, attempt, step.waitSeconds, failure);
         upload->onRetry();
-        upload->teller->backsOff(attempt, policy.maxDataAttempts, step.waitSeconds, shortReason(failure));
+        upload->reporter->backingOff(attempt, policy.maxDataAttempts, step.waitSeconds, shortReason(failure));
         try {
             co_await tools->sleeper->sleep(step.waitSeconds);
         } catch (...) {

@@ -2,7 +2,7 @@
 
 #include "B2Kit/B2Log.h"
 #include "B2Kit/pipeline/B2RetryPolicy.h"
-#include "B2Kit/pipeline/B2RetryTeller.h"
+#include "B2Kit/pipeline/B2RetryReporter.h"
 #include "B2Kit/transport/B2Transport.h"
 #include "B2Kit/uploads/UploadURLPool.h"
 
@@ -12,11 +12,11 @@
 #include <string_view>
 #include <vector>
 
-// Inside B2Kit: how a body reaches an upload URL, for a file in one piece and for a part of a large one.
+// Inside B2Kit: sends a body to an upload URL, for a file in one piece and for a part of a large one.
 
 struct B2ClientTools;
 
-/// What follows a failed attempt to send a body.
+/// The step after a failed attempt to send a body.
 struct B2UploadStep {
     enum class Kind {
         retry,   ///< Wait, then send again through another URL.
@@ -32,14 +32,14 @@ struct B2UploadStep {
 
 /// Decides after a failed attempt. Reads no clock and does no I/O.
 ///
-/// A `Retry-After` of the service is not looked at: the next attempt goes to another storage pod.
+/// Ignores `Retry-After`: the next attempt goes to another storage pod.
 ///
 /// @param attempt  number of the attempt that failed, from 1.
 /// @param jitter   0 to 1.
 B2UploadStep stepAfterUploadFailure(
     const B2RetryPolicy& policy, int attempt, const std::exception_ptr& failure, double jitter);
 
-/// How the log speaks of a body.
+/// The words for a body in the log.
 struct B2UploadTexts {
     std::string subject;                                   ///< "Upload of a.txt", "Part 3".
     std::string_view failed;                               ///< "failed", "gave up".
@@ -52,7 +52,7 @@ struct B2BodyUpload {
     B2UploadBody body;
     std::vector<B2HTTPHeader> headers; ///< All but `Authorization`.
     B2UploadTexts texts;
-    B2RetryTeller* teller = nullptr; ///< Told of the waits. Must outlive the upload.
+    B2RetryReporter* reporter = nullptr; ///< Reports the waits. Must outlive the upload.
     /// Gives each attempt its callback.
     std::function<B2Progress()> progress;
     /// If set: reads the answer of a success. What it throws fails the attempt.

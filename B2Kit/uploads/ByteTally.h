@@ -6,8 +6,8 @@
 #include <map>
 #include <mutex>
 
-/// Turns the progress of parts into that of their file. From any thread; whoever reports waits for nothing but the
-/// callback, and the figures come in order.
+/// Turns the progress of parts into that of their file. Used from any thread; a report waits for nothing but the
+/// callback, and the figures arrive in order.
 class ByteTally {
 public:
     /// @param baseline    bytes of the parts that are on B2 already.
@@ -15,7 +15,7 @@ public:
     /// @param onProgress  may be empty.
     ByteTally(std::int64_t baseline, std::int64_t total, B2Progress onProgress);
 
-    /// @param bytes  of that part, in flight or done. A retry starts at 0 again, so that progress goes back.
+    /// @param bytes  of that part, in flight or done. A retry starts at 0 again, so progress goes back.
     void report(int partNumber, std::int64_t bytes);
 
 private:

@@ -8,17 +8,17 @@
 #include <memory>
 #include <vector>
 
-/// B2 honours an upload URL for 24 hours; an older one is not tried.
+/// B2 honours an upload URL for 24 hours; one older than this is not used.
 inline constexpr std::chrono::hours longestTargetAge{23};
 
-/// Upload targets to lease, one upload at a time each.
+/// Leases upload targets, each to one upload at a time.
 ///
-/// An actor. A target goes back on success only: whatever the failure was, the next attempt leases another, and takes
+/// An actor. A target comes back only after a success: after any failure the next attempt leases another, and fetches
 /// a fresh one when none is idle.
 template <class Target>
 class UploadURLPool final : public Actor {
 public:
-    /// The calendar's: a target also ages while the computer sleeps, when the steady clock stands still.
+    /// The wall clock: a target also ages while the computer sleeps, when the steady clock stops.
     using Clock = std::chrono::system_clock;
 
     struct Lease {
@@ -38,7 +38,7 @@ public:
     {
     }
 
-    /// The idle target returned last, else a fresh one. Two calls can fetch two targets at once.
+    /// Leases the idle target returned last, or a fresh one. Two calls can fetch two targets at once.
     Task<Lease> acquire()
     {
         while (!available_.empty()) {

@@ -62,7 +62,7 @@ void readValue(const JSONValue& json, std::map<std::string, std::string>& map)
     map.clear();
     for (const auto& [key, value] : json.object()) {
         std::string_view text;
-        // Names the map and not the key, which is anybody's text.
+        // Names the map and not the key, which is the user's text.
         if (value.get_string().get(text) != simdjson::SUCCESS)
             json.fail("expected only texts as values");
         map.insert_or_assign(map.end(), std::string(key), text);
@@ -85,7 +85,7 @@ void readValue(const JSONValue& json, std::optional<T>& value)
 template <class T>
 void readValue(const JSONValue& json, std::vector<T>& values)
 {
-    // A list that merely claims to be long must not take the memory for it.
+    // A list that only claims to be long must not get the memory for it.
     constexpr std::size_t largestReserve = 10'000;
     const auto list = json.list();
     values.clear();
@@ -103,7 +103,7 @@ void readValue(const JSONValue& json, std::set<B2Capability>& capabilities)
         capabilities.emplace(std::string(json.at(index++, element).text()));
 }
 
-/// Around a value that the key may lack the right to read.
+/// The wrapper around a value that the key may lack the right to read.
 struct Wrapper {
     bool isAuthorized = true;
     std::optional<JSONValue> value; ///< Unset when it is missing or null.
@@ -161,7 +161,7 @@ void readField(const JSONValue& json, Record& record, const B2Field<Record, Valu
     }
 }
 
-/// What `readFields` needs to know of each field, by its place in the list.
+/// The properties of each field for `readFields`, by its position in the list.
 template <class Record>
 struct FieldTable {
     using Read = void (*)(const JSONValue& json, Record& record);
@@ -184,7 +184,7 @@ struct FieldTable {
         B2Fields<Record>::list);
 };
 
-/// Reads each field by one pass over the object; of a key that stands twice, the last counts.
+/// Reads all fields in one pass over the object; if a key occurs twice, the last one counts.
 template <class Record>
 void readFields(const JSONValue& json, Record& record)
 {
@@ -289,7 +289,7 @@ void readValue(const JSONValue& json, B2ApplicationKey& key)
     readFields(json, key);
     if (findValue(json, "bucketIds"))
         return;
-    // Up to version 3 of the API a key has one bucket at most.
+    // Up to version 3 of the API a key has at most one bucket.
     if (const auto bucketID = findValue(json, "bucketId"))
         key.bucketIDs = {std::string(bucketID->text())};
 }
@@ -300,7 +300,7 @@ void readValue(const JSONValue& json, B2CreatedApplicationKey& created)
     readValue(json, created.key);
 }
 
-/// The answer of `b2_list_buckets` is the list under one key.
+/// The answer to `b2_list_buckets` holds the list under one key.
 void readAnswer(const JSONValue& json, std::vector<B2Bucket>& buckets)
 {
     const auto list = findValue(json, "buckets");

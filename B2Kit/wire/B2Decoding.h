@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-/// Why a text is not the record it should be.
+/// Says why a text is not the expected record.
 class B2DecodingError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

@@ -63,7 +63,7 @@ std::string json(const B2ReplicationStatus& status)
     return json(status.text());
 }
 
-/// The service's wrapper around what a key may not be able to read.
+/// The service's wrapper around a value that a key may lack the right to read.
 std::string wrapped(bool isAuthorized, const std::string& value)
 {
     return std::move(JSONObject().set("isClientAuthorizedToRead", isAuthorized).setRaw("value", value)).text();

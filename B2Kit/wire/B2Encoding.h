@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// The JSON text of a record, with the keys that it is read with. Absent optional fields are left out.
+/// Returns the JSON text of a record, with the keys that it is read with. Absent optional fields are left out.
 ///
 /// Defined for what is sent back or kept: lists of B2LifecycleRule and B2CORSRule, B2RetentionUpdate,
 /// B2EncryptionUpdate (both write an absent mode as null, which clears the setting), B2ReplicationConfiguration,
@@ -13,5 +13,5 @@
 template <class Record>
 std::string encodeRecord(const Record& record);
 
-/// The same with a null for a side that is absent: the service removes that side.
+/// Writes a null for a side that is absent, so that the service removes that side.
 std::string encodeReplacement(const B2ReplicationConfiguration& configuration);

@@ -10,12 +10,12 @@
 #include <string_view>
 #include <tuple>
 
-// Inside B2Kit: which JSON key is which field of a record, the one place for reading and for writing.
+// Inside B2Kit: maps JSON keys to the fields of records, once for reading and for writing.
 
-/// What becomes of a record whose field is missing or wrong.
+/// The effect of a missing or wrong field on its record.
 enum class B2Presence {
     required,  ///< Must be there and right.
-    defaulted, ///< May be missing or null, and keeps its default then.
+    defaulted, ///< May be missing or null, and then keeps its default.
     tolerant,  ///< May also be of a wrong shape: one odd field never loses a bucket or a file from a listing.
 };
 
@@ -45,7 +45,7 @@ constexpr B2Field<Record, Value> tolerant(std::string_view key, Value Record::* 
     return {key, member, B2Presence::tolerant};
 }
 
-/// Of a field for an address: its text must look like one of the web's.
+/// Marks a field for an address, whose text must look like a web address.
 template <class Record, class Value>
 constexpr B2Field<Record, Value> url(B2Field<Record, Value> field)
 {

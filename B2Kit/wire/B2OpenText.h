@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-/// A text that is an enumeration on the service's side and may grow: unknown values are kept as they are.
+/// A text that is an enumeration at the service and may grow: unknown values are kept as they are.
 template <class Tag>
 struct B2OpenText {
     std::string rawValue;

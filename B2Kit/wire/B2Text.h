@@ -4,15 +4,15 @@
 #include <string>
 #include <string_view>
 
-// Texts that come from elsewhere: files, answers and fields of a form.
+// Texts from outside: files, answers and the fields of a form.
 
 bool isUTF8(std::string_view text);
 
-/// The text without the blanks and line ends around it.
+/// Returns the text without the blanks and line ends around it.
 std::string trimmed(std::string_view text);
 
-/// The text with each control character replaced by a blank, so that it cannot begin a line of its own.
+/// Returns the text with each control character replaced by a blank, so that it stays on one line.
 std::string oneLine(std::string_view text);
 
-/// The text itself, or its first characters and "…" when it has more bytes than that. Cuts no UTF-8 character.
+/// Returns the text, or its first characters and "…" when it has more bytes than that. Cuts no UTF-8 character.
 std::string clipped(std::string text, std::size_t maximumBytes);

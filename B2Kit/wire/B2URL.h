@@ -3,9 +3,7 @@
 #include <string>
 #include <string_view>
 
-// Inside B2Kit: the addresses that calls go to.
-
-/// Versions of the API that calls go to. Version 3 serves keys of a single bucket.
+/// The version of the API that calls go to, and the one that serves keys for a single bucket.
 inline constexpr std::string_view b2APIVersion = "v4";
 inline constexpr std::string_view b2SingleBucketKeyVersion = "v3";
 
@@ -15,8 +13,8 @@ inline constexpr std::string_view b2SingleBucketKeyVersion = "v3";
 /// @throws B2Error (`InvalidURL`)
 void requireTrustedURL(const std::string& url);
 
-/// The base address without slashes at its end, then a path that begins with one.
+/// Joins the base address, without slashes at its end, and a path that begins with one.
 std::string appendingPath(std::string_view base, std::string_view path);
 
-/// Where a call goes: "{base}/b2api/{version}/{operation}".
+/// Returns the address of a call: "{base}/b2api/{version}/{operation}".
 std::string callURL(std::string_view base, std::string_view version, std::string_view operation);

@@ -9,15 +9,15 @@ namespace {
 
 constexpr std::size_t largestDocumentBytes = 64'000'000;
 
-/// A parser takes up to 15 times the bytes of its largest document; one that has grown over 16 MB is not kept.
+/// A parser takes up to 15 times the bytes of its largest document; one that has grown beyond 16 MB is not kept.
 constexpr std::size_t largestKeptDocumentBytes = 1'048'576;
 
 using Parser = simdjson::dom::parser;
 
-/// Parsers that wait for the next document. Thread-safe.
+/// Keeps idle parsers for the next documents. Thread-safe.
 class IdleParsers {
 public:
-    /// The one used last.
+    /// Takes the parser used last.
     std::unique_ptr<Parser> take()
     {
         const std::lock_guard lock(mutex_);
@@ -48,13 +48,13 @@ IdleParsers& idleParsers()
     return *idle;
 }
 
-/// Room for the document. A parser would grow to exactly that, and again with every page that is a little longer.
+/// The capacity for a document. A parser would grow to exactly its size, and again with every slightly longer page.
 void grow(Parser& parser, std::size_t byteCount)
 {
     constexpr std::size_t smallest = 65'536;
     const auto wanted = std::max(std::bit_ceil(byteCount), smallest);
     if (parser.capacity() < byteCount && wanted <= largestDocumentBytes)
-        static_cast<void>(parser.allocate(wanted)); // Parsing tells if there is too little.
+        static_cast<void>(parser.allocate(wanted)); // Parsing fails if there is too little.
 }
 
 std::string explain(simdjson::error_code error)

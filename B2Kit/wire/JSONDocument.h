@@ -5,13 +5,13 @@
 #include <memory>
 #include <string_view>
 
-// Inside B2Kit: no header that others read includes this one.
+// Inside B2Kit: no public header includes this one.
 
-/// A parsed text. It borrows one of a few kept parsers, whichever thread it is on: a parser takes several times the
-/// memory of its document, so one for each thread would be many too many.
+/// A parsed text. Borrows one of a few parsers that all threads share: a parser takes several times the memory of its
+/// document, so one for each thread would be far too many.
 class JSONDocument {
 public:
-    /// @throws B2DecodingError for a text that is no JSON, above 64 MB, or nested deeper than 1,024 levels.
+    /// @throws B2DecodingError for a text that is not JSON, above 64 MB, or nested deeper than 1,024 levels.
     explicit JSONDocument(std::string_view json);
     JSONDocument(const JSONDocument&) = delete;
     JSONDocument& operator=(const JSONDocument&) = delete;

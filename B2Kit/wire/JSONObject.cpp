@@ -9,7 +9,7 @@ bool isContinuation(unsigned char byte)
     return (byte & 0xc0) == 0x80;
 }
 
-/// Bytes of the UTF-8 character at the start of a text that begins with a byte above 127; 0 when it is none.
+/// Length of the UTF-8 character at the start of a text that begins with a byte above 127; 0 if there is none.
 std::size_t characterLength(std::string_view text)
 {
     const auto byte = [text](std::size_t index) {

@@ -10,14 +10,14 @@
 
 /// Writes the text of one JSON object, field after field in the order of the calls.
 ///
-/// Texts are UTF-8 and stay raw but for quotes, backslashes and control characters; bytes that are no UTF-8 become
-/// U+FFFD. Nothing checks that a key is set only once.
+/// Texts are UTF-8 and stay raw except for quotes, backslashes and control characters; other bytes become U+FFFD.
+/// Nothing checks that a key is set only once.
 class JSONObject {
 public:
     JSONObject& set(std::string_view key, std::string_view value);
     JSONObject& set(std::string_view key, std::int64_t value);
     JSONObject& set(std::string_view key, int value) { return set(key, std::int64_t{value}); }
-    // A template, since a pointer to characters would rather become a bool than a text.
+    // A template, since a pointer to characters would otherwise convert to bool.
     JSONObject& set(std::string_view key, std::same_as<bool> auto value)
     {
         return setRaw(key, value ? "true" : "false");
@@ -34,10 +34,10 @@ public:
 
     JSONObject& setNull(std::string_view key) { return setRaw(key, "null"); }
 
-    /// @param json  a whole JSON value, taken as it is.
+    /// @param json  a complete JSON value, inserted as it is.
     JSONObject& setRaw(std::string_view key, std::string_view json);
 
-    /// The object's text; the writer is spent.
+    /// Returns the object's text; the writer must not be used again.
     std::string text() &&;
 
 private:

@@ -7,12 +7,12 @@
 #include <string>
 #include <string_view>
 
-// Inside B2Kit: no header that others read includes this one.
+// Inside B2Kit: no public header includes this one.
 
-/// A value of a parsed document that knows its place in it, so that an error can name it.
+/// A value of a parsed document that knows its place, so that an error can name it.
 ///
-/// Borrows the value it stands in and the document: both outlive it. The accessors throw B2DecodingError for a value
-/// of another type.
+/// Borrows its parent value and the document: both outlive it. The accessors throw B2DecodingError for a value of
+/// another type.
 class JSONValue {
 public:
     explicit JSONValue(simdjson::dom::element document)
@@ -30,12 +30,12 @@ public:
 
     std::string_view text() const;
     bool boolean() const;
-    /// Also a number with a fraction of nothing but zeros, within the range where it is exact.
+    /// Accepts a fraction of zeros too, within the range where the number is exact.
     std::int64_t integer() const;
     simdjson::dom::object object() const;
     simdjson::dom::array list() const;
 
-    /// @param problem  a few words of ours, "expected a text".
+    /// @param problem  a few words, such as "expected a text".
     [[noreturn]] void fail(std::string_view problem) const;
     [[noreturn]] void failMissing(std::string_view key) const;
 

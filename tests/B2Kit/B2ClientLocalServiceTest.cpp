@@ -10,7 +10,7 @@ namespace {
 class LocalServiceTest : public LocalServiceFixture {};
 class LocalLargeFileTest : public LocalLargeFileFixture {};
 
-TEST_F(LocalServiceTest, OddNamesComeBackAsTheyWent)
+TEST_F(LocalServiceTest, OddNamesComeBackUnchanged)
 {
     const auto bucket = makeBucket("odd-names");
     std::vector<std::string> names = {"a b.txt", "a+b", "100%", "a%2Fb", "../up", "a//b/./c", "ü/é\u0301", "\U0001F600",
@@ -28,12 +28,10 @@ TEST_F(LocalServiceTest, OddNamesComeBackAsTheyWent)
     }
 }
 
-TEST_F(LocalServiceTest, AFileGoesUpAndComesDownWithItsBytesAndItsDate)
+TEST_F(LocalServiceTest, AnUploadedFileIsDownloadedWithItsBytesAndItsDate)
 {
     const auto bucket = makeBucket("round-trip");
-    std::string text(3'000'000, '\0');
-    for (std::size_t i = 0; i < text.size(); ++i)
-        text[i] = static_cast<char>(i * 7 + i / 251);
+    const auto text = variedText(3'000'000);
     std::ofstream(folder / "source", std::ios::binary) << text;
     const std::chrono::system_clock::time_point date(std::chrono::milliseconds(1700000000123));
 
@@ -64,7 +62,7 @@ TEST_F(LocalServiceTest, FilesAreHiddenAndDeletedVersionByVersion)
     EXPECT_TRUE(run(client->listFileNames({.bucketID = bucket.bucketID})).files.empty());
     EXPECT_EQ(run(client->fileInfo(*file.fileID)).fileName, "a");
 
-    // The service carries out what it then does not answer.
+    // The service carries out the call but does not answer.
     control("faults", R"({"kind": "loseReply", "operation": "b2_delete_file_version", "count": 1})");
     run(client->deleteFileVersion({.fileID = *marker.fileID, .fileName = "a"}));
     run(client->deleteFileVersion({.fileID = *file.fileID, .fileName = "a"}));
@@ -73,7 +71,7 @@ TEST_F(LocalServiceTest, FilesAreHiddenAndDeletedVersionByVersion)
     EXPECT_TRUE(run(client->listBuckets()).empty());
 }
 
-TEST_F(LocalServiceTest, WorkGoesOnThroughFaults)
+TEST_F(LocalServiceTest, CallsSucceedDespiteFaults)
 {
     const auto bucket = makeBucket("faults");
     control("faults", R"({"kind": "status", "operation": "b2_upload_file", "status": 503, "count": 3})");
@@ -89,7 +87,7 @@ TEST_F(LocalServiceTest, WorkGoesOnThroughFaults)
     EXPECT_EQ(run(client->downloadByID({.fileID = *file.fileID})).data, "text");
 }
 
-TEST_F(LocalServiceTest, KeysAreRightHoweverTheVersionsShareThem)
+TEST_F(LocalServiceTest, KeysAreCompleteHoweverTheVersionsDivideThem)
 {
     const auto first = makeBucket("keys-first").bucketID;
     const auto second = makeBucket("keys-second").bucketID;
@@ -115,7 +113,7 @@ TEST_F(LocalServiceTest, KeysAreRightHoweverTheVersionsShareThem)
     }
 }
 
-TEST_F(LocalLargeFileTest, GoesUpInPartsAndComesDownEqual)
+TEST_F(LocalLargeFileTest, AFileSentInPartsIsDownloadedUnchanged)
 {
     auto request = largeUpload();
     request.modificationDate = std::chrono::system_clock::time_point(std::chrono::milliseconds(1700000000123));
@@ -130,7 +128,7 @@ TEST_F(LocalLargeFileTest, GoesUpInPartsAndComesDownEqual)
     EXPECT_THAT(run(unfinished()), ElementsAre());
 }
 
-TEST_F(LocalLargeFileTest, AnInterruptedUploadGoesOnWhereItStopped)
+TEST_F(LocalLargeFileTest, AnInterruptedUploadResumesWhereItStopped)
 {
     control("faults",
         R"({"kind": "status", "operation": "b2_upload_part", "after": 2, "status": 403, "code": "cap_exceeded"})");
@@ -140,7 +138,7 @@ TEST_F(LocalLargeFileTest, AnInterruptedUploadGoesOnWhereItStopped)
     EXPECT_THAT(run(unfinished()), ElementsAre(startedID));
     control("faults/clear", "{}");
 
-    // Another run of the program: a client of its own.
+    // Another run of the program has a new client.
     client = clientWith(service.masterKey().keyID, service.masterKey().applicationKey);
     request.resumeFileID = startedID;
     request.verifiesEveryPart = true;
@@ -150,12 +148,12 @@ TEST_F(LocalLargeFileTest, AnInterruptedUploadGoesOnWhereItStopped)
     EXPECT_EQ(version.fileID, startedID);
     EXPECT_EQ(digestOf(version), digest);
 
-    // Killed after the end and before that was noted down.
+    // The program was killed after the end, before that was recorded.
     EXPECT_EQ(run(uploadLargeFile(client, request)).fileID, version.fileID);
     EXPECT_THAT(run(namesIn(bucket.bucketID)), ElementsAre("films/ä.mp4"));
 }
 
-TEST_F(LocalLargeFileTest, FaultsInThePartsAndAtTheEndCostNothing)
+TEST_F(LocalLargeFileTest, FaultsInThePartsAndAtTheEndLoseNothing)
 {
     control("faults",
         R"([{"kind": "resetRequest", "operation": "b2_upload_part", "at": 2500000, "count": 2},)"
@@ -171,7 +169,7 @@ TEST_F(LocalLargeFileTest, FaultsInThePartsAndAtTheEndCostNothing)
     EXPECT_THAT(run(namesIn(bucket.bucketID)), ElementsAre("films/ä.mp4"));
 }
 
-TEST_F(LocalLargeFileTest, AStopInTheMiddleOfAPartTakesNoTime)
+TEST_F(LocalLargeFileTest, AStopInTheMiddleOfAPartIsImmediate)
 {
     control("faults",
         R"({"kind": "stall", "operation": "b2_upload_part", "in": "request", "at": 100000, "milliseconds": 3000})");
@@ -190,7 +188,7 @@ TEST_F(LocalLargeFileTest, AStopInTheMiddleOfAPartTakesNoTime)
     EXPECT_THAT(run(unfinished()), ElementsAre());
 }
 
-TEST_F(LocalServiceTest, AWrongKeyIsTold)
+TEST_F(LocalServiceTest, AWrongKeyIsReported)
 {
     const auto stranger = clientWith(service.masterKey().keyID, "wrong");
 

@@ -7,7 +7,7 @@
 #include <gmock/gmock.h>
 #include <optional>
 
-/// Remembers the waits and does not wait.
+/// Records the waits and does not wait.
 class RecordingSleeper final : public B2Sleeper {
 public:
     Task<> sleep(double seconds) override
@@ -40,7 +40,7 @@ public:
         const std::lock_guard lock(mutex_);
         lines_.push_back(std::move(line));
     }
-    /// The lines but for those of the level "Debug".
+    /// The lines except those of the level "Debug".
     std::vector<std::string> lines() const
     {
         const std::lock_guard lock(mutex_);
@@ -106,7 +106,7 @@ protected:
             + std::to_string(retry.maxAttempts) + " " + wait.substr(0, wait.find('.') + 2) + " " + retry.reason;
     }
 
-    /// What a task throws, as text; "nothing" when it ends well.
+    /// Runs the task and returns the text of its failure, or "nothing" when it succeeds.
     template <class T>
     static std::string failureOf(Task<T> task)
     {

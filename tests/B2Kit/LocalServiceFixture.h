@@ -6,6 +6,7 @@
 #include "B2Kit/transport/B2CurlTransport.h"
 #include "B2Kit/uploads/B2LargeUpload.h"
 #include "localb2/Service.h"
+#include "tests/B2Kit/TestFiles.h"
 #include "tests/support/RunTask.h"
 
 #include <cstdlib>
@@ -13,7 +14,7 @@
 #include <gmock/gmock.h>
 #include <sstream>
 
-/// Waits a hundredth of what is asked.
+/// Waits a hundredth of the time.
 class HastySleeper final : public B2Sleeper {
 public:
     Task<> sleep(double seconds) override { co_await system_.sleep(seconds / 100); }
@@ -22,7 +23,7 @@ private:
     SystemSleeper system_;
 };
 
-/// A client on a service of its own, over real connections.
+/// A client and its own local service, over real connections.
 class LocalServiceFixture : public testing::Test {
 protected:
     ~LocalServiceFixture() override { std::filesystem::remove_all(folder); }
@@ -75,13 +76,7 @@ protected:
         co_return ids;
     }
 
-    static std::filesystem::path makeFolder()
-    {
-        auto pattern = (std::filesystem::temp_directory_path() / "local-service-test-XXXXXX").string();
-        return mkdtemp(pattern.data());
-    }
-
-    const std::filesystem::path folder = makeFolder();
+    const std::filesystem::path folder = makeTemporaryFolder();
     localb2::Service service{{.directory = folder / "service"}};
     std::shared_ptr<B2CurlTransport> transport = std::make_shared<B2CurlTransport>(B2CurlTransportOptions{});
     std::shared_ptr<B2Client> client = clientWith(service.masterKey().keyID, service.masterKey().applicationKey);
@@ -92,9 +87,7 @@ class LocalLargeFileFixture : public LocalServiceFixture {
 protected:
     LocalLargeFileFixture()
     {
-        std::string text(12'000'000, '\0');
-        for (std::size_t i = 0; i < text.size(); ++i)
-            text[i] = static_cast<char>(i * 7 + i / 251 + i / 1'000'003);
+        const auto text = variedText(12'000'000);
         std::ofstream(folder / "source", std::ios::binary) << text;
         digest = sha1Of(text);
     }

@@ -11,19 +11,19 @@
 #include <map>
 #include <mutex>
 
-/// A transport whose answers are written by the test, operation by operation.
+/// A transport that gives the answers the test has set for each operation.
 ///
 /// An operation is the call's name in the address; downloads by name are "b2_download_file_by_name". An operation
-/// without an answer left ends in a B2Error that says so, which nothing retries.
+/// without an answer fails with a B2Error that says so and is never retried.
 class StubTransport final : public B2Transport {
 public:
     struct Reply {
         int status = 200;
         std::string body;
         std::vector<B2HTTPHeader> headers;
-        std::string sha1; ///< Of a download to a file, as the transport would have reckoned it.
+        std::string sha1; ///< Of a download to a file, as the transport would have computed it.
     };
-    /// What a request meets: an answer, or something thrown.
+    /// Answers a request, or throws.
     using Handler = std::function<Reply(const B2HTTPRequest&)>;
 
     StubTransport& answer(const std::string& operation, std::string body)
@@ -58,14 +58,14 @@ public:
         queues_[operation].push_back(std::move(handler));
         return *this;
     }
-    /// What every further request of the operation meets.
+    /// Handles every further request of the operation.
     void always(const std::string& operation, Handler handler)
     {
         const std::lock_guard lock(mutex_);
         defaults_[operation] = std::move(handler);
     }
 
-    /// Holds the requests of the operation back until so many have come.
+    /// Holds the requests of the operation back until this many have arrived.
     void gather(const std::string& operation, std::size_t count)
     {
         const std::lock_guard lock(mutex_);
@@ -80,7 +80,7 @@ public:
     }
     std::size_t count(const std::string& operation) const { return requests(operation).size(); }
 
-    /// Sees each upload before it is answered, and can play the sending. Set before the first one.
+    /// Called for each upload before it is answered; can report progress. Set before the first upload.
     std::function<void(const B2HTTPRequest&, const B2UploadBody&, const B2Progress&)> onUpload;
 
     Task<B2DataReply> data(B2HTTPRequest request) override

@@ -12,7 +12,7 @@
 /// An executor that runs on a pool of two threads, and a place where a test waits for its task.
 class AsyncFixture {
 public:
-    /// Runs a task to its end and gives back its value; throws what it threw.
+    /// Runs a task to its end and returns its value; rethrows what it threw.
     template <class T>
     T run(Task<T> task, std::stop_source stop = {})
     {

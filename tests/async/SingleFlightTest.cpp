@@ -41,7 +41,7 @@ protected:
 
 } // namespace
 
-TEST_F(SingleFlightTest, AllWhoJoinShareOneRunAndTheNextStartsAnew)
+TEST_F(SingleFlightTest, WaitersShareOneRunAndTheNextOneStartsAnother)
 {
     std::vector<int> results;
 
@@ -63,7 +63,7 @@ TEST_F(SingleFlightTest, AFailureReachesEveryWaiterAndIsNotKept)
     EXPECT_EQ(run(join(1)), 1);
 }
 
-TEST_F(SingleFlightTest, OneWaiterMayLeaveAndTheLastOneToLeaveStopsTheRun)
+TEST_F(SingleFlightTest, AWaiterMayLeaveAndTheLastOneToLeaveStopsTheRun)
 {
     std::stop_source first;
     std::stop_source second;
@@ -83,7 +83,7 @@ TEST_F(SingleFlightTest, OneWaiterMayLeaveAndTheLastOneToLeaveStopsTheRun)
 
     EXPECT_EQ(run(leaving(first, second)), 0);
     EXPECT_EQ(cancelledRuns, 1);
-    EXPECT_EQ(run(join(3)), 3) << "a run that was given up does not stand in the way";
+    EXPECT_EQ(run(join(3)), 3) << "an abandoned run does not block the next";
 }
 
 TEST_F(SingleFlightTest, AStreamRunsOnlyWhenAskedAndPassesItsFailureOn)

@@ -74,7 +74,7 @@ TEST_F(TaskTest, NothingRunsUntilItIsAwaited)
     EXPECT_TRUE(didRun);
 }
 
-TEST_F(TaskTest, GivesBackValuesAndFailuresThroughSeveralLevels)
+TEST_F(TaskTest, ReturnsValuesAndFailuresThroughSeveralLevels)
 {
     auto outer = []() -> Task<int> { co_return co_await answer() + 1; };
     auto throwing = []() -> Task<int> { co_return co_await failing() + 1; };
@@ -95,7 +95,7 @@ TEST_F(TaskTest, AMillionInlineAwaitsDoNotGrowTheStack)
     EXPECT_EQ(run(loop()), 42'000'000);
 }
 
-TEST_F(TaskTest, AnActorsMembersRunAtItsHomeAndTheCallerComesBackToItsOwn)
+TEST_F(TaskTest, AnActorsMembersRunAtItsHomeAndTheCallerResumesOnItsOwn)
 {
     Counter counter(pool);
     auto body = [](Counter* actor, Executor* mine) -> Task<bool> {
@@ -225,7 +225,7 @@ TEST_F(TaskTest, RacingStopsAndCompletionsAlwaysEndEachTaskOnce)
     EXPECT_EQ(completed + cancelled, 4000);
 }
 
-TEST_F(TaskTest, AnExecutorMayGoWithTheLastTaskThatRanOnIt)
+TEST_F(TaskTest, AnExecutorMayBeDestroyedByTheLastTaskThatRanOnIt)
 {
     for (int i = 0; i < 200; ++i) {
         auto counter = std::make_shared<Counter>(pool);

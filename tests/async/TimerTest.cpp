@@ -12,7 +12,7 @@ class TimerTest : public testing::Test, public AsyncFixture {};
 
 } // namespace
 
-TEST_F(TimerTest, WaitsInOrderOfTimeAndNeverShorter)
+TEST_F(TimerTest, WaitsEndInTheOrderOfTheirTimesAndNeverEarly)
 {
     std::vector<int> order;
     const auto begin = std::chrono::steady_clock::now();

@@ -19,7 +19,7 @@ std::string bucketList(const std::string& name)
 class BucketCallsTest : public ClientFixture {};
 class FileCallsTest : public ClientFixture {};
 
-TEST_F(BucketCallsTest, ANewBucketSaysOnlyWhatIsSet)
+TEST_F(BucketCallsTest, CreatingABucketSendsOnlyTheSetFields)
 {
     transport->answer("b2_create_bucket", bucket("photos")).answer("b2_create_bucket", bucket("photos"));
 
@@ -36,7 +36,7 @@ TEST_F(BucketCallsTest, ANewBucketSaysOnlyWhatIsSet)
             R"("lifecycleRules":[{"fileNamePrefix":"tmp/","daysFromUploadingToHiding":7}],"fileLockEnabled":true})"));
 }
 
-TEST_F(BucketCallsTest, AnUpdateSaysExactlyWhatIsSet)
+TEST_F(BucketCallsTest, AnUpdateSendsExactlyTheSetFields)
 {
     for (int i = 0; i < 3; ++i)
         transport->answer("b2_update_bucket", bucket("photos"));
@@ -81,7 +81,7 @@ TEST_F(BucketCallsTest, AnUnrestrictedKeyListsAllBucketsAtOnce)
         ElementsAre(R"({"accountId":"account"})", R"({"accountId":"account","bucketName":"b"})"));
 }
 
-TEST_F(BucketCallsTest, AKeyOfOneBucketAsksForThatBucket)
+TEST_F(BucketCallsTest, AKeyForOneBucketListsThatBucket)
 {
     allowedBuckets = R"([{"id": "b1", "name": null}])";
     transport->answer("b2_list_buckets", bucketList("a"));
@@ -91,7 +91,7 @@ TEST_F(BucketCallsTest, AKeyOfOneBucketAsksForThatBucket)
     EXPECT_THAT(bodiesOf("b2_list_buckets"), ElementsAre(R"({"accountId":"account","bucketId":"b1"})"));
 }
 
-TEST_F(BucketCallsTest, AKeyOfSeveralBucketsAsksOneByOne)
+TEST_F(BucketCallsTest, AKeyForSeveralBucketsListsThemOneByOne)
 {
     allowedBuckets = R"([{"id": "b3"}, {"id": "b1"}, {"id": "b2"}])";
     for (const auto* name : {"third", "first", "second"})
@@ -121,12 +121,12 @@ TEST_F(BucketCallsTest, ABucketWhoseAnswerWasLostIsLookedUp)
     const B2CreateBucketRequest request{.bucketName = "photos", .bucketType = B2BucketType("allPrivate")};
     EXPECT_EQ(run(client->createBucket(request)).bucketID, "id-of-photos");
 
-    // One of another kind is not the one that was asked for.
+    // A bucket of another type is not the requested one.
     transport->loseConnection("b2_create_bucket").refuse("b2_create_bucket", 400, "duplicate_bucket_name");
     transport->answer("b2_list_buckets", R"({"buckets": [)" + bucket("photos", "allPublic") + "]}");
     EXPECT_EQ(failureOf(client->createBucket(request)), "B2 400 duplicate_bucket_name: why");
 
-    // Without a lost answer the refusal is the truth.
+    // Without a lost answer the refusal stands.
     transport->refuse("b2_create_bucket", 400, "duplicate_bucket_name");
     EXPECT_EQ(failureOf(client->createBucket(request)), "B2 400 duplicate_bucket_name: why");
 
@@ -134,7 +134,7 @@ TEST_F(BucketCallsTest, ABucketWhoseAnswerWasLostIsLookedUp)
     EXPECT_EQ(run(client->deleteBucket("b1")).bucketID, "b1");
 }
 
-TEST_F(FileCallsTest, BodiesHoldWhatTheCallNeeds)
+TEST_F(FileCallsTest, BodiesContainTheFieldsOfTheCall)
 {
     const std::string file = R"({"fileName": "a", "action": "hide"})";
     const std::string page = R"({"files": []})";
@@ -162,7 +162,7 @@ TEST_F(FileCallsTest, BodiesHoldWhatTheCallNeeds)
         bodiesOf("b2_update_file_legal_hold"), ElementsAre(R"({"fileId":"1","fileName":"a","legalHold":"on"})"));
 }
 
-TEST_F(FileCallsTest, ADownloadTokenLastsASecondToAWeek)
+TEST_F(FileCallsTest, ADownloadTokenLastsFromASecondToAWeek)
 {
     const std::string token = R"({"bucketId": "b", "fileNamePrefix": "p", "authorizationToken": "t"})";
     for (const int seconds : {0, 700000}) {
@@ -175,18 +175,18 @@ TEST_F(FileCallsTest, ADownloadTokenLastsASecondToAWeek)
             R"({"bucketId":"b","fileNamePrefix":"p","validDurationInSeconds":604800})"));
 }
 
-TEST_F(FileCallsTest, ADeletionWhoseAnswerWasLostIsDone)
+TEST_F(FileCallsTest, ADeletionWhoseAnswerWasLostCountsAsDone)
 {
     const B2DeleteFileVersionRequest request{.fileID = "4_z1", .fileName = "a"};
     transport->loseConnection("b2_delete_file_version").refuse("b2_delete_file_version", 400, "file_not_present");
     EXPECT_EQ(run(client->deleteFileVersion(request)).fileID, "4_z1");
 
-    // A gateway tells as little as a lost connection.
+    // A gateway's answer says as little as a lost connection.
     transport->answer("b2_delete_file_version", {504, "time-out"})
         .refuse("b2_delete_file_version", 400, "file_not_present");
     EXPECT_EQ(run(client->deleteFileVersion(request)).fileID, "4_z1");
 
-    // A connection that never stood cannot have deleted anything.
+    // A connection that was never established cannot have deleted anything.
     transport->fail(
                  "b2_delete_file_version", B2TransportError(B2TransportError::Code::cannotConnect, "It was refused."))
         .refuse("b2_delete_file_version", 400, "file_not_present");

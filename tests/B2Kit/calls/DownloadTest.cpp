@@ -1,6 +1,7 @@
 #include "tests/B2Kit/ClientFixture.h"
 
 #include "B2Kit/files/B2SHA1.h"
+#include "tests/B2Kit/TestFiles.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -55,13 +56,7 @@ protected:
         return names;
     }
 
-    static std::filesystem::path makeFolder()
-    {
-        auto pattern = (std::filesystem::temp_directory_path() / "download-test-XXXXXX").string();
-        return mkdtemp(pattern.data());
-    }
-
-    const std::filesystem::path folder = makeFolder();
+    const std::filesystem::path folder = makeTemporaryFolder();
 };
 
 TEST_F(DownloadTest, AsksByIDAndByName)
@@ -82,7 +77,7 @@ TEST_F(DownloadTest, AsksByIDAndByName)
     EXPECT_EQ(headerOf(second, "Range"), "bytes=5-9");
 }
 
-TEST_F(DownloadTest, TellsWhatTheHeadersTell)
+TEST_F(DownloadTest, ReadsTheHeaders)
 {
     const auto metadata = download(
         hello({{"X-Bz-File-Id", "4_z1"}, {"x-bz-file-name", "a%20b/%C3%BC+%2B.txt"}, {"Content-Type", "text/plain"},
@@ -95,7 +90,7 @@ TEST_F(DownloadTest, TellsWhatTheHeadersTell)
     EXPECT_EQ(metadata.contentLength, 5);
     EXPECT_EQ(metadata.storedContentLength, 5);
     EXPECT_EQ(metadata.uploadTimestamp, 1772705700000);
-    EXPECT_EQ(metadata.fileInfo.at("note"), "50%") << "a damaged escape stays as it stands";
+    EXPECT_EQ(metadata.fileInfo.at("note"), "50%") << "a damaged escape stays as it is";
     EXPECT_EQ(metadata.lastModified(), std::chrono::system_clock::time_point(std::chrono::milliseconds(1772700000123)));
     EXPECT_FALSE(metadata.isPartial);
 
@@ -106,7 +101,7 @@ TEST_F(DownloadTest, TellsWhatTheHeadersTell)
     EXPECT_EQ(bare.uploadTimestamp, 0);
 }
 
-TEST_F(DownloadTest, ChecksWhatCanBeChecked)
+TEST_F(DownloadTest, VerifiesAKnownChecksum)
 {
     const std::string other(40, '0');
     struct Case {
@@ -143,7 +138,7 @@ TEST_F(DownloadTest, ChecksWhatCanBeChecked)
     EXPECT_EQ(encoded.storedContentLength, 99);
 }
 
-TEST_F(DownloadTest, AMismatchLeavesWhatWasThere)
+TEST_F(DownloadTest, AMismatchKeepsTheOldFile)
 {
     const std::string other(40, '0');
     const auto expected =
@@ -162,7 +157,7 @@ TEST_F(DownloadTest, AMismatchLeavesWhatWasThere)
     EXPECT_EQ(transport->count(byID), 3U);
 }
 
-TEST_F(DownloadTest, LargeBytesInMemoryAreCheckedToo)
+TEST_F(DownloadTest, ALargeDownloadInMemoryIsVerifiedToo)
 {
     const std::string text(5'000'000, 'x');
     transport->answer(byID, {200, text, {{"X-Bz-Content-Sha1", sha1Of(text)}}});
@@ -170,7 +165,7 @@ TEST_F(DownloadTest, LargeBytesInMemoryAreCheckedToo)
     EXPECT_TRUE(run(client->downloadByID({.fileID = "1"})).metadata.checksum.isVerified());
 }
 
-TEST_F(DownloadTest, AFileHasTheGivenDateOrItsOwn)
+TEST_F(DownloadTest, AFileGetsTheGivenDateOrItsOwn)
 {
     using std::chrono::milliseconds;
     using std::chrono::system_clock;
@@ -228,7 +223,7 @@ TEST_F(DownloadTest, AFileThatCannotBePlacedLeavesNothing)
     EXPECT_THAT(namesInFolder(), ElementsAre("file"));
 }
 
-TEST_F(DownloadTest, AnAddressToShareHoldsTheToken)
+TEST_F(DownloadTest, AnAddressToShareContainsTheToken)
 {
     EXPECT_EQ(run(client->downloadURL("photos", "a b/ü.txt", std::nullopt)),
         "https://files.example.com/file/photos/a%20b/%C3%BC.txt");

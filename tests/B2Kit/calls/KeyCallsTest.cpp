@@ -10,7 +10,7 @@ namespace {
 constexpr auto listKeys = "b2_list_keys";
 constexpr auto deleteKey = "b2_delete_key";
 
-/// A key as version 4 tells it (`buckets` a list) or version 3 (a text or null).
+/// A key as version 4 describes it (`buckets` is a list) or version 3 (a text or null).
 std::string key(const std::string& id, const std::string& version, const std::string& buckets)
 {
     return R"({"applicationKeyId": ")" + id + R"(", "keyName": "n", "accountId": "account", "capabilities": [], )"
@@ -47,7 +47,7 @@ protected:
     }
 };
 
-TEST_F(KeyCallsTest, AKeyOfOneBucketIsMadeThroughVersionThree)
+TEST_F(KeyCallsTest, AKeyForOneBucketIsCreatedThroughVersionThree)
 {
     const std::string created = R"({"applicationKeyId": "k", "keyName": "n", "accountId": "account",
         "capabilities": [], "applicationKey": "secret", "bucketId": "b1"})";
@@ -68,7 +68,7 @@ TEST_F(KeyCallsTest, AKeyOfOneBucketIsMadeThroughVersionThree)
             start + R"("bucketIds":["b1","b2"],"namePrefix":"p/"})"));
 }
 
-TEST_F(KeyCallsTest, TellsWhenALostAnswerMayHaveMadeASecondKey)
+TEST_F(KeyCallsTest, ReportsWhenALostAnswerMayHaveCreatedASecondKey)
 {
     transport->loseConnection("b2_create_key");
     transport->answer("b2_create_key",
@@ -98,7 +98,7 @@ TEST_F(KeyCallsTest, KeysSplitBetweenTheVersionsAreAllListed)
             R"({"accountId":"account","maxKeyCount":2,"startApplicationKeyId":"k4"})"));
 }
 
-TEST_F(KeyCallsTest, KeysThatBothVersionsTellAreListedOnce)
+TEST_F(KeyCallsTest, KeysThatBothVersionsKnowAreListedOnce)
 {
     transport->answer(listKeys, keysPage({key("k1", "v4", overTwo), key("k2", "v4", R"(["b9"])")}));
     transport->answer(listKeys, keysPage({key("k2", "v3", "\"b9\"")}));
@@ -106,7 +106,7 @@ TEST_F(KeyCallsTest, KeysThatBothVersionsTellAreListedOnce)
     EXPECT_EQ(run(listedIDs()), "k1@b1 k2@b9 ");
 }
 
-TEST_F(KeyCallsTest, VersionThreeMayRefuseWhenVersionFourHasProvedToTellAllKeys)
+TEST_F(KeyCallsTest, VersionThreeMayRefuseWhenVersionFourListsEveryKey)
 {
     transport->answer(listKeys, keysPage({key("k1", "v4", overTwo), key("k2", "v4", "[]")}));
     transport->refuse(listKeys, 401, "unsupported");
@@ -115,12 +115,12 @@ TEST_F(KeyCallsTest, VersionThreeMayRefuseWhenVersionFourHasProvedToTellAllKeys)
     EXPECT_THAT(log->lines(), IsEmpty());
 }
 
-TEST_F(KeyCallsTest, AListThatMayLackKeysIsAFailure)
+TEST_F(KeyCallsTest, AListThatMayBeIncompleteIsAFailure)
 {
-    // Nothing shows that version 4 tells the keys which version 3 refuses to.
+    // Nothing proves that version 4 lists the keys that version 3 refuses.
     transport->answer(listKeys, keysPage({key("k1", "v4", overTwo)})).refuse(listKeys, 401, "unsupported");
     EXPECT_EQ(failureOf(listedIDs()), "B2 401 unsupported: why");
-    // Another failure than that of the version tells nothing.
+    // A refusal for another reason proves nothing.
     transport->answer(listKeys, keysPage({key("k2", "v4", "[]")})).refuse(listKeys, 403, "transaction_cap_exceeded");
     EXPECT_EQ(failureOf(listedIDs()), "B2 403 transaction_cap_exceeded: why");
 
@@ -140,7 +140,7 @@ TEST_F(KeyCallsTest, ADeletionTriesTheOtherVersion)
     EXPECT_EQ(run(deleteAccountKey(client, "k2")).applicationKeyID, "k2");
 
     EXPECT_THAT(versionsOf(deleteKey), ElementsAre("v4", "v4", "v3"));
-    EXPECT_THAT(log->lines(), IsEmpty()) << "what the other version made good is no error";
+    EXPECT_THAT(log->lines(), IsEmpty()) << "a refusal that the other version makes up for is not an error";
 }
 
 TEST_F(KeyCallsTest, ADeletionThatBothVersionsRefuseThrowsTheFirstRefusal)
@@ -149,12 +149,12 @@ TEST_F(KeyCallsTest, ADeletionThatBothVersionsRefuseThrowsTheFirstRefusal)
     EXPECT_EQ(failureOf(deleteAccountKey(client, "k1")), "B2 400 bad_request: first");
     EXPECT_THAT(log->lines(), ElementsAre("Error api: b2_delete_key failed: 401 unsupported | second"));
 
-    // A right that is missing is missing in every version.
+    // A missing capability is missing in every version.
     transport->refuse(deleteKey, 401, "unauthorized", "");
     EXPECT_THAT(failureOf(deleteAccountKey(client, "k1")), HasSubstr("not allowed"));
     EXPECT_EQ(transport->count(deleteKey), 3U);
 
-    // What is no refusal says more than the first one.
+    // A failure for another reason says more than the first refusal.
     transport->refuse(deleteKey, 400, "bad_request");
     for (int i = 0; i < 5; ++i)
         transport->refuse(deleteKey, 503, "service_unavailable");

@@ -52,7 +52,7 @@ TEST_F(LargeFileCallsTest, UnfinishedFilesAreFollowedPageByPage)
             R"({"bucketId":"b","namePrefix":"mov","startFileId":"2","maxFileCount":100})"));
 }
 
-TEST_F(LargeFileCallsTest, AListThatGoesRoundEnds)
+TEST_F(LargeFileCallsTest, AListingThatGoesInCirclesEnds)
 {
     transport->always(
         list, [](const B2HTTPRequest&) { return StubTransport::Reply{200, unfinishedPage("1", "\"1\"")}; });
@@ -73,7 +73,7 @@ TEST_F(LargeFileCallsTest, AStoppedWalkEndsQuietly)
     EXPECT_THAT(task.result(), ElementsAre());
 }
 
-TEST_F(LargeFileCallsTest, ALostAnswerOfACancelIsLookedUp)
+TEST_F(LargeFileCallsTest, ACancelWhoseAnswerWasLostIsLookedUp)
 {
     transport->answer(cancel, cancelled);
     EXPECT_EQ(run(client->cancelLargeFile("4_large")).fileName, "movie.mp4");
@@ -82,7 +82,7 @@ TEST_F(LargeFileCallsTest, ALostAnswerOfACancelIsLookedUp)
     transport->refuse("b2_get_file_info", 404, "not_found");
     EXPECT_EQ(run(client->cancelLargeFile("4_large")).fileID, "4_large");
 
-    // It was finished by somebody else.
+    // Another program has finished it.
     transport->loseConnection(cancel).refuse(cancel, 400, "bad_request");
     transport->answer("b2_get_file_info", R"({"fileId": "4_large", "fileName": "movie.mp4", "action": "upload"})");
     EXPECT_EQ(failureOf(client->cancelLargeFile("4_large")), "B2 400 bad_request: why");

@@ -29,7 +29,7 @@ protected:
         return parts;
     }
 
-    /// What one digest after the other gives.
+    /// The result of computing one digest after the other.
     static TwinSHA1::Digests expected(std::string_view bytes, const std::vector<B2PartStretch>& parts)
     {
         TwinSHA1::Digests digests{sha1Of(bytes), {}};
@@ -51,7 +51,7 @@ protected:
     }
 };
 
-TEST_F(FileDigestsTest, AreThoseOfTheWholeAndOfEachPartHoweverItIsCut)
+TEST_F(FileDigestsTest, CoverTheWholeAndEachPartHoweverTheFileIsCut)
 {
     for (const std::size_t size : {1U, 55U, 56U, 63U, 64U, 65U, 119U, 120U, 128U, 640U, 6400U, 70'001U}) {
         const auto bytes = noise(size);

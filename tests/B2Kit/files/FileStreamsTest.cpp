@@ -12,7 +12,7 @@ std::string quotedOrNull(const std::string& text)
     return text.empty() ? "null" : "\"" + text + "\"";
 }
 
-/// A page of files that have ids like their names.
+/// A page of files whose ids are derived from their names.
 std::string page(
     const std::vector<std::string>& files, const std::string& nextName = "", const std::string& nextID = "")
 {
@@ -26,7 +26,7 @@ std::string page(
 
 class FileStreamsTest : public ClientFixture {
 protected:
-    /// The names of up to so many files of a stream.
+    /// The names of at most this many files of a stream.
     static Task<std::vector<std::string>> collect(Stream<B2FileVersion> stream, std::size_t most = 1000)
     {
         std::vector<std::string> found;
@@ -66,7 +66,7 @@ TEST_F(FileStreamsTest, FollowsTheVersionsOfOneName)
         bodiesOf(versions).at(2), R"({"bucketId":"b","startFileName":"a","startFileId":"1","maxFileCount":1000})");
 }
 
-TEST_F(FileStreamsTest, AsksForNothingMoreWhenItsConsumerLeaves)
+TEST_F(FileStreamsTest, SendsNoMoreRequestsAfterItsConsumerLeaves)
 {
     transport->answer(names, page({"a", "b"}, "c"));
 

@@ -19,7 +19,7 @@ public:
     std::vector<B2LogEvent> events;
 };
 
-TEST(ByteCountTest, ReadsLikeASizeAPersonWrites)
+TEST(ByteCountTest, FormatsSizesAsAPersonWould)
 {
     const std::pair<std::int64_t, const char*> sizes[] = {{0, "0 bytes"}, {1, "1 byte"}, {999, "999 bytes"},
         {1000, "1 KB"}, {12'345, "12 KB"}, {999'499, "999 KB"}, {999'500, "1 MB"}, {1'234'567, "1.2 MB"},
@@ -29,7 +29,7 @@ TEST(ByteCountTest, ReadsLikeASizeAPersonWrites)
         EXPECT_EQ(formatByteCount(bytes), text);
 }
 
-TEST(MetricsTest, TellsATransactionInALine)
+TEST(MetricsTest, DescribesATransactionInALine)
 {
     const auto sink = std::make_shared<RecordingSink>();
     B2LogMetricsSink metrics(sink);
@@ -55,7 +55,7 @@ TEST(MetricsTest, TellsATransactionInALine)
                 "http/1.1, handshake 31 ms, sent 20 bytes"}));
 }
 
-TEST(LogSinkTest, AFanOutReachesEverySinkAndMayHaveNone)
+TEST(LogSinkTest, AFanOutReachesEverySinkAndMayBeEmpty)
 {
     const auto one = std::make_shared<RecordingSink>();
     const auto two = std::make_shared<RecordingSink>();

@@ -14,7 +14,7 @@ const std::string aFile = R"({"fileId": "4_z1", "fileName": "a.txt", "action": "
 
 class PipelineTest : public ClientFixture {
 protected:
-    /// Makes the same call so many times at once.
+    /// Makes the same call this many times at once.
     Task<> callAtOnce(std::size_t count)
     {
         co_await forEachBounded(count, count, [owner = client.get()](std::size_t) { return callOnce(owner); });
@@ -63,7 +63,7 @@ TEST_F(PipelineTest, AFailedAuthorizationIsSharedAndNotKept)
     transport->refuse("b2_authorize_account", 503, "service_unavailable");
     transport->answer(fileInfo, aFile);
 
-    // What the authorization was refused with is final: only calls after it are repeated.
+    // A refused authorization is final: only other calls are retried.
     EXPECT_EQ(failureOf(client->fileInfo("4_z1")), "B2 503 service_unavailable: why");
     EXPECT_FALSE(run(client->authorization()));
     EXPECT_THAT(sleeper->waits(), SizeIs(0));
@@ -142,7 +142,7 @@ TEST_F(PipelineTest, ATokenThatOthersHaveRenewedIsNotRenewedAgain)
     EXPECT_THAT(log->lines(), ElementsAre("Info auth: Authorization token expired, renewing"));
 }
 
-TEST_F(PipelineTest, AServiceThatStaysOutOfOrderIsAskedFiveTimes)
+TEST_F(PipelineTest, AServiceThatStaysUnavailableIsAskedFiveTimes)
 {
     refuseAlways(500, "internal_error");
 
@@ -191,7 +191,7 @@ TEST_F(PipelineTest, ABusyServiceIsGivenTheTimeItAsksFor)
     }
 }
 
-TEST_F(PipelineTest, ARefusedConnectionIsTriedFiveTimesAndThrownItself)
+TEST_F(PipelineTest, ARefusedConnectionIsTriedFiveTimesAndItsErrorThrown)
 {
     for (int i = 0; i < 5; ++i)
         transport->fail(fileInfo, B2TransportError(B2TransportError::Code::cannotConnect, "It was refused."));
@@ -204,7 +204,7 @@ TEST_F(PipelineTest, ARefusedConnectionIsTriedFiveTimesAndThrownItself)
     EXPECT_EQ(log->lines().at(4), "Error api: b2_get_file_info gave up after 5 attempts | It was refused.");
 }
 
-TEST_F(PipelineTest, APageOfAProxyIsTheMessageAndIsRetried)
+TEST_F(PipelineTest, AProxysPageBecomesTheMessageAndIsRetried)
 {
     const StubTransport::Reply page{502, "<html>Bad Gateway</html>"};
     for (int i = 0; i < 5; ++i)
@@ -214,7 +214,7 @@ TEST_F(PipelineTest, APageOfAProxyIsTheMessageAndIsRetried)
     EXPECT_EQ(transport->count(fileInfo), 5U);
 }
 
-TEST_F(PipelineTest, TheStatusOfTheRecordCountsMoreThanThatOfTheAnswer)
+TEST_F(PipelineTest, TheStatusInTheRecordTakesPrecedence)
 {
     transport->answer(fileInfo, {503, R"({"status": 400, "code": "bad_request", "message": "no"})"});
 
@@ -238,7 +238,7 @@ TEST_F(PipelineTest, OddErrorBodiesBecomePlainMessages)
     EXPECT_THAT(log->lines().back(), Not(HasSubstr("\n")));
 }
 
-TEST_F(PipelineTest, AForbiddenCallHasASentence)
+TEST_F(PipelineTest, AForbiddenCallGetsASentence)
 {
     transport->refuse(fileInfo, 401, "unauthorized", "");
 
@@ -246,7 +246,7 @@ TEST_F(PipelineTest, AForbiddenCallHasASentence)
     EXPECT_EQ(transport->count(fileInfo), 1U);
 }
 
-TEST_F(PipelineTest, AKeyThatIsGoneIsToldApartFromACallItMayNotMake)
+TEST_F(PipelineTest, ADeletedKeyIsDistinguishedFromAForbiddenCall)
 {
     for (const auto* const code : {"unauthorized", "bad_auth_token"}) {
         run(client->reauthorize());
@@ -260,7 +260,7 @@ TEST_F(PipelineTest, AKeyThatIsGoneIsToldApartFromACallItMayNotMake)
     EXPECT_EQ(failureOf(client->reauthorize()), "B2 401 unsupported: Not in this version");
 }
 
-TEST_F(PipelineTest, AnAnswerThatIsNoRecordNamesTheOperation)
+TEST_F(PipelineTest, TheErrorForAnInvalidAnswerNamesTheOperation)
 {
     for (const auto* body : {"", "{", R"({"fileName": 5, "action": "upload"})", "[]"}) {
         transport->answer(fileInfo, body);
@@ -269,7 +269,7 @@ TEST_F(PipelineTest, AnAnswerThatIsNoRecordNamesTheOperation)
     EXPECT_EQ(transport->count(fileInfo), 4U);
 }
 
-TEST_F(PipelineTest, ALocalFileIsNotTheNetworksFault)
+TEST_F(PipelineTest, AFailureOfALocalFileIsNotRetried)
 {
     transport->fail(fileInfo, B2FileError(B2FileError::Operation::write, "/tmp/a", ENOSPC));
 
@@ -278,7 +278,7 @@ TEST_F(PipelineTest, ALocalFileIsNotTheNetworksFault)
     EXPECT_THAT(log->lines(), ElementsAre(testing::StartsWith("Error api: b2_get_file_info failed | ")));
 }
 
-TEST_F(PipelineTest, AStopIsNoFailure)
+TEST_F(PipelineTest, AStopIsNotAFailure)
 {
     transport->gather(fileInfo, 2); // One request waits for a second that never comes.
     StartedTask<B2FileVersion> task(client->fileInfo("4_z1"));

@@ -24,7 +24,7 @@ TEST(RetryPolicy, BackoffGrowsToItsCapAndJitterStaysWithinASecond)
     EXPECT_DOUBLE_EQ(backoffSeconds(policy, 0, std::nan("")), 1.0);
 }
 
-TEST(RetryPolicy, WaitsReadWithAFractionBelowTenSeconds)
+TEST(RetryPolicy, WaitsShowAFractionBelowTenSeconds)
 {
     EXPECT_EQ(formatWait(0), "0.0s");
     EXPECT_EQ(formatWait(9.94), "9.9s");
@@ -32,7 +32,7 @@ TEST(RetryPolicy, WaitsReadWithAFractionBelowTenSeconds)
     EXPECT_EQ(formatWait(299.5), "300s");
 }
 
-TEST(RetryPolicy, TransfersAreRepeatedAfterWhatAnotherTargetHeals)
+TEST(RetryPolicy, TransfersAreRetriedWhereAnotherTargetCanHelp)
 {
     EXPECT_TRUE(isRetryableTransferFailure(refusal(503, "service_unavailable", "")));
     EXPECT_TRUE(isRetryableTransferFailure(refusal(408, "request_timeout", "")));
@@ -61,7 +61,7 @@ TEST(PercentEncoding, KeepsTheSlashesOfNamesOnly)
     EXPECT_EQ(percentEncoded("a b/ü"), "a%20b%2F%C3%BC");
 }
 
-TEST(PercentEncoding, ReadsBackWhatIsWholeAndNothingElse)
+TEST(PercentEncoding, DecodesIntactTextsAndRefusesDamagedOnes)
 {
     EXPECT_EQ(percentDecoded("a%20b+c%2B%c3%bc"), "a b c+ü");
     EXPECT_EQ(percentDecoded(""), "");

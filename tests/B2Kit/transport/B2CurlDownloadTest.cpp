@@ -80,7 +80,7 @@ TEST_F(B2CurlDownloadTest, WritesBesideTheDestinationAndReplacesItInOneStep)
     EXPECT_EQ(info.st_mtim.tv_nsec, 123'000'000);
 }
 
-TEST_F(B2CurlDownloadTest, APlacedFileIsAsOpenAsTheOneItReplacesOrAsAnyNewOne)
+TEST_F(B2CurlDownloadTest, APlacedFileHasTheModeOfTheOneItReplacesOrOfANewOne)
 {
     ScriptedServer server(ScriptedServer::answering(httpAnswer(200, "new")));
     const auto modeAfter = [&](const std::filesystem::path& destination) {
@@ -98,7 +98,7 @@ TEST_F(B2CurlDownloadTest, APlacedFileIsAsOpenAsTheOneItReplacesOrAsAnyNewOne)
         EXPECT_EQ(modeAfter(replaced), mode);
         std::filesystem::remove(replaced);
     }
-    // A link is replaced, not what it leads to: that one's mode says nothing.
+    // A link itself is replaced, so the mode of its target does not matter.
     chmod(write("elsewhere", "old").c_str(), 0600);
     std::filesystem::create_symlink(folder / "elsewhere", folder / "link");
     EXPECT_EQ(modeAfter(folder / "link"), 0666U & ~mask);
@@ -118,7 +118,7 @@ TEST_F(B2CurlDownloadTest, AFileThatIsNotPlacedLeavesNothing)
     EXPECT_EQ(fileCount(), 1U);
 }
 
-TEST_F(B2CurlDownloadTest, WhatAKilledDownloadLeftIsClearedButNotOneThatRuns)
+TEST_F(B2CurlDownloadTest, RemovesFilesOfKilledDownloadsButNotOfRunningOnes)
 {
     const auto abandoned = write(makeTemporaryName(), "half");
     const auto foreign = write(".kestrovan-notes.part", "mine");
@@ -140,13 +140,13 @@ TEST_F(B2CurlDownloadTest, WhatAKilledDownloadLeftIsClearedButNotOneThatRuns)
     EXPECT_FALSE(std::filesystem::exists(abandoned));
     EXPECT_TRUE(std::filesystem::exists(foreign));
     auto reply = download.result();
-    EXPECT_EQ(removeAbandonedFiles(folder), 0) << "it is whole, but has no name yet";
+    EXPECT_EQ(removeAbandonedFiles(folder), 0) << "it is complete, but has no name yet";
     reply.file.placeAt(folder / "a", {});
     EXPECT_EQ(contentOf(folder / "a"), "abcd");
     EXPECT_EQ(removeAbandonedFiles(folder / "gone"), 0);
 }
 
-TEST_F(B2CurlDownloadTest, NeverReplacesWhatCameMeanwhileWhenAskedNotTo)
+TEST_F(B2CurlDownloadTest, NeverReplacesAFileThatAppearedInTheMeantimeIfAskedNotTo)
 {
     ScriptedServer server([](Connection& connection) {
         for (int i = 0; i < 2; ++i) {
@@ -171,7 +171,7 @@ TEST_F(B2CurlDownloadTest, NeverReplacesWhatCameMeanwhileWhenAskedNotTo)
     EXPECT_EQ(fileCount(), 3U);
 }
 
-TEST_F(B2CurlDownloadTest, StaysInTheFolderThatWasOpenedThoughALinkTakesItsPlace)
+TEST_F(B2CurlDownloadTest, StaysInTheOpenedFolderEvenIfALinkTakesItsPlace)
 {
     ScriptedServer server(ScriptedServer::answering(httpAnswer(200, "new")));
     std::filesystem::create_directory(folder / "inside");
@@ -216,7 +216,7 @@ TEST_F(B2CurlDownloadTest, KeepsAnEmptyFileAndTheBodyOfARefusal)
     EXPECT_EQ(fileCount(), 1U);
 }
 
-TEST_F(B2CurlDownloadTest, KeepsNoPartOfABodyThatWasCut)
+TEST_F(B2CurlDownloadTest, KeepsNothingOfATruncatedBody)
 {
     for (const std::size_t sent : {std::size_t{0}, std::size_t{1}, std::size_t{150'000}, std::size_t{299'999}}) {
         for (const bool resets : {false, true}) {
@@ -255,7 +255,7 @@ TEST_F(B2CurlDownloadTest, SaysWhichFolderCannotTakeTheFileBeforeAskingTheServic
     EXPECT_EQ(server.connectionCount(), 0);
 }
 
-TEST_F(B2CurlDownloadTest, ADiskThatTakesNoMoreEndsTheDownloadAndKeepsTheOldFile)
+TEST_F(B2CurlDownloadTest, AFullDiskEndsTheDownloadAndKeepsTheOldFile)
 {
     const auto destination = write("big", "old");
     // Once the size is known beforehand and once it is not.

@@ -13,7 +13,7 @@
 struct ssl_ctx_st;
 struct ssl_st;
 
-/// A certificate of its own, for 127.0.0.1, with its key: both as PEM.
+/// A self-signed certificate for 127.0.0.1 and its key, both as PEM.
 struct SelfSignedCertificate {
     std::string certificate;
     std::string key;
@@ -31,7 +31,7 @@ public:
 
         /// The next request, its body included; empty when the client has closed.
         std::string readRequest();
-        /// Reads about so many bytes and no more.
+        /// Reads about this many bytes and no more.
         void readSome(std::size_t count);
         void send(std::string_view bytes);
         /// Ends the connection with a reset.
@@ -51,7 +51,7 @@ public:
 
     using Script = std::function<void(Connection&)>;
 
-    /// @param script  what to do with each connection, on a thread of its own; the connection closes after it.
+    /// @param script  handles each connection on its own thread; the connection closes after it.
     explicit ScriptedServer(Script script);
     ScriptedServer(Script script, const SelfSignedCertificate& certificate);
     ~ScriptedServer();

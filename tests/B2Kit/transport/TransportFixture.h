@@ -2,6 +2,7 @@
 
 #include "B2Kit/B2Error.h"
 #include "B2Kit/transport/B2CurlTransport.h"
+#include "tests/B2Kit/TestFiles.h"
 #include "tests/B2Kit/transport/ScriptedServer.h"
 #include "tests/support/RunTask.h"
 
@@ -14,7 +15,7 @@
 
 using namespace std::chrono_literals;
 
-/// Keeps what it is told.
+/// Keeps the measurements.
 class RecordingMetrics final : public B2MetricsSink {
 public:
     void record(const B2TransactionMetrics& metrics) override
@@ -33,14 +34,9 @@ private:
     std::vector<B2TransactionMetrics> all_;
 };
 
-/// A transport and an empty folder of its own.
+/// A transport and an empty folder.
 class TransportFixture : public testing::Test {
 protected:
-    TransportFixture()
-    {
-        std::string pattern = std::filesystem::temp_directory_path() / "transport-XXXXXX";
-        folder = mkdtemp(pattern.data());
-    }
     ~TransportFixture() override { std::filesystem::remove_all(folder); }
 
     static B2HTTPRequest get(std::string url)
@@ -76,7 +72,7 @@ protected:
             std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator()));
     }
 
-    /// The error of the network that a task is expected to end with.
+    /// Runs a task that must end with a network error, and returns that error.
     template <class T>
     static B2TransportError failureOf(Task<T> task)
     {
@@ -95,7 +91,7 @@ protected:
 
     std::shared_ptr<RecordingMetrics> metrics = std::make_shared<RecordingMetrics>();
     B2CurlTransport transport{{.userAgent = "Test/1", .metrics = metrics}};
-    std::filesystem::path folder;
+    const std::filesystem::path folder = makeTemporaryFolder();
 };
 
 using Code = B2TransportError::Code;

@@ -40,7 +40,7 @@ TEST(PartPlanTest, CutsAFileIntoTwoPartsOrMore)
     EXPECT_EQ(planParts(50'000'000'000, 6'000'000'000, 1, minimum).front().length(), 5'000'000'000);
 }
 
-TEST(PartPlanTest, LiftsThePartsOfAHugeFileToFitTheirCount)
+TEST(PartPlanTest, EnlargesThePartsOfAHugeFileToLimitTheirNumber)
 {
     const auto terabyte = planParts(1'000'000'000'000, 1, 1, minimum);
     EXPECT_EQ(terabyte.size(), 10'000U);
@@ -72,7 +72,7 @@ TEST(PartPlanTest, TrustsOnlyPartsThatFitThePlan)
 
 class B2LargeFileTest : public LargeFileFixture {};
 
-TEST_F(B2LargeFileTest, SendsAFileInPartsAndSaysSo)
+TEST_F(B2LargeFileTest, SendsAFileInPartsAndReportsThem)
 {
     const auto text = content(12'000'000);
     auto request = fileUpload(text);
@@ -94,7 +94,7 @@ TEST_F(B2LargeFileTest, SendsAFileInPartsAndSaysSo)
     EXPECT_EQ(progress().back(), 12'000'000);
 }
 
-TEST_F(B2LargeFileTest, BytesInMemoryGoTheSameWay)
+TEST_F(B2LargeFileTest, BytesInMemoryAreSentInTheSameWay)
 {
     const auto text = content(7'000'000);
     auto request = fileUpload(text);
@@ -151,7 +151,7 @@ TEST_F(B2LargeFileTest, ASkippedPassEndsAndTheUploadGoesOn)
     EXPECT_EQ(received(), text);
 }
 
-TEST_F(B2LargeFileTest, WhatIsNoLargeFileIsToldBeforeAnythingIsSent)
+TEST_F(B2LargeFileTest, ASmallFileIsRefusedBeforeAnythingIsSent)
 {
     EXPECT_EQ(failureOf(uploadLargeFile(client, fileUpload(content(5'000'000)))),
         "5000000 bytes is below B2's 5000001 byte minimum for a large file; use uploadFile.");
@@ -181,7 +181,7 @@ TEST_F(B2LargeFileTest, ARefusedPartIsSentAgainThroughAnotherAddress)
             "Notice transfer: Part 1 succeeded after 2 retries"));
     EXPECT_THAT(events(),
         AllOf(Contains("backing off 1: 1/20 1.5 B2 storage busy"), Contains("recovered 1"), Contains("done 2/2")));
-    // The figure goes back with the part, and never beyond the whole.
+    // Progress goes back with the part, and never exceeds the whole.
     EXPECT_THAT(progress(), ElementsAre(2'500'000, 0, 2'500'000, 0, 2'500'000, 5'000'000, 5'500'000, 6'000'000));
     std::vector<std::string> tokens;
     for (const auto& sent : transport->requests(part))
@@ -204,7 +204,7 @@ TEST_F(B2LargeFileTest, APartHasTwentyAttempts)
     EXPECT_EQ(transport->count("b2_cancel_large_file"), 0U);
 }
 
-TEST_F(B2LargeFileTest, AReachedCapEndsItAtOnce)
+TEST_F(B2LargeFileTest, AReachedStorageCapEndsTheUploadAtOnce)
 {
     auto request = fileUpload(content(6'000'000));
     request.concurrency = 1;
@@ -218,7 +218,7 @@ TEST_F(B2LargeFileTest, AReachedCapEndsItAtOnce)
 
 TEST_F(B2LargeFileTest, SendsAsManyPartsAtOnceAsAllowed)
 {
-    // The first three are held back until the third has come: a narrower upload would miss the deadline.
+    // The first three are held back until the third has arrived: a narrower upload would miss the deadline.
     transport->gather(part, 3);
     auto request = fileUpload(content(30'000'000));
     request.concurrency = 3;
@@ -228,7 +228,7 @@ TEST_F(B2LargeFileTest, SendsAsManyPartsAtOnceAsAllowed)
     EXPECT_EQ(transport->count("b2_get_upload_part_url"), 3U) << "each lane keeps its address";
 }
 
-TEST_F(B2LargeFileTest, AStopEndsItAndCancelsNothingOnB2)
+TEST_F(B2LargeFileTest, AStopEndsTheUploadAndKeepsTheUnfinishedFile)
 {
     transport->gather(part, 9);
     StartedTask<B2FileVersion> task(uploadLargeFile(client, fileUpload(content(12'000'000))));
@@ -242,7 +242,7 @@ TEST_F(B2LargeFileTest, AStopEndsItAndCancelsNothingOnB2)
     EXPECT_EQ(transport->count("b2_cancel_large_file"), 0U);
 }
 
-TEST_F(B2LargeFileTest, ALostAnswerOfTheFinishIsLookedUp)
+TEST_F(B2LargeFileTest, AFinishWhoseAnswerWasLostIsLookedUp)
 {
     const auto finish = "b2_finish_large_file";
     const auto request = fileUpload(content(6'000'000));
@@ -267,7 +267,7 @@ TEST_F(B2LargeFileTest, ALostAnswerOfTheFinishIsLookedUp)
     EXPECT_EQ(transport->count("b2_get_file_info"), 3U) << "a plain refusal needs no look-up";
 }
 
-TEST_F(B2LargeFileTest, CutShortItIsToldSo)
+TEST_F(B2LargeFileTest, ATruncatedSourceIsReported)
 {
     const auto cut = [this](std::int64_t size) {
         transport->onUpload = [this, size](const B2HTTPRequest&, const B2UploadBody&, const B2Progress&) {
@@ -283,7 +283,7 @@ TEST_F(B2LargeFileTest, CutShortItIsToldSo)
     EXPECT_EQ(transport->count("b2_finish_large_file"), 0U);
 }
 
-TEST_F(B2LargeFileTest, ASourceThatChangesOnTheWayIsNeverFinished)
+TEST_F(B2LargeFileTest, ASourceThatChangesDuringTheUploadIsNeverFinished)
 {
     for (const auto* const changedPart : {"1", "2"}) {
         transport->onUpload = [&](const B2HTTPRequest& sent, const B2UploadBody&, const B2Progress&) {

@@ -4,11 +4,12 @@
 
 #include "B2Kit/files/B2SHA1.h"
 #include "B2Kit/uploads/B2LargeUpload.h"
+#include "tests/B2Kit/TestFiles.h"
 
 #include <cstdlib>
 #include <fstream>
 
-/// A client whose stand-in service takes large files; each part's bytes are kept by its number.
+/// A client whose stand-in service accepts large files and keeps the bytes of each part by its number.
 class LargeFileFixture : public ClientFixture {
 protected:
     static constexpr auto part = "b2_upload_part";
@@ -44,17 +45,11 @@ protected:
             + "\"}";
     }
 
-    static std::string content(std::int64_t size)
-    {
-        std::string text(static_cast<std::size_t>(size), '\0');
-        for (std::size_t i = 0; i < text.size(); ++i)
-            text[i] = static_cast<char>(i * 7 + i / 251 + i / 1'000'003);
-        return text;
-    }
+    static std::string content(std::int64_t size) { return variedText(static_cast<std::size_t>(size)); }
 
     std::filesystem::path source() const { return folder / "source"; }
 
-    /// Of a file with that text, in parts of 5,000,000 bytes, with every callback noted.
+    /// The upload of a file with that text, in parts of 5,000,000 bytes, with every callback recorded.
     B2UploadLargeFileRequest fileUpload(const std::string& text)
     {
         std::ofstream(source(), std::ios::binary) << text;
@@ -111,7 +106,7 @@ protected:
         return R"({"parts": [)" + list + R"(], "nextPartNumber": )" + nextPartNumber + "}";
     }
 
-    /// What the parts that came make together, and which came.
+    /// The bytes of the received parts in the order of their numbers.
     std::string received() const
     {
         const std::lock_guard lock(mutex_);
@@ -138,16 +133,10 @@ protected:
         return progress_;
     }
 
-    static std::filesystem::path makeFolder()
-    {
-        auto pattern = (std::filesystem::temp_directory_path() / "large-file-test-XXXXXX").string();
-        return mkdtemp(pattern.data());
-    }
-
-    const std::filesystem::path folder = makeFolder();
+    const std::filesystem::path folder = makeTemporaryFolder();
 
 private:
-    /// Reads the body as a transport does, tells its half and checks its digest.
+    /// Reads the body as a transport does, reports half of it and checks its digest.
     void receive(const B2HTTPRequest& request, const B2UploadBody& body, const B2Progress& onProgress)
     {
         std::string bytes;

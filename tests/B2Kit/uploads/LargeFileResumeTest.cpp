@@ -12,7 +12,7 @@ namespace {
 
 constexpr auto listParts = "b2_list_parts";
 
-/// Going on with "4_large", of which some parts are on B2.
+/// Resumes "4_large", some parts of which are on B2.
 class LargeFileResumeTest : public LargeFileFixture {
 protected:
     B2UploadLargeFileRequest resumed(const std::string& source)
@@ -44,7 +44,7 @@ TEST_F(LargeFileResumeTest, SendsOnlyWhatIsMissing)
                     "15000000 of 22000000 bytes will not be sent again"));
 }
 
-TEST_F(LargeFileResumeTest, WithAllPartsThereItGoesStraightToTheEnd)
+TEST_F(LargeFileResumeTest, FinishesAtOnceWhenAllPartsAreStored)
 {
     transport->answer(listParts, partsPage(text, {1, 2, 3, 4, 5}));
 
@@ -92,7 +92,7 @@ TEST_F(LargeFileResumeTest, AReplacedFileHasToStartAgain)
     EXPECT_EQ(transport->count("b2_finish_large_file"), 0U);
 }
 
-TEST_F(LargeFileResumeTest, AnEditBehindTheFirstPartIsFoundWhenEveryPartIsCompared)
+TEST_F(LargeFileResumeTest, AnEditAfterTheFirstPartIsFoundWhenEveryPartIsCompared)
 {
     auto other = text;
     other.at(16'000'000) ^= 1;
@@ -102,7 +102,7 @@ TEST_F(LargeFileResumeTest, AnEditBehindTheFirstPartIsFoundWhenEveryPartIsCompar
     request.verifiesEveryPart = true;
     EXPECT_THAT(failureOf(uploadLargeFile(client, request)), HasSubstr("part 4 no longer matches"));
 
-    // The digest of the whole tells it too, even when no stored part is touched.
+    // The digest of the whole shows it too, even when no stored part has changed.
     request.verifiesEveryPart = false;
     request.startedSHA1 = sha1Of(text);
     EXPECT_THAT(failureOf(uploadLargeFile(client, request)), HasSubstr("part 4 no longer matches"));
@@ -132,7 +132,7 @@ TEST_F(LargeFileResumeTest, AnUnchangedSourceIsNotReadForItsDigestAgain)
     EXPECT_THAT(bodiesOf("b2_finish_large_file"), ElementsAre(finishBody(text)));
 }
 
-TEST_F(LargeFileResumeTest, AChangedSourceIsComparedThoughChecksumsAreSkipped)
+TEST_F(LargeFileResumeTest, AChangedSourceIsComparedEvenIfChecksumsAreSkipped)
 {
     auto other = text;
     other.at(6'000'000) ^= 1;
@@ -142,10 +142,10 @@ TEST_F(LargeFileResumeTest, AChangedSourceIsComparedThoughChecksumsAreSkipped)
     request.startedSHA1 = sha1Of(text);
     request.isChecksumSkipped = [] { return true; };
 
-    // Every stored part still fits, but the rest would go under a digest that is not the file's.
+    // Every stored part still fits, but the file would be stored under a wrong digest.
     EXPECT_THAT(failureOf(uploadLargeFile(client, request)), HasSubstr("part 2 no longer matches"));
 
-    // What was finished can be compared by its digest alone, which here there is none of.
+    // A finished file can be compared only by its digest, and here there is none.
     request.startedSHA1.reset();
     transport->refuse(listParts, 400, "bad_request", "No active upload for: 4_large");
     transport->answer("b2_get_file_info",

@@ -6,19 +6,19 @@ using testing::HasSubstr;
 
 namespace {
 
-/// What happens to the source, at every stage of its upload in three parts.
+/// Changes to the source at every stage of its upload in three parts.
 ///
 /// A change that leaves size, date and inode as they were cannot be seen; the service then refuses the part, whose
-/// digest was reckoned before.
+/// digest was computed before.
 class LargeFileSourceTest : public LocalLargeFileFixture {
 protected:
     enum class Stage { hashing, started, midPart, betweenParts, beforeFinish };
     static constexpr std::initializer_list<Stage> stages{
         Stage::hashing, Stage::started, Stage::midPart, Stage::betweenParts, Stage::beforeFinish};
 
-    /// Uploads anew, with the change at that stage of part 1.
+    /// Starts an upload and makes the change at that stage of part 1.
     ///
-    /// @returns the failure's text; "nothing" when it went well.
+    /// @returns the failure's text, or "nothing" when it succeeds.
     std::string uploadWith(Stage stage, const std::function<void()>& change)
     {
         std::ofstream(path, std::ios::binary) << text;
@@ -67,7 +67,7 @@ protected:
         }
     }
 
-    /// Going on with the file as it is now, as with one that may have changed.
+    /// Resumes with the file as it is now, as one that may have changed.
     std::string resumed()
     {
         auto request = largeUpload();
@@ -94,7 +94,7 @@ protected:
     const std::string text = textOf(path);
 };
 
-TEST_F(LargeFileSourceTest, WhatIsGrownOrRewrittenIsNeverFinished)
+TEST_F(LargeFileSourceTest, AFileThatGrowsOrIsRewrittenIsNeverFinished)
 {
     const auto grow = [this] { std::ofstream(path, std::ios::app) << "more"; };
     const auto rewrite = [this] {
@@ -113,7 +113,7 @@ TEST_F(LargeFileSourceTest, WhatIsGrownOrRewrittenIsNeverFinished)
     EXPECT_EQ(finishedCount(), 0U);
 }
 
-TEST_F(LargeFileSourceTest, WhatIsCutShortIsToldWithThePlace)
+TEST_F(LargeFileSourceTest, ATruncatedFileIsReportedWithTheOffset)
 {
     for (const auto stage : stages) {
         EXPECT_EQ(uploadWith(stage, [this] { std::filesystem::resize_file(path, 7'000'000); }),
@@ -124,7 +124,7 @@ TEST_F(LargeFileSourceTest, WhatIsCutShortIsToldWithThePlace)
     EXPECT_EQ(finishedCount(), 0U);
 }
 
-TEST_F(LargeFileSourceTest, WhatCannotBeReadAnyMoreIsToldUnlessAllWasSent)
+TEST_F(LargeFileSourceTest, AFileThatBecomesUnreadableIsReportedUnlessAllWasSent)
 {
     for (const auto stage : stages) {
         const auto failure = uploadWith(stage, [this] { std::filesystem::remove(path); });
@@ -135,7 +135,7 @@ TEST_F(LargeFileSourceTest, WhatCannotBeReadAnyMoreIsToldUnlessAllWasSent)
         if (stage == Stage::hashing || stage == Stage::beforeFinish)
             continue;
 
-        // Back again, it goes on.
+        // Once it is back, the upload resumes.
         std::ofstream(path, std::ios::binary) << text;
         EXPECT_EQ(resumed(), "nothing");
         EXPECT_EQ(digestOf(run(client->fileInfo(startedID))), digest);
@@ -149,7 +149,7 @@ TEST_F(LargeFileSourceTest, WhatCannotBeReadAnyMoreIsToldUnlessAllWasSent)
     EXPECT_THAT(run(unfinished()), ElementsAre(startedID));
 }
 
-TEST_F(LargeFileSourceTest, AChangeBehindTheDateIsRefusedByTheService)
+TEST_F(LargeFileSourceTest, AChangeThatKeepsTheDateIsRefusedByTheService)
 {
     const auto failure = uploadWith(Stage::started, [this] {
         const auto date = std::filesystem::last_write_time(path);

@@ -1,4 +1,5 @@
 #include "B2Kit/uploads/B2LargeUpload.h"
+#include "tests/B2Kit/TestFiles.h"
 #include "tests/B2Kit/uploads/LargeFileFixture.h"
 
 #include <array>
@@ -18,7 +19,7 @@ constexpr std::uint64_t finish = 20'002;
 constexpr std::uint64_t address = 20'003; ///< The streams below are the parts, by number.
 constexpr int partCount = 200;
 
-/// What becomes of each request: three in ten fail. The same seed tells the same story, in whatever order it is asked.
+/// Decides the fate of each request: three in ten fail. The same seed gives the same results in any order.
 class Script {
 public:
     explicit Script(unsigned seed)
@@ -34,7 +35,7 @@ public:
         if (lot % 1000 >= 300)
             return Strike::none;
         const auto strike = static_cast<Strike>(1 + lot / 1000 % 5);
-        // The whole is over when its start or its finish gives up, so these are answered in the end.
+        // The upload ends when its start or its finish gives up, so these succeed in the end.
         const bool isOfWhole = stream == start || stream == finish;
         return isOfWhole && (index > 3 || (index > 0 && strike == Strike::expired)) ? Strike::none : strike;
     }
@@ -58,7 +59,7 @@ private:
     std::uint64_t seed_;
 };
 
-/// What the policy makes of a script when one part goes after the other, reckoned by the policy's own words.
+/// The expected requests and waits when one part follows the other, computed from the rules of the policy.
 class Reckoning {
 public:
     explicit Reckoning(const Script& script)
@@ -78,7 +79,7 @@ public:
 private:
     static double backoff(int failures) { return std::min(std::pow(1.5, failures), 64.0) + 0.5; }
 
-    /// A call without a body of data: five sends, one renewal of the token, and a server that asks is obeyed.
+    /// A JSON call: five attempts, one renewal of the token, and the delay that the server asks for.
     bool call(std::uint64_t stream)
     {
         bool hasRenewed = false;
@@ -100,7 +101,7 @@ private:
         }
     }
 
-    /// A part: an address that is kept while it serves, twenty attempts, and no heed of what the server asks.
+    /// A part: an address that is kept while it works, twenty attempts, and no regard for the server's delay.
     void sendPart(int number)
     {
         const auto stream = static_cast<std::uint64_t>(number);
@@ -127,13 +128,13 @@ unsigned seedCount()
     return count ? static_cast<unsigned>(std::atoi(count)) : 2;
 }
 
-/// 200 parts of a file without content, a service that fails by script, and time that passes by itself.
+/// 200 parts of an empty file, a service that fails by script, and waits that take no time.
 class LargeFileStormTest : public LargeFileFixture, public testing::WithParamInterface<unsigned> {
 protected:
-    // One file for all, so that its pages are made once.
+    // One file for all tests, so that its pages are created once.
     static void SetUpTestSuite()
     {
-        sharedFolder = makeFolder();
+        sharedFolder = makeTemporaryFolder();
         const auto path = sharedFolder / "source";
         std::ofstream(path).close();
         std::filesystem::resize_file(path, partCount * partSize);
@@ -150,7 +151,7 @@ protected:
         return request;
     }
 
-    /// Has the script strike the requests of an operation.
+    /// Lets the script decide about the requests of an operation.
     void strike(const std::string& operation, std::function<std::uint64_t(const B2HTTPRequest&)> streamOf,
         StubTransport::Handler otherwise)
     {
@@ -214,7 +215,7 @@ private:
 class OnePartAtATimeTest : public LargeFileStormTest {};
 class FourPartsAtOnceTest : public LargeFileStormTest {};
 
-TEST_P(OnePartAtATimeTest, EveryRequestAndWaitIsAsThePolicySays)
+TEST_P(OnePartAtATimeTest, EveryRequestAndWaitFollowsThePolicy)
 {
     const Reckoning expected(script);
     strikeParts();

@@ -1,6 +1,7 @@
 #include "tests/B2Kit/ClientFixture.h"
 
 #include "B2Kit/files/B2SHA1.h"
+#include "tests/B2Kit/TestFiles.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -41,18 +42,12 @@ protected:
         return folder / name;
     }
 
-    static std::filesystem::path makeFolder()
-    {
-        auto pattern = (std::filesystem::temp_directory_path() / "upload-test-XXXXXX").string();
-        return mkdtemp(pattern.data());
-    }
-
     std::string podURL = "https://pod.example.com";
     std::atomic<int> targets = 0;
-    const std::filesystem::path folder = makeFolder();
+    const std::filesystem::path folder = makeTemporaryFolder();
 };
 
-TEST_F(UploadTest, SendsWhatDescribesTheFile)
+TEST_F(UploadTest, SendsTheDescriptionOfTheFile)
 {
     using namespace std::chrono;
     transport->answer(upload, stored);
@@ -134,7 +129,7 @@ TEST_F(UploadTest, GivesUpAfterTwentySends)
         log->lines().back(), "Error transfer: Upload of a.txt failed after 20 attempts | B2 500 internal_error: why");
 }
 
-TEST_F(UploadTest, ARefusalThatNoOtherTargetHealsEndsIt)
+TEST_F(UploadTest, ARefusalThatNoOtherTargetCanHelpEndsTheUpload)
 {
     transport->refuse(upload, 403, "cap_exceeded", "Storage cap");
     EXPECT_EQ(failureOf(client->uploadFile(textUpload())), "B2 403 cap_exceeded: Storage cap");
@@ -145,7 +140,7 @@ TEST_F(UploadTest, ARefusalThatNoOtherTargetHealsEndsIt)
     EXPECT_EQ(transport->count(getURL), 2U) << "a target that failed never comes back";
 }
 
-TEST_F(UploadTest, TellsWhenALostAnswerMayLeaveASecondVersion)
+TEST_F(UploadTest, ReportsWhenALostAnswerMayLeaveASecondVersion)
 {
     const std::string notice =
         "Notice transfer: All of a.txt was sent but the answer was lost, so the retry may leave a second version";
@@ -172,7 +167,7 @@ TEST_F(UploadTest, TellsWhenALostAnswerMayLeaveASecondVersion)
     EXPECT_EQ(lost, 3) << "an answer that cannot be read comes after the work";
 }
 
-TEST_F(UploadTest, AStoppedUploadIsNoFailure)
+TEST_F(UploadTest, AStoppedUploadIsNotAFailure)
 {
     transport->gather(upload, 2);
     auto request = textUpload();
@@ -195,7 +190,7 @@ TEST_F(UploadTest, AnUnsafeTargetIsNotUsed)
     EXPECT_EQ(transport->count(upload), 0U);
 }
 
-TEST_F(UploadTest, TheLargestFileIsBoundBeforeAnythingIsSent)
+TEST_F(UploadTest, ATooLargeFileIsRefusedBeforeAnythingIsSent)
 {
     auto request = textUpload();
     request.body = B2FileRange{folder / "absent", 0, 5'000'000'001};
@@ -207,7 +202,7 @@ TEST_F(UploadTest, TheLargestFileIsBoundBeforeAnythingIsSent)
     EXPECT_EQ(transport->count("b2_authorize_account"), 0U);
 }
 
-TEST_F(UploadTest, FilesOfAnySizeHaveTheirDigest)
+TEST_F(UploadTest, FilesOfAnySizeAreSentWithTheirDigest)
 {
     for (const std::int64_t size : {0, 5, 1'000'000, 1'000'001, 9'000'000}) {
         const std::string text(static_cast<std::size_t>(size), 'x');
@@ -234,7 +229,7 @@ TEST_F(UploadTest, AFileThatChangedBeforeItWasReadIsNotUploaded)
     EXPECT_EQ(transport->count(getURL), 0U);
 }
 
-TEST_F(UploadTest, AFileThatChangedWhileItWasSentIsToldSo)
+TEST_F(UploadTest, AFileThatChangedWhileItWasSentIsReported)
 {
     const std::string text(2'000'000, 'x');
     const auto path = write("movie", text);

@@ -46,7 +46,7 @@ TEST_F(UploadURLPoolTest, ATargetOfTheFullAgeIsNeverUsed)
     lease = run(pool.acquire());
     EXPECT_EQ(fetched, 2);
 
-    // Nor taken back.
+    // It is not taken back either.
     now += 23h;
     run(pool.release(lease));
     now -= 23h;
@@ -54,7 +54,7 @@ TEST_F(UploadURLPoolTest, ATargetOfTheFullAgeIsNeverUsed)
     EXPECT_EQ(fetched, 3);
 }
 
-TEST_F(UploadURLPoolTest, DropsWhatIsDiscardedAndWhatIsForgotten)
+TEST_F(UploadURLPoolTest, DropsDiscardedAndForgottenTargets)
 {
     const auto lease = run(pool.acquire());
     run(pool.release(lease));

@@ -90,7 +90,7 @@ TEST(BucketDecodingTest, DefaultsWhatIsMissingOrNull)
     EXPECT_THAT(B2Bucket::knownKeys(), SizeIs(12));
 }
 
-TEST(BucketDecodingTest, SwallowsAWrongShapeOnlyWhereAnOddFieldMayNotLoseABucket)
+TEST(BucketDecodingTest, ToleratesAWrongShapeOnlyWhereAFieldMustNotLoseABucket)
 {
     const auto plain = decodeRecord<B2Bucket>(plainBucket);
 
@@ -109,7 +109,7 @@ TEST(BucketDecodingTest, SwallowsAWrongShapeOnlyWhereAnOddFieldMayNotLoseABucket
     EXPECT_EQ(wrong(R"("revision": "2")"), "revision: expected a whole number");
 }
 
-TEST(BucketDecodingTest, TellsWhatTheKeyMayNotReadFromWhatIsNotSet)
+TEST(BucketDecodingTest, DistinguishesUnreadableFromUnsetValues)
 {
     const auto notReadable = bucketWith(R"("fileLockConfiguration": {"isClientAuthorizedToRead": false,
         "value": {"isFileLockEnabled": true}}, "replicationConfiguration": {"isClientAuthorizedToRead": false})");

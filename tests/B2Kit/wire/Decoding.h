@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-/// Why a text is refused as a record; empty when it is not.
+/// Returns why a text is refused as a record; empty when it is accepted.
 template <class Record>
 std::string refusal(std::string_view json)
 {

@@ -85,7 +85,7 @@ TEST(HostileAnswersTest, DamagedTextsAreRefused)
     EXPECT_EQ(decodeRecord<B2FileVersion>(named(R"(\ud83d\ude00\u0000)")).fileName, std::string("\U0001F600\0", 5));
 }
 
-TEST(HostileAnswersTest, OfAKeyThatStandsTwiceTheLastCounts)
+TEST(HostileAnswersTest, TheLastOfRepeatedKeysCounts)
 {
     const auto twice = decodeRecord<B2FileVersion>(
         R"({"fileName": "a", "fileName": "b", "action": "hide", "fileInfo": {"x": "1", "x": "2"}, "fileInfo": {"y": "3"},
@@ -98,7 +98,7 @@ TEST(HostileAnswersTest, OfAKeyThatStandsTwiceTheLastCounts)
         "fileName: expected a text");
 }
 
-TEST(HostileAnswersTest, RefusalsTellNothingOfTheContent)
+TEST(HostileAnswersTest, RefusalsRevealNothingOfTheContent)
 {
     const std::string secret = "4_0044a1b2c3d4e5f_token";
     for (const auto& json : {R"({"authorizationToken": ")" + secret, R"({"accountId": {")" + secret + R"(": 1}})",
@@ -108,7 +108,7 @@ TEST(HostileAnswersTest, RefusalsTellNothingOfTheContent)
     EXPECT_LT(refusal<B2FileVersion>(replaced(version, R"("k": "v")", "\"" + longKey + "\": 1")).size(), 100U);
 }
 
-TEST(HostileAnswersTest, ALargePageLeavesTheParserFitForTheNext)
+TEST(HostileAnswersTest, TheParserIsUsableAfterALargePage)
 {
     const auto page = pageOf(version, 20'000);
     ASSERT_GT(page.size(), 1'048'576U);

@@ -94,7 +94,7 @@ TEST(CORSRuleTest, LabelsOperationsAndKeepsUnknownOnesAsTheyAre)
     EXPECT_EQ(B2CORSOperation("s3_new").label(), "s3_new");
 }
 
-TEST(CapabilitiesTest, HoldEachKnownOneOnceInTheOrderOfTheWindow)
+TEST(CapabilitiesTest, ListEachKnownOneOnceInTheOrderOfTheWindow)
 {
     const auto all = B2Capabilities::all();
 

@@ -109,7 +109,7 @@ TEST(ApplicationKeyTest, ReadsTheOneBucketOfOlderVersions)
     EXPECT_EQ(decodeRecord<B2KeysPage>(R"({"keys": [], "nextApplicationKeyId": "0045"})").nextApplicationKeyID, "0045");
 }
 
-TEST(FileVersionTest, IsReadAndKeptWhole)
+TEST(FileVersionTest, IsReadAndWrittenWithoutLoss)
 {
     const auto version = decodeRecord<B2FileVersion>(versionRecord);
 
@@ -145,7 +145,7 @@ TEST(FileVersionTest, OfAFolderHasNoFileID)
     EXPECT_EQ(page.nextFileID, std::nullopt);
 }
 
-TEST(FileVersionTest, ReadsTheHoldAsFarAsTheKeyMay)
+TEST(FileVersionTest, ReadsTheLegalHoldIfTheKeyMay)
 {
     const auto holdOf = [](std::string_view json) {
         return versionWith("\"legalHold\": " + std::string(json)).legalHold;

@@ -5,25 +5,25 @@
 #include <atomic>
 #include <utility>
 
-// Inside B2Kit: what the caller of one transfer hears of its retries.
+// Inside B2Kit: reports the retries of one transfer to its caller.
 
-/// Tells each wait, and once when it is over. May be called on any thread.
-class B2RetryTeller {
+/// Reports each wait, and the end of the last one once. May be called on any thread.
+class B2RetryReporter {
 public:
-    explicit B2RetryTeller(B2OnRetry onRetry, int partNumber = 0)
+    explicit B2RetryReporter(B2OnRetry onRetry, int partNumber = 0)
         : onRetry_(std::move(onRetry))
         , partNumber_(partNumber)
     {
     }
 
-    void backsOff(int attempt, int maxAttempts, double delaySeconds, std::string reason)
+    void backingOff(int attempt, int maxAttempts, double delaySeconds, std::string reason)
     {
         isWaiting_ = true;
         if (onRetry_)
             onRetry_(B2PartBackingOff{partNumber_, attempt, maxAttempts, delaySeconds, std::move(reason)});
     }
 
-    void goesOn()
+    void recovered()
     {
         if (isWaiting_.exchange(false) && onRetry_)
             onRetry_(B2PartRecovered{partNumber_});
