@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-/// What to ask before the program quits.
+/// The question before the program quits.
 struct QuitQuestion {
     std::string title;
     std::string text;
@@ -17,5 +17,5 @@ struct QuitQuestion {
     bool operator==(const QuitQuestion&) const = default;
 };
 
-/// Nothing when no transfer is in progress: quitting then asks nothing.
+/// Returns nothing when no transfer is in progress: quitting then needs no question.
 std::optional<QuitQuestion> quitQuestion(const std::vector<std::shared_ptr<Transfer>>& activeTransfers);
