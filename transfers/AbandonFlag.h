@@ -2,7 +2,7 @@
 
 #include <mutex>
 
-/// A flag that one thread raises and others look at: "leave this out and go on". Stays raised.
+/// A flag that one thread raises and others read: "skip this and go on". Stays raised.
 class AbandonFlag {
 public:
     void raise()

@@ -22,7 +22,7 @@ std::shared_ptr<ProgressThrottle> throttled(const TransferRun& run, ProgressThro
 
 void showMoved(Transfer& transfer, std::int64_t done, std::int64_t)
 {
-    // What an earlier attempt has sent is in the first report and has not moved now.
+    // The first report includes bytes of an earlier attempt, which have not moved now.
     if (!*transfer.transferStartedAt) {
         transfer.bytesTransferred = done;
         noteTransferStart(transfer);
@@ -65,7 +65,8 @@ void noteTransferStart(Transfer& transfer)
     const auto folder = transfer.parent.lock();
     if (!folder)
         return;
-    // Of many small files the first begins the folder's pace. A checksum pass moves nothing, so the pace begins anew.
+    // The first of many small files starts the folder's pace. A checksum pass moves nothing, so the pace restarts after
+    // it.
     if (*folder->transferStartedAt && !*transfer.hashStartedAt)
         return;
     folder->transferStartedAt = *transfer.transferStartedAt;

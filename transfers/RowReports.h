@@ -10,9 +10,9 @@
 
 class ActivityLog;
 
-// Inside transfers: a client's reports, which come on any thread, on their way to the row.
+// Internal to transfers: brings the client's reports, which come on any thread, to the row.
 
-/// The row's attempt, held weakly: a record may not end on a client's thread.
+/// The row's attempt, held weakly: a record must not be destroyed on a client's thread.
 class RowOfAttempt {
 public:
     explicit RowOfAttempt(const TransferRun& run)
@@ -21,8 +21,8 @@ public:
     {
     }
 
-    /// Changes the row on the main thread, unless the attempt is over by then. From any thread; in the order of the
-    /// calls.
+    /// Changes the row on the main thread, in the order of the calls, unless the attempt has ended. May be called from
+    /// any thread.
     void show(std::function<void(Transfer&)> change) const;
 
 private:
@@ -40,7 +40,7 @@ void noteTransferStart(Transfer& transfer);
 /// @param log  lives as long as the application.
 B2Progress progressOf(const TransferRun& run, ActivityLog& log);
 
-/// Shows what is tried again in the row, as its trouble, until it goes through.
+/// Shows retries in the row until they succeed.
 std::function<void(const B2PartRetryEvent&)> retryReportsOf(const TransferRun& run);
 
 /// Shows the whole-file checksum pass in the row.

@@ -35,7 +35,7 @@ SleepLock takeSleepLock()
     int descriptor = -1;
     if (result < 0 || sd_bus_message_read(answer.get(), "h", &descriptor) < 0)
         return nullptr;
-    // The message's own goes with it; the lock lasts until the last copy is closed.
+    // The message closes its own descriptor; the lock lasts until the last copy is closed.
     descriptor = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
     if (descriptor < 0)
         return nullptr;
@@ -73,7 +73,7 @@ void SleepInhibitor::follow()
 Task<> SleepInhibitor::runTake(QPointer<SleepInhibitor> self, std::function<SleepLock()> take)
 {
     const OneShot<SleepLock> taken;
-    // Not one of the shared threads: a bus that does not answer would keep it for minutes.
+    // Not on a shared thread: a bus that does not answer would block it for minutes.
     std::thread([take = std::move(take), taken] { taken.set(take()); }).detach();
     auto lock = co_await taken.wait([] {});
     if (!self)

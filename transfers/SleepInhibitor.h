@@ -16,14 +16,14 @@ class TransferQueue;
 /// Holds the system awake as long as it lives.
 using SleepLock = std::shared_ptr<const void>;
 
-/// Asks logind for a lock against sleep; the screen may still go dark. Blocks as long as the system bus does.
+/// Asks logind for a lock against sleep; the screen may still turn off. Blocks as long as the system bus does.
 /// @returns null where there is no logind, or where it refuses.
 SleepLock takeSleepLock();
 
-/// Keeps the system from going to sleep by itself while transfers run, and a little longer, so that the lock does not
-/// come and go between two files. Where it cannot, transfers run all the same.
+/// Keeps the system awake while transfers run, and a little longer, so that the lock is not released between two files.
+/// Transfers run even when no lock can be had.
 ///
-/// Lives on the main thread, which never waits: the lock is asked for on a thread of its own.
+/// Lives on the main thread and never blocks it: another thread asks for the lock.
 class SleepInhibitor final : public QObject {
     Q_OBJECT
 

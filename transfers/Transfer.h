@@ -18,29 +18,29 @@
 #include <string>
 #include <vector>
 
-/// What a folder holds that did not go, and why.
+/// Something in a folder that was not transferred, and why.
 struct FileProblem {
-    /// `skipped` as the settings ask for; `leftOut` is what is no file.
+    /// `skipped`: as the settings ask for. `leftOut`: it is not a file.
     enum class Kind { failed, skipped, leftOut };
 
     std::string relativePath;
     std::string reason; ///< A sentence.
     Kind kind = Kind::failed;
-    int count = 1; ///< Above 1 it stands for several that are not named.
+    int count = 1; ///< Above 1 for several that are not named.
 
     bool operator==(const FileProblem&) const = default;
 };
 
-/// One row of the transfer queue: a file that goes up or comes down, or a folder whose files run one after another.
+/// One row of the transfer queue: an upload or download of a file, or of a folder whose files run one after another.
 ///
-/// Lives on the main thread. Shared by the queue, the work that runs it and whoever shows it.
+/// Lives on the main thread. Shared by the queue, the work that runs it and its views.
 class Transfer final : public Observable {
     Q_OBJECT
 
 public:
     enum class Kind { download, upload };
 
-    /// Where a transfer stands; everything but waiting and running is terminal.
+    /// The state of a transfer; every one but waiting and running is terminal.
     struct State {
         enum class Case { waiting, running, finished, skipped, cancelled, failed };
 
@@ -66,9 +66,9 @@ public:
 
     const QUuid id;
     const Kind kind;
-    /// The whole name at the service; of a folder its prefix.
+    /// The whole name at the service; for a folder, its prefix.
     const std::string remoteName;
-    /// What follows the last "/" of the name; of a folder its own name with the "/".
+    /// The part of the name after the last "/"; for a folder, its own name with the "/".
     const std::string displayName;
 
     Observed<State> state{this};
@@ -82,10 +82,10 @@ public:
     // --- The current attempt
 
     Observed<std::int64_t> bytesTransferred{this};
-    Observed<std::int64_t> bytesAtStart{this}; ///< Above 0 when the attempt goes on from an earlier one.
+    Observed<std::int64_t> bytesAtStart{this}; ///< Above 0 when the attempt continues an earlier one.
     Observed<std::optional<Clock::time_point>> transferStartedAt{this};
 
-    /// What earlier attempts at an upload may have left at the service, apart from the parts of `resumableFileID`.
+    /// The outcome of earlier attempts at an upload, apart from the parts of `resumableFileID`.
     BytesFate fate;
 
     // --- The whole-file checksum pass before a large upload
@@ -93,7 +93,7 @@ public:
     Observed<bool> isHashing{this};
     Observed<std::int64_t> hashedBytes{this};
     Observed<std::optional<Clock::time_point>> hashStartedAt{this};
-    Observed<bool> checksumSkipped{this}; ///< The user gave the pass up.
+    Observed<bool> checksumSkipped{this}; ///< By the user.
     const std::shared_ptr<AbandonFlag> skipChecksum = std::make_shared<AbandonFlag>();
     std::shared_ptr<AbandonFlag> folderSkipChecksum; ///< The parent's flag, shared by all its children.
 
@@ -101,7 +101,7 @@ public:
 
     Observed<std::optional<int>> partsCompleted{this};
     Observed<std::optional<int>> partCount{this};
-    Observed<std::map<int, std::string>> partsInTrouble{this}; ///< Part number to the text of its retry.
+    Observed<std::map<int, std::string>> partsInTrouble{this}; ///< The text of each part's retry, by part number.
     Observed<std::optional<int>> partsAtStart{this}; ///< Stored by an earlier attempt; unset when nothing was.
     Observed<std::optional<std::string>> resumableFileID{this};
     /// The whole-file checksum that the large file was started with; empty without one.
@@ -109,28 +109,28 @@ public:
 
     // --- A folder and its children
 
-    Observed<std::optional<int>> fileCount{this}; ///< Set on a folder alone, once it was counted.
+    Observed<std::optional<int>> fileCount{this}; ///< Set only on a folder, once it is counted.
     Observed<int> filesCompleted{this};
     Observed<int> filesFailed{this};
-    Observed<int> filesSkipped{this}; ///< Of those completed: they were there already.
-    Observed<int> itemsLeftOut{this}; ///< Links, pipes, empty folders: what is no file. Not in `fileCount`.
-    Observed<std::vector<FileProblem>> fileProblems{this}; ///< Set at the end, the failed first.
+    Observed<int> filesSkipped{this};                      ///< Those among the completed that were already there.
+    Observed<int> itemsLeftOut{this};                      ///< Links, pipes, empty folders. Not in `fileCount`.
+    Observed<std::vector<FileProblem>> fileProblems{this}; ///< Set at the end; failures come first.
     Observed<bool> isScanning{this};
     Observed<std::int64_t> bytesFromFinishedFiles{this};
     Observed<std::shared_ptr<Transfer>> activeChild{this};
     std::weak_ptr<Transfer> parent;
 
-    /// How often the transfer was begun again: tells a report of an earlier attempt from one of this.
+    /// Counts the restarts, so that reports of an earlier attempt can be recognized.
     int attempt() const { return attempt_; }
 
-    /// Puts a terminal transfer back to waiting for another attempt: counters at zero, troubles forgotten.
+    /// Resets a terminal transfer to waiting for another attempt, with its counters at zero.
     void beginAgain();
 
 private:
     int attempt_ = 0;
 };
 
-/// One attempt at a transfer. What an attempt that was cancelled and begun again still reports is dropped.
+/// One attempt at a transfer. Late reports of an earlier attempt are dropped.
 struct TransferRun {
     std::shared_ptr<Transfer> transfer;
     int attempt = 0;

@@ -9,37 +9,37 @@
 
 class ActivityLog;
 
-// Inside transfers: how a failed attempt is understood, and how it ends. Cancellations are sorted out before.
+// Internal to transfers: turns a failed attempt into words and ends it. Callers handle cancellations first.
 
-/// What has become of an upload's bytes in all its attempts so far.
+/// Returns the fate of an upload's bytes after all its attempts so far.
 BytesFate fateOf(const Transfer& upload);
 
-/// Why an upload failed. A spent cap is named, with where to raise it.
+/// Describes why an upload failed. Names a spent cap, and where to raise it.
 ///
 /// @param fate  of the bytes, as far as the caller knows; the failure itself may say more.
 BytesFailure uploadFailure(const std::exception_ptr& failure, BytesFate fate);
 
-/// Why a download failed. A file that is gone from the service is named.
+/// Describes why a download failed. Names a file that is gone from the service.
 BytesFailure downloadFailure(const std::exception_ptr& failure, const std::string& displayName);
 
-/// Why a folder could not be listed or its files not be downloaded.
+/// Describes why a folder could not be listed or downloaded.
 ///
-/// @param fate  of its files: those of earlier attempts stay.
+/// @param fate  of its files, including those of earlier attempts.
 BytesFailure folderDownloadFailure(const std::exception_ptr& failure, BytesFate fate);
 
-/// The failure of a download whose name leads out of the destination folder.
+/// Describes the refusal of a name that leads out of the destination folder.
 BytesFailure outsideFailure(const std::string& name);
 
 /// Is the unfinished large file gone from the service?
 bool isGoneAtService(const std::exception_ptr& failure);
 
-/// Is the source another one than the unfinished large file began with?
+/// Does the source differ from the one the unfinished large file began with?
 bool isOfAnotherSource(const std::exception_ptr& failure);
 
 /// The failure as the text of the record's row.
 std::string failureText(const Transfer& transfer, const BytesFailure& failure);
 
-/// Words of the log's line in place of the usual ones.
+/// Overrides for the words of the log line.
 struct FailureLine {
     std::optional<std::string> message; ///< Instead of "Upload of a.txt failed".
     std::optional<std::string> detail;  ///< Instead of the text.

@@ -1,4 +1,4 @@
-// How files come into the queue: what is asked for becomes rows or refusals.
+// How files enter the queue: requests become rows or refusals.
 
 #include "async/Background.h"
 #include "foundation/BytesFate.h"
@@ -80,7 +80,7 @@ void TransferQueue::download(std::vector<B2FileVersion> files, B2Bucket bucket, 
 Task<> TransferQueue::queueDownloads(QPointer<TransferQueue> queue, std::vector<B2FileVersion> files, B2Bucket bucket,
     std::shared_ptr<B2Session> session)
 {
-    // 10,000 rows at once would hold the window for a moment.
+    // Adding 10,000 rows at once would block the window.
     constexpr int batchSize = 20;
     int count = 0;
     for (auto& file : files) {
@@ -103,7 +103,7 @@ void TransferQueue::upload(
 Task<> TransferQueue::queueUploads(QPointer<TransferQueue> queue, std::vector<std::filesystem::path> files,
     B2Bucket bucket, std::string prefix, std::shared_ptr<B2Session> session)
 {
-    // In batches, so that the first rows show while the rest of many files is looked at.
+    // In batches, so that the first rows show while the rest is inspected.
     constexpr std::size_t batchSize = 100;
     for (std::size_t begin = 0; begin < files.size(); begin += batchSize) {
         const auto first = files.begin() + static_cast<std::ptrdiff_t>(begin);

@@ -4,23 +4,23 @@
 
 #include <optional>
 
-/// How far a transfer is and how long it will take. Functions of its fields; the caller brings the clock.
+/// Progress and estimates of a transfer. Functions of its fields; the caller passes the time.
 
-/// Runs a checksum pass that may be given up? Not the one that proves a source to be what an unfinished upload began
-/// with.
+/// Is a checksum pass running that may be skipped? The one that proves a changed source to have the same content may
+/// not.
 bool canSkipChecksum(const Transfer& transfer);
 
-/// 0 to 1, or nothing while it cannot be told.
+/// Returns 0 to 1, or nothing while it is unknown.
 std::optional<double> fractionDone(const Transfer& transfer);
 
-/// Bytes a second of the current attempt; nothing in its first second, or when no byte has moved.
+/// Returns the bytes per second of the current attempt; nothing in its first second, or before a byte has moved.
 std::optional<double> bytesPerSecond(const Transfer& transfer, Transfer::Clock::time_point now);
 
-/// Held back for the first 10 seconds, the first 10 MB and the last minute, where it would only jump about.
+/// Returns nothing for the first 10 seconds, the first 10 MB and the last minute, where estimates are unstable.
 std::optional<double> secondsLeft(const Transfer& transfer, Transfer::Clock::time_point now);
 
-/// The record whose whole-file checksum pass runs: the transfer itself or the folder's present file; null without one.
+/// Returns the record whose whole-file checksum pass runs: the transfer itself or the folder's current file, or null.
 const Transfer* hashingFile(const Transfer& transfer);
 
-/// Of the whole-file checksum pass; held back for 8 seconds and the first fiftieth.
+/// Estimates the whole-file checksum pass; nothing for 8 seconds and the first fiftieth.
 std::optional<double> checksumSecondsLeft(const Transfer& transfer, Transfer::Clock::time_point now);

@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Ends the work of an earlier attempt first, so that two never write the same file.
+/// Waits for the end of an earlier attempt, so that two never write the same file.
 Task<> endOf(std::optional<OneShot<void>> previous)
 {
     if (previous)
@@ -80,7 +80,7 @@ Task<> TransferQueue::carryOut(
     } catch (const Cancelled&) {
         run.setState(Transfer::State::cancelled());
     } catch (...) {
-        // Nobody foresaw this, so nothing is claimed about the bytes.
+        // An unexpected failure, so nothing is claimed about the bytes.
         run.setState(Transfer::State::failed(describe(std::current_exception())));
     }
     if (queue)
@@ -95,7 +95,7 @@ void TransferQueue::ended(const TransferRun& run)
         if (entry != started->end() && entry->second.attempt == run.attempt)
             started->erase(entry);
     }
-    tellUploadEnd(run);
+    announceUploadEnd(run);
     if (running_ == 0) {
         for (const auto& drained : std::exchange(drains_, {}))
             drained.set();
@@ -105,14 +105,14 @@ void TransferQueue::ended(const TransferRun& run)
         Q_EMIT runningChanged();
 }
 
-void TransferQueue::tellUploadEnd(const TransferRun& run)
+void TransferQueue::announceUploadEnd(const TransferRun& run)
 {
     const Transfer& transfer = *run.transfer;
     if (!run.isCurrent() || transfer.kind != Transfer::Kind::upload)
         return;
-    // Of a folder files may have gone, however it ended.
+    // Files of a folder may have been stored however the folder ended.
     const bool hasWritten = transfer.state->is(Transfer::State::Case::finished) || *transfer.filesCompleted > 0;
-    // A cancel has told its end at once.
+    // A cancel has already announced its end.
     if (hasWritten || transfer.state->is(Transfer::State::Case::failed))
         Q_EMIT uploadEnded(run.transfer, hasWritten);
 }
@@ -140,7 +140,7 @@ bool TransferQueue::canRetry(const Transfer& transfer) const
     return (state.is(Transfer::State::Case::failed) || state.is(Transfer::State::Case::cancelled))
         && (transfer.kind == Transfer::Kind::download || *transfer.localPath)
         && works_.contains(transfer.id)
-        // Resumed elsewhere in the list, it would be sent twice.
+        // If another row has resumed it, a retry would send it twice.
         && !(*transfer.resumableFileID && inFlightFileIDs().contains(**transfer.resumableFileID));
 }
 
@@ -158,7 +158,7 @@ void TransferQueue::skipChecksum(const std::shared_ptr<Transfer>& transfer)
         return;
     const auto& child = *transfer->activeChild;
     const auto& target = child ? child : transfer;
-    // The flag of a folder is every child's.
+    // All children share the folder's flag.
     transfer->skipChecksum->raise();
     target->checksumSkipped = true;
     log_.record({B2LogLevel::warning, "transfer",

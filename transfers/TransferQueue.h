@@ -26,29 +26,29 @@
 class ActivityLog;
 class Settings;
 
-/// The one queue of downloads and uploads: what starts when, what a cancel does, what the log says.
+/// The queue of all downloads and uploads. Decides what starts when, what a cancel does and what the log says.
 ///
-/// Lives on the main thread and as long as the application. First come, first served, two at a time. A transfer that
-/// fails stops no other; nothing is tried again here, because the client does that. Its end cancels nothing.
+/// Lives on the main thread and as long as the application. First come, first served, two at a time. A failed
+/// transfer stops no other. The client retries, not the queue. Destroying the queue cancels nothing.
 class TransferQueue final : public Observable {
     Q_OBJECT
 
 public:
     static constexpr int maxConcurrent = 2;
 
-    /// The work of one attempt. Runs on the main executor; sets the record's states from running to its end, and
-    /// treats a stop as a normal end. What it throws becomes the record's failure.
+    /// The work of one attempt. Runs on the main executor, sets the record's states from running to its end, and
+    /// treats a stop as a normal end. An exception becomes the record's failure.
     using Work = std::function<Task<>(TransferRun run)>;
 
-    /// All outlive the queue and the work that it has started.
-    /// @param markDirectory  where downloads of folders note what a kill would leave.
+    /// All references outlive the queue and the work it has started.
+    /// @param markDirectory  where folder downloads note what a killed process would leave behind.
     TransferQueue(Settings& settings, ActivityLog& log, const DownloadDestination& destination,
         std::filesystem::path markDirectory = downloadMarkDirectory());
 
-    /// All rows in the order of their coming. They go by `clearFinished` alone.
+    /// All rows, oldest first. Only `clearFinished` removes them.
     Observed<std::vector<std::shared_ptr<Transfer>>> transfers{this};
 
-    /// Why files that were asked for did not get a row, as sentences to show until `dismissRefusals`.
+    /// Why requested files did not get a row, as sentences to show until `dismissRefusals`.
     Observed<std::vector<std::string>> refusals{this};
 
     /// Appends the record and starts its work when a slot is free.
@@ -56,47 +56,46 @@ public:
     /// A retry of the record runs `work` again.
     void enqueue(std::shared_ptr<Transfer> transfer, Work work);
 
-    /// Downloads the file, or all that a folder row stands for, into `DownloadDestination::current()` as it is now.
+    /// Downloads the file or folder into the present `DownloadDestination::current()`.
     void download(B2FileVersion file, B2Bucket bucket, std::shared_ptr<B2Session> session);
 
-    /// Downloads many in their order, as above; returns at once and lets the window breathe between them.
+    /// Downloads many, in order. Returns at once and keeps the window responsive.
     void download(std::vector<B2FileVersion> files, B2Bucket bucket, std::shared_ptr<B2Session> session);
 
-    /// Uploads files and folders under names that begin with the prefix, in their order; returns at once.
+    /// Uploads files and folders, in order, under names that begin with the prefix. Returns at once.
     ///
-    /// Each is looked at off the main thread first: what cannot be read and names that the service does not take are
-    /// refused, the others go on. A folder is one row. A name that exists gets a new version.
+    /// Each is checked off the main thread first: unreadable files and names that the service does not take are
+    /// refused, the others go on. A folder is one row. An existing name gets a new version.
     void upload(std::vector<std::filesystem::path> files, B2Bucket bucket, std::string prefix,
         std::shared_ptr<B2Session> session);
 
-    /// Ends a waiting or running transfer; does nothing to any other. The slot of a running one is free when its work
-    /// has returned, which takes moments.
+    /// Cancels a waiting or running transfer; does nothing to any other. The slot of a running one becomes free when
+    /// its work has returned.
     void cancel(const std::shared_ptr<Transfer>& transfer);
 
-    /// Has a failed or cancelled record all that another attempt needs?
+    /// Does a failed or cancelled record have all that another attempt needs?
     bool canRetry(const Transfer& transfer) const;
 
     /// Queues the record again, in its row.
     void retry(const std::shared_ptr<Transfer>& transfer);
 
-    /// Goes on with a large upload that an earlier run of the program began.
+    /// Resumes a large upload that an earlier run of the program began.
     /// @returns a sentence when its source is gone or cannot be read: then nothing is queued.
     Task<std::optional<std::string>> resume(
         ResumableUpload upload, B2Bucket bucket, std::shared_ptr<B2Session> session);
 
-    /// Gives up the checksum pass that runs for the record, and for a folder every pass to come. Does nothing when no
-    /// pass runs.
+    /// Skips the running checksum pass of the record, and for a folder all later ones. Does nothing when no pass runs.
     void skipChecksum(const std::shared_ptr<Transfer>& transfer);
 
-    /// Where started large uploads are remembered; null when there is no such place. Set once, before the first upload.
+    /// Sets where started large uploads are remembered, once, before the first upload. Null for nowhere.
     void setResumeStore(ResumeStore* store) { uploadContext_.resumeStore = store; }
 
-    /// Takes out every row in a terminal state.
+    /// Removes every row in a terminal state.
     void clearFinished();
 
     void dismissRefusals() { refusals = {}; }
 
-    /// Does the work of any record run, to its very end?
+    /// Is the work of any record still running, even after a cancel?
     bool isRunning() const { return running_ > 0; }
 
     /// The records that wait or run.
@@ -105,7 +104,7 @@ public:
     /// The started large files that belong to active records.
     std::set<std::string> inFlightFileIDs() const;
 
-    /// Cancels everything and ends when all work has returned, so that no temporary file is left; for the end of the
+    /// Cancels everything and ends when all work has returned, so that no temporary file is left. For the end of the
     /// application.
     Task<> stopAll();
 
@@ -113,7 +112,7 @@ Q_SIGNALS:
     /// `isRunning` has changed.
     void runningChanged();
 
-    /// An upload came to its end: the listing of its bucket may be another one.
+    /// An upload has ended, so the listing of its bucket may have changed.
     void uploadEnded(const std::shared_ptr<Transfer>& transfer, bool didFinish);
 
 private:
@@ -136,7 +135,7 @@ private:
     void submit(const std::shared_ptr<Transfer>& transfer);
     void startNext();
     void ended(const TransferRun& run);
-    void tellUploadEnd(const TransferRun& run);
+    void announceUploadEnd(const TransferRun& run);
     void queueFolder(
         std::filesystem::path folder, std::string name, B2Bucket bucket, std::shared_ptr<B2Session> session);
     void queueFile(const UploadSource& source, std::string name, B2Bucket bucket, std::shared_ptr<B2Session> session);
@@ -146,7 +145,7 @@ private:
     const DownloadDestination& destination_;
     DownloadContext downloadContext_;
     UploadContext uploadContext_;
-    std::map<QUuid, Work> works_; ///< Of every row, for a retry.
+    std::map<QUuid, Work> works_; ///< The work of every row, for a retry.
     std::deque<Pending> pending_;
     std::map<QUuid, Started> tasks_;
     std::map<QUuid, Started> ending_; ///< Cancelled, but their work has not returned.

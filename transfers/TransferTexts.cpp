@@ -16,9 +16,9 @@ namespace {
 using Case = Transfer::State::Case;
 using Tone = TransferStatus::Tone;
 
-constexpr std::size_t mostProblemsInHelp = 5;
+constexpr std::size_t maxProblemsInHelp = 5;
 
-/// The record that meets troubles and that goes on from stored parts: of a folder its present file.
+/// Returns the record that sends: for a folder, its current file.
 const Transfer& sender(const Transfer& transfer)
 {
     return *transfer.activeChild ? **transfer.activeChild : transfer;
@@ -39,7 +39,7 @@ std::string troubleHelp(const Transfer& transfer)
         troubles.contains(0) ? "the file" : "a part");
     if (troubles.size() == 1)
         return help;
-    // Of several the row gives the number alone.
+    // With several, the row shows only how many there are.
     help += '\n';
     for (const auto& trouble : troubles)
         help += '\n' + partText(trouble);
@@ -64,11 +64,11 @@ TransferStatus runningStatus(const Transfer& transfer)
     return {transfer.kind == Transfer::Kind::upload ? "Uploading" : "Downloading", {}};
 }
 
-/// A folder's text with the first of what did not go, and why.
+/// Returns the folder's text with the first problems and their reasons.
 std::string withProblems(const std::string& text, const Transfer& folder)
 {
     const auto& problems = *folder.fileProblems;
-    return problems.empty() ? text : text + "\n\n" + problemLines(problems, mostProblemsInHelp);
+    return problems.empty() ? text : text + "\n\n" + problemLines(problems, maxProblemsInHelp);
 }
 
 TransferStatus finishedStatus(const Transfer& transfer)
@@ -95,7 +95,7 @@ std::optional<std::string> partCounter(const Transfer& transfer)
     return fmt::format("{} of {} parts", **transfer.partsCompleted, **transfer.partCount);
 }
 
-/// Help for a failed row: of a file the whole reason, of a folder the first files and their reasons.
+/// Returns the help of a failed row: the whole reason, and for a folder the first files and their reasons.
 std::string failureHelp(const Transfer& transfer)
 {
     const auto& text = transfer.state->text;
@@ -154,7 +154,7 @@ std::optional<std::string> troubleText(const Transfer& transfer)
     if (troubles.empty())
         return {};
     if (troubles.size() == 1) {
-        // A file that is not sent in parts is its own part, with the number 0.
+        // A file that is not sent in parts has the part number 0.
         const auto& trouble = *troubles.begin();
         return trouble.first == 0 ? trouble.second : partText(trouble);
     }
@@ -210,7 +210,7 @@ std::string secondLine(const Transfer& transfer)
         add(singleLine(*child));
     if (isRunning && sender(transfer).partsAtStart->value_or(0) > 0)
         add(alreadyUploadedText(**sender(transfer).partsAtStart));
-    // How much of it stays stored.
+    // The parts that stay stored.
     const bool isKept = transfer.state->is(Case::cancelled) && *transfer.resumableFileID;
     if (const auto parts = partsText(transfer); parts && isKept)
         add(*parts);
@@ -256,7 +256,7 @@ std::string paceText(const Transfer& transfer, Transfer::Clock::time_point now)
 
 std::optional<std::string> placeText(const Transfer& transfer)
 {
-    // A file's reason takes the whole line.
+    // The reason of a file takes the whole line.
     const bool isFailed = transfer.state->is(Case::failed) && !isFolder(transfer);
     if (transfer.kind == Transfer::Kind::upload && *transfer.bucket && !isFailed) {
         const auto prefix = transfer.remoteName.substr(0, transfer.remoteName.size() - transfer.displayName.size());
@@ -266,7 +266,7 @@ std::optional<std::string> placeText(const Transfer& transfer)
     }
     if (transfer.kind == Transfer::Kind::download && *transfer.localPath && !isFailed) {
         const auto& path = **transfer.localPath;
-        // A folder's may end with a "/".
+        // The path of a folder may end with a "/".
         const auto itself = path.has_filename() ? path : path.parent_path();
         return "in " + itself.parent_path().filename().string();
     }
@@ -309,13 +309,13 @@ std::string problemSummary(const std::vector<FileProblem>& problems)
     return text + ".";
 }
 
-std::string problemLines(const std::vector<FileProblem>& problems, std::size_t mostFiles)
+std::string problemLines(const std::vector<FileProblem>& problems, std::size_t maxFiles)
 {
     std::string lines;
-    for (const auto& problem : problems | std::views::take(mostFiles))
+    for (const auto& problem : problems | std::views::take(maxFiles))
         lines += fmt::format("{}: {}\n", singleLine(problem.relativePath), singleLine(problem.reason));
-    if (problems.size() > mostFiles)
-        lines += fmt::format("and {} more\n", problems.size() - mostFiles);
+    if (problems.size() > maxFiles)
+        lines += fmt::format("and {} more\n", problems.size() - maxFiles);
     if (!lines.empty())
         lines.pop_back();
     return lines;

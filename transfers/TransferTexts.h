@@ -6,18 +6,18 @@
 #include <string>
 #include <vector>
 
-/// The words of a transfer's row. Functions of its fields; the caller brings the clock.
+/// The words of a transfer's row. Functions of its fields; the caller passes the time.
 
-/// Does the record stand for a folder?
+/// Is the record that of a folder?
 bool isFolder(const Transfer& transfer);
 
-/// What the row says of its state.
+/// The text of the row's state.
 struct TransferStatus {
-    /// `retrying` is a pause that ends by itself, no failure.
+    /// `retrying` is a pause that ends by itself, not a failure.
     enum class Tone { plain, verified, retrying, warning, failure };
 
     std::string text; ///< One line.
-    std::string help; ///< The whole of it, or what it means; may be empty.
+    std::string help; ///< The whole text, or its meaning; may be empty.
     Tone tone = Tone::plain;
 
     bool operator==(const TransferStatus&) const = default;
@@ -25,45 +25,44 @@ struct TransferStatus {
 
 TransferStatus statusOf(const Transfer& transfer);
 
-/// What a part that is tried again says: "B2 storage busy, retrying in 3 s (1 of 19)".
+/// Returns the text of a part's retry: "B2 storage busy, retrying in 3 s (1 of 19)".
 std::string partTroubleText(const std::string& message, double delaySeconds, int attempt, int limit);
 
-/// Nothing while no part is in trouble. Of a folder: what its present file meets.
+/// Returns the retry text, for a folder that of its current file; nothing while no part is in trouble.
 std::optional<std::string> troubleText(const Transfer& transfer);
 
-/// "3 of 12 parts" of a plain file.
+/// "3 of 12 parts", for a single file.
 std::optional<std::string> partsText(const Transfer& transfer);
 
 /// "Scanning the folder", "3 of 12 files".
 std::optional<std::string> folderText(const Transfer& transfer);
 
-/// The file of a folder that is on its way.
+/// The file of a folder that is being transferred.
 std::optional<std::string> childText(const Transfer& transfer);
 
-/// "3 parts already uploaded", of an upload that goes on from an earlier one.
+/// "3 parts already uploaded", for an upload that continues an earlier one.
 std::string alreadyUploadedText(int partCount);
 
-/// The row's second line: its status, what failed or was left out, the file on its way, what it goes on from, what
-/// stays stored of it, its place.
+/// The row's second line: status, counts of failed and left-out files, current file, parts of earlier attempts, place.
 std::string secondLine(const Transfer& transfer);
 
 /// "2h 5m left".
 std::string estimateText(double seconds);
 
-/// "1.2 MB of 5 MB" on its way or while it is read for its checksum, the size alone before and after; empty for a
-/// folder that is not counted.
+/// "1.2 MB of 5 MB" while it moves or is read for its checksum, otherwise the size; empty for a folder that is not
+/// counted yet.
 std::string amountText(const Transfer& transfer);
 
-/// "1.2 MB/s"; nothing while it is not known.
+/// "1.2 MB/s"; nothing while it is unknown.
 std::optional<std::string> rateText(const Transfer& transfer, Transfer::Clock::time_point now);
 
-/// Rate and time left, of the transfer or of its checksum pass; empty while nothing can be said.
+/// Rate and time left of the transfer or of its checksum pass; empty while unknown.
 std::string paceText(const Transfer& transfer, Transfer::Clock::time_point now);
 
-/// Where it goes to or has come to: "to photos/2024" of an upload, "in Downloads" of a finished download.
+/// Where it goes: "to photos/2024" for an upload, "in Downloads" for a finished download.
 std::optional<std::string> placeText(const Transfer& transfer);
 
-/// "2 running, 5 waiting" for the panel's title; empty without transfers. What failed is counted by `failedText`.
+/// "2 running, 5 waiting" for the panel's title; empty without transfers. `failedText` counts the failures.
 std::string summaryText(const std::vector<std::shared_ptr<Transfer>>& transfers);
 
 /// "3 failed"; empty when none has.
@@ -72,10 +71,10 @@ std::string failedText(const std::vector<std::shared_ptr<Transfer>>& transfers);
 /// "2 files failed, 3 files were skipped, 1 item was left out."
 std::string problemSummary(const std::vector<FileProblem>& problems);
 
-/// Files that did not go, one a line with its reason.
+/// Lists the problems with their reasons, one per line.
 ///
-/// @param mostFiles  what is beyond these is counted.
-std::string problemLines(const std::vector<FileProblem>& problems, std::size_t mostFiles);
+/// @param maxFiles  the rest is only counted.
+std::string problemLines(const std::vector<FileProblem>& problems, std::size_t maxFiles);
 
 /// The refusals as one message: the first, and how many more there are.
 std::string refusalSummary(const std::vector<std::string>& refusals);
@@ -87,7 +86,7 @@ std::string accessibleText(const Transfer& transfer);
 
 /// "Retry", or "Resume" for a cancelled upload.
 std::string retryLabel(const Transfer& transfer);
-/// "Skip", or "Skip all" for a folder, and what follows from it.
+/// "Skip", or "Skip all" for a folder, and its consequence.
 std::string skipLabel(const Transfer& transfer);
 std::string skipHelp(const Transfer& transfer);
 /// "Remove from queue" or "Cancel this transfer".

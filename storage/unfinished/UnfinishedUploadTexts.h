@@ -11,16 +11,16 @@
 /// "10 MB · 2 parts stored · started 5 days ago".
 std::string rowText(const UnfinishedUploadsModel::Item& item, std::chrono::system_clock::time_point now);
 
-/// What `rowText` leaves open; empty for nothing.
+/// Help for `rowText`; may be empty.
 std::string rowHelp(const UnfinishedUploadsModel::Item& item);
 
 /// "10 MB stored across 2 unfinished uploads".
 std::string footerText(const std::vector<UnfinishedUploadsModel::Item>& items);
 
-/// What a cancel deletes: "2 parts, 10 MB", or "the stored parts" when that is not known.
+/// The parts that a cancel deletes: "2 parts, 10 MB", or "the stored parts" when unknown.
 std::string storedText(const UnfinishedUploadsModel::Item& item);
 
-/// What is asked before an upload is cancelled.
+/// The question before an upload is cancelled.
 struct CancelQuestion {
     std::string title;
     std::string text;

@@ -32,7 +32,7 @@ protected:
         return end;
     }
 
-    /// Of its own, as a lock may be given back on a thread that outlives the test.
+    /// Shared, because a lock may be released on a thread that outlives the test.
     struct Count {
         std::atomic<int> asked = 0;
         std::atomic<int> held = 0;
@@ -48,7 +48,7 @@ protected:
     };
 };
 
-TEST_F(SleepInhibitorTest, HoldsOneLockOverTransfersThatFollowEachOther)
+TEST_F(SleepInhibitorTest, HoldsOneLockAcrossConsecutiveTransfers)
 {
     const SleepInhibitor inhibitor(queue, counting, 300ms);
     EXPECT_EQ(asked, 0);
@@ -84,13 +84,13 @@ TEST_F(SleepInhibitorTest, DoesNotWaitForABusThatDoesNotAnswer)
         ASSERT_TRUE(spinUntil([&] { return !queue.isRunning(); }));
         spinUntil([turns = 0]() mutable { return ++turns > 5; });
         hanging.unlock();
-        // What comes too late is given back.
+        // A lock that comes too late is released.
         EXPECT_TRUE(spinUntil([&] { return asked == 1 && held == 0; }));
         EXPECT_FALSE(inhibitor.isHolding());
     }
 }
 
-/// Stands in for logind on a bus of the test's own.
+/// A stand-in for logind on a private bus.
 class LoginManager final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Manager")
@@ -104,7 +104,7 @@ public:
             ::close(ends_[1]);
     }
 
-    /// Has everybody closed the lock that was given out?
+    /// Have all holders closed the lock?
     bool isReleased()
     {
         if (ends_[1] >= 0)
@@ -139,7 +139,7 @@ TEST(SleepLockTest, IsTakenFromLogindAndGivenBack)
     ASSERT_TRUE(bus.waitForReadyRead());
     const QByteArray address = bus.readLine().trimmed();
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", address);
-    EXPECT_EQ(takeSleepLock(), nullptr) << "nobody is logind";
+    EXPECT_EQ(takeSleepLock(), nullptr) << "there is no logind";
 
     auto connection = QDBusConnection::connectToBus(QString::fromLatin1(address), QStringLiteral("logind"));
     LoginManager manager;

@@ -13,7 +13,6 @@ using testing::IsEmpty;
 namespace {
 
 using Kind = Transfer::Kind;
-using State = Transfer::State;
 
 /// Work that the test ends; a stop ends it too.
 class TransferQueueTest : public TransfersFixture {
@@ -55,7 +54,7 @@ protected:
         return spinUntil([&] { return *transfer->state == state; }, 5s);
     }
 
-    /// Lets whatever could run do so.
+    /// Runs everything that can run.
     static void settle()
     {
         spinUntil([turns = 0]() mutable { return ++turns > 20; });
@@ -114,7 +113,7 @@ TEST_F(TransferQueueTest, KeepsTheSlotOfACancelledOneUntilItsWorkHasReturned)
     queue.enqueue(slow, [&](TransferRun run) {
         return [](TransferRun ran, OneShot<void> end) -> Task<> {
             ran.setState(State::running());
-            co_await end.wait([] {}); // Deaf to the stop.
+            co_await end.wait([] {}); // Ignores the stop.
         }(std::move(run), lingering);
     });
     add("other", std::make_shared<Gate>());
@@ -174,7 +173,7 @@ TEST_F(TransferQueueTest, StartsARetryWhenTheCancelledAttemptHasReturnedAndIgnor
         attempts.emplace_back();
         return [](TransferRun ran, OneShot<void> end) -> Task<> {
             ran.setState(State::running());
-            co_await end.wait([] {}); // Deaf to the stop.
+            co_await end.wait([] {}); // Ignores the stop.
             ran.setState(State::failed("old news"));
         }(std::move(run), attempts.back());
     });

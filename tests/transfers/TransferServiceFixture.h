@@ -53,7 +53,7 @@ protected:
         B2ListFileVersionsRequest request{.bucketID = bucket.bucketID};
         return qtRun(session->client->listFileVersions(std::move(request))).files;
     }
-    /// Uploads the content under the name and gives back what the service says of it.
+    /// Stores the content under the name and returns the service's record.
     B2FileVersion store(std::string name, std::string_view content)
     {
         B2UploadFileRequest request{.bucketID = bucket.bucketID,

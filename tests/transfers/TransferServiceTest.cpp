@@ -15,9 +15,6 @@ using testing::UnorderedElementsAre;
 
 namespace {
 
-using Case = Transfer::State::Case;
-using State = Transfer::State;
-
 class TransferServiceTest : public TransferServiceFixture {};
 
 TEST_F(TransferServiceTest, BringsOddNamesUpAndDownWithEqualBytes)
@@ -126,7 +123,7 @@ TEST_F(TransferServiceTest, SaysThatASourceWentAwayOrChanged)
     EXPECT_TRUE(spinUntil([&] { return *first->bytesTransferred == 500'000 && *second->bytesTransferred == 500'000; }));
     std::filesystem::remove(file);
 
-    // What had been read when the file went is whole at the service.
+    // The content read before the file was deleted is stored whole.
     EXPECT_EQ(endOf(first), State::finished());
     EXPECT_THAT(endOf(waiting).text, HasSubstr("\"a.bin\" is no longer in"));
     EXPECT_THAT(lines(), Contains("Upload of a.bin failed"));

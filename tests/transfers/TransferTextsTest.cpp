@@ -60,7 +60,7 @@ TEST(TransferTextsTest, SaysWhetherADownloadWasVerified)
     EXPECT_EQ(statusOf(*download).help, "The bytes were not checked: B2 holds no checksum for this file.");
 }
 
-TEST(TransferTextsTest, CountsPartsAndTellsTheirTroubles)
+TEST(TransferTextsTest, CountsPartsAndNamesTheirTroubles)
 {
     const auto upload = transferIn(State::running());
     upload->partsCompleted = 3;
@@ -90,7 +90,7 @@ TEST(TransferTextsTest, CountsPartsAndTellsTheirTroubles)
     EXPECT_EQ(secondLine(*upload), "Cancelled · 3 of 12 parts") << "they stay stored";
 }
 
-TEST(TransferTextsTest, TellsOfTheChecksumPass)
+TEST(TransferTextsTest, ShowsTheChecksumPass)
 {
     const auto upload = transferIn(State::running());
     upload->transferStartedAt = std::nullopt;
@@ -118,7 +118,7 @@ TEST(TransferTextsTest, TellsOfTheChecksumPass)
     EXPECT_EQ(skipHelp(*folder), "Skip the checksums and start now. Downloads of these cannot be verified later");
 }
 
-TEST(TransferTextsTest, TellsHowAFolderFares)
+TEST(TransferTextsTest, ShowsTheProgressOfAFolder)
 {
     const auto folder = std::make_shared<Transfer>(Kind::upload, "photos/");
     folder->state = State::running();

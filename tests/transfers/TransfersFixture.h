@@ -37,9 +37,12 @@ inline std::vector<std::string> namesIn(const std::filesystem::path& folder)
     return names;
 }
 
-/// A directory of its own, settings in memory and a log whose lines can be read.
+/// A fresh directory, settings in memory and a log whose lines can be read.
 class TransfersFixture : public testing::Test {
 protected:
+    using State = Transfer::State;
+    using Case = State::Case;
+
     void SetUp() override
     {
         ActivityLog::setShared(&log);
@@ -48,7 +51,7 @@ protected:
     }
     void TearDown() override
     {
-        // What still runs writes to the log.
+        // Running work still writes to the log.
         qtRun(queue.stopAll());
         log.flush(std::chrono::seconds(5));
         ActivityLog::setShared(nullptr);

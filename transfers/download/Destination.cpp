@@ -32,10 +32,10 @@ PreparedDestination settle(const B2Place& wanted, std::size_t limit, ExistingFil
 {
     PreparedDestination prepared{.choice = {wanted.path, {}}, .folder = wanted.folder};
     const auto standing = identityAt(wanted);
-    // A file with the form of our temporary names would be cleared away one day.
+    // A file named like our temporary files would be deleted by a later clean-up.
     prepared.isTwin =
         (standing && landed && landed->contains(*standing)) || isTemporaryName(wanted.path.filename().native());
-    // A folder of that name is not the file.
+    // A folder of that name is not the same file.
     prepared.isTwin = prepared.isTwin || (standing && policy == ExistingFilePolicy::skip && isFolderAt(wanted));
     if (standing && !prepared.isTwin && policy == ExistingFilePolicy::skip) {
         prepared.choice.skippedFor = wanted.path;
@@ -153,7 +153,7 @@ std::expected<PreparedDestination, BytesFailure> prepareDestination(
         return std::unexpected(folderFailure(folder, *problem));
     if (auto opened = B2Folder::open(folder.path))
         return settleDestination(std::move(*opened), name, policy, reserved, nullptr);
-    // A folder that may be written to but not looked into.
+    // A folder that may be written to but not read.
     const auto limit = nameLimit(pathconf(folder.path.c_str(), _PC_NAME_MAX));
     const auto wanted = shortenedName(name, limit);
     auto prepared = settle(folder.path / wanted, limit, policy, reserved, nullptr);

@@ -24,10 +24,10 @@ struct DestinationChoice {
     bool operator==(const DestinationChoice&) const = default;
 };
 
-/// The paths that downloads on their way will take. From any thread.
+/// The paths that running downloads will use. May be called from any thread.
 class ReservedPaths : public std::enable_shared_from_this<ReservedPaths> {
 public:
-    /// Gives its path back at its end.
+    /// Releases its path when it is destroyed.
     class Reservation {
     public:
         Reservation(std::shared_ptr<ReservedPaths> owner, std::filesystem::path path);
@@ -56,21 +56,21 @@ private:
 /// The folder that downloads go to.
 struct DownloadFolder {
     std::filesystem::path path;
-    bool isDefault = false; ///< The user has chosen none: the folder is made when it is missing.
+    bool isDefault = false; ///< The user has chosen none: the folder is created when it is missing.
 
     bool operator==(const DownloadFolder&) const = default;
 };
 
-/// Which file it is, whatever its name: device and inode.
+/// Identifies a file whatever its name: device and inode.
 using FileIdentity = std::pair<std::uint64_t, std::uint64_t>;
 
 /// The files that a run has saved.
 using LandedFiles = std::set<FileIdentity>;
 
-/// What stands at the place, links not followed. Blocks.
+/// Returns the identity of the file at a place. Follows no link. Blocks.
 std::optional<FileIdentity> identityAt(const B2Place& place);
 
-/// Numbers a name until it is free, and reserves it. Blocks; used by one thread at a time.
+/// Numbers a name until it is free, and reserves it. Blocks; for one thread at a time.
 class NumberedPlaces {
 public:
     NumberedPlaces(B2Place plain, std::size_t nameLimit, std::shared_ptr<ReservedPaths> reserved);
@@ -78,7 +78,7 @@ public:
     /// Reserves the plain path. @returns false when a running download will take it.
     bool takePlain();
 
-    /// The next free path; nothing when all numbers are taken.
+    /// Reserves the next free path; nothing when all numbers are taken.
     std::optional<std::filesystem::path> takeNext();
 
     /// The path taken last.
@@ -96,16 +96,16 @@ private:
 /// A settled destination.
 struct PreparedDestination {
     DestinationChoice choice;
-    std::shared_ptr<const B2Folder> folder;  ///< The target's parent, held open where that is allowed.
+    std::shared_ptr<const B2Folder> folder;  ///< The target's parent, held open where permissions allow.
     std::shared_ptr<NumberedPlaces> numbers; ///< Held while the download runs: it keeps the reservation.
-    bool isShortened = false;                ///< The disk does not take a name that long.
-    bool isTwin = false;                     ///< The disk takes the name for that of another file of the same run.
-    bool replaces = false; ///< What stands at the target gives way; otherwise the next number is taken.
+    bool isShortened = false;                ///< The name was too long for the disk.
+    bool isTwin = false;                     ///< The disk treats the name as that of another file of the same run.
+    bool replaces = false;                   ///< An existing file is replaced; otherwise the next number is taken.
 };
 
-/// Looks at the folder and settles where a file is saved. Blocks.
+/// Decides where in the folder a file is saved. Blocks.
 ///
-/// A name that a running download will take is never taken twice, whatever the policy: the later file gets a number.
+/// Whatever the policy, no name is given to two running downloads: the later one gets a number.
 ///
 /// @returns a failure when nothing can be saved there.
 std::expected<PreparedDestination, BytesFailure> prepareDestination(
@@ -113,17 +113,17 @@ std::expected<PreparedDestination, BytesFailure> prepareDestination(
 
 /// The same in a folder that is open already.
 ///
-/// @param landed  files that are never replaced or skipped for: those of this run. May be null.
+/// @param landed  files of this run, which are never replaced and cause no skip. May be null.
 PreparedDestination settleDestination(std::shared_ptr<const B2Folder> folder, const std::string& name,
     ExistingFilePolicy policy, ReservedPaths& reserved, const LandedFiles* landed);
 
-/// Why nothing can be saved in the folder, as a clause: "is not a folder any more". Blocks.
+/// Returns why nothing can be saved in the folder, as a clause: "is not a folder any more". Blocks.
 std::optional<std::string> folderProblem(const DownloadFolder& folder);
 
-/// The failure of a download whose folder takes nothing.
+/// Describes the failure of a download into a folder that cannot be used.
 ///
 /// @param problem  a clause: "is not a folder any more".
 BytesFailure folderFailure(const DownloadFolder& folder, std::string_view problem);
 
-/// How many bytes a name may have there. Blocks.
+/// Returns how many bytes a name may have there. Blocks.
 std::size_t longestNameIn(const B2Folder& folder);

@@ -14,7 +14,7 @@
 
 namespace {
 
-/// Top and relative path, each ended by a zero byte: no path holds one.
+/// The top folder and the relative path, each terminated by a zero byte, which no path contains.
 std::string noteText(const std::filesystem::path& top, std::string_view relativePath)
 {
     std::string text = top.native();
@@ -26,7 +26,7 @@ std::string noteText(const std::filesystem::path& top, std::string_view relative
 
 std::string readAll(int descriptor)
 {
-    // Paths of the service's names: 1,024 bytes below a path of this system.
+    // A name of the service has at most 1,024 bytes, below a path of this system.
     std::string text(8192, '\0');
     const auto count = pread(descriptor, text.data(), text.size(), 0);
     text.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
@@ -57,7 +57,7 @@ DownloadMark::DownloadMark(const std::filesystem::path& directory)
         return;
     path_ = directory / QUuid::createUuid().toString(QUuid::WithoutBraces).toStdString();
     descriptor_ = open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-    // Whoever can lock a note knows that its program has ended.
+    // A note that can be locked belongs to a process that has ended.
     if (descriptor_ >= 0)
         flock(descriptor_, LOCK_EX | LOCK_NB);
 }
@@ -75,7 +75,7 @@ void DownloadMark::set(const std::filesystem::path& top, std::string_view relati
     if (descriptor_ < 0)
         return;
     const auto text = noteText(top, relativePath);
-    // A kill between the two finds no note and no temporary file: the next one is made after this.
+    // A kill in between leaves neither a note nor a temporary file: the next temporary file is created after this.
     if (ftruncate(descriptor_, 0) == 0) [[maybe_unused]]
         const auto written = pwrite(descriptor_, text.data(), text.size(), 0);
 }

@@ -3,10 +3,10 @@
 #include <filesystem>
 #include <string_view>
 
-/// A note on the disk of the folder in which a download of many files is writing now, so that the next start of the
-/// program finds there what a kill has left. Gone with this object.
+/// A note on the disk that names the folder a folder download is writing to, so that the next start of the program can
+/// remove what a kill has left there. Removed with this object.
 ///
-/// Blocks. Never fails: a note that cannot be written only leaves a dot-file lying after a kill.
+/// Blocks. Never fails: without a note, a dot-file may stay behind after a kill.
 class DownloadMark {
 public:
     /// @param directory  of the notes of all downloads; made when it is missing.
@@ -24,11 +24,11 @@ private:
     int descriptor_ = -1;
 };
 
-/// Where the notes of this user are.
+/// Returns the directory of this user's notes.
 std::filesystem::path downloadMarkDirectory();
 
-/// Removes the temporary files that killed programs have left in the folders of their notes, and those notes. What a
-/// running program writes stays. No link below a download's top is followed. Blocks; never fails.
+/// Removes the temporary files that killed processes have left in the folders they noted, and those notes. Files of
+/// running processes stay. Follows no link below a download's top folder. Blocks; never fails.
 ///
-/// @returns how many temporary files have gone.
+/// @returns the number of temporary files removed.
 int removeFilesOfKilledDownloads(const std::filesystem::path& directory);

@@ -24,7 +24,7 @@ struct Landed {
     B2FileMetadata metadata;
 };
 
-/// Why nothing was asked of the service.
+/// A refusal before anything was requested from the service.
 struct Refused {
     BytesFailure failure;
     FailureLine line;
@@ -34,7 +34,7 @@ using Outcome = std::variant<Skipped, Landed, Refused>;
 
 using Prepared = std::expected<PreparedDestination, BytesFailure>;
 
-/// Settles the destination, off the main thread.
+/// Decides the destination, off the main thread.
 Task<Prepared> prepare(const DownloadOrder& order, const DownloadContext& context, std::string name)
 {
     const auto policy = currentExistingFilePolicy(*context.settings);
@@ -57,31 +57,31 @@ B2FileDestination destinationOf(const PreparedDestination& prepared)
     return destination;
 }
 
-/// Tells of a file that is not saved under its own name.
-void tellOtherName(
+/// Logs that a file is not saved under its own name.
+void logOtherName(
     ActivityLog& log, const Transfer& transfer, const PreparedDestination& prepared, const std::string& name)
 {
     const auto saved = prepared.choice.target.filename().string();
     if (prepared.isShortened)
         log.record({B2LogLevel::notice, "transfer", "Shortened the name of " + transfer.displayName,
             fmt::format(
-                "It has {} bytes, more than this disk takes. The file is saved as \"{}\".", name.size(), saved)});
+                "It has {} bytes, more than this disk allows. The file is saved as \"{}\".", name.size(), saved)});
     if (prepared.isTwin)
         log.record({B2LogLevel::notice, "transfer", fmt::format("Saved {} under another name", transfer.displayName),
-            fmt::format("To this disk its name is that of another file here, which is kept. The file is saved as "
+            fmt::format("This disk treats its name as that of another file here, which is kept. The file is saved as "
                         "\"{}\".",
                 saved)});
 }
 
-/// Where the file has landed: what took its name on the way has given it a number.
+/// Returns where the file was saved: it has a number when its name was taken on the way.
 Task<std::filesystem::path> landedPath(
     const DownloadOrder& order, const PreparedDestination& prepared, const Transfer& transfer, ActivityLog& log)
 {
     const auto place = prepared.numbers->place();
     if (place.path != prepared.choice.target)
         log.record({B2LogLevel::notice, "transfer", fmt::format("Saved {} under another name", transfer.displayName),
-            fmt::format("Something else has taken its name meanwhile. The file is saved as \"{}\".",
-                place.path.filename().string())});
+            fmt::format(
+                "Its name was taken in the meantime. The file is saved as \"{}\".", place.path.filename().string())});
     if (order.landing)
         co_await runInBackground([landing = order.landing, place] { landing->noteLanded(place); });
     co_return place.path;
@@ -101,7 +101,7 @@ Task<Outcome> fetch(const DownloadOrder& order, const TransferRun& run, const Do
         co_return Refused{prepared.error(), {}};
     if (prepared->choice.skippedFor)
         co_return Skipped{*prepared->choice.skippedFor};
-    tellOtherName(*context.log, transfer, *prepared, *name);
+    logOtherName(*context.log, transfer, *prepared, *name);
 
     run.setState(Transfer::State::running());
     noteTransferStart(*run.transfer);
@@ -163,7 +163,7 @@ Task<> runDownload(DownloadOrder order, TransferRun run, DownloadContext context
     }
     if (run.isCurrent())
         run.transfer->partsInTrouble = {};
-    // A child that had landed when the stop came is there, and the next attempt at its folder leaves it out.
+    // A child that was saved before the stop counts as done, and the next attempt at its folder leaves it out.
     const bool isChildDone = outcome && std::holds_alternative<Landed>(*outcome) && !run.transfer->parent.expired();
     const bool wasStopped = (co_await currentStopToken()).stop_requested() && !isChildDone;
     if (wasStopped || (failure && isCancellation(failure)))

@@ -31,10 +31,10 @@ struct DownloadContext {
     Settings* settings = nullptr; ///< Lives as long as the application.
     ActivityLog* log = nullptr;   ///< Lives as long as the application.
     std::shared_ptr<ReservedPaths> reserved = std::make_shared<ReservedPaths>();
-    /// Where downloads of folders note what a kill would leave.
+    /// Where folder downloads note what a killed process would leave behind.
     std::filesystem::path markDirectory;
 };
 
 /// Downloads one file: resolves its destination, fetches it there, and sets the record's state and log lines.
-/// Throws nothing; a stop is an end like others.
+/// Never throws; a stop is a normal end.
 Task<> runDownload(DownloadOrder order, TransferRun run, DownloadContext context);

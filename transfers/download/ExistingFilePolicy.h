@@ -5,7 +5,7 @@
 
 class Settings;
 
-/// What a download does when its name is taken in the folder.
+/// How a download treats an existing file of its name.
 enum class ExistingFilePolicy { keepBoth, replace, skip };
 
 inline constexpr std::array existingFilePolicies{

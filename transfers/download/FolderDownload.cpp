@@ -14,10 +14,10 @@
 
 namespace {
 
-/// What is kept of a file until its turn comes: there may be very many.
+/// A file waiting for its turn. Kept small: there may be very many.
 struct ListedFile {
     std::optional<std::string> fileID;
-    std::string relativePath; ///< The name after the prefix, not guarded yet.
+    std::string relativePath; ///< The name after the prefix, not checked yet.
     std::int64_t size = 0;
     std::int64_t uploadTimestamp = 0; ///< Milliseconds since 1970.
 
@@ -27,7 +27,7 @@ struct ListedFile {
     }
 };
 
-/// Lists the current files under the prefix; the row grows with what is found.
+/// Lists the current files under the prefix; the row's size grows with them.
 Task<std::vector<ListedFile>> list(const FolderDownloadOrder& order, const TransferRun& run)
 {
     constexpr std::size_t pageSize = 1000;
@@ -51,7 +51,7 @@ Task<std::vector<ListedFile>> list(const FolderDownloadOrder& order, const Trans
     co_return files;
 }
 
-/// What the run of a folder works with.
+/// The state of a folder's run.
 struct Run {
     FolderDownloadOrder order;
     TransferRun run;
@@ -59,12 +59,12 @@ struct Run {
     std::vector<ListedFile> files;
     std::shared_ptr<FolderLanding> landing;
 
-    /// The files that earlier attempts have saved.
+    /// Returns how many files earlier attempts have saved.
     BytesFate savedBefore() const { return BytesFate::files(std::ssize(order.progress->done)); }
 };
 
 /// Opens the local folder, off the main thread.
-/// @returns false when that cannot be: the record has its last state then.
+/// @returns false when it cannot be opened: then the record has its last state.
 Task<bool> openLanding(Run& self)
 {
     FolderLanding::Parts parts{.destination = self.order.folder,
@@ -98,7 +98,7 @@ Task<bool> openLanding(Run& self)
     co_return true;
 }
 
-/// Which files an earlier attempt has saved as they are at the service now. Looks at the disk, off the main thread.
+/// Returns the files that an earlier attempt has saved in their present version. Checks the disk off the main thread.
 Task<std::set<std::string>> doneBefore(const Run& self)
 {
     std::vector<std::pair<std::string, FolderProgress::Done>> candidates;
@@ -123,19 +123,13 @@ Task<std::set<std::string>> doneBefore(const Run& self)
     });
 }
 
-/// Counts a file that has ended; one that was stopped is not counted.
+/// Keeps what a retry needs to know about the file, and counts it.
 void keep(FolderTally& tally, FolderProgress& progress, const ListedFile& file, const Transfer& child)
 {
-    const auto& state = *child.state;
-    if (state.is(Transfer::State::Case::finished)) {
+    if (child.state->is(Transfer::State::Case::finished))
         progress.done.insert_or_assign(
             file.relativePath, FolderProgress::Done{file.size, file.uploadDate(), child.localPath->value_or("")});
-        tally.complete(file.size);
-    } else if (state.is(Transfer::State::Case::skipped)) {
-        tally.skip(file.relativePath, "Skipped: it is in the destination folder already.", file.size);
-    } else if (state.is(Transfer::State::Case::failed)) {
-        tally.fail(file.relativePath, state.text, file.size);
-    }
+    tally.countEnd(child, file.relativePath, file.size);
 }
 
 Task<> downloadFile(const Run& self, FolderTally& tally, const ListedFile& file)
@@ -162,8 +156,8 @@ Task<> downloadFile(const Run& self, FolderTally& tally, const ListedFile& file)
     keep(tally, *self.order.progress, file, *child);
 }
 
-/// Everything up to the first file. A stop ends it with `Cancelled`.
-/// @returns false when there is nothing to do: the record has its last state then.
+/// Lists the files and opens the local folder.
+/// @returns false when there is nothing to do: then the record has its last state.
 Task<bool> begin(Run& self, FolderTally& tally)
 {
     self.files = co_await list(self.order, self.run);
@@ -174,9 +168,7 @@ Task<bool> begin(Run& self, FolderTally& tally)
         byteCount += file.size;
     tally.setTotal(static_cast<int>(self.files.size()), byteCount);
     if (self.files.empty()) {
-        self.context.log->record({B2LogLevel::warning, "transfer",
-            fmt::format("Nothing downloaded from {}, it holds no files", folderNameOf(*self.run.transfer)), {}});
-        self.run.setState(Transfer::State::failed("Nothing to download, the folder is empty"));
+        tally.finishEmpty("Nothing to download, the folder is empty");
         co_return false;
     }
     co_return co_await openLanding(self);
@@ -214,7 +206,7 @@ Task<> runFolderDownload(FolderDownloadOrder order, TransferRun run, DownloadCon
         failure = std::current_exception();
     }
     run.transfer->isScanning = false;
-    // The landing's note goes off the main thread.
+    // Removing the landing's note blocks, so it happens off the main thread.
     if (self.landing)
         co_await runInBackground([landing = std::move(self.landing)]() mutable { landing.reset(); });
     if ((co_await currentStopToken()).stop_requested())

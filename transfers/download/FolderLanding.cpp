@@ -11,7 +11,7 @@
 
 namespace {
 
-/// The folder an earlier attempt has used, else one of the wanted name, else one with a number.
+/// Opens the folder of an earlier attempt, else one with the wanted name, else one with a number.
 B2Folder::Result openTop(const B2Folder& destination, const FolderLanding::Parts& parts)
 {
     if (parts.earlierName) {
@@ -72,7 +72,7 @@ std::expected<std::shared_ptr<FolderLanding>, BytesFailure> FolderLanding::open(
 
 B2Folder::Result FolderLanding::folderOf(const std::string& relativeFolder)
 {
-    // Files come in the order of their names, so mostly it is the folder of the one before.
+    // Files come in name order, so it is mostly the folder of the previous one.
     if (current_ && currentFolder_ == relativeFolder)
         return current_;
     auto folder =

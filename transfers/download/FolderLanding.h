@@ -13,7 +13,7 @@
 #include <string>
 #include <utility>
 
-/// The local folder in which the files of one folder download land. Names of the service never lead out of it: it is
+/// The local folder that receives the files of one folder download. No name from the service leads out of it: it is
 /// held open, and no link below it is followed.
 ///
 /// Every function blocks. Used by one file after another, on any thread.
@@ -21,30 +21,30 @@ class FolderLanding {
 public:
     struct Parts {
         DownloadFolder destination;
-        std::string name; ///< Wanted for the folder.
-        /// The name an earlier attempt was given.
+        std::string name; ///< The wanted name of the folder.
+        /// The name that an earlier attempt used.
         std::optional<std::string> earlierName;
         std::shared_ptr<LandedFiles> landed; ///< By earlier attempts.
         std::filesystem::path markDirectory;
     };
 
-    /// Opens the folder and makes it when it is missing. Where a file or a link has its name, it gets a number.
+    /// Opens the folder, and creates it when it is missing. It gets a number where a file or a link has its name.
     /// @returns a failure when nothing can be saved there; it knows nothing of earlier attempts.
     static std::expected<std::shared_ptr<FolderLanding>, BytesFailure> open(Parts parts);
 
     const std::filesystem::path& path() const { return top_->path(); }
     std::string name() const { return path().filename().string(); }
 
-    /// Settles where a file is saved, and makes the folders above it.
-    /// @param relativePath  guarded.
+    /// Decides where a file is saved, and creates the folders above it.
+    /// @param relativePath  checked by `guardedName`.
     /// @returns a failure when it cannot be saved.
     std::expected<PreparedDestination, BytesFailure> prepare(
         const std::string& relativePath, ExistingFilePolicy policy, ReservedPaths& reserved);
 
-    /// Remembers what has landed, so that nothing later replaces it.
+    /// Remembers a saved file, so that no later one replaces it.
     void noteLanded(const B2Place& place);
 
-    /// Is a file of that size at the path, which is absolute and was of this folder?
+    /// Does the path, which is absolute and was in this folder, still hold a file of that size?
     bool holds(const std::filesystem::path& file, std::int64_t byteCount) const;
 
 private:

@@ -24,7 +24,7 @@ std::string_view head(std::string_view text, std::size_t limit)
     return text.substr(0, limit);
 }
 
-/// The stem gives way, so that extension and number stay.
+/// Shortens only the stem, so that extension and number stay.
 std::string joined(std::string_view name, std::string_view number, std::size_t limit)
 {
     auto [stem, extension] = splitExtension(name);
@@ -51,7 +51,7 @@ std::optional<std::string> guardedName(std::string_view relativeName)
     auto rest = relativeName;
     while (true) {
         const auto slash = rest.find('/');
-        // An empty one is at the start, at the end or between two "/".
+        // An empty component is at the start, at the end or between two "/".
         if (!localName(rest.substr(0, slash)))
             return {};
         if (slash == std::string_view::npos)

@@ -52,29 +52,32 @@ void FolderTally::begin(const std::shared_ptr<Transfer>& child)
 {
     if (!run_.isCurrent())
         return;
-    // A child that goes on from an earlier attempt is connected already.
+    // The child of an earlier attempt is already connected.
     QObject::connect(
         child.get(), &Observable::changed, run_.transfer.get(), &Observable::markChanged, Qt::UniqueConnection);
     run_.transfer->activeChild = child;
 }
 
-void FolderTally::complete(std::int64_t size)
+void FolderTally::countEnd(const Transfer& child, std::string relativePath, std::int64_t size)
 {
-    ++completed_;
-    count(size, true);
+    using Case = Transfer::State::Case;
+    if (child.state->is(Case::finished)) {
+        ++completed_;
+        count(size, true);
+    } else if (child.state->is(Case::skipped)) {
+        ++skipped_;
+        problems_.push_back(
+            {std::move(relativePath), "Skipped: it is already in the destination folder.", FileProblem::Kind::skipped});
+        completeWithoutMoving(size);
+    } else if (child.state->is(Case::failed)) {
+        fail(std::move(relativePath), child.state->text, size);
+    }
 }
 
 void FolderTally::completeWithoutMoving(std::int64_t size)
 {
     ++completed_;
     count(size, false);
-}
-
-void FolderTally::skip(std::string relativePath, std::string reason, std::int64_t size)
-{
-    ++skipped_;
-    problems_.push_back({std::move(relativePath), std::move(reason), FileProblem::Kind::skipped});
-    completeWithoutMoving(size);
 }
 
 void FolderTally::fail(std::string relativePath, std::string reason, std::int64_t size)
@@ -105,7 +108,7 @@ void FolderTally::count(std::int64_t size, bool hasMoved)
     folder.filesSkipped = skipped_;
     folder.bytesFromFinishedFiles = bytes_;
     folder.bytesTransferred = bytes_;
-    // What did not move says nothing of the pace.
+    // A file that did not move must not change the pace.
     if (!hasMoved)
         folder.bytesAtStart = *folder.bytesAtStart + size;
 }
@@ -125,9 +128,12 @@ void FolderTally::publish()
     run_.transfer->fileProblems = worstFirst(problems_);
 }
 
-void FolderTally::finishEmpty(std::string text)
+void FolderTally::finishEmpty(std::string text, std::optional<std::string> detail)
 {
     publish();
+    const auto* const moved = run_.transfer->kind == Transfer::Kind::upload ? "uploaded" : "downloaded";
+    log_.record({B2LogLevel::warning, "transfer",
+        fmt::format("Nothing {} from {}, it holds no files", moved, folderName_), std::move(detail)});
     run_.setState(Transfer::State::failed(std::move(text)));
 }
 
@@ -137,7 +143,7 @@ void FolderTally::finish(std::string place)
     if (skipped_ > 0)
         log_.record({B2LogLevel::notice, "transfer",
             fmt::format("Skipped {} from {}", countText(skipped_, "file", "files"), folderName_),
-            "They were there already and are untouched. The entries above name each."});
+            "They were already there and are untouched. The entries above name each."});
     if (failed_ == 0) {
         log_.record({B2LogLevel::notice, "transfer",
             fmt::format("{} {} from {}", verb_, countText(completed_, "file", "files"), folderName_),

@@ -13,38 +13,40 @@
 
 class ActivityLog;
 
-/// What has become of the files of a folder, shown on its record as they end. Of one attempt, on the main thread.
+/// Counts the files of a folder as they end, and shows the counts on its record. For one attempt, on the main thread.
 class FolderTally {
 public:
     /// @param log  outlives this.
     FolderTally(TransferRun run, ActivityLog& log);
 
-    /// The folder is counted now.
+    /// Shows the size of the folder.
     void setTotal(int fileCount, std::int64_t byteCount);
 
-    /// The file goes now; what changes on its record shows on the folder's.
+    /// Makes the file the current one; changes of its record show on the folder's.
     void begin(const std::shared_ptr<Transfer>& child);
 
-    // The end of a file, whether it had a record or not.
-    void complete(std::int64_t size);
-    /// An earlier attempt has done it.
+    /// Counts a file by the state of its record. A file that was stopped is not counted.
+    void countEnd(const Transfer& child, std::string relativePath, std::int64_t size);
+    /// Counts a file that an earlier attempt has done.
     void completeWithoutMoving(std::int64_t size);
-    void skip(std::string relativePath, std::string reason, std::int64_t size);
+    /// Counts a failure, also of a file without a record.
     void fail(std::string relativePath, std::string reason, std::int64_t size);
 
-    /// What is no file; it counts neither as done nor as failed.
+    /// Counts items that are not files, neither as done nor as failed.
     /// @param restReason  for those that are not named.
     void leaveOut(const LeftOut& items, const std::string& restReason);
 
-    /// Lets the window breathe now and then between files that wait for nothing.
+    /// Yields now and then between files that need no waiting, to keep the window responsive.
     Task<> breathe();
 
-    /// The folder holds no file: tells what else it holds.
-    void finishEmpty(std::string text);
+    /// Ends a folder without files.
+    /// @param text    of the row.
+    /// @param detail  of the log's line.
+    void finishEmpty(std::string text, std::optional<std::string> detail = {});
     /// Sets the record's last state and writes the lines of the log.
-    /// @param place  where the files have gone.
+    /// @param place  where the files are now.
     void finish(std::string place);
-    /// The same after a stop.
+    /// Does the same after a stop.
     /// @param interrupted  the file that was sent in part; its parts stay stored.
     void stop(std::optional<std::string> interrupted = {});
 

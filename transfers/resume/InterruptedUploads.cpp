@@ -16,16 +16,16 @@ std::string inQuotes(const std::string& name)
     return "“" + singleLine(name) + "”";
 }
 
-/// "“a”", "“a” and “b”", "“a”, “b” and 3 more buckets".
+/// Returns "“a”", "“a” and “b”" or "“a”, “b” and 3 more buckets".
 std::string bucketsText(const std::map<std::string, int>& counts)
 {
-    constexpr std::size_t mostNamed = 3;
+    constexpr std::size_t maxNamed = 3;
     std::vector<std::string> names;
     for (const auto& [name, count] : counts)
         names.push_back(inQuotes(name));
-    if (names.size() > mostNamed) {
-        const auto rest = static_cast<std::int64_t>(names.size() - mostNamed);
-        names.resize(mostNamed);
+    if (names.size() > maxNamed) {
+        const auto rest = static_cast<std::int64_t>(names.size() - maxNamed);
+        names.resize(maxNamed);
         names.push_back(countText(rest, "more bucket", "more buckets"));
     }
     auto text = names.front();

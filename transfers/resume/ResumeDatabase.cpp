@@ -30,7 +30,7 @@ public:
     {
     }
 
-    /// Is the file itself no good, so that another attempt cannot help?
+    /// Is the file itself damaged, so that another attempt cannot help?
     bool isDamage() const { return code_ == SQLITE_NOTADB || code_ == SQLITE_CORRUPT || code_ == SQLITE_ERROR; }
 
 private:
@@ -53,7 +53,7 @@ public:
         sqlite3_bind_text64(
             statement_, ++bound_, text.data() ? text.data() : "", text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
     }
-    /// A path need not be text.
+    /// Paths are stored as bytes: they need not be valid text.
     void bindPath(const std::filesystem::path& path)
     {
         const auto& bytes = path.native();
@@ -104,13 +104,13 @@ void execute(sqlite3* connection, const char* statements)
         throw Failure(connection);
 }
 
-/// One program at a time opens, so that two do not set the same file aside: the second one the first one's new file.
+/// Lets one program at a time open the file. Otherwise a second one could set aside the new file of the first.
 class OpeningLock {
 public:
     explicit OpeningLock(const std::filesystem::path& directory)
         : descriptor_(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
     {
-        // Where there are no such locks, opening goes on without.
+        // File systems without such locks are opened without one.
         if (descriptor_ >= 0)
             ::flock(descriptor_, LOCK_EX);
     }
@@ -130,7 +130,7 @@ private:
     throw std::runtime_error(std::error_code(error, std::generic_category()).message());
 }
 
-/// Moves what stands in the file's place, with a journal that belongs to it, to a free name beside it.
+/// Moves the damaged file and its journal to a free name beside it.
 void setAside(const std::filesystem::path& file)
 {
     for (int number = 1;; ++number) {
@@ -141,13 +141,13 @@ void setAside(const std::filesystem::path& file)
             continue;
         if (::rename(file.c_str(), target.c_str()) != 0)
             fail(errno);
-        // A journal left behind would be played into the new file.
+        // A journal left behind would be replayed into the new file.
         ::rename((file.native() + "-journal").c_str(), (target.native() + "-journal").c_str());
         return;
     }
 }
 
-/// An empty file for the owner alone, unless there is a file, which becomes one for the owner alone.
+/// Creates an empty file that only the owner can read, or restricts an existing one to the owner.
 void prepareFile(const std::filesystem::path& file)
 {
     struct stat status{};
@@ -182,7 +182,7 @@ constexpr const char* selectAll = "SELECT fileID, bucketID, remoteName, byteCoun
 void prepareSchema(sqlite3* connection)
 {
     sqlite3_busy_timeout(connection, patienceMilliseconds);
-    // Extra: the removal of the journal, which is the commit, is on the disk too before a change counts as written.
+    // "Extra" also syncs the removal of the journal, which is the commit, before a change counts as written.
     execute(connection, "PRAGMA journal_mode=DELETE; PRAGMA synchronous=EXTRA;");
     Statement versionQuery(connection, "PRAGMA user_version");
     const auto version = versionQuery.next() ? versionQuery.number() : 0;

@@ -11,16 +11,16 @@ struct sqlite3;
 
 /// The file in which `ResumeStore` keeps its records. Every call blocks; one thread at a time.
 ///
-/// Each change is on the disk when its call returns. Several programs may have the file open: changes are of single
-/// records, and whoever comes second waits.
+/// Each change is on the disk when its call returns. Several programs may have the file open: each change concerns one
+/// record, and concurrent writers wait for each other.
 class ResumeDatabase {
 public:
     /// Opens or creates the file, for its owner alone (0600).
     ///
-    /// What is damaged or no file at all is set aside as "….damaged-1" (or the next free number) and a new file begun.
-    /// A file of a newer version of the program stays untouched.
+    /// A damaged file is set aside as "….damaged-1" (or the next free number), and a new one is created.
+    /// A file written by a newer version of the program stays untouched.
     ///
-    /// @throws std::runtime_error with the reason when there is no file to work with.
+    /// @throws std::runtime_error with the reason when there is no usable file.
     explicit ResumeDatabase(const std::filesystem::path& file);
     ~ResumeDatabase();
     ResumeDatabase(const ResumeDatabase&) = delete;

@@ -13,16 +13,16 @@
 
 namespace {
 
-/// The user has the upload and can do nothing about this, so it stays out of the activity log.
-void tellSystem(const std::string& message, const std::string& reason)
+/// Reports to the system log only: the upload itself goes on, and the user can do nothing about it.
+void logToSystem(const std::string& message, const std::string& reason)
 {
     B2OSLogSink("com.zantro.kestrovan", "transfer").log({B2LogLevel::warning, "transfer", message, reason});
 }
 
 } // namespace
 
-/// The records in memory, for the main thread, and the file, which is written by another thread in the order of the
-/// changes. Who writes holds it, so that it outlives the store until all is written.
+/// The records in memory, for the main thread, and the file, which another thread writes in the order of the changes.
+/// The writer shares ownership, so that pending changes are written even after the store is gone.
 class ResumeStore::Database : public std::enable_shared_from_this<Database> {
 public:
     /// Blocks.
@@ -50,10 +50,10 @@ private:
     static void run(void* context)
     {
         const std::unique_ptr<std::shared_ptr<Database>> self(static_cast<std::shared_ptr<Database>*>(context));
-        (*self)->writeWhatWaits();
+        (*self)->writePending();
     }
 
-    void writeWhatWaits()
+    void writePending()
     {
         std::unique_lock lock(mutex_);
         while (!waiting_.empty()) {
@@ -63,7 +63,7 @@ private:
             try {
                 change(file_);
             } catch (const std::exception& failure) {
-                tellSystem("Could not write down which uploads can be resumed", failure.what());
+                logToSystem("Could not save which uploads can be resumed", failure.what());
             }
             lock.lock();
         }
@@ -82,7 +82,8 @@ Task<std::unique_ptr<ResumeStore>> ResumeStore::open(std::filesystem::path file)
         try {
             return std::make_shared<Database>(file);
         } catch (const std::exception& failure) {
-            tellSystem("Uploads cannot be resumed in a later run: no use of \"" + file.string() + '"', failure.what());
+            logToSystem(
+                "Uploads cannot be resumed in a later run: cannot use \"" + file.string() + '"', failure.what());
             return nullptr;
         }
     };

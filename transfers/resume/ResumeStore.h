@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-/// Which local file a started large file comes from, so that a later run of the program can go on with it.
+/// The local source of a started large file, so that a later run of the program can resume it.
 struct ResumableUpload {
-    std::string fileID; ///< The natural key.
+    std::string fileID; ///< Identifies the record.
     std::string bucketID;
     std::string remoteName;
     std::int64_t byteCount = 0; ///< Of the source when the upload began.
@@ -26,23 +26,23 @@ struct ResumableUpload {
 
 /// The large uploads that were started on this machine and not finished yet.
 ///
-/// Lives on the main thread, which it never makes wait: reads come from memory, writes follow in their order on a
-/// thread of their own. What cannot be written is written to the system log alone; the upload goes on without it.
+/// Lives on the main thread and never blocks it: reads come from memory, writes follow in order on another thread. A
+/// failed write is reported only to the system log; the upload goes on without it.
 class ResumeStore {
 public:
     /// Opens or creates the database.
-    /// @returns nothing when it cannot be opened: then nothing can be resumed in a later run.
+    /// @returns null when it cannot be opened: then later runs cannot resume anything.
     static Task<std::unique_ptr<ResumeStore>> open(std::filesystem::path file);
     ~ResumeStore();
 
-    /// Does nothing for an empty path, and nothing when the file id is known. `startedAt` is set to now.
+    /// Does nothing for an empty path or a known file id. Sets `startedAt` to now.
     void record(ResumableUpload upload);
     std::optional<ResumableUpload> upload(const std::string& fileID) const;
     /// All of them, by file id.
     std::vector<ResumableUpload> uploads() const;
     void remove(const std::string& fileID);
 
-    /// Ends when all that was asked for so far is on the disk, or has failed.
+    /// Ends when every change so far is on the disk or has failed.
     Task<> flush();
 
 private:

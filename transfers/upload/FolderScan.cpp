@@ -19,9 +19,9 @@
 
 namespace {
 
-/// Names at the service are no longer, so nothing below a longer path can be sent.
+/// The longest name at the service: nothing below a longer path can be sent.
 constexpr std::size_t longestPath = 1024;
-/// How often a running total is told.
+/// The interval between reports of the running total.
 constexpr auto reportInterval = std::chrono::milliseconds(50);
 
 struct CloseFolder {
@@ -34,7 +34,7 @@ std::string reasonText(int systemError)
                                                          : std::generic_category().message(systemError);
 }
 
-/// @param mode  of what is neither a regular file nor a folder.
+/// @param mode  of an item that is neither a regular file nor a folder.
 std::string passedOverReason(mode_t mode)
 {
     const char* what = "a device";
@@ -47,7 +47,7 @@ std::string passedOverReason(mode_t mode)
     return fmt::format("It is {}, not a file, and is not sent.", what);
 }
 
-/// The names in an open folder, in the order of their bytes.
+/// Lists the names in an open folder, in byte order.
 std::expected<std::vector<std::string>, int> namesIn(const B2Folder& folder)
 {
     const int descriptor = fcntl(folder.descriptor(), F_DUPFD_CLOEXEC, 0);
@@ -93,7 +93,7 @@ public:
             return std::move(scan_);
         }
         lookInto(**root, {});
-        // One folder at a time, each opened from the top: however deep the tree, few descriptors and no recursion.
+        // One folder at a time, each opened from the top: few descriptors and no recursion, however deep the tree.
         while (!waiting_.empty() && !stop_.stop_requested()) {
             const auto relativePath = std::move(waiting_.back());
             waiting_.pop_back();
@@ -121,7 +121,7 @@ private:
             if (stop_.stop_requested())
                 return;
             struct stat info = {};
-            // What is gone by now is no part of the folder any more.
+            // An item that is already gone no longer belongs to the folder.
             if (fstatat(folder.descriptor(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
                 if (errno != ENOENT)
                     scan_.refusedFiles.push_back({above + name,
@@ -139,7 +139,7 @@ private:
                 scan_.passedOver.add(above + name, passedOverReason(info.st_mode));
             report();
         }
-        // The last one waiting is the next.
+        // The last waiting folder is the next one.
         std::reverse(waiting_.begin() + static_cast<std::ptrdiff_t>(firstBelow), waiting_.end());
     }
 
@@ -192,7 +192,7 @@ private:
 void LeftOut::add(std::string relativePath, std::string reason)
 {
     ++count;
-    if (named.size() < mostNamed)
+    if (named.size() < maxNamed)
         named.push_back({std::move(relativePath), std::move(reason), FileProblem::Kind::leftOut});
 }
 

@@ -19,33 +19,33 @@ struct FoundFile {
     bool operator==(const FoundFile&) const = default;
 };
 
-/// What a folder holds that no bucket can. Thousands of links and the like are not worth their memory.
+/// Items of a folder that cannot be stored in a bucket. Only the first are named, to bound the memory.
 struct LeftOut {
-    static constexpr std::size_t mostNamed = 1000;
+    static constexpr std::size_t maxNamed = 1000;
 
     std::vector<FileProblem> named; ///< The first of them, each with its reason.
-    std::int64_t count = 0;         ///< Of all.
+    std::int64_t count = 0;         ///< Including those not named.
 
     void add(std::string relativePath, std::string reason);
 };
 
-/// What a folder holds.
+/// The contents of a folder.
 struct FolderScan {
-    /// By name within each folder, a folder's own files before those of its subfolders.
+    /// Sorted by name within each folder; a folder's own files come before those of its subfolders.
     std::vector<FoundFile> files;
-    /// Files that cannot have their name at the service. They are in no other list.
+    /// Files that cannot be sent. They are in no other list.
     std::vector<FileProblem> refusedFiles;
-    /// Folders that could not be looked into, each with the cause alone; "" is the folder itself.
+    /// Folders that could not be read, each with only the cause; "" is the folder itself.
     std::vector<FileProblem> unreadableFolders;
     LeftOut passedOver;         ///< Links, devices, pipes and sockets.
-    LeftOut emptyFolders;       ///< Below the folder; those that hold nothing at all.
+    LeftOut emptyFolders;       ///< Below the folder.
     std::int64_t byteCount = 0; ///< Of `files`.
 };
 
-/// Looks through a folder, hidden files included. No link below the folder is followed. Blocks; a stop ends it early
-/// with what it has.
+/// Scans a folder, including hidden files. Follows no link below the folder. Blocks; a stop ends it early with a
+/// partial result.
 ///
-/// @param prefix  what goes before the relative path in the name at the service.
-/// @param onFound  told the bytes found so far, every few milliseconds, on the calling thread.
+/// @param prefix  precedes the relative path in the name at the service.
+/// @param onFound  called with the bytes found so far, every few milliseconds, on the calling thread.
 FolderScan scanFolder(const std::filesystem::path& folder, const std::string& prefix, const std::stop_token& stop = {},
     const std::function<void(std::int64_t byteCount)>& onFound = {});

@@ -16,6 +16,8 @@
 
 namespace {
 
+constexpr auto noEmptyFolders = "B2 stores name prefixes rather than folders, so an empty folder cannot exist there";
+
 Task<> showFound(std::weak_ptr<Transfer> folder, int attempt, std::int64_t byteCount)
 {
     const auto transfer = folder.lock();
@@ -24,11 +26,11 @@ Task<> showFound(std::weak_ptr<Transfer> folder, int attempt, std::int64_t byteC
     co_return;
 }
 
-/// Looks through the folder off the main thread; the row grows with what is found.
+/// Scans the folder off the main thread; the row's size grows with the files found.
 Task<FolderScan> scan(const std::filesystem::path& folder, const TransferRun& run)
 {
     run.transfer->isScanning = true;
-    // Held weakly: the record may not end on another thread.
+    // Held weakly: the record must not be destroyed on another thread.
     const auto onFound = [transfer = std::weak_ptr(run.transfer), attempt = run.attempt](std::int64_t byteCount) {
         spawn(MainExecutor::shared(), showFound(transfer, attempt, byteCount));
     };
@@ -39,7 +41,7 @@ Task<FolderScan> scan(const std::filesystem::path& folder, const TransferRun& ru
     co_return found;
 }
 
-/// A folder below the one that is sent, or that itself, which could not be read.
+/// Describes the failure of a folder that could not be read: the one being sent or one below it.
 BytesFailure unreadableFailure(const FileProblem& folder, const FolderProgress& progress)
 {
     const auto isBelow = [prefix = folder.relativePath.empty() ? std::string() : folder.relativePath + '/'](
@@ -48,40 +50,39 @@ BytesFailure unreadableFailure(const FileProblem& folder, const FolderProgress& 
         .cause = folder.reason, .fate = BytesFate::files(std::ranges::count_if(progress.done, isBelow)), .advice = {}};
 }
 
-/// Names in the log what does not go.
-/// @param what  how the line ends: "3 items that are no file".
-/// @param before  what stands above the names.
-void tellLeftOut(ActivityLog& log, const std::string& folderName, const LeftOut& items, const std::string& what,
+/// Logs the items that are not sent.
+/// @param what  the end of the line: "3 empty folders".
+/// @param before  the text above the names.
+void logLeftOut(ActivityLog& log, const std::string& folderName, const LeftOut& items, const std::string& what,
     std::string before = {})
 {
-    constexpr std::size_t mostNamed = 20;
+    constexpr std::size_t maxNamed = 20;
     auto detail = std::move(before);
-    for (const auto& item : items.named | std::views::take(mostNamed))
+    for (const auto& item : items.named | std::views::take(maxNamed))
         detail += (detail.empty() ? "" : "\n") + singleLine(item.relativePath);
-    if (const auto rest = items.count - static_cast<std::int64_t>(mostNamed); rest > 0)
+    if (const auto rest = items.count - static_cast<std::int64_t>(maxNamed); rest > 0)
         detail += fmt::format("\n… and {} more", rest);
     log.record(
         {B2LogLevel::notice, "transfer", fmt::format("Left out of {}: {}", folderName, what), std::move(detail)});
 }
 
-/// Tells what is no file and so does not go, as a link the user takes for a file.
+/// Reports items that are not files and so are not sent: the user may take a link for a file.
 void leaveOut(FolderTally& tally, ActivityLog& log, const std::string& folderName, const FolderScan& scan)
 {
     if (const auto& items = scan.passedOver; items.count > 0) {
-        tellLeftOut(log, folderName, items,
-            fmt::format("{} that {} no file, as a link or a pipe", countText(items.count, "item", "items"),
-                items.count == 1 ? "is" : "are"));
+        logLeftOut(log, folderName, items,
+            countText(items.count, "item that is not a file, such as a link or a pipe",
+                "items that are not files, such as links or pipes"));
         tally.leaveOut(items, "They are links, pipes and the like, not files, and are not sent.");
     }
     if (const auto& items = scan.emptyFolders; items.count > 0) {
-        tellLeftOut(log, folderName, items, countText(items.count, "empty folder", "empty folders"),
-            "B2 stores name prefixes rather than folders, so an empty folder cannot exist there");
+        logLeftOut(log, folderName, items, countText(items.count, "empty folder", "empty folders"), noEmptyFolders);
         tally.leaveOut(items, "They are empty folders, which cannot be stored in a bucket.");
     }
 }
 
-/// Shows what the folder holds.
-/// @returns false when that is nothing: the record has its last state then.
+/// Shows the contents of the folder.
+/// @returns false when there are none: then the record has its last state.
 bool begin(FolderTally& tally, ActivityLog& log, const TransferRun& run, const FolderScan& scan,
     const FolderProgress& progress)
 {
@@ -98,17 +99,16 @@ bool begin(FolderTally& tally, ActivityLog& log, const TransferRun& run, const F
     leaveOut(tally, log, name, scan);
     tally.setTotal(static_cast<int>(fileCount + scan.unreadableFolders.size()), scan.byteCount);
     if (fileCount + scan.unreadableFolders.size() == 0) {
-        log.record({B2LogLevel::warning, "transfer", fmt::format("Nothing uploaded from {}, it holds no files", name),
-            "B2 stores name prefixes rather than folders, so an empty folder cannot exist there"});
         tally.finishEmpty(scan.passedOver.count == 0
                 ? "Nothing to upload, the folder is empty"
-                : "Nothing to upload, the folder holds only links and the like, which are not sent");
+                : "Nothing to upload, the folder holds only links and the like, which are not sent",
+            noEmptyFolders);
         return false;
     }
     return true;
 }
 
-/// Counts what the scan has refused.
+/// Counts the items that the scan refused.
 Task<> countRefused(FolderTally* tally, ActivityLog* log, const FolderScan* scan, const FolderProgress* progress)
 {
     auto problems = scan->refusedFiles;
@@ -123,14 +123,14 @@ Task<> countRefused(FolderTally* tally, ActivityLog* log, const FolderScan* scan
     }
 }
 
-/// The record of a file: the one of an interrupted attempt when it can go on with that.
+/// Returns the record for a file: that of an interrupted attempt when it can be resumed.
 std::shared_ptr<Transfer> childFor(const FoundFile& file, const FolderUploadOrder& order, const TransferRun& run)
 {
     auto& interrupted = order.progress->interrupted;
     if (const auto known = interrupted.find(file.relativePath); known != interrupted.end()) {
         auto child = known->second;
         interrupted.erase(known);
-        // The upload itself compares what is stored with a file that has another date.
+        // The upload itself compares the stored parts with a file whose date has changed.
         if (*child->byteCount == file.size) {
             child->beginAgain();
             return child;
@@ -147,19 +147,14 @@ std::shared_ptr<Transfer> childFor(const FoundFile& file, const FolderUploadOrde
     return child;
 }
 
-/// Counts a file that has ended; one that was stopped is not counted.
+/// Keeps what a retry needs to know about the file, and counts it.
 void keep(FolderTally& tally, FolderProgress& progress, const FoundFile& file, const std::shared_ptr<Transfer>& child)
 {
-    const auto& state = *child->state;
-    if (state.is(Transfer::State::Case::finished)) {
+    if (child->state->is(Transfer::State::Case::finished))
         progress.done.insert_or_assign(file.relativePath, FolderProgress::Done{file.size, file.modificationDate});
-        tally.complete(file.size);
-        return;
-    }
-    if (*child->resumableFileID)
+    else if (fateOf(*child) != BytesFate::nothing())
         progress.interrupted.insert_or_assign(file.relativePath, child);
-    if (state.is(Transfer::State::Case::failed))
-        tally.fail(file.relativePath, state.text, file.size);
+    tally.countEnd(*child, file.relativePath, file.size);
 }
 
 } // namespace

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// Why the file is read once before it is sent, or is not.
+/// Why the file is, or is not, read once before it is sent.
 enum class ChecksumPass { runs, skippedForFolder, resuming, runsForChangedSource, turnedOff };
 
 bool isSkipRaised(const Transfer& transfer)
@@ -39,7 +39,7 @@ ChecksumPass decidePass(const Transfer& transfer, const UploadSource& source, co
         return ChecksumPass::skippedForFolder;
     if (isResuming)
         return ChecksumPass::resuming;
-    // The setting's value true turns the pass off; its name is older than its meaning.
+    // True turns the pass off, although the key's name suggests the opposite.
     const bool isTurnedOff = settings.boolean(SettingsKeys::recordWholeFileChecksum).value_or(false);
     return isTurnedOff ? ChecksumPass::turnedOff : ChecksumPass::runs;
 }
@@ -64,7 +64,7 @@ void logPass(ChecksumPass pass, const Transfer& transfer, ActivityLog& log)
         break;
     case ChecksumPass::runsForChangedSource:
         log.record({B2LogLevel::notice, "transfer", fmt::format("Reading {} again before the upload goes on", name),
-            "Its date or size is another than when the upload began. Only a file with the same content is resumed."});
+            "Its date or size has changed since the upload began. Only a file with the same content is resumed."});
         break;
     case ChecksumPass::turnedOff:
         log.record({B2LogLevel::warning, "transfer", fmt::format("Uploading {} without a whole-file checksum", name),
@@ -73,7 +73,7 @@ void logPass(ChecksumPass pass, const Transfer& transfer, ActivityLog& log)
     }
 }
 
-/// Keeps what a later attempt needs, whether or not the record is still there.
+/// Saves what a later attempt needs, even when the record is gone.
 Task<> noteStarted(std::weak_ptr<Transfer> transfer, ResumableUpload upload, ResumeStore* store)
 {
     if (const auto record = transfer.lock()) {
@@ -164,7 +164,7 @@ Task<> sendInParts(const UploadOrder* order, const TransferRun* run, const Uploa
 
 UploadProblem endOfLargeUpload(Transfer& transfer, const std::exception_ptr& failure)
 {
-    // Every part is there, so only the answer to the last step is missing: it may have been taken.
+    // With every part sent, only the last step can have failed, and a lost answer to it may mean success.
     const bool isAllSent = *transfer.partCount && *transfer.partsCompleted == *transfer.partCount;
     const bool mayBeFinished = isAllSent && isRetryableTransferFailure(failure);
     const auto fileID = *transfer.resumableFileID;
@@ -172,7 +172,7 @@ UploadProblem endOfLargeUpload(Transfer& transfer, const std::exception_ptr& fai
         .failure = uploadFailure(failure, mayBeFinished ? BytesFate::maybe() : fateOf(transfer)), .line = {}};
     if (!fileID)
         return problem;
-    // Once parts were sent, a source with another date may still have the same content: the next attempt compares it.
+    // Once parts were sent, a source with a new date may still have the same content. The next attempt compares it.
     const bool hasBegun = transfer.partCount->has_value();
     if (isGoneAtService(failure) || (!hasBegun && isOfAnotherSource(failure))) {
         transfer.resumableFileID = std::nullopt;

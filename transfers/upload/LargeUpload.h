@@ -6,15 +6,15 @@
 
 #include <string>
 
-// Inside transfers: the upload of a file from `largeFileThreshold` on.
+// Internal to transfers: the upload of a file from `largeFileThreshold` on.
 
-/// Why a file did not reach the service as it is on the disk.
+/// Why a file is not stored as it is on the disk.
 struct UploadProblem {
     BytesFailure failure;
     FailureLine line;
 };
 
-/// Sends the file in parts, after a pass for its checksum unless that is off, skipped or was made when the upload
+/// Sends the file in parts. Reads it for its checksum first, unless that is off, skipped or was done when the upload
 /// began. Remembers the large file in the record and in the store, so that it can be resumed.
 ///
 /// @throws as `uploadLargeFile` of B2Kit.

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 
-/// What a source file was when its upload began, so that another file under the same path is noticed.
+/// The state of a source file when its upload began, so that a different file under the same path is noticed.
 struct SourceBookmark {
     std::filesystem::path path;
     std::int64_t byteCount = 0;

@@ -23,7 +23,7 @@ struct InspectedFile {
 };
 
 /// Sends the file in one request.
-/// @param mayBeStored  becomes true when an answer is lost after the whole file went out.
+/// @param mayBeStored  set when an answer is lost after the whole file was sent.
 Task<> sendWhole(const UploadOrder* order, const TransferRun* run, const UploadContext* context,
     const UploadSource* source, std::string contentType, std::shared_ptr<std::atomic<bool>> mayBeStored)
 {
@@ -40,14 +40,13 @@ Task<> sendWhole(const UploadOrder* order, const TransferRun* run, const UploadC
     co_await client->uploadFile(std::move(request));
 }
 
-/// Interprets the end of a file that was sent in one request, whether by a failure or by a source that changed on the
-/// way.
+/// Interprets the end of an upload in one request: a failure, or a source that changed on the way.
 Task<std::optional<UploadProblem>> endOfWhole(
     Transfer* transfer, const UploadSource* source, std::exception_ptr failure)
 {
-    // Hash and body are read one after the other: a write between them makes them differ, or is missing.
+    // The file is read twice, for the hash and for the body, so a write in between may be missing or make them differ.
     const auto now = co_await runInBackground([source = *source] { return compare(source); });
-    // The service has checked what came against the digest, so a file that has gone since is stored whole.
+    // The service has checked the body against the digest, so a file that was deleted since is stored whole.
     if (!failure && now != SourceChange::changed)
         co_return std::nullopt;
     if (now == SourceChange::none || (failure && isRetryableConnectionFailure(failure)))
@@ -67,7 +66,7 @@ Task<std::optional<UploadProblem>> endOfWhole(
 }
 
 /// Sends the file.
-/// @returns nothing when it reached the service as it is on the disk.
+/// @returns nothing when the file is stored as it is on the disk.
 Task<std::optional<UploadProblem>> send(const UploadOrder& order, const TransferRun& run, const UploadContext& context)
 {
     Transfer& transfer = *run.transfer;
@@ -93,7 +92,7 @@ Task<std::optional<UploadProblem>> send(const UploadOrder& order, const Transfer
                 .advice = "\"Unfinished Uploads\" of the bucket removes them. Retry sends the file as it is now."},
             .line = {}};
     }
-    // What was begun in parts goes on in parts, whatever the size is now.
+    // An upload begun in parts continues in parts, whatever the size is now.
     const bool isLarge = source.byteCount >= largeFileThreshold || *transfer.resumableFileID;
 
     const auto mayBeStored = std::make_shared<std::atomic<bool>>(false);
@@ -106,7 +105,7 @@ Task<std::optional<UploadProblem>> send(const UploadOrder& order, const Transfer
     } catch (...) {
         failure = std::current_exception();
     }
-    // Also of a stopped attempt, for the next one.
+    // Kept for the next attempt, even when this one was stopped.
     if (mayBeStored->load() && failure)
         transfer.fate = BytesFate::maybe();
     co_await checkCancelled();

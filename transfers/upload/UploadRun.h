@@ -27,5 +27,5 @@ struct UploadContext {
 };
 
 /// Uploads one file, whole or from `largeFileThreshold` on in parts, and sets the record's state and log lines. A
-/// record with a resumable file id goes on with that large file. Throws nothing; a stop is an end like others.
+/// record with a resumable file id resumes that large file. Never throws; a stop is a normal end.
 Task<> runUpload(UploadOrder order, TransferRun run, UploadContext context);

@@ -11,14 +11,14 @@
 class QPainter;
 enum class Symbol;
 
-/// What a row's button does.
+/// The command of a row's button.
 enum class TransferAction { skipChecksum, details, cancel, retry, show };
 
-/// One button of a row, as it stands on the screen.
+/// One button of a row, as shown on the screen.
 struct TransferButton {
     TransferAction action;
     QRect place;
-    bool hasText; ///< It says what it does and is seen all the time; others show while their row has the attention.
+    bool hasText; ///< Always shown with its words; others appear while their row is selected or under the pointer.
 };
 
 /// The buttons of the rows: words, places and drawing. Functions of values.
@@ -26,26 +26,26 @@ class TransferButtons {
     Q_DECLARE_TR_FUNCTIONS(TransferButtons)
 
 public:
-    /// How a button is drawn.
+    /// The look of a button.
     struct Look {
         QPalette palette;
         QColor text;
-        QColor selection;        ///< Ground of a selected row.
-        bool isSelected = false; ///< Its row is.
+        QColor selection;        ///< Background of a selected row.
+        bool isSelected = false; ///< The row.
         bool isHovered = false;
     };
 
-    /// The places of a row's buttons, the last at the row's end. Words give way to symbols in a narrow row.
+    /// Lays out a row's buttons, the last at the row's end. A narrow row shows symbols in place of words.
     static std::vector<TransferButton> placed(const QRect& row, Qt::LayoutDirection direction, const Transfer& transfer,
         const std::vector<TransferAction>& actions);
 
-    /// "Skip all", "Details…": what menu and button say.
+    /// "Skip all", "Details…": the title in menu and button.
     static QString label(TransferAction action, const Transfer& transfer);
     /// What the button does, for its tooltip.
     static QString help(TransferAction action, const Transfer& transfer);
 
     static void paint(QPainter& painter, const TransferButton& button, const Transfer& transfer, const Look& look);
 
-    /// Width that the last button takes at the end of a row; kept free in every row.
+    /// The width of the last button, kept free at the end of every row.
     static constexpr int extent = 28;
 };

@@ -60,7 +60,7 @@ struct TransferDelegate::Look {
     std::vector<TransferButton> buttons;
     QColor plain;
     QColor secondary;
-    QColor selection; ///< Ground of a selected row.
+    QColor selection; ///< Background of a selected row.
     bool isSelected = false;
 
     Look(const QStyleOptionViewItem& row, bool hasBar, std::vector<TransferButton> itsButtons)
@@ -75,7 +75,7 @@ struct TransferDelegate::Look {
         selection = palette.color(group, QPalette::Highlight);
         secondary = isSelected ? plain : secondaryText(palette);
 
-        // The place of one button stays free in every row, so that amounts stand under each other.
+        // The place of one button stays free in every row, so that amounts line up.
         int end = option.rect.right() + 1 - Spacing::small - TransferButtons::extent;
         for (const auto& button : buttons)
             end = std::min(end, placed(button.place).left());
@@ -89,7 +89,7 @@ struct TransferDelegate::Look {
     }
 
     /// Draws figures at the end of a line.
-    /// @returns what they leave of it.
+    /// @returns the rest of the line.
     QRect drawFigures(QPainter& painter, const QRect& line, const QString& figures) const
     {
         if (figures.isEmpty())
@@ -182,7 +182,7 @@ void TransferDelegate::paintBar(QPainter& painter, const Look& look, const Trans
     bar.maximum = 1000;
     bar.progress = static_cast<int>(std::lround(fractionDone(transfer).value_or(0) * bar.maximum));
     if (look.isSelected) {
-        // Drawn on the selection's ground, in its text's colour.
+        // Drawn on the selection's background, in its text colour.
         bar.palette.setColor(QPalette::Highlight, look.plain);
         for (const auto role : {QPalette::Base, QPalette::Window})
             bar.palette.setColor(role, look.selection);

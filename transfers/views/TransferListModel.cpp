@@ -33,7 +33,7 @@ TransferListModel::TransferListModel(TransferQueue& queue, QObject* parent)
 {
     gathering_->setSingleShot(true);
     gathering_->setInterval(50ms);
-    connect(gathering_, &QTimer::timeout, this, &TransferListModel::tellChanges);
+    connect(gathering_, &QTimer::timeout, this, &TransferListModel::announceChanges);
     connect(&queue_, &Observable::changed, this, &TransferListModel::follow);
     follow();
 }
@@ -122,10 +122,10 @@ void TransferListModel::noteChange(const Transfer* transfer)
     changed_.insert(transfer);
     // The first of a burst shows at once.
     if (!gathering_->isActive())
-        tellChanges();
+        announceChanges();
 }
 
-void TransferListModel::tellChanges()
+void TransferListModel::announceChanges()
 {
     if (changed_.isEmpty())
         return;

@@ -11,8 +11,8 @@
 
 class QTimer;
 
-/// The queue's rows as a list. A row that moves on repaints alone; rows come and go without a reset, so that selection
-/// and scroll stay. Many that move at once are told of together, some twenty times a second.
+/// The queue's rows as a list. A changed row repaints alone; rows come and go without a reset, so that selection
+/// and scroll stay. Changes of many rows are announced together, about twenty times a second.
 class TransferListModel final : public QAbstractListModel {
     Q_OBJECT
 
@@ -25,7 +25,7 @@ public:
 
     std::shared_ptr<Transfer> transferAt(const QModelIndex& index) const;
 
-    /// The next failed row after one, from the top again after the last; -1 when none has failed.
+    /// Returns the next failed row after one, starting over after the last; -1 when none has failed.
     int nextFailed(int row) const;
 
 private:
@@ -33,11 +33,11 @@ private:
     void removeAllBut(const std::vector<std::shared_ptr<Transfer>>& wanted);
     void watch(const std::shared_ptr<Transfer>& transfer);
     void noteChange(const Transfer* transfer);
-    void tellChanges();
+    void announceChanges();
 
     TransferQueue& queue_;
     std::vector<std::shared_ptr<Transfer>> rows_;
     QHash<const Transfer*, int> rowOf_;
-    QSet<const Transfer*> changed_; ///< Not told yet.
+    QSet<const Transfer*> changed_; ///< Not announced yet.
     QTimer* gathering_;
 };

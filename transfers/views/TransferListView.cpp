@@ -57,7 +57,7 @@ TransferListView::TransferListView(TransferQueue& queue, QWidget* parent)
     connect(&rows_, &QAbstractItemModel::dataChanged, ticking_, tick);
     connect(&rows_, &QAbstractItemModel::rowsInserted, ticking_, tick);
     connect(&rows_, &QAbstractItemModel::dataChanged, this, &TransferListView::renewHelp);
-    // New rows come at the end; who looks at the end goes on doing so.
+    // New rows come at the end; a view scrolled to the end stays there.
     connect(&rows_, &QAbstractItemModel::rowsAboutToBeInserted, this,
         [this] { followsEnd_ = verticalScrollBar()->value() >= verticalScrollBar()->maximum(); });
     connect(
@@ -67,7 +67,7 @@ TransferListView::TransferListView(TransferQueue& queue, QWidget* parent)
                 scrollToBottom();
         },
         Qt::QueuedConnection);
-    // Connected after the model: its rows have gone by then. The current one stays in sight.
+    // Connected after the model, so its rows are already removed. The current row stays visible.
     connect(&queue_, &Observable::changed, this, [this, count = 0]() mutable {
         if (std::exchange(count, rows_.rowCount()) > rows_.rowCount() && currentIndex().isValid())
             scrollTo(currentIndex());
@@ -153,7 +153,7 @@ void TransferListView::showProblems(const Transfer& transfer)
 
 void TransferListView::openRows(const Rows& rows)
 {
-    // What failed comes first: who opens such a row wants to know what it was.
+    // Problems come first: they are the likely reason to open such a row.
     for (const auto action : {TransferAction::details, TransferAction::show}) {
         if (const auto found = offering(action, rows); !found.empty()) {
             trigger(action, found);
@@ -215,7 +215,7 @@ void TransferListView::mouseReleaseEvent(QMouseEvent* event)
     }
     const auto pressed = std::exchange(pressed_, std::nullopt);
     const auto released = buttonAt(event->position().toPoint());
-    // The state may have changed under the pointer: then the button is another one.
+    // The state may have changed under the pointer, and the button with it.
     if (!released || released->row != pressed->row || released->action != pressed->action)
         return;
     trigger(pressed->action, {rows_.transferAt(pressed->row)});

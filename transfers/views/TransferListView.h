@@ -21,7 +21,7 @@ public:
     /// The buttons of a row, as its state offers them.
     std::vector<TransferAction> actionsOf(const Transfer& transfer) const;
 
-    /// Makes the next failed row the current one and gives it the keyboard; does nothing when none has failed.
+    /// Makes the next failed row current and focuses it; does nothing when none has failed.
     void goToNextFailed();
 
     /// The selected rows, in their order.
@@ -39,7 +39,7 @@ protected:
 private:
     using Rows = std::vector<std::shared_ptr<Transfer>>;
 
-    /// A row and which of its buttons.
+    /// A row and one of its buttons.
     struct Press {
         QPersistentModelIndex row;
         TransferAction action = TransferAction::cancel;
@@ -47,7 +47,7 @@ private:
 
     std::optional<Press> buttonAt(const QPoint& position) const;
     bool offers(const Transfer& transfer, TransferAction action) const;
-    /// Help that stands open follows its row's state.
+    /// Open help follows its row's state.
     void renewHelp(const QModelIndex& changed);
     void openRows(const Rows& rows);
     void showProblems(const Transfer& transfer);
@@ -58,5 +58,5 @@ private:
     TransferListModel rows_;
     std::optional<Press> pressed_;
     bool followsEnd_ = true;
-    QTimer* ticking_; ///< Rates and times left go on between reports.
+    QTimer* ticking_; ///< Rates and times left change between reports too.
 };

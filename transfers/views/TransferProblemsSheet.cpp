@@ -78,12 +78,12 @@ void TransferProblemsSheet::fill(QTextDocument& document) const
         cursor.setBlockFormat(block);
         cursor.insertText(text, format);
     };
-    for (const auto& problem : problems_ | std::views::take(mostShown)) {
+    for (const auto& problem : problems_ | std::views::take(maxShown)) {
         show(showableName(toQString(problem.relativePath)), name, {});
         show(showableName(toQString(problem.reason)), reason, spaced);
     }
-    if (problems_.size() > mostShown) {
-        show(tr("and %1 more, which are copied with the list.").arg(problems_.size() - mostShown), reason, spaced);
+    if (problems_.size() > maxShown) {
+        show(tr("and %1 more, which are copied with the list.").arg(problems_.size() - maxShown), reason, spaced);
     }
     cursor.endEditBlock();
 }

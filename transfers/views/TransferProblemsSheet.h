@@ -7,14 +7,14 @@
 
 class QTextDocument;
 
-/// What of a folder failed, was skipped or was left out, each with its reason, to read and to copy. Shows them as they
-/// were when it was opened.
+/// The files of a folder that failed, were skipped or were left out, each with its reason, to read and to copy. Does
+/// not follow later changes.
 class TransferProblemsSheet final : public Sheet {
     Q_OBJECT
 
 public:
-    /// So many files are shown; all of them are copied.
-    static constexpr std::size_t mostShown = 1000;
+    /// The number of files shown; all of them are copied.
+    static constexpr std::size_t maxShown = 1000;
 
     TransferProblemsSheet(const Transfer& transfer, QWidget* parent);
 

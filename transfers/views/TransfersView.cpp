@@ -84,7 +84,7 @@ TransfersView::TransfersView(TransferQueue& queue, QWidget* parent)
     column->addWidget(refusals_);
     column->addLayout(content_, 1);
 
-    // Numbers follow the rows a few times a second, however many of them move.
+    // The counts are updated a few times a second, however many rows change.
     auto* const gathering = new QTimer(this);
     gathering->setSingleShot(true);
     gathering->setInterval(100);
@@ -133,7 +133,7 @@ QWidget* TransfersView::makeHeader()
 void TransfersView::focusList()
 {
     QWidget* const target = content_->currentWidget() == list_ ? static_cast<QWidget*>(list_) : close_;
-    // Before the focus comes: a list that gets it makes its first row the current one without selecting it.
+    // Before focusing: a focused list would make its first row current without selecting it.
     if (target == list_ && !list_->currentIndex().isValid())
         list_->setCurrentIndex(list_->model()->index(0, 0));
     target->setFocus(Qt::OtherFocusReason);

@@ -15,9 +15,9 @@ class QPushButton;
 class QStackedLayout;
 class QToolButton;
 
-/// The panel of transfers: title, what is going on in numbers, and the rows. Never takes the focus by itself.
+/// The panel of transfers: title, counts and rows. Never takes the focus by itself.
 ///
-/// How many have failed stands in the title as a button, which goes from one to the next; so does F8.
+/// The number of failures in the title is a button that goes from one to the next, as F8 does.
 class TransfersView final : public QWidget {
     Q_OBJECT
 
@@ -27,7 +27,7 @@ public:
 
     TransferListView& list() { return *list_; }
 
-    /// Gives the keyboard to the rows.
+    /// Focuses the rows.
     void focusList();
 
 Q_SIGNALS:

@@ -12,7 +12,7 @@ class QLabel;
 class QPushButton;
 class SymbolView;
 
-/// One unfinished upload: its name, what is stored of it, and the two things that can be done about it.
+/// One unfinished upload: its name, its stored parts, and buttons to resume or cancel it.
 class UnfinishedUploadRow final : public QFrame {
     Q_OBJECT
 

@@ -49,7 +49,7 @@ UnfinishedUploadsView::UnfinishedUploadsView(UnfinishedUploadsModel& model, Acti
     connect(recheck_, &QPushButton::clicked, this, [this] { model_.refreshSizes(); });
     connect(message_, &EmptyState::firstActionTriggered, this, [this] { model_.load(); });
     connect(showMore_, &QPushButton::clicked, this, [this] {
-        mostRows_ += rowsAtFirst;
+        maxRows_ += rowsAtFirst;
         render();
     });
 }
@@ -99,7 +99,7 @@ void UnfinishedUploadsView::showEvent(QShowEvent* event)
 
 void UnfinishedUploadsView::keyPressEvent(QKeyEvent* event)
 {
-    // A second Return was meant for the button that is off meanwhile, not for "Done".
+    // A second Return is meant for the button that is disabled for now, not for "Done".
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     if (!isReturn || !isFocusParked_ || pages_ != focusWidget())
         Sheet::keyPressEvent(event);
@@ -128,9 +128,9 @@ void UnfinishedUploadsView::render()
 void UnfinishedUploadsView::renderRows()
 {
     const auto& items = *model_.items;
-    const auto count = std::min(items.size(), mostRows_);
+    const auto count = std::min(items.size(), maxRows_);
     const auto refusal = model_.cancelRefusal();
-    // A row keeps its widget while its upload stays, and with it the keyboard's place.
+    // A row keeps its widget, and so the focus, as long as its upload is listed.
     std::vector<UnfinishedUploadRow*> kept;
     for (std::size_t i = 0; i < count; ++i) {
         const auto found = std::ranges::find_if(rows_,
@@ -160,7 +160,7 @@ void UnfinishedUploadsView::renderRows()
 
 void UnfinishedUploadsView::parkFocus()
 {
-    // A button that goes or is off would hand the keyboard to a neighbour, and the next Return would resume or delete.
+    // A hidden or disabled button passes the focus to a neighbour, and the next Return would resume or delete.
     pages_->setFocus(Qt::OtherFocusReason);
     isFocusParked_ = true;
 }
@@ -205,7 +205,7 @@ Task<> UnfinishedUploadsView::runResume(QPointer<UnfinishedUploadsView> view, st
         co_return;
     }
     Q_EMIT view->resumed();
-    // It is in the queue now and leaves the list.
+    // It is in the queue and leaves the list.
     view->model_.load();
 }
 

@@ -21,13 +21,13 @@ class UnfinishedUploadsView final : public Sheet {
 public:
     /// Both are empty where nothing can be resumed.
     struct Actions {
-        /// Goes on with the upload of a file id; gives a sentence when it cannot.
+        /// Resumes the upload of a file id; returns a sentence when it cannot.
         std::function<Task<std::optional<std::string>>(std::string fileID)> resumeAction;
         /// Is it known which local file the file id comes from?
         std::function<bool(const std::string& fileID)> canResume;
     };
 
-    /// More rows than these are shown on demand alone.
+    /// More rows are shown only on demand.
     static constexpr std::size_t rowsAtFirst = 100;
 
     UnfinishedUploadsView(UnfinishedUploadsModel& model, Actions actions, QWidget* parent = nullptr);
@@ -47,7 +47,7 @@ private:
     QWidget* makeFooter();
     void render();
     void renderRows();
-    /// Keeps the keyboard where Return does nothing, until the button that reads again is on.
+    /// Keeps the focus where Return does nothing until the recheck button is enabled.
     void parkFocus();
     void renderMessage();
     void askToCancel(const UnfinishedUploadsModel::Item& item);
@@ -64,7 +64,7 @@ private:
     QPushButton* recheck_;
     LoadingLine* loading_;
     std::vector<UnfinishedUploadRow*> rows_;
-    std::size_t mostRows_ = rowsAtFirst;
+    std::size_t maxRows_ = rowsAtFirst;
     std::optional<QString> resumeRefusal_; ///< Why the last resume did not begin.
     bool hasAsked_ = false;
     bool isFocusParked_ = false;

@@ -42,7 +42,7 @@ protected:
         return *qtRun(session->client->startLargeFile(std::move(request))).fileID;
     }
 
-    /// The same key with less to its name.
+    /// The same key with fewer rights.
     std::shared_ptr<B2Session> restrictedSession(
         std::optional<B2Capability> without, std::optional<std::string> prefix = {}) const
     {

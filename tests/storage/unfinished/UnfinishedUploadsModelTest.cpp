@@ -149,13 +149,13 @@ TEST_F(UnfinishedUploadsModelTest, AFailedLoadKeepsTheListAndSaysWhy)
     EXPECT_EQ(*model.error, lastEntry().detail);
 }
 
-TEST_F(UnfinishedUploadsModelTest, TellsThatTheBucketIsGone)
+TEST_F(UnfinishedUploadsModelTest, ReportsThatTheBucketIsGone)
 {
     auto gone = films;
     gone.bucketID = "0123456789abcdef01234567";
-    std::string told;
+    std::string reported;
     model.onBucketGone = [&](std::string bucketID) -> Task<> {
-        told = std::move(bucketID);
+        reported = std::move(bucketID);
         co_return;
     };
     model.open(session, gone);
@@ -163,7 +163,7 @@ TEST_F(UnfinishedUploadsModelTest, TellsThatTheBucketIsGone)
     load();
 
     EXPECT_EQ(*model.error, "This bucket no longer exists");
-    EXPECT_TRUE(spinUntil([&] { return told == gone.bucketID; }));
+    EXPECT_TRUE(spinUntil([&] { return reported == gone.bucketID; }));
 }
 
 TEST_F(UnfinishedUploadsModelTest, AnswersOfAnEarlierSessionReachNeitherRowsNorErrorNorAnotherBucket)

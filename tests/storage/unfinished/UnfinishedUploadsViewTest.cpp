@@ -68,7 +68,7 @@ TEST_F(UnfinishedUploadsViewTest, ResumesWithTheKeyboardAndSaysWhyItCannot)
     refusal = "\"just begun.mov\" is gone.";
     open();
     EXPECT_TRUE(spinUntil([&] { return says(QStringLiteral("10 MB stored across 2 unfinished uploads")); }));
-    EXPECT_EQ(button(*rows().at(0), QStringLiteral("Resume")), nullptr) << "nobody knows which file it comes from";
+    EXPECT_EQ(button(*rows().at(0), QStringLiteral("Resume")), nullptr) << "its source is not known";
     auto* const resume = button(*rows().at(1), QStringLiteral("Resume"));
     ASSERT_TRUE(resume);
 

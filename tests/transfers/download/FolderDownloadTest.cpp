@@ -16,8 +16,6 @@ using testing::UnorderedElementsAre;
 
 namespace {
 
-using State = Transfer::State;
-
 TEST(GuardedNameTest, TakesPathsThatStayInTheFolderAndNoOthers)
 {
     for (const auto* const name : {"a", "a/b.txt", "..a/...", " /\\", "a/.b", "C:\\x", "~", "-rf"})
@@ -35,7 +33,7 @@ protected:
         return download({.fileName = std::move(prefix), .action = B2FileAction("folder")});
     }
 
-    /// Relative paths of all that is no folder.
+    /// Lists the relative paths of everything but folders.
     static std::vector<std::string> filesIn(const std::filesystem::path& folder)
     {
         std::vector<std::string> files;
@@ -97,7 +95,7 @@ TEST_F(FolderDownloadTest, RefusesNamesThatLeadOutAndGoesOn)
     EXPECT_THAT(namesIn(directory), testing::Not(Contains("x")));
 }
 
-TEST_F(FolderDownloadTest, FollowsNoPlantedLinkAndSaysWhatStandsInTheWay)
+TEST_F(FolderDownloadTest, FollowsNoPlantedLinkAndSaysWhatIsInTheWay)
 {
     const auto elsewhere = directory / "elsewhere";
     std::filesystem::create_directories(elsewhere);
@@ -210,7 +208,7 @@ TEST_F(FolderLandingTest, NeverReplacesAFileOfTheSameRunUnderATwinName)
     const auto first = landing->prepare("sub/File.txt", ExistingFilePolicy::replace, *reserved);
     writeFile(first->choice.target, "first");
     landing->noteLanded({first->choice.target});
-    // What a file system that folds names would answer: the other name leads to the same file.
+    // As on a file system that folds names: the other name leads to the same file.
     std::filesystem::create_hard_link(first->choice.target, downloads / "photos" / "sub" / "file.txt");
     writeFile(downloads / "photos" / "sub" / "other.txt", "of an earlier day");
 
@@ -224,7 +222,7 @@ TEST_F(FolderLandingTest, NeverReplacesAFileOfTheSameRunUnderATwinName)
     EXPECT_TRUE(landing->prepare("sub/other.txt", ExistingFilePolicy::replace, *reserved)->replaces);
     EXPECT_TRUE(landing->prepare("sub/other.txt", ExistingFilePolicy::skip, *reserved)->choice.skippedFor);
     const auto ours = landing->prepare(makeTemporaryName(), ExistingFilePolicy::replace, *reserved);
-    EXPECT_FALSE(isTemporaryName(ours->choice.target.filename().string())) << "it would be cleared away one day";
+    EXPECT_FALSE(isTemporaryName(ours->choice.target.filename().string())) << "a later clean-up would delete it";
 }
 
 TEST_F(FolderLandingTest, TheNextStartClearsWhatAKilledDownloadLeftInASubfolder)
@@ -250,7 +248,7 @@ TEST_F(FolderLandingTest, TheNextStartClearsWhatAKilledDownloadLeftInASubfolder)
 
     EXPECT_THAT(namesIn(marks), IsEmpty());
     EXPECT_THAT(namesIn(downloads / "photos" / "sub" / "deep"), ElementsAre(".kestrovan-mine"));
-    // A link that was put in the place of the folder leads nowhere.
+    // A link in the place of the folder is not followed.
     const auto elsewhere = directory / "elsewhere";
     std::filesystem::rename(downloads / "photos" / "sub", elsewhere);
     std::filesystem::create_directory_symlink(elsewhere, downloads / "photos" / "sub");

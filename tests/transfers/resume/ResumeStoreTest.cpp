@@ -39,7 +39,7 @@ protected:
     }
     std::unique_ptr<ResumeStore> open() { return qtRun(ResumeStore::open(file)); }
 
-    /// Can a store be opened here that keeps a record over a restart?
+    /// Can a store be opened here that keeps a record across a restart?
     bool keepsRecords()
     {
         if (auto store = open()) {
@@ -104,7 +104,7 @@ TEST_F(ResumeStoreTest, KeepsTheFirstOfTwoRecordsAndIgnoresOneWithoutASource)
 
 TEST_F(ResumeStoreTest, LosesNothingThatWasWrittenWhenTheProcessIsKilled)
 {
-    // The child writes by itself: threads do not survive a fork.
+    // The child writes on its own thread: other threads do not survive a fork.
     int ready[2];
     ASSERT_EQ(::pipe(ready), 0);
     const pid_t child = ::fork();
@@ -134,7 +134,7 @@ TEST_F(ResumeStoreTest, LosesNothingThatWasWrittenWhenTheProcessIsKilled)
     ASSERT_TRUE(store);
     for (int i = 0; i <= written; ++i)
         EXPECT_TRUE(store->upload("large-" + std::to_string(i))) << i << " of " << written;
-    // An empty journal may be left, which goes with the next change.
+    // An empty journal may be left; the next change removes it.
     store->remove("large-0");
     qtRun(store->flush());
     EXPECT_THAT(filesIn(directory), ElementsAre("uploads.sqlite"));
@@ -156,7 +156,7 @@ TEST_F(ResumeStoreTest, TwoProgramsWriteOneFile)
     EXPECT_THAT(ResumeDatabase(file).uploads(), SizeIs(2 * count - 2));
 }
 
-TEST_F(ResumeStoreTest, SetsADamagedFileAsideAndBeginsAnew)
+TEST_F(ResumeStoreTest, SetsADamagedFileAsideAndStartsOver)
 {
     std::filesystem::create_directory(directory);
     const std::string noise(9000, 'x');
@@ -183,7 +183,7 @@ TEST_F(ResumeStoreTest, SetsADamagedFileAsideAndBeginsAnew)
             "uploads.sqlite", "uploads.sqlite.damaged-1", "uploads.sqlite.damaged-2", "uploads.sqlite.damaged-3"));
 }
 
-TEST_F(ResumeStoreTest, BeginsInAnEmptyFileAndMakesAReadOnlyOneWritable)
+TEST_F(ResumeStoreTest, UsesAnEmptyFileAndMakesAReadOnlyOneWritable)
 {
     std::filesystem::create_directory(directory);
     writeFile(file, "");

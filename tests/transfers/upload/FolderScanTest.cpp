@@ -53,7 +53,7 @@ TEST_F(FolderScanTest, FindsRegularFilesAloneAndFollowsNoLink)
     EXPECT_THAT(scan.emptyFolders.named, ElementsAre(testing::Field(&FileProblem::relativePath, "empty/")));
 }
 
-TEST_F(FolderScanTest, TellsWhatCannotBeSentAndFindsTheRest)
+TEST_F(FolderScanTest, ReportsWhatCannotBeSentAndFindsTheRest)
 {
     std::filesystem::create_directories(folder / "locked");
     std::filesystem::create_directories(folder / "m");

@@ -14,9 +14,6 @@ using testing::UnorderedElementsAre;
 
 namespace {
 
-using Case = Transfer::State::Case;
-using State = Transfer::State;
-
 class FolderUploadTest : public TransferServiceFixture {
 protected:
     void SetUp() override
@@ -54,7 +51,7 @@ TEST_F(FolderUploadTest, SendsEveryFileUnderTheFoldersName)
     EXPECT_EQ(*transfer->bytesTransferred, 8);
     EXPECT_EQ(*transfer->byteCount, 8);
     EXPECT_EQ(*transfer->activeChild, nullptr);
-    ASSERT_THAT(*transfer->fileProblems, SizeIs(1)) << "the link is told of";
+    ASSERT_THAT(*transfer->fileProblems, SizeIs(1)) << "the link is reported";
     EXPECT_EQ(transfer->fileProblems->front().relativePath, "link");
     EXPECT_THAT(lines(), Contains("Scanned photos: 3 files, 8 bytes"));
     EXPECT_EQ(lines().back(), "Uploaded 3 files from photos");
@@ -90,7 +87,7 @@ TEST_F(FolderUploadTest, CountsWhatIsLeftOutAndNamesTheFirst)
     EXPECT_EQ(endOf(transfer), State::failed("1 of 2 files failed"));
     EXPECT_EQ(*transfer->itemsLeftOut, count + 1);
     EXPECT_EQ(transfer->fileProblems->front().kind, FileProblem::Kind::failed);
-    EXPECT_THAT(*transfer->fileProblems, SizeIs(1 + 1 + LeftOut::mostNamed + 1));
+    EXPECT_THAT(*transfer->fileProblems, SizeIs(1 + 1 + LeftOut::maxNamed + 1));
     EXPECT_EQ(transfer->fileProblems->back().relativePath, "and 3 more");
     EXPECT_EQ(problemSummary(*transfer->fileProblems), "1 file failed, 1,004 items were left out.");
     EXPECT_THAT(lines(), Contains("Left out of photos: 1,003 empty folders"));

@@ -14,9 +14,6 @@ using testing::Not;
 
 namespace {
 
-using Case = Transfer::State::Case;
-using State = Transfer::State;
-
 class LargeUploadTest : public TransferServiceFixture {
 protected:
     void SetUp() override
@@ -25,7 +22,7 @@ protected:
         store = qtRun(ResumeStore::open(directory / "uploads.sqlite"));
         ASSERT_TRUE(store);
         queue.setResumeStore(store.get());
-        // Holes cost no disk; the end tells two files apart.
+        // Holes cost no disk space; the last bytes distinguish two files.
         writeFile(file, "");
         std::filesystem::resize_file(file, largeFileThreshold);
         rewrite(largeFileThreshold - 5, "end A");
@@ -38,10 +35,10 @@ protected:
         stream << bytes;
     }
 
-    /// The second of two parts breaks off for good, so the first one stays at the service.
+    /// The second of two parts fails for good, so the first one stays at the service.
     std::shared_ptr<Transfer> interruptedUpload()
     {
-        // Late, so that the first is stored by then.
+        // Delayed, so that the first one is stored before.
         plant(
             R"([{"kind": "stall", "operation": "b2_upload_part", "after": 1, "in": "request", "at": 1, "milliseconds": 1500},
                   {"kind": "status", "operation": "b2_upload_part", "after": 1, "status": 400, "code": "bad_request",
@@ -73,7 +70,8 @@ TEST_F(LargeUploadTest, SendsAFileOfExactlyTheThresholdInPartsAfterAChecksumPass
     std::set<int> parts;
     bool hasHashed = false;
     const auto transfer = upload(file, "films/");
-    QObject::connect(transfer.get(), &Observable::changed, [&] {
+    const QObject watch; // Ends the connection before what it refers to goes.
+    QObject::connect(transfer.get(), &Observable::changed, &watch, [&] {
         hasHashed |= *transfer->isHashing;
         parts.insert(transfer->partsCompleted->value_or(-1));
         if (*transfer->resumableFileID) {
@@ -151,7 +149,7 @@ TEST_F(LargeUploadTest, ResumesInALaterRunOnlyWithTheSameContent)
     const auto record = store->upload(fileID);
     ASSERT_TRUE(record);
 
-    // Edited where nothing is stored yet: the stored part alone could not tell.
+    // Edited where no part is stored yet, so that the stored part alone cannot show it.
     rewrite(largeFileThreshold - 5, "end B");
     EXPECT_EQ(qtRun(queue.resume(*record, bucket, session)), std::nullopt);
     const auto changed = queue.transfers->back();
@@ -220,7 +218,8 @@ TEST_F(LargeUploadTest, ShowsAPartThatWaitsForABusyService)
     plant(R"({"kind": "status", "operation": "b2_upload_part", "status": 503, "count": 1})");
     std::string trouble;
     const auto transfer = upload(file);
-    QObject::connect(transfer.get(), &Observable::changed, [&] {
+    const QObject watch; // Ends the connection before what it refers to goes.
+    QObject::connect(transfer.get(), &Observable::changed, &watch, [&] {
         for (const auto& [number, text] : *transfer->partsInTrouble)
             trouble = text;
     });

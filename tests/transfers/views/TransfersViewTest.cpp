@@ -25,7 +25,7 @@ namespace {
 using Kind = Transfer::Kind;
 using State = Transfer::State;
 
-/// Stands in for the desktop: keeps the addresses it was to open.
+/// A stand-in for the desktop that records the addresses it is asked to open.
 class Desktop final : public QObject {
     Q_OBJECT
 
@@ -142,7 +142,7 @@ TEST_F(TransfersViewTest, OffersTheButtonOfTheRowThePointerIsOn)
     EXPECT_FALSE(hasButton(1));
 }
 
-TEST_F(TransfersViewTest, HelpThatStandsOpenFollowsTheState)
+TEST_F(TransfersViewTest, OpenHelpFollowsTheState)
 {
     const auto upload = add("a", State::running(), Kind::upload);
     upload->partsCompleted = 1;
