@@ -84,11 +84,6 @@ bool TablePane::isTableShown() const
     return pages_->currentWidget() == table_;
 }
 
-bool TablePane::isBlankShown() const
-{
-    return pages_->currentWidget() == blank_;
-}
-
 void TablePane::showTable()
 {
     isWaiting_ = false;

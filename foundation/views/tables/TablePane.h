@@ -21,8 +21,8 @@ class StatusLine;
 
 /// A pane with a table: loading line, banner, the table or what replaces it, and a status line.
 ///
-/// A derived pane gives its rows in its constructor (`build`), shows a page and a failure whenever its model changes,
-/// and fills in the status line. The columns and the sort of the table are kept in the settings.
+/// A derived pane passes its rows in its constructor (`build`), shows a page and a failure whenever its model changes,
+/// and sets the status line. The columns and the sort of the table are kept in the settings.
 class TablePane : public Pane {
     Q_OBJECT
 
@@ -52,24 +52,24 @@ protected:
     void build(KeyedRowsModel& rows, TableDescription description, std::initializer_list<QWidget*> bars);
 
     bool isTableShown() const;
-    bool isBlankShown() const;
     void showTable();
     void showBlank();
     void showMessage(const Message& message);
-    /// Shows nothing at first, and the message once the user has waited long enough to wonder.
+    /// Shows a blank page, and the message if the wait lasts longer than a moment.
     void showWaiting(const Message& message);
 
-    /// Shows why the last request failed, in the banner, unless the user has closed it. Nothing takes it away.
+    /// Shows why the last request failed, in the banner, unless the user has closed it. Without a
+    /// sentence the failure is removed.
     void showFailure(const std::optional<std::string>& sentence, const QString& action);
     /// Counts the failure as closed by the user, because it is shown elsewhere.
     void dismissFailure(const std::optional<std::string>& sentence) { dismissedFailure_ = sentence; }
-    /// Shows a remark of the pane's own in the banner while there is no failure, until it is closed.
+    /// Shows a remark of the pane in the banner until it is closed; a failure has precedence.
     void showNotice(std::optional<QString> sentence);
 
     /// The rows selected, from top to bottom. Fast for 100,000.
     std::vector<int> selectedRows() const;
     void selectRow(int row, bool centres = false);
-    /// Changes rows so that those that come above do not move what the user looks at.
+    /// Calls `changeRows`, and keeps the rows in sight where they are when others are inserted above them.
     void keepPlace(const std::function<void()>& changeRows);
     /// To be called when the rows have changed.
     void revealIfListed();
