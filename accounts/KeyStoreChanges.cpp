@@ -1,10 +1,10 @@
 #include "accounts/KeyStore.h"
 
 #include "B2Kit/B2Error.h"
+#include "B2Kit/calls/B2AccountKeys.h"
 #include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "B2Kit/wire/B2Text.h"
 #include "accounts/KeyNames.h"
-#include "B2Kit/calls/B2AccountKeys.h"
 #include "foundation/SettingsKeys.h"
 #include "foundation/Texts.h"
 

@@ -220,35 +220,6 @@ DetailState RootModel::detailState() const
     return decideDetail(inputs);
 }
 
-std::optional<RootNotice> RootModel::notice() const
-{
-    using Action = RootNotice::Action;
-    if (*keyStore.session && *keychain_.isWaitingForUnlock)
-        return RootNotice{
-            "Waiting for the keyring to unlock. Answer the desktop's question to go on.", Action::stopWaiting};
-    if (const auto failure = storedKeys.switchFailure())
-        return RootNotice{*failure, (*keyStore.connectionFailure)->canTryAgain() ? Action::tryAgain : Action::none};
-    if (!notices.all->empty())
-        return RootNotice{notices.all->back().text};
-    if (*remark)
-        return RootNotice{**remark};
-    if (*expiry_.notice)
-        return RootNotice{**expiry_.notice};
-    return std::nullopt;
-}
-
-void RootModel::dismissNotice()
-{
-    if (storedKeys.switchFailure())
-        storedKeys.dismissSwitchFailure();
-    else if (!notices.all->empty())
-        notices.dismiss(std::string(notices.all->back().id));
-    else if (*remark)
-        remark = std::nullopt;
-    else
-        expiry_.dismiss();
-}
-
 void RootModel::publishKeyMenu()
 {
     context_.keyMenu = storedKeys.menu();

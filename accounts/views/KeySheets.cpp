@@ -165,7 +165,7 @@ Task<> KeySheets::askAboutRevoked(QPointer<KeySheets> self)
             {fromQString(tr("Asking Backblaze about each key…")), keyRemovalWords()}, &self->window_);
     sheet->setObjectName(QStringLiteral("removeRevoked"));
     // A removal that was stopped under way may have taken effect.
-    connect(sheet, &QDialog::rejected, &self->root_, &RootModel::reloadKeys);
+    connect(sheet, &QDialog::rejected, &self->keys_, &StoredKeys::reload);
     self->open(sheet);
 }
 

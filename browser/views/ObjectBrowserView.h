@@ -30,7 +30,6 @@ public:
     /// The rows selected, from top to bottom.
     std::vector<const BrowserRow*> selected() const;
 
-
     /// Handles files and folders as if they had been dropped on the pane.
     void takeFiles(const QList<QUrl>& urls);
 

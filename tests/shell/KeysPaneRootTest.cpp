@@ -127,9 +127,9 @@ TEST_F(KeysPaneRootTest, ARefusalForAnEarlierSessionIsShownAboveThePanesAndNotIn
     answer.release.set();
     qtRun(tasks.drain());
 
-    ASSERT_TRUE(root.notice());
-    EXPECT_TRUE(root.notice()->text.starts_with("Could not create key “late”."));
+    ASSERT_TRUE(root.notices.newest());
+    EXPECT_TRUE(root.notices.newest()->text.starts_with("Could not create key “late”."));
     EXPECT_FALSE(*root.keys.error);
-    root.dismissNotice();
-    EXPECT_FALSE(root.notice());
+    root.notices.close(root.notices.newest()->id);
+    EXPECT_FALSE(root.notices.newest());
 }

@@ -119,8 +119,7 @@ TEST_F(StoredKeysFileTest, LockedKeysAreUnlockedByKeyboardAndNothingHiddenIsChos
     QMenu keys;
     fillKeyMenu(keys, *application, window->keySheets());
     EXPECT_EQ(textsOf(keys),
-        QStringList(
-            {QStringLiteral("Your keys are locked with a passphrase"), QString(), QStringLiteral("Add Key…")}));
+        QStringList({QStringLiteral("Your keys are locked with a passphrase"), QString(), QStringLiteral("Add Key…")}));
     auto* const account = window->menuBar()->actions().at(4)->menu();
     Q_EMIT account->aboutToShow();
     EXPECT_EQ(textsOf(*account).mid(0, 3),

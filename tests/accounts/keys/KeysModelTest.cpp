@@ -320,8 +320,6 @@ TEST_F(KeysOfTwoAccountsTest, AnswersThatComeLateAlthoughCancelledChangeNeitherR
 {
     const auto first = sessionOf(service.masterKeys().at(0));
     const auto second = sessionOf(service.masterKeys().at(1));
-    std::string reported;
-    model.didFailInEarlierSession = [&](std::string sentence) { reported = std::move(sentence); };
     model.reset(first);
     const auto doomed = make("doomed", {B2Capabilities::listFiles}).key;
     const std::string refusal = R"("count": 1, "status": 403, "code": "cap_exceeded"})";
@@ -343,17 +341,19 @@ TEST_F(KeysOfTwoAccountsTest, AnswersThatComeLateAlthoughCancelledChangeNeitherR
     }
 
     control("faults", R"({"kind": "status", "operation": "b2_delete_key", )" + refusal);
-    TaskScope tasks;
     model.reset(first);
     const auto deletion = transport->hold("b2_delete_key");
-    tasks.start(model.remove({doomed}));
+    const auto run = model.makeDeletion({doomed});
+    run->start();
     ASSERT_TRUE(spinUntil([&] { return deletion.hasArrived->load(); }));
     model.reset(second);
     EXPECT_THAT(*model.inFlight, IsEmpty());
     deletion.release.set();
-    qtRun(tasks.drain());
+    ASSERT_TRUE(spinUntil([&] { return run->hasEnded(); }));
     EXPECT_FALSE(*model.error);
-    EXPECT_THAT(reported, HasSubstr("Could not delete key “doomed”."));
+    EXPECT_THAT(names(), IsEmpty());
+    ASSERT_EQ(run->summary->failures.size(), 1U) << "the run that asked still reports it";
+    EXPECT_EQ(run->summary->failures.front().name, "doomed");
 }
 
 TEST_F(KeysModelTest, AKeyWithoutTheCapabilitiesIsToldWhatItLacks)
