@@ -1,7 +1,7 @@
 #pragma once
 
 #include "accounts/StoredKey.h"
-#include "foundation/ItemRun.h"
+#include "foundation/runs/ItemRun.h"
 
 #include <memory>
 #include <vector>

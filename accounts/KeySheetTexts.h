@@ -2,7 +2,7 @@
 
 #include "B2Kit/Secret.h"
 #include "accounts/StoredKey.h"
-#include "foundation/Question.h"
+#include "foundation/runs/Question.h"
 
 #include <filesystem>
 #include <string>

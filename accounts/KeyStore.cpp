@@ -4,8 +4,8 @@
 #include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "accounts/KeyNames.h"
 #include "foundation/QtText.h"
-#include "foundation/SettingsKeys.h"
 #include "foundation/Texts.h"
+#include "foundation/settings/SettingsKeys.h"
 
 #include <QLocale>
 #include <QStringList>

@@ -6,8 +6,8 @@
 #include "accounts/ConnectionFailure.h"
 #include "accounts/StoredKey.h"
 #include "foundation/Observable.h"
-#include "foundation/Settings.h"
 #include "foundation/log/ActivityLog.h"
+#include "foundation/settings/Settings.h"
 #include "keychain/Keychain.h"
 
 #include <map>

@@ -5,8 +5,8 @@
 #include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "B2Kit/wire/B2Text.h"
 #include "accounts/KeyNames.h"
-#include "foundation/SettingsKeys.h"
 #include "foundation/Texts.h"
+#include "foundation/settings/SettingsKeys.h"
 
 #include <fmt/format.h>
 

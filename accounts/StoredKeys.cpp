@@ -2,7 +2,7 @@
 
 #include "accounts/KeyNames.h"
 #include "accounts/switcher/KeySwitcher.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 
 #include <QPointer>
 

@@ -5,8 +5,8 @@
 #include "accounts/keys/KeyInspection.h"
 #include "foundation/Notices.h"
 #include "foundation/Observable.h"
-#include "foundation/Settings.h"
 #include "foundation/TaskScope.h"
+#include "foundation/settings/Settings.h"
 
 #include <optional>
 #include <set>

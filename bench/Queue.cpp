@@ -6,8 +6,8 @@
 
 #include "accounts/B2Session.h"
 #include "foundation/MainExecutor.h"
-#include "foundation/Settings.h"
 #include "foundation/log/ActivityLog.h"
+#include "foundation/settings/Settings.h"
 #include "transfers/TransferQueue.h"
 
 #include <QCoreApplication>

@@ -6,8 +6,8 @@
 #include "browser/BrowserModel.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/MainExecutor.h"
-#include "foundation/Settings.h"
 #include "foundation/log/ActivityLog.h"
+#include "foundation/settings/Settings.h"
 #include "foundation/views/style/Theme.h"
 #include "foundation/views/tables/DenseTableView.h"
 

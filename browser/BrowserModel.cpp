@@ -4,8 +4,8 @@
 #include "accounts/ExpiryNotice.h"
 #include "browser/PrefixPath.h"
 #include "browser/actions/BrowserActions.h"
-#include "foundation/Settings.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/Settings.h"
+#include "foundation/settings/SettingsKeys.h"
 
 #include <algorithm>
 #include <utility>

@@ -3,8 +3,8 @@
 #include "B2Kit/wire/B2Text.h"
 #include "async/Group.h"
 #include "foundation/MainExecutor.h"
-#include "foundation/SettingsKeys.h"
 #include "foundation/Texts.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "keychain/GLibExecutor.h"
 #include "keychain/SecretServiceStore.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "foundation/Settings.h"
 #include "foundation/log/ActivityLog.h"
+#include "foundation/settings/Settings.h"
 #include "keychain/Keychain.h"
 #include "keychain/KeychainItems.h"
 

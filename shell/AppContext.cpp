@@ -1,6 +1,6 @@
 #include "shell/AppContext.h"
 
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 
 namespace {
 

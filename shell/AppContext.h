@@ -3,7 +3,7 @@
 #include "accounts/StoredKey.h"
 #include "async/Task.h"
 #include "foundation/Observable.h"
-#include "foundation/Settings.h"
+#include "foundation/settings/Settings.h"
 
 #include <functional>
 #include <optional>

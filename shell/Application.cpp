@@ -5,7 +5,7 @@
 #include "async/Background.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Paths.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "keychain/MemoryKeychain.h"
 #include "keychain/SystemKeychain.h"
 #include "transfers/download/DownloadMark.h"

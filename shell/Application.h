@@ -2,8 +2,8 @@
 
 #include "B2Kit/transport/B2CurlTransport.h"
 #include "accounts/ClientFactory.h"
-#include "foundation/Settings.h"
 #include "foundation/log/ActivityLog.h"
+#include "foundation/settings/Settings.h"
 #include "keychain/Keychain.h"
 #include "shell/AppContext.h"
 #include "shell/CommandLine.h"

@@ -2,8 +2,8 @@
 
 #include "browser/BrowserModel.h"
 #include "buckets/BucketsModel.h"
-#include "foundation/Settings.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/Settings.h"
+#include "foundation/settings/SettingsKeys.h"
 
 #include <utility>
 

@@ -2,7 +2,7 @@
 
 #include "buckets/BucketReach.h"
 #include "foundation/QtText.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 
 #include <QCoreApplication>
 #include <QPointer>

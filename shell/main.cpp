@@ -1,3 +1,4 @@
+#include "foundation/PlatformNoise.h"
 #include "foundation/ProcessHardening.h"
 #include "foundation/QtText.h"
 #include "foundation/views/ContextMenuKey.h"
@@ -25,6 +26,8 @@ void chooseDisplay(const CommandLine& commandLine)
     const bool hasDisplay = std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY");
     if (commandLine.tour && !hasDisplay && !std::getenv("QT_QPA_PLATFORM"))
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    if (commandLine.tour)
+        hidePlatformLimits();
 }
 
 /// Shows the window to a user who has started the program a second time.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/Question.h"
+#include "foundation/runs/Question.h"
 #include "transfers/Transfer.h"
 
 #include <memory>

@@ -2,8 +2,8 @@
 
 #include "B2Kit/B2Bucket.h"
 #include "B2Kit/B2Download.h"
-#include "foundation/BytesFate.h"
 #include "foundation/Observable.h"
+#include "foundation/runs/BytesFate.h"
 #include "transfers/AbandonFlag.h"
 #include "transfers/upload/SourceBookmark.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/BytesFate.h"
+#include "foundation/runs/BytesFate.h"
 #include "transfers/Transfer.h"
 
 #include <exception>

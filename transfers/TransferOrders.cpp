@@ -1,9 +1,9 @@
 // How files enter the queue: requests become rows or refusals.
 
 #include "async/Background.h"
-#include "foundation/BytesFate.h"
 #include "foundation/Texts.h"
 #include "foundation/log/ActivityLog.h"
+#include "foundation/runs/BytesFate.h"
 #include "transfers/TransferQueue.h"
 #include "transfers/download/FolderDownload.h"
 #include "transfers/upload/FolderUpload.h"

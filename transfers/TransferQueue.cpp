@@ -1,10 +1,10 @@
 #include "transfers/TransferQueue.h"
 
 #include "B2Kit/pipeline/B2RetryPolicy.h"
-#include "foundation/BytesFate.h"
 #include "foundation/MainExecutor.h"
 #include "foundation/Texts.h"
 #include "foundation/log/ActivityLog.h"
+#include "foundation/runs/BytesFate.h"
 #include "transfers/TransferProgress.h"
 
 #include <QPointer>

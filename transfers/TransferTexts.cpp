@@ -1,7 +1,7 @@
 #include "transfers/TransferTexts.h"
 
-#include "foundation/BytesFate.h"
 #include "foundation/Texts.h"
+#include "foundation/runs/BytesFate.h"
 #include "transfers/TransferProgress.h"
 
 #include <fmt/format.h>

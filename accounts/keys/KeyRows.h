@@ -4,8 +4,8 @@
 #include "B2Kit/B2Key.h"
 #include "accounts/StoredKey.h"
 #include "foundation/NaturalOrder.h"
-#include "foundation/Question.h"
 #include "foundation/TableSort.h"
+#include "foundation/runs/Question.h"
 
 #include <chrono>
 #include <optional>

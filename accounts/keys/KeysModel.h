@@ -3,9 +3,9 @@
 #include "B2Kit/B2Key.h"
 #include "B2Kit/B2Requests.h"
 #include "accounts/SessionModel.h"
-#include "foundation/ItemRun.h"
 #include "foundation/TaskScope.h"
 #include "foundation/log/ActivityLog.h"
+#include "foundation/runs/ItemRun.h"
 
 #include <QPointer>
 

@@ -3,7 +3,7 @@
 #include "B2Kit/B2Key.h"
 #include "B2Kit/B2Requests.h"
 #include "accounts/keys/KeyPermissions.h"
-#include "foundation/Question.h"
+#include "foundation/runs/Question.h"
 
 #include <array>
 #include <optional>

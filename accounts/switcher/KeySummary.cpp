@@ -2,7 +2,7 @@
 
 #include "accounts/KeyNames.h"
 #include "foundation/QtText.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

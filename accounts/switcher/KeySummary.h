@@ -3,7 +3,7 @@
 #include "B2Kit/B2Authorization.h"
 #include "B2Kit/B2Key.h"
 #include "accounts/StoredKey.h"
-#include "foundation/Settings.h"
+#include "foundation/settings/Settings.h"
 
 #include <chrono>
 #include <map>

@@ -3,8 +3,8 @@
 #include "accounts/KeyStore.h"
 #include "accounts/switcher/KeySwitcher.h"
 #include "foundation/Observable.h"
-#include "foundation/Settings.h"
 #include "foundation/TaskScope.h"
+#include "foundation/settings/Settings.h"
 
 #include <QPointer>
 

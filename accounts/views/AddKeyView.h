@@ -1,7 +1,7 @@
 #pragma once
 
 #include "accounts/AddKeyModel.h"
-#include "foundation/views/Sheet.h"
+#include "foundation/views/sheets/Sheet.h"
 
 #include <functional>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/views/Sheet.h"
+#include "foundation/views/sheets/Sheet.h"
 
 /// Shown once, after the first connection: says that it worked, and where to go on.
 class ConnectedSheet final : public Sheet {

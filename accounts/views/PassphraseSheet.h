@@ -1,7 +1,7 @@
 #pragma once
 
 #include "B2Kit/Secret.h"
-#include "foundation/views/Sheet.h"
+#include "foundation/views/sheets/Sheet.h"
 
 #include <filesystem>
 #include <string_view>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/views/Sheet.h"
+#include "foundation/views/sheets/Sheet.h"
 
 class QLineEdit;
 

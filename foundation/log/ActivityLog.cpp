@@ -1,9 +1,9 @@
 #include "foundation/log/ActivityLog.h"
 
 #include "foundation/Paths.h"
-#include "foundation/Settings.h"
-#include "foundation/SettingsKeys.h"
 #include "foundation/log/LogMailbox.h"
+#include "foundation/settings/Settings.h"
+#include "foundation/settings/SettingsKeys.h"
 
 #include <QPointer>
 #include <QSet>

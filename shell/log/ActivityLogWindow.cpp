@@ -2,7 +2,7 @@
 
 #include "async/Background.h"
 #include "foundation/QtText.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "foundation/views/FileReveal.h"
 #include "foundation/views/SearchField.h"
 #include "foundation/views/style/Icons.h"

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "foundation/Settings.h"
 #include "foundation/TaskScope.h"
 #include "foundation/log/ActivityLog.h"
+#include "foundation/settings/Settings.h"
 #include "shell/log/LogTableModel.h"
 
 #include <QWidget>

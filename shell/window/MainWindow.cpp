@@ -3,7 +3,7 @@
 #include "accounts/views/KeySheets.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/QtText.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "foundation/views/ButtonKeys.h"
 #include "foundation/views/panes/Banner.h"
 #include "foundation/views/panes/PaneToolBar.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/Settings.h"
+#include "foundation/settings/Settings.h"
 
 #include <QObject>
 #include <QSize>

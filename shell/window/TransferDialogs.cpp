@@ -2,7 +2,7 @@
 
 #include "foundation/LocalPath.h"
 #include "foundation/QtText.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "shell/Application.h"
 #include "storage/unfinished/views/UnfinishedUploadsView.h"
 

@@ -1,7 +1,7 @@
 #include "B2Kit/B2Error.h"
 #include "accounts/KeyNames.h"
 #include "accounts/KeyRemoval.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "tests/accounts/KeyStoreFixture.h"
 #include "tests/support/RunItems.h"
 

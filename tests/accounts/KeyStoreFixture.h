@@ -2,7 +2,7 @@
 
 #include "B2Kit/transport/B2CurlTransport.h"
 #include "accounts/KeyStore.h"
-#include "foundation/Settings.h"
+#include "foundation/settings/Settings.h"
 #include "keychain/MemoryKeychain.h"
 #include "localb2/Service.h"
 #include "tests/support/QtRun.h"

@@ -1,6 +1,6 @@
 #include "accounts/StoredKeys.h"
 
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "tests/accounts/KeyStoreFixture.h"
 
 using testing::HasSubstr;

@@ -1,6 +1,6 @@
 #include "browser/BrowserModel.h"
-#include "foundation/Settings.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/Settings.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "tests/browser/ListingService.h"
 #include "tests/support/QtRun.h"
 

@@ -1,8 +1,8 @@
 #include "foundation/MainExecutor.h"
 #include "async/Timer.h"
-#include "foundation/Settings.h"
 #include "foundation/TaskScope.h"
 #include "foundation/log/ActivityLog.h"
+#include "foundation/settings/Settings.h"
 #include "tests/foundation/TemporaryDirectory.h"
 #include "tests/support/QtRun.h"
 

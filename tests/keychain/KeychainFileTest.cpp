@@ -1,6 +1,6 @@
 #include "keychain/KeychainFile.h"
 
-#include "foundation/Settings.h"
+#include "foundation/settings/Settings.h"
 #include "keychain/FileKeychain.h"
 #include "tests/support/QtRun.h"
 

@@ -1,7 +1,7 @@
 #include "B2Kit/transport/B2CurlTransport.h"
 #include "accounts/KeyStore.h"
 #include "accounts/keys/KeysModel.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "keychain/SystemKeychain.h"
 #include "localb2/Service.h"
 #include "tests/keychain/KeyringFixture.h"

@@ -1,4 +1,4 @@
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "keychain/SecretServiceKeychain.h"
 #include "keychain/SystemKeychain.h"
 #include "tests/keychain/KeyringFixture.h"

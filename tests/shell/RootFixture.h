@@ -1,7 +1,7 @@
 #pragma once
 
 #include "B2Kit/transport/B2CurlTransport.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "keychain/MemoryKeychain.h"
 #include "localb2/Service.h"
 #include "shell/RootModel.h"

@@ -1,7 +1,7 @@
 #include "accounts/views/AddKeyView.h"
 #include "accounts/views/KeySheets.h"
 #include "accounts/views/PassphraseSheet.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "foundation/views/panes/Banner.h"
 #include "keychain/FileKeychain.h"
 #include "localb2/Service.h"
@@ -165,6 +165,6 @@ TEST_F(StoredKeysFileTest, APassphraseIsChangedByWhoeverKnowsItAndThatIsSaid)
     EXPECT_FALSE(application->root->notices.newest());
 
     answer({QStringLiteral("horse"), QStringLiteral("cow"), QStringLiteral("cow")});
-    EXPECT_TRUE(spinUntil([&] { return application->root->notices.find("passphrase") != nullptr; }));
+    EXPECT_TRUE(spinUntil([&] { return application->root->notices.find("keys.passphrase") != nullptr; }));
     EXPECT_NO_THROW(qtRun(FileKeychain(directory, log).unlockLegacyStore("cow")));
 }

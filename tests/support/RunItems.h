@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/ItemRun.h"
+#include "foundation/runs/ItemRun.h"
 #include "tests/support/QtRun.h"
 
 #include <gtest/gtest.h>

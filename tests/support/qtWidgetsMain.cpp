@@ -1,3 +1,5 @@
+#include "foundation/PlatformNoise.h"
+
 #include <gmock/gmock.h>
 
 #include <QApplication>
@@ -7,6 +9,7 @@ int main(int argc, char** argv)
 {
     // No test asks a file manager of the person who runs it.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+    hidePlatformLimits();
     const QApplication application(argc, argv);
     QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
     testing::InitGoogleMock(&argc, argv);

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "foundation/QtText.h"
-#include "foundation/Settings.h"
 #include "foundation/log/ActivityLog.h"
+#include "foundation/settings/Settings.h"
 #include "tests/support/QtRun.h"
 #include "transfers/TransferQueue.h"
 #include "transfers/download/DownloadDestination.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "B2Kit/files/B2Place.h"
-#include "foundation/BytesFate.h"
+#include "foundation/runs/BytesFate.h"
 #include "transfers/download/ExistingFilePolicy.h"
 
 #include <cstdint>

@@ -2,8 +2,8 @@
 
 #include "foundation/Paths.h"
 #include "foundation/QtText.h"
-#include "foundation/Settings.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/Settings.h"
+#include "foundation/settings/SettingsKeys.h"
 
 DownloadDestination::DownloadDestination(Settings& settings)
     : settings_(settings)

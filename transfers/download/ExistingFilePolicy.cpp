@@ -1,7 +1,7 @@
 #include "transfers/download/ExistingFilePolicy.h"
 
-#include "foundation/Settings.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/Settings.h"
+#include "foundation/settings/SettingsKeys.h"
 
 std::string_view rawValue(ExistingFilePolicy policy)
 {

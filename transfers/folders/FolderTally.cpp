@@ -1,8 +1,8 @@
 #include "transfers/folders/FolderTally.h"
 
-#include "foundation/BytesFate.h"
 #include "foundation/Texts.h"
 #include "foundation/log/ActivityLog.h"
+#include "foundation/runs/BytesFate.h"
 
 #include <fmt/format.h>
 

@@ -1,9 +1,9 @@
 #include "transfers/resume/InterruptedUploads.h"
 
-#include "foundation/BytesFate.h"
-#include "foundation/Settings.h"
-#include "foundation/SettingsKeys.h"
 #include "foundation/Texts.h"
+#include "foundation/runs/BytesFate.h"
+#include "foundation/settings/Settings.h"
+#include "foundation/settings/SettingsKeys.h"
 
 #include <algorithm>
 #include <chrono>

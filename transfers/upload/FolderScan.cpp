@@ -1,7 +1,7 @@
 #include "transfers/upload/FolderScan.h"
 
 #include "B2Kit/files/B2Folder.h"
-#include "foundation/BytesFate.h"
+#include "foundation/runs/BytesFate.h"
 #include "transfers/upload/UploadSource.h"
 
 #include <fmt/format.h>

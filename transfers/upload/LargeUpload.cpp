@@ -4,10 +4,10 @@
 #include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "B2Kit/uploads/B2LargeUpload.h"
 #include "foundation/MainExecutor.h"
-#include "foundation/Settings.h"
-#include "foundation/SettingsKeys.h"
 #include "foundation/Texts.h"
 #include "foundation/log/ActivityLog.h"
+#include "foundation/settings/Settings.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "transfers/RowReports.h"
 #include "transfers/resume/ResumeStore.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/views/Sheet.h"
+#include "foundation/views/sheets/Sheet.h"
 #include "transfers/Transfer.h"
 
 #include <vector>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "B2Kit/B2Bucket.h"
-#include "foundation/views/Sheet.h"
+#include "foundation/views/sheets/Sheet.h"
 
 #include <QSortFilterProxyModel>
 #include <QStandardItemModel>

@@ -4,7 +4,7 @@
 #include "accounts/keys/CreatedKeyRules.h"
 #include "async/Task.h"
 #include "foundation/TaskScope.h"
-#include "foundation/views/Sheet.h"
+#include "foundation/views/sheets/Sheet.h"
 
 #include <functional>
 #include <optional>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "accounts/keys/KeyDetails.h"
-#include "foundation/views/Sheet.h"
+#include "foundation/views/sheets/Sheet.h"
 
 /// Shows what a key is and may do. A verb can be set for an action on the key.
 class KeyDetailsView final : public Sheet {

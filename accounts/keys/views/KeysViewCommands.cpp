@@ -4,9 +4,9 @@
 #include "accounts/keys/views/KeysView.h"
 #include "accounts/keys/views/NewKeyView.h"
 #include "foundation/QtText.h"
-#include "foundation/views/Sheet.h"
 #include "foundation/views/panes/PaneSlots.h"
 #include "foundation/views/sheets/RunSheet.h"
+#include "foundation/views/sheets/Sheet.h"
 
 #include <QClipboard>
 #include <QGuiApplication>

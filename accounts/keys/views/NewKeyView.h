@@ -4,7 +4,7 @@
 #include "B2Kit/B2Requests.h"
 #include "accounts/B2Session.h"
 #include "accounts/keys/NewKeyRules.h"
-#include "foundation/views/Sheet.h"
+#include "foundation/views/sheets/Sheet.h"
 
 #include <memory>
 #include <vector>

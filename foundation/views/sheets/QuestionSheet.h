@@ -1,7 +1,7 @@
 #pragma once
 
-#include "foundation/Question.h"
-#include "foundation/views/Sheet.h"
+#include "foundation/runs/Question.h"
+#include "foundation/views/sheets/Sheet.h"
 
 class QLineEdit;
 

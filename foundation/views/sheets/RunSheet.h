@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/ItemRun.h"
+#include "foundation/runs/ItemRun.h"
 #include "foundation/views/sheets/QuestionSheet.h"
 
 #include <memory>

@@ -1,9 +1,9 @@
 #include "foundation/views/tables/TableState.h"
 
 #include "foundation/QtText.h"
-#include "foundation/Settings.h"
-#include "foundation/SettingsKeys.h"
 #include "foundation/log/ActivityLog.h"
+#include "foundation/settings/Settings.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "foundation/views/tables/DenseTableView.h"
 #include "foundation/views/tables/TableColumns.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "foundation/TaskScope.h"
-#include "foundation/views/Sheet.h"
+#include "foundation/views/sheets/Sheet.h"
 #include "storage/unfinished/UnfinishedUploadsModel.h"
 
 #include <functional>

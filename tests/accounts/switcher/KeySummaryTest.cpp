@@ -1,6 +1,6 @@
 #include "accounts/switcher/KeySummary.h"
 #include "accounts/switcher/KeySummaryTexts.h"
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 
 #include <gmock/gmock.h>
 

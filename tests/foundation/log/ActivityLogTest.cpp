@@ -1,7 +1,7 @@
 #include "foundation/log/ActivityLog.h"
-#include "foundation/Settings.h"
-#include "foundation/SettingsKeys.h"
 #include "foundation/log/LogBacklog.h"
+#include "foundation/settings/Settings.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "tests/foundation/TemporaryDirectory.h"
 #include "tests/support/QtRun.h"
 

@@ -1,9 +1,9 @@
 #include "foundation/views/ContextMenuKey.h"
 #include "foundation/views/SearchField.h"
-#include "foundation/views/Sheet.h"
 #include "foundation/views/panes/Banner.h"
 #include "foundation/views/panes/EmptyState.h"
 #include "foundation/views/panes/LoadingLine.h"
+#include "foundation/views/sheets/Sheet.h"
 #include "foundation/views/style/Style.h"
 
 #include "tests/foundation/views/Scene.h"

@@ -1,3 +1,4 @@
+#include "foundation/PlatformNoise.h"
 #include "foundation/views/style/Theme.h"
 
 #include <QApplication>
@@ -7,6 +8,7 @@
 int main(int argc, char** argv)
 {
     ::testing::InitGoogleTest(&argc, argv);
+    hidePlatformLimits();
     Theme::prepareApplication();
     const QApplication application(argc, argv);
     const Theme theme;

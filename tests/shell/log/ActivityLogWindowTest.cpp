@@ -1,6 +1,6 @@
 #include "shell/log/ActivityLogWindow.h"
 
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "foundation/views/SearchField.h"
 
 #include <QAbstractItemModelTester>

@@ -1,7 +1,7 @@
 #include "shell/log/LogTableModel.h"
 
 #include "foundation/QtText.h"
-#include "foundation/Settings.h"
+#include "foundation/settings/Settings.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 #include "tests/transfers/TransferServiceFixture.h"
 
-#include "foundation/SettingsKeys.h"
+#include "foundation/settings/SettingsKeys.h"
 
 #include <QSignalSpy>
 

@@ -1,8 +1,8 @@
-#include "foundation/Settings.h"
+#include "foundation/settings/Settings.h"
 
 #include "foundation/Paths.h"
 #include "foundation/QtText.h"
-#include "foundation/SettingsWriter.h"
+#include "foundation/settings/SettingsWriter.h"
 
 #include <cerrno>
 #include <unistd.h>

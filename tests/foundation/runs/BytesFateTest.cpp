@@ -1,4 +1,4 @@
-#include "foundation/BytesFate.h"
+#include "foundation/runs/BytesFate.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "foundation/FileLock.h"
-#include "foundation/Settings.h"
-#include "foundation/SettingsFile.h"
+#include "foundation/settings/FileLock.h"
+#include "foundation/settings/Settings.h"
+#include "foundation/settings/SettingsFile.h"
 #include "tests/foundation/TemporaryDirectory.h"
 #include "tests/support/QtRun.h"
 

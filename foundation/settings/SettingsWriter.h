@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/SettingsFile.h"
+#include "foundation/settings/SettingsFile.h"
 
 #include <chrono>
 #include <condition_variable>

@@ -1,4 +1,4 @@
-#include "foundation/views/Sheet.h"
+#include "foundation/views/sheets/Sheet.h"
 
 #include "foundation/views/Announcer.h"
 #include "foundation/views/ButtonKeys.h"

@@ -1,4 +1,4 @@
-#include "foundation/SettingsWriter.h"
+#include "foundation/settings/SettingsWriter.h"
 
 #include "async/Executor.h"
 

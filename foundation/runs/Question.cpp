@@ -1,4 +1,4 @@
-#include "foundation/Question.h"
+#include "foundation/runs/Question.h"
 
 #include "foundation/Texts.h"
 

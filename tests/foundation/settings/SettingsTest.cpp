@@ -1,4 +1,4 @@
-#include "foundation/Settings.h"
+#include "foundation/settings/Settings.h"
 #include "tests/foundation/TemporaryDirectory.h"
 #include "tests/support/QtRun.h"
 

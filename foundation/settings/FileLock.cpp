@@ -1,4 +1,4 @@
-#include "foundation/FileLock.h"
+#include "foundation/settings/FileLock.h"
 
 #include <cerrno>
 #include <fcntl.h>

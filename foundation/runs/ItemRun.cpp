@@ -1,4 +1,4 @@
-#include "foundation/ItemRun.h"
+#include "foundation/runs/ItemRun.h"
 
 #include "B2Kit/pipeline/B2RetryPolicy.h"
 #include "foundation/MainExecutor.h"

@@ -1,7 +1,7 @@
-#include "foundation/SettingsFile.h"
+#include "foundation/settings/SettingsFile.h"
 
 #include "foundation/AtomicFile.h"
-#include "foundation/FileLock.h"
+#include "foundation/settings/FileLock.h"
 
 #include <QJsonDocument>
 

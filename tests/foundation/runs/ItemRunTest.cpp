@@ -1,5 +1,5 @@
-#include "foundation/ItemRun.h"
-#include "foundation/Question.h"
+#include "foundation/runs/ItemRun.h"
+#include "foundation/runs/Question.h"
 #include "tests/support/RunItems.h"
 
 #include <gmock/gmock.h>
