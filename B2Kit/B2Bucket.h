@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-/// Who may read a bucket: "allPublic", "allPrivate", "snapshot", "restricted", "shared" and future values.
+/// The readers of a bucket: "allPublic", "allPrivate", "snapshot", "restricted", "shared" and future values.
 struct B2BucketType : B2OpenText<struct B2BucketTypeTag> {
     using B2OpenText::B2OpenText;
 

@@ -34,6 +34,6 @@ bool isShortPassphrase(const Secret& passphrase);
 inline constexpr std::string_view shortPassphraseText =
     "This passphrase is short. Anyone who gets a copy of the file can guess a short one quickly.";
 
-/// What was done to the passphrase of the file that keeps the keys.
+/// A change of the passphrase of the file of keys.
 enum class PassphraseChange { set, changed, removed };
 std::string passphraseChangeText(PassphraseChange change);

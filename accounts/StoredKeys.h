@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-/// What the user does with the keys that the program stores, as opposed to those at the service (`KeysModel`):
-/// choosing, naming, unlocking and removing them.
+/// The operations on the keys that the program stores, as opposed to those at the service (`KeysModel`): choosing,
+/// naming, unlocking and removing them.
 ///
 /// A failure that no sheet shows, an outcome worth a sentence and the keychain's remarks are posted as notices. Lives
 /// on the main thread as long as the process; changes of the key store are passed on.

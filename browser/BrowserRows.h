@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-/// What the table shows: rows of a listing, chosen and sorted. A value; copies share everything.
+/// The rows of a listing that the table shows, filtered and sorted. A value; copies share everything.
 struct ShownRows {
     BrowserEntries entries;
     RowIndexes rows = std::make_shared<const std::vector<std::uint32_t>>();

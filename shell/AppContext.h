@@ -13,7 +13,7 @@
 /// The panes of an account that a command may ask the main window to show.
 enum class AccountSurface { buckets, storage, keys, search, migrations, replications };
 
-/// What menu commands and other windows share with the main window.
+/// The state that menu commands and other windows share with the main window.
 ///
 /// Lives on the main thread, one for the process.
 class AppContext final : public Observable {
@@ -21,14 +21,14 @@ public:
     explicit AppContext(Settings& settings);
 
     Observed<std::optional<AccountSurface>> requested{this};
-    Observed<int> requestTick{this, 0}; ///< Rises with each request, so that asking twice is seen.
+    Observed<int> requestTick{this, 0}; ///< Rises with each request, so that a repeated one is noticed.
     Observed<std::vector<KeyMenuEntry>> keyMenu{this};
     Observed<std::optional<std::string>> currentKeyID{this};
     Observed<std::optional<std::string>> requestedJobID{this};
     Observed<int> accountRenameTick{this, 0};
     Observed<int> keysChangedTick{this, 0};
 
-    // Set by the main window's root; they do nothing before.
+    // Set by the main window's root; they do nothing until then.
     std::function<Task<>(std::string keyID)> selectKey;
     std::function<Task<>()> addKey;
 

@@ -78,7 +78,7 @@ Task<ResumeStore*> Application::openResumeStore()
 
 void Application::shutDown(std::function<void()> onEnd)
 {
-    // Whatever does not stop in time must not keep the user waiting.
+    // A task that does not stop in time must not keep the user waiting.
     constexpr int patienceMilliseconds = 3000;
     auto once = [onEnd = std::move(onEnd), hasEnded = std::make_shared<bool>(false)] {
         if (!std::exchange(*hasEnded, true))

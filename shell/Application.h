@@ -16,9 +16,9 @@
 
 #include <memory>
 
-/// Everything that lives as long as the process, made in the order of who needs whom.
+/// Owns everything that lives as long as the process, in the order of dependence.
 ///
-/// The queue is here and not in a window, so that transfers outlive one.
+/// The queue belongs to the process and not to a window, so that transfers outlive the window.
 class Application {
 public:
     /// @param secret  of the key given on the command line, if one was.
@@ -36,13 +36,14 @@ public:
     std::unique_ptr<Keychain> keychain;
     std::unique_ptr<ClientFactory> clients;
     std::unique_ptr<DownloadDestination> destination;
-    std::unique_ptr<ResumeStore> resumeStore; ///< Null until the start has opened it, and where it cannot be opened.
+    std::unique_ptr<ResumeStore> resumeStore; ///< Null until it has been opened at the start, and if that fails.
     std::unique_ptr<TransferQueue> queue;
     std::unique_ptr<SleepInhibitor> sleepInhibitor;
     std::unique_ptr<RootModel> root;
 
 private:
     Task<ResumeStore*> openResumeStore();
-    /// The user's own keys; those in memory only for the demonstration, and for a key given on the command line.
+    /// Makes the store of the user's keys; it is in memory only for the demonstration and for a key from the command
+    /// line.
     std::unique_ptr<Keychain> makeKeychain(const CommandLine& commandLine, std::optional<std::string> secret);
 };

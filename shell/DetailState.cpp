@@ -10,7 +10,7 @@ DetailState notice(std::string title, std::string text, DetailState::Action acti
     return state;
 }
 
-/// What stands between the program and its stored keys; nothing when they are at hand.
+/// Returns why the stored keys cannot be used; nothing if they can.
 std::optional<DetailState> withoutStore(const DetailInputs& inputs)
 {
     using Action = DetailState::Action;
@@ -71,7 +71,7 @@ std::string_view verbOf(DetailState::Action action)
 
 DetailState decideDetail(const DetailInputs& inputs)
 {
-    // A failed switch leaves the session that was there, and the panes go on with it.
+    // A failed switch keeps the previous session, and the panes continue with it.
     if (!inputs.hasSession) {
         if (auto state = withoutStore(inputs))
             return *state;

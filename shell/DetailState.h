@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-/// What the detail area is decided from.
+/// The facts from which the content of the detail area is decided.
 struct DetailInputs {
     bool isStarted = false;
     bool isStartSlow = false; ///< The keyring has not answered for a while.
@@ -18,28 +18,28 @@ struct DetailInputs {
     std::size_t bucketCount = 0;
     std::size_t keyCount = 0;
     bool isWaitingForUnlock = false;         ///< The desktop asks for the keyring's password.
-    bool needsPassphrase = false;            ///< The file that keeps the secrets is closed.
+    bool needsPassphrase = false;            ///< The file with the secrets is locked by a passphrase.
     std::optional<std::string> storeFailure; ///< Why the stored keys could not be read, as a sentence.
     std::optional<ConnectionFailure> failure;
     std::string attemptedLabel;                ///< Name of the key that was tried last; empty for none.
     std::optional<std::string> bucketsError;   ///< Why the bucket list could not be read.
-    std::optional<std::string> bucketsRefusal; ///< Why the key can be shown no bucket, whatever is tried.
+    std::optional<std::string> bucketsRefusal; ///< Why no bucket can be listed with this key at all.
     std::string noBucketsText;                 ///< What an empty list means with this key.
     std::optional<SidebarItem> selection;
     bool isSelectionListed = false; ///< The selected bucket is in the list.
 };
 
-/// What the detail area shows.
+/// The content of the detail area.
 struct DetailState {
     enum class Kind {
         nothing, ///< Before the keys were read.
         welcome, ///< No key is stored: fills the window.
         connecting,
-        notice, ///< A title, a text and what can be done.
+        notice, ///< A title, a text and the possible actions.
         pane,   ///< The one of `item`.
     };
 
-    /// What the first button of a notice does.
+    /// The effect of a notice's first button.
     enum class Action { none, connectAgain, readBuckets, readKeys, stopWaiting, unlock };
 
     Kind kind = Kind::nothing;
@@ -50,7 +50,7 @@ struct DetailState {
     bool operator==(const DetailState&) const = default;
 };
 
-/// The word on the button of an action; empty for none.
+/// Returns the title of an action's button; empty for none.
 std::string_view verbOf(DetailState::Action action);
 
 DetailState decideDetail(const DetailInputs& inputs);

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// A keyring that answers sooner is not worth a sentence.
+/// A shorter wait for the keyring needs no sentence.
 constexpr std::chrono::milliseconds patience(200);
 
 } // namespace
@@ -100,7 +100,7 @@ void RootModel::wire()
         writes.note(bucketID);
     };
     connect(&queue_, &TransferQueue::uploadEnded, this, [this](const std::shared_ptr<Transfer>& transfer, bool) {
-        // A failed or cancelled upload may have left something all the same.
+        // Even a failed or cancelled upload may have stored something.
         if (const auto& bucket = *transfer->bucket)
             writes.note(bucket->bucketID);
     });
@@ -115,7 +115,7 @@ void RootModel::wire()
     });
     connect(&keyStore, &KeyStore::sessionReplaced, this, &RootModel::followSession);
     connect(&storedKeys, &Observable::changed, this, &RootModel::publishKeyMenu);
-    // A key that is gone is revoked in the list of stored ones too.
+    // A key that was deleted at the service counts as revoked among the stored ones too.
     keys.didChange = [this] { tasks_.start(keyStore.loadLiveKeyNames()); };
     keys.didFailInEarlierSession = [this](std::string sentence) {
         notices.post({.id = "keys.earlierSession", .kind = Notice::Kind::failure, .text = std::move(sentence)});
@@ -136,7 +136,7 @@ void RootModel::followSession()
     buckets.reset(session);
     keys.reset(session);
     unfinishedUploads.reset(session);
-    // Rows of another key, perhaps of another account, must not stay under the new one's name.
+    // Rows listed with another key, perhaps of another account, must not appear under the new one.
     browser.close();
     if (session)
         tasks_.start(loadBuckets(session));
@@ -145,7 +145,7 @@ void RootModel::followSession()
 Task<> RootModel::loadBuckets(std::shared_ptr<B2Session> session)
 {
     co_await buckets.reload();
-    // Of two switches at once the last to connect wins.
+    // If two switches overlap, the last to connect wins.
     if (*keyStore.session != session)
         co_return;
     selection.restore();

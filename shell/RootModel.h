@@ -27,7 +27,7 @@
 #include <set>
 #include <string>
 
-/// What the models of the main window are made of; all of it outlives them.
+/// The parts that the models of the main window need; all of them outlive the models.
 struct RootParts {
     Settings& settings;
     ActivityLog& log;
@@ -35,12 +35,12 @@ struct RootParts {
     Keychain& keychain;
     const ClientFactory& clients;
     TransferQueue& queue;
-    /// Opens what is known of started uploads and gives it to the queue; awaited before anything can be uploaded.
-    /// Null where there is none, and without a function.
+    /// Opens the store of started uploads and gives it to the queue; awaited before anything can be uploaded.
+    /// Null if there is no such store.
     std::function<Task<ResumeStore*>()> openResumeStore = nullptr;
 };
 
-/// The main window's root: owns the models of all panes, wires them, and decides what the detail area shows.
+/// The root of the main window: owns the models of all panes and connects them.
 ///
 /// Lives on the main thread as long as the process; its tasks are awaited with `shutDown` before it goes.
 class RootModel final : public Observable {
@@ -60,10 +60,10 @@ public:
     PaneSelection selection;
     BucketWrites writes; ///< Whatever changes a bucket reports it here.
 
-    /// The launch sequence, started once when the window first shows: keys, log, wiring, connection, buckets.
+    /// Starts the launch sequence, once, when the window first shows: keys, log, wiring, connection, buckets.
     void start();
 
-    /// Connects with another stored key. The session there is stays until the new one stands.
+    /// Connects with another stored key. The current session stays until the new one is established.
     void switchTo(std::string keyID);
     void tryAgain();
     void reloadBuckets();

@@ -9,7 +9,7 @@
 
 // Inside B2Kit: what the calls share with the uploads that are built over them.
 
-/// What a client works with besides its key. Never changes; used from any thread.
+/// The parts a client works with besides its key. Never changes; used from any thread.
 struct B2ClientTools {
     std::shared_ptr<B2Transport> transport;
     B2RetryPolicy retryPolicy;

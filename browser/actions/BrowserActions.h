@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-/// What the browser offers for the rows selected, or a sentence why not. Functions of values.
+/// Decides which commands the browser offers for the selected rows, and why not. Functions of values.
 
 /// Why nothing can be listed with this key; nothing when it can.
 std::optional<std::string> listRefusal(const B2Authorization& key);

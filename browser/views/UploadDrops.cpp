@@ -5,6 +5,7 @@
 #include "browser/views/BrowserTableModel.h"
 #include "foundation/LocalPath.h"
 #include "foundation/QtText.h"
+#include "foundation/views/DropFrame.h"
 #include "foundation/views/style/StylePainting.h"
 #include "foundation/views/tables/DenseTableView.h"
 
@@ -65,31 +66,13 @@ Task<> sortOut(QPointer<UploadDrops> drops, QList<QUrl> urls, std::string bucket
         Q_EMIT drops->leftOut(toQString(*sentence));
 }
 
-/// A ring around the target of a drop.
-class TargetFrame final : public QWidget {
-public:
-    explicit TargetFrame(QWidget* parent)
-        : QWidget(parent)
-    {
-        setAttribute(Qt::WA_TransparentForMouseEvents);
-        hide();
-    }
-
-protected:
-    void paintEvent(QPaintEvent*) override
-    {
-        QPainter painter(this);
-        paintFocusRing(painter, rect(), palette());
-    }
-};
-
 } // namespace
 
 UploadDrops::UploadDrops(DenseTableView& table, const BrowserTableModel& rows, QObject* parent)
     : QObject(parent)
     , table_(table)
     , rows_(rows)
-    , frame_(new TargetFrame(table.viewport()))
+    , frame_(new DropFrame(table.viewport()))
 {
     table.setAcceptDrops(true);
     watch(*table.viewport());

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-/// What has become of the bytes that an operation was about when it did not succeed.
+/// The fate of the bytes of an operation that did not succeed.
 struct BytesFate {
     enum class Kind {
         nothing, ///< They are nowhere they were not before.

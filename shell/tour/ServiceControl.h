@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-/// Speaks to the local service beside the program: what it really holds, and what shall go wrong next.
+/// Controls the local service behind the program's back: reads what it really holds and sets the next faults.
 class ServiceControl {
 public:
     explicit ServiceControl(std::string serviceURL);

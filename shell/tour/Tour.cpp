@@ -9,16 +9,21 @@ Tour::Tour(Application& application, Theme& theme, MainWindow& window, std::file
 
 Task<> Tour::run()
 {
-    co_await welcomeANewcomer();
-    co_await connectAndBrowse();
-    co_await readManyNames();
-    co_await uploadByDrop();
-    co_await downloadChecked();
-    co_await transferFolders();
-    co_await surviveAKill();
-    co_await surviveTrouble();
-    co_await askBeforeQuitting();
-    co_await switchKeys();
-    co_await readTheLog();
-    co_await lookAround();
+    using Chapter = Task<> (Tour::*)();
+    static constexpr Chapter chapters[] = {
+        &Tour::welcomeANewcomer,
+        &Tour::connectAndBrowse,
+        &Tour::readManyNames,
+        &Tour::uploadByDrop,
+        &Tour::downloadChecked,
+        &Tour::transferFolders,
+        &Tour::surviveAKill,
+        &Tour::surviveTrouble,
+        &Tour::askBeforeQuitting,
+        &Tour::switchKeys,
+        &Tour::readTheLog,
+        &Tour::lookAround,
+    };
+    for (const auto chapter : chapters)
+        co_await (this->*chapter)();
 }

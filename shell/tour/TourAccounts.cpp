@@ -34,7 +34,7 @@ Task<bool> pickKey(MainWindow& window, QString name)
     co_await until([&] { return switcher.popover() && switcher.popover()->isVisible(); });
     if (!switcher.popover())
         co_return false;
-    // What the last switch has changed may still be on its way to the rows.
+    // Changes of the last switch may not have reached the rows yet.
     co_await settle();
     const QPointer<KeySwitcherList> list = switcher.popover()->findChild<KeySwitcherList*>();
     co_await until([&] { return !list || rowOf(*list->model(), name).isValid(); });

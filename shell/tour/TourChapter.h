@@ -10,7 +10,7 @@ class TourChapter final : public TourSteps {
     Q_OBJECT
 
 public:
-    /// What the process prints when it is time to kill it.
+    /// Printed by the process when it is time to kill it.
     static constexpr std::string_view partIsStored = "a part is stored";
 
     TourChapter(Application& application, MainWindow& window, const CommandLine& commandLine);

@@ -9,6 +9,6 @@
 /// Makes a file, with the folders above it, of bytes that differ from size to size.
 std::filesystem::path makeTourFile(const std::filesystem::path& path, std::size_t size);
 
-/// SHA-1 of a file, reckoned away from the main thread.
+/// Computes the SHA-1 of a file off the main thread.
 /// @throws std::runtime_error when it cannot be read.
 Task<std::string> digestOfFile(std::filesystem::path path);

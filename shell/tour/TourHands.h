@@ -13,7 +13,7 @@ class QAbstractItemView;
 class QMainWindow;
 class QWidget;
 
-/// What a person does with mouse and keyboard: real events sent to the real widgets.
+/// Sends real mouse and keyboard events to the real widgets, as a person would.
 namespace TourHands {
 
 void press(QWidget& widget, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
@@ -21,7 +21,7 @@ void type(QWidget& widget, const QString& text);
 void click(QWidget& widget);
 void clickRow(QAbstractItemView& view, const QModelIndex& index, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 
-/// Chooses the first line with that text that is on, in any menu of the window.
+/// Chooses the first enabled line with that text in any menu of the window.
 void chooseInMenu(const QMainWindow& window, const QString& text);
 
 /// Drags files over the widget and lets go of them at its lower edge, as a file manager would.

@@ -7,8 +7,8 @@
 #include <filesystem>
 #include <string>
 
-/// This program once more, walking a chapter of the tour at the demonstration's service, with a home of its own in the
-/// demonstration's directory. It finds no secret service, so nothing of the user's is read or changed.
+/// A second process of this program that walks a chapter of the tour against the demonstration's service, with its own
+/// home in the demonstration's directory. It finds no secret service, so nothing of the user's is read or changed.
 class TourProcess {
 public:
     struct Chapter {
@@ -23,7 +23,7 @@ public:
     /// Kills it if it still runs.
     ~TourProcess();
 
-    /// Has it printed the text by now?
+    /// Has it printed the text yet?
     bool hasSaid(std::string_view text);
     void kill() { process_.kill(); }
     bool hasEnded() const { return process_.state() == QProcess::NotRunning; }

@@ -39,7 +39,7 @@ void TourSteps::start()
 Task<bool> TourSteps::check(std::string step, Condition condition)
 {
     const bool didPass = co_await until(std::move(condition));
-    // What the model says is on the screen a turn of the loop later.
+    // The screen shows the model's state one turn of the loop later.
     co_await settle();
     report(step, didPass, "it did not happen within 15 seconds");
     co_return didPass;

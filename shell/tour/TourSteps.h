@@ -12,7 +12,7 @@
 #include <functional>
 #include <string>
 
-/// What the walks through the program share: they wait for what a step should bring, report it, and find their way in
+/// The common base of the walks through the program: waits for the result of a step, reports it, and finds things in
 /// the window.
 class TourSteps : public QObject {
     Q_OBJECT
@@ -34,7 +34,7 @@ protected:
 
     virtual Task<> run() = 0;
 
-    /// Waits for what a step should bring, and reports it.
+    /// Waits for the result of a step, and reports it.
     Task<bool> check(std::string step, Condition condition);
     void report(const std::string& step, bool didPass, const std::string& reason);
     Task<> picture(QWidget& window, std::string name);

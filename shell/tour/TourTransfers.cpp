@@ -55,7 +55,7 @@ Task<> Tour::downloadChecked()
     auto& browser = application_.root->browser;
     auto& table = window_.detail().browser().table();
     const auto downloads = application_.demo->downloads();
-    // What stands there already is kept beside the download.
+    // An existing file is kept beside the download.
     makeTourFile(downloads / "empty.txt", 5);
 
     co_await until([&] { return isListed() && row("empty.txt").isValid(); });

@@ -36,7 +36,7 @@ Q_SIGNALS:
     /// Another pane is in front, or its commands have changed.
     void commandsChanged();
     void addKeyRequested();
-    /// The passphrase of the file that keeps the keys is to be asked for.
+    /// The user must be asked for the passphrase of the file of keys.
     void unlockRequested();
 
 private:

@@ -87,7 +87,7 @@ HelpWindow::HelpWindow(QWidget* parent)
            "compared "
            "with it before anything is replaced; the list of transfers says so."));
     section(tr("What happened"),
-        tr("The activity log keeps every connection, transfer and failure, with its reason, over restarts."));
+        tr("The activity log keeps every connection, transfer and failure, with its reason, across restarts."));
 
     text->addWidget(makeLabel(tr("Keyboard"), TextSize::large, QFont::DemiBold));
     auto* const grid = new QGridLayout;

@@ -2,7 +2,7 @@
 
 #include <QDialog>
 
-/// How to find one's way: first steps and the keyboard.
+/// A short guide: first steps and the keyboard.
 class HelpWindow final : public QDialog {
     Q_OBJECT
 

@@ -133,7 +133,7 @@ void MainWindow::buildLayout()
     rows_->setHandleWidth(1);
     pages_->addWidget(columns_);
     pages_->addWidget(welcome_);
-    // Over the welcome too: what it says of keys matters most where none are shown.
+    // Above the welcome too: its sentences about keys matter most while no key is shown.
     auto* const everything = new QWidget;
     auto* const column = new QVBoxLayout(everything);
     column->setContentsMargins({});

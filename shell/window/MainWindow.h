@@ -20,7 +20,7 @@ class TransferDialogs;
 class TransfersView;
 class WelcomeView;
 
-/// The main window: sidebar, the pane of what is selected in it, and the transfers under it.
+/// The main window: the sidebar, the selected pane and, below it, the transfers.
 class MainWindow final : public QMainWindow {
     Q_OBJECT
 
@@ -34,7 +34,7 @@ public:
     WelcomeView& welcome() { return *welcome_; }
     KeySheets& keySheets() { return *keySheets_; }
 
-    /// The log's window, made on first use.
+    /// Returns the log's window, which is made on first use.
     ActivityLogWindow& logWindow();
 
 public Q_SLOTS:
@@ -42,7 +42,7 @@ public Q_SLOTS:
     void setTransfersVisible(bool visible);
 
 Q_SIGNALS:
-    /// The user wants to leave and nothing stands against it.
+    /// The user wants to quit, and there is nothing left to ask.
     void quitConfirmed();
 
 protected:

@@ -11,7 +11,7 @@ class PaneActions;
 class QMenu;
 class TransferDialogs;
 
-/// What the menus act on; all of it outlives them.
+/// The objects that the menus act on; all of them outlive the menus.
 struct MenuParts {
     Application& application;
     DetailArea& detail;

@@ -19,7 +19,7 @@ struct PaneMenuItem {
 /// The lines of the object menu: present commands in their groups, a separator between two groups.
 std::vector<PaneMenuItem> objectMenuItems(const PaneCommands& commands);
 
-/// What is done to the objects of the pane in front, under the pane's own title; hidden where the pane has none.
+/// The commands on the objects of the pane in front, under the pane's own title; hidden if the pane has none.
 class ObjectMenu final : public QMenu {
     Q_OBJECT
 

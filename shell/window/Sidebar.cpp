@@ -28,7 +28,7 @@ constexpr int symbolSize = 16;
 constexpr int kindRole = BucketListModel::symbolRole + 1; ///< Of a surface: its `AccountSurface`.
 constexpr int filterFrom = 12;                            ///< More buckets than this get a filter field.
 
-/// Gives rows their height, and their symbols the colour of the text beside them in every state.
+/// Gives rows their height, and symbols the colour of the text beside them in every state.
 class SidebarRowDelegate final : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
@@ -113,7 +113,7 @@ Sidebar::Sidebar(RootModel& root, AppContext& context, QWidget* parent)
 
     connect(filter_, &QLineEdit::textChanged, &shown_, &QSortFilterProxyModel::setFilterFixedString);
     connect(filter_, &SearchField::left, this, [this] { list_->setFocus(Qt::OtherFocusReason); });
-    // By selection: a list that gets the keyboard by Tab makes its first row current without anybody choosing it.
+    // Follows the selection: a list that gets the keyboard by Tab makes its first row current, which is no choice.
     connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
         [this](const QItemSelection& selected) { choose(selected.indexes().value(0)); });
     connect(list_, &QListView::activated, this, &Sidebar::choose);
@@ -152,7 +152,7 @@ void Sidebar::takeFocus()
     (isSurface ? surfaces_ : list_)->setFocus(Qt::OtherFocusReason);
 }
 
-// Both lists together are one column for the arrow keys.
+// The arrow keys treat both lists as one column.
 bool Sidebar::crossLists(QObject* from, int key)
 {
     if (from == surfaces_ && key == Qt::Key_Down && shown_.rowCount() > 0
@@ -171,7 +171,7 @@ bool Sidebar::crossLists(QObject* from, int key)
 
 bool Sidebar::eventFilter(QObject* watched, QEvent* event)
 {
-    // Typing in a long list goes on in its filter.
+    // Ctrl+F in a long list leads to its filter.
     if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->modifiers() == Qt::NoModifier
         && crossLists(watched, static_cast<QKeyEvent*>(event)->key()))
         return true;
@@ -200,7 +200,7 @@ void Sidebar::render()
     title_->setVisible(hasSession);
     surfacesTitle_->setVisible(hasSession);
     surfaces_->setVisible(hasSession);
-    // What shows nothing takes no keyboard and chooses nothing.
+    // A hidden list takes no keyboard input and changes no selection.
     surfaces_->setEnabled(hasSession);
     list_->setEnabled(hasSession);
     renderSurfaces();

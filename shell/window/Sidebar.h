@@ -13,7 +13,7 @@ class QListView;
 class QMenu;
 class SearchField;
 
-/// The main window's sidebar: the key in use at its top, then what there is of the account, then its buckets.
+/// The sidebar of the main window: the key in use at the top, then the panes of the account, then its buckets.
 class Sidebar final : public QWidget {
     Q_OBJECT
 
@@ -27,7 +27,7 @@ public:
     KeySwitcherHeader& switcher() { return *switcher_; }
 
 Q_SIGNALS:
-    // Of the key switcher.
+    // Requests of the key switcher.
     void addKeyRequested();
     void unlockRequested();
     void keyDetailsRequested(const StoredKey& key);

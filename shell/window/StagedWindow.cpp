@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Room for a title bar and borders, which nobody knows before the window shows.
+/// Room for the title bar and borders, whose size is unknown before the window shows.
 constexpr QSize frame(12, 44);
 
 } // namespace

@@ -9,14 +9,14 @@
 #include <string>
 
 /// Remembers a window's size, place and state under a key of the settings and restores them before it is first shown,
-/// so that it comes up where it was left. Wayland places windows itself; there the size and the state come back.
+/// so that it appears where it was left. Wayland places windows itself; there only size and state are restored.
 ///
 /// Lives as a child of its window.
 class StagedWindow final : public QObject {
     Q_OBJECT
 
 public:
-    /// @param firstSize  what the window gets when nothing is stored.
+    /// @param firstSize  the size when none is stored.
     StagedWindow(QWidget& window, Settings& settings, std::string key, QSize firstSize);
 
 protected:

@@ -13,7 +13,7 @@ class Application;
 class KeySheets;
 class Pane;
 
-/// What a pane may be made of; all of it outlives the pane.
+/// The parts that a pane can be built from; all of them outlive the pane.
 struct PaneParts {
     Application& application;
     KeySheets& keySheets;

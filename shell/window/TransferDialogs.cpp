@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Where the dialogs for uploads open: where the last upload came from, while that folder is there.
+/// Returns where the dialogs for uploads open: the folder of the last upload, if it still exists.
 QString uploadFolder(const Settings& settings)
 {
     const auto stored = settings.bytes(SettingsKeys::uploadFolder).value_or("");
@@ -24,7 +24,7 @@ QString uploadFolder(const Settings& settings)
     return QDir::isAbsolutePath(folder) && QDir(folder).exists() ? folder : QDir::homePath();
 }
 
-/// The dialog's own folder is not asked: it stays where it is when a path is typed.
+/// The dialog's own folder does not help: it does not change when a path is typed.
 void keepUploadFolder(Settings& settings, const QList<QUrl>& chosen)
 {
     auto path = chosen.isEmpty() ? std::filesystem::path() : localPathOf(chosen.front());
@@ -78,7 +78,7 @@ QFileDialog* TransferDialogs::makeUploadDialog(const QString& title)
     // Qt's own dialog, used where the desktop has none, never emits urlsSelected.
     connect(dialog, &QFileDialog::accepted, this, [this, dialog, place, shown = place()] {
         keepUploadFolder(*application_.settings, dialog->selectedUrls());
-        // A switch of key that had begun before may have ended under the dialog.
+        // A switch of keys may have completed while the dialog was open.
         if (place() == shown)
             Q_EMIT uploadChosen(dialog->selectedUrls());
         else

@@ -13,8 +13,8 @@ class Application;
 class QFileDialog;
 class QWidget;
 
-/// Asks, over the main window, what to upload, where downloads go, and what becomes of unfinished uploads; queues what
-/// the browser asks for.
+/// Opens the dialogs about uploads, the download folder and unfinished uploads over the main window, and queues the
+/// transfers that the browser requests.
 class TransferDialogs final : public QObject {
     Q_OBJECT
 
@@ -28,7 +28,7 @@ public Q_SLOTS:
     void chooseFilesToUpload();
     void chooseFolderToUpload();
     void chooseDownloadFolder();
-    /// Shows those of the bucket that stands open, until the session changes.
+    /// Shows the unfinished uploads of the bucket in the browser, until the session changes.
     void showUnfinishedUploads();
 
 Q_SIGNALS:

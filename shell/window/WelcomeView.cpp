@@ -101,7 +101,7 @@ WelcomeView::WelcomeView(QWidget* parent)
     scroll->setWidgetResizable(true);
     scroll->setWidget(page);
     scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    // Reached by the wheel and by the links and buttons in it, so that the first Tab leads to one of these.
+    // Scrolled by the wheel and by moving among its links and buttons, so that the first Tab leads to one of them.
     scroll->setFocusPolicy(Qt::NoFocus);
 
     auto* const whole = new QVBoxLayout(this);

@@ -7,14 +7,14 @@
 class QLabel;
 class QPushButton;
 
-/// What fills the window while no key is stored: what the program does, and how to connect it in four steps.
+/// Fills the window while no key is stored: presents the program and explains how to connect in four steps.
 class WelcomeView final : public QWidget {
     Q_OBJECT
 
 public:
     explicit WelcomeView(QWidget* parent = nullptr);
 
-    /// Says where a key will be kept.
+    /// Sets the place where a key will be kept.
     void setKeyPlace(std::string_view place);
 
     QPushButton& connectButton() { return *connect_; }
@@ -31,6 +31,6 @@ private:
     QWidget* makeKeyChoice();
     QWidget* makeFooter();
 
-    QLabel* lastStep_; ///< What becomes of the key.
+    QLabel* lastStep_; ///< Says where the key is kept.
     QPushButton* connect_;
 };

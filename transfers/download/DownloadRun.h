@@ -15,7 +15,7 @@ class ActivityLog;
 class FolderLanding;
 class Settings;
 
-/// What one download needs, kept for a retry.
+/// Everything one download needs, kept for a retry.
 struct DownloadOrder {
     B2FileVersion file;
     B2Bucket bucket;
@@ -26,7 +26,7 @@ struct DownloadOrder {
     std::string relativePath = {};
 };
 
-/// What all downloads share.
+/// Shared by all downloads.
 struct DownloadContext {
     Settings* settings = nullptr; ///< Lives as long as the application.
     ActivityLog* log = nullptr;   ///< Lives as long as the application.

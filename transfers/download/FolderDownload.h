@@ -5,7 +5,7 @@
 
 #include <memory>
 
-/// What the download of a folder needs, kept for a retry. The prefix is the name of its record; the files land in
+/// Everything the download of a folder needs, kept for a retry. The prefix is the name of its record; the files land in
 /// a folder of the prefix's last component.
 struct FolderDownloadOrder {
     B2Bucket bucket;

@@ -11,7 +11,7 @@
 #include <optional>
 #include <string>
 
-/// What earlier attempts at a folder have done, so that a retry does only the rest. Used on the main thread.
+/// The files that earlier attempts at a folder have done, so that a retry does only the rest. Used on the main thread.
 struct FolderProgress {
     struct Done {
         std::int64_t byteCount = 0;

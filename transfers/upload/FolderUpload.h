@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <memory>
 
-/// What the upload of a folder needs, kept for a retry. The prefix is the name of its record.
+/// Everything the upload of a folder needs, kept for a retry. The prefix is the name of its record.
 struct FolderUploadOrder {
     std::filesystem::path folder;
     B2Bucket bucket;

@@ -12,14 +12,14 @@ class ActivityLog;
 class ResumeStore;
 class Settings;
 
-/// What one upload needs, kept for a retry. Source and name are those of its record.
+/// Everything one upload needs, kept for a retry. Source and name are those of its record.
 struct UploadOrder {
     std::filesystem::path source;
     B2Bucket bucket;
     std::shared_ptr<B2Session> session;
 };
 
-/// What all uploads share.
+/// Shared by all uploads.
 struct UploadContext {
     Settings* settings = nullptr;       ///< Lives as long as the application.
     ActivityLog* log = nullptr;         ///< Lives as long as the application.

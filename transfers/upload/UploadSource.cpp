@@ -71,7 +71,7 @@ std::string contentTypeFor(const std::filesystem::path& path)
 {
     const QMimeDatabase types;
     const auto type = types.mimeTypeForFile(toQString(path.filename().string()), QMimeDatabase::MatchExtension);
-    // What is no kind of data (a folder or device) or nothing but data tells the service nothing.
+    // A type that is no kind of data (a folder or device), or merely "data", is of no use to the service.
     if (!type.isValid() || type.isDefault() || !type.inherits(QStringLiteral("application/octet-stream")))
         return "b2/x-auto";
     return fromQString(type.name());

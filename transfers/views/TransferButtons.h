@@ -41,7 +41,7 @@ public:
 
     /// "Skip all", "Details…": the title in menu and button.
     static QString label(TransferAction action, const Transfer& transfer);
-    /// What the button does, for its tooltip.
+    /// The effect of the button, for its tooltip.
     static QString help(TransferAction action, const Transfer& transfer);
 
     static void paint(QPainter& painter, const TransferButton& button, const Transfer& transfer, const Look& look);

@@ -1,6 +1,7 @@
 #include "transfers/views/TransfersView.h"
 
 #include "foundation/QtText.h"
+#include "foundation/views/DropFrame.h"
 #include "foundation/views/ElidedLabel.h"
 #include "foundation/views/Labels.h"
 #include "foundation/views/panes/Banner.h"
@@ -24,25 +25,6 @@
 #include <algorithm>
 
 namespace {
-
-/// The ring around the panel while files are held over it.
-class DropFrame final : public QWidget {
-public:
-    explicit DropFrame(QWidget* parent)
-        : QWidget(parent)
-    {
-        setAttribute(Qt::WA_TransparentForMouseEvents);
-        hide();
-    }
-
-protected:
-    void paintEvent(QPaintEvent*) override
-    {
-        QPainter painter(this);
-        painter.fillRect(rect(), hoverVeil(palette()));
-        paintFocusRing(painter, rect(), palette());
-    }
-};
 
 QList<QUrl> localFiles(const QMimeData& data)
 {
@@ -68,7 +50,7 @@ TransfersView::TransfersView(TransferQueue& queue, QWidget* parent)
     , clear_(new QPushButton(tr("Clear Finished"), this))
     , close_(new QToolButton(this))
     , content_(new QStackedLayout)
-    , dropFrame_(new DropFrame(this))
+    , dropFrame_(new DropFrame(this, DropFrame::Fill::veil))
 {
     setAcceptDrops(true);
     setAccessibleName(tr("Transfers"));

@@ -130,7 +130,7 @@ void KeysView::create(const B2CreateKeyRequest& request)
 
 void KeysView::showCreated()
 {
-    // Over the window, since the secret must be seen whatever pane is shown by now.
+    // Over the window, because the secret must be seen whatever pane is in front.
     createdSheet_ = new CreatedKeyView(**model_.created, addKey_, store_.keychain().place(), window());
     createdSheet_->setAttribute(Qt::WA_DeleteOnClose);
     connect(createdSheet_, &QDialog::accepted, this, [this] {

@@ -8,7 +8,7 @@
 /// Functions of values: cheap enough for a paint event, callable from any thread. They ask the palette's active
 /// group, so that a window in the background keeps its colours.
 
-/// What a message means; decides its hue and icon.
+/// The meaning of a message, which decides its hue and icon.
 enum class MessageKind { notice, success, warning, danger };
 
 /// `over` drawn on `under` with the given opacity, 0 to 1.

@@ -35,7 +35,7 @@ public:
     void reveal(const std::string& key);
 
 protected:
-    /// What is shown instead of the table, in its middle.
+    /// A message in place of the table, in its middle.
     struct Message {
         Symbol symbol = Symbol::info;
         QString title;

@@ -7,12 +7,12 @@
 #include "foundation/QtText.h"
 #include "foundation/settings/Settings.h"
 #include "foundation/settings/SettingsKeys.h"
-#include "foundation/views/SecretClipboard.h"
 #include "foundation/views/panes/Banner.h"
 #include "foundation/views/panes/EmptyState.h"
 #include "foundation/views/tables/DenseTableView.h"
 #include "keychain/MemoryKeychain.h"
 #include "localb2/Service.h"
+#include "tests/accounts/views/SheetParts.h"
 #include "tests/foundation/views/PaneShortcuts.h"
 #include "tests/support/QtRun.h"
 
@@ -37,102 +37,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-namespace {
-
-B2CreatedApplicationKey createdKey()
-{
-    return {"K004secret", {.applicationKeyID = "0044a1b2c3d4e5f0000000007", .keyName = "backup"}};
-}
-
-QPushButton* buttonOf(QWidget& sheet, const QString& text)
-{
-    for (auto* const button : sheet.findChildren<QPushButton*>()) {
-        if (button->text() == text && !button->isHidden())
-            return button;
-    }
-    return nullptr;
-}
-
-QCheckBox* boxOf(QWidget& sheet, const QString& start)
-{
-    for (auto* const box : sheet.findChildren<QCheckBox*>()) {
-        if (box->text().startsWith(start))
-            return box;
-    }
-    return nullptr;
-}
-
-QString textsOf(const QWidget& sheet)
-{
-    QString texts;
-    for (const auto* const label : sheet.findChildren<QLabel*>()) {
-        if (!label->isHidden())
-            texts += label->text() + u'\n';
-    }
-    return texts;
-}
-
-} // namespace
-
-TEST(CreatedKeyViewTest, NothingClosesItBeforeTheSecretIsSafe)
-{
-    QWidget window;
-    window.show();
-    CreatedKeyView sheet(createdKey(), nullptr, "an encrypted file of your own", &window);
-    sheet.open();
-
-    QTest::keyClick(&sheet, Qt::Key_Escape);
-    EXPECT_FALSE(sheet.close());
-    sheet.reject();
-    EXPECT_TRUE(sheet.isVisible());
-    EXPECT_FALSE(buttonOf(sheet, QStringLiteral("Done"))->isEnabled());
-
-    auto* const box = boxOf(sheet, QStringLiteral("I have saved"));
-    box->setChecked(true);
-    EXPECT_TRUE(buttonOf(sheet, QStringLiteral("Done"))->isEnabled());
-    box->setChecked(false);
-    QTest::keyClick(&sheet, Qt::Key_Escape);
-    EXPECT_TRUE(sheet.isVisible());
-
-    buttonOf(sheet, QStringLiteral("Copy keyName, keyID and applicationKey"))->click();
-    const auto* const copied = QGuiApplication::clipboard()->mimeData();
-    EXPECT_EQ(
-        fromQString(copied->text()), "keyName: backup\nkeyID: 0044a1b2c3d4e5f0000000007\napplicationKey: K004secret");
-    EXPECT_EQ(copied->data(QStringLiteral("x-kde-passwordManagerHint")), "secret");
-    QTest::keyClick(&sheet, Qt::Key_Escape);
-    EXPECT_FALSE(sheet.isVisible());
-}
-
-TEST(CreatedKeyViewTest, AKeyThatCannotBeStoredKeepsItsSheet)
-{
-    QWidget window;
-    window.show();
-    int calls = 0;
-    auto add = [&calls](B2CreatedApplicationKey key) {
-        auto answer = [](int call, std::string secret) -> Task<std::optional<std::string>> {
-            co_await yieldToOthers();
-            co_return call == 1 && secret == "K004secret" ? std::optional<std::string>("The keyring is locked.")
-                                                          : std::nullopt;
-        };
-        return answer(++calls, key.applicationKey);
-    };
-    CreatedKeyView sheet(createdKey(), add, "an encrypted file of your own", &window);
-    EXPECT_THAT(fromQString(textsOf(sheet)), HasSubstr("Stored in an encrypted file of your own so Kestrovan"));
-    sheet.open();
-    boxOf(sheet, QStringLiteral("I have saved"))->setChecked(true);
-    boxOf(sheet, QStringLiteral("Add this key"))->setChecked(true);
-
-    buttonOf(sheet, QStringLiteral("Done"))->click();
-    ASSERT_TRUE(spinUntil([&] { return textsOf(sheet).contains(QStringLiteral("Could not store")); }));
-    EXPECT_THAT(fromQString(textsOf(sheet)),
-        HasSubstr("Could not store the key: The keyring is locked. Copy it before closing this."));
-    EXPECT_TRUE(sheet.isVisible());
-
-    buttonOf(sheet, QStringLiteral("Done"))->click();
-    EXPECT_TRUE(spinUntil([&] { return !sheet.isVisible(); }));
-    EXPECT_EQ(calls, 2);
-}
 
 namespace {
 
@@ -414,29 +318,4 @@ TEST_F(KeysViewTest, RowsOfAnotherSessionAreRemovedFirst)
     EXPECT_THAT(fromQString(textsOf(view)), HasSubstr("This Key Cannot Manage Keys"));
     EXPECT_TRUE(!form || !form->isVisible()) << "it offers what the other key may do";
     EXPECT_FALSE(view.commands().newItem->isEnabled);
-}
-
-TEST(SecretClipboardTest, RemovesOnlyItsOwnSecret)
-{
-    auto* const clipboard = QGuiApplication::clipboard();
-    SecretClipboard secrets(nullptr, std::chrono::milliseconds(30));
-
-    secrets.copy(QStringLiteral("K004secret"));
-    Q_EMIT clipboard->dataChanged(); // Some desktops report the program's own copy, and late.
-    EXPECT_TRUE(secrets.isOurs());
-    ASSERT_TRUE(spinUntil([&] { return clipboard->text().isEmpty(); }, std::chrono::seconds(2)));
-
-    secrets.copy(QStringLiteral("K004secret"));
-    clipboard->setText(QStringLiteral("something else"));
-    EXPECT_FALSE(secrets.isOurs());
-    QTest::qWait(60);
-    EXPECT_EQ(clipboard->text(), QStringLiteral("something else"));
-
-    secrets.copy(QStringLiteral("first"));
-    QTest::qWait(20);
-    secrets.copy(QStringLiteral("second"));
-    QTest::qWait(20);
-    EXPECT_EQ(clipboard->text(), QStringLiteral("second")) << "the time starts again";
-    Q_EMIT qApp->aboutToQuit({});
-    EXPECT_EQ(clipboard->text(), QString());
 }
