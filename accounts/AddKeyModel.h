@@ -30,6 +30,8 @@ public:
     Observed<bool> isValidating{this, false};
     /// Why the key was not added, as a sentence to show.
     Observed<std::optional<std::string>> error{this};
+    /// Takes the failure as seen.
+    void dismissError() { error = std::nullopt; }
     Observed<std::optional<std::string>> addedKeyID{this}; ///< Set once, when the key is stored.
 
     const std::optional<KnownKey>& known() const { return known_; }

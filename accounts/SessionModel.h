@@ -47,7 +47,8 @@ protected:
     /// Gives up the request under way; its answer is dropped.
     void outdateTickets() { ++generation_; }
 
-    /// Empties rows, banner and error. `session` is still the one that ends.
+    /// Empties rows, banner and error, and ends what shows a wait (`isLoading`), since the answer will be dropped.
+    /// `session` is still the one that ends.
     virtual void clear() = 0;
 
 private:

@@ -11,6 +11,8 @@
 
 namespace {
 
+const std::string failedRenameID = "keys.rename";
+
 /// The record of a key that the service did not list, from its answer to the sign-in.
 B2ApplicationKey recordOf(const B2Authorization& authorization, const StoredKey& key)
 {
@@ -122,20 +124,24 @@ void StoredKeys::renameAccount(std::string accountID, std::string name)
 
 Task<> StoredKeys::runRename(StoredKey key, std::string name)
 {
-    if (!co_await store_.rename(key, std::move(name)))
+    if (co_await store_.rename(key, std::move(name)))
+        notices_.dismiss(failedRenameID);
+    else
         postFailedRename(key.label);
 }
 
 Task<> StoredKeys::runRenameAccount(std::string accountID, std::string name)
 {
     const auto before = store_.accountDisplayName(accountID);
-    if (!co_await store_.renameAccount(accountID, std::move(name)))
+    if (co_await store_.renameAccount(accountID, std::move(name)))
+        notices_.dismiss(failedRenameID);
+    else
         postFailedRename(before);
 }
 
 void StoredKeys::postFailedRename(const std::string& name)
 {
-    notices_.post({.id = "keys.rename",
+    notices_.post({.id = failedRenameID,
         .kind = Notice::Kind::failure,
         .text = "“" + name + "” keeps its name: it could not be renamed. The activity log says why."});
 }

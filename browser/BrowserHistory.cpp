@@ -38,3 +38,9 @@ void BrowserHistory::clear()
     back_.clear();
     forward_.clear();
 }
+
+void BrowserHistory::forget(const std::string& bucketID)
+{
+    for (auto* const places : {&back_, &forward_})
+        std::erase_if(*places, [&](const BrowserPlace& place) { return place.bucket.bucketID == bucketID; });
+}

@@ -28,6 +28,8 @@ public:
     /// Returns the place to go back to, or nothing.
     std::optional<BrowserPlace> goBack(const BrowserPlace& present);
     std::optional<BrowserPlace> goForward(const BrowserPlace& present);
+    /// Removes every place in a bucket that is gone.
+    void forget(const std::string& bucketID);
     void clear();
 
 private:

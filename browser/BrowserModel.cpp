@@ -34,6 +34,14 @@ void BrowserModel::open(std::shared_ptr<B2Session> newSession, B2Bucket newBucke
     moveTo(std::move(target));
 }
 
+void BrowserModel::forget(const std::string& bucketID)
+{
+    history_.forget(bucketID);
+    if (*bucket && (*bucket)->bucketID == bucketID)
+        close();
+    markChanged();
+}
+
 void BrowserModel::clear()
 {
     stopListing();
@@ -202,8 +210,6 @@ void BrowserModel::afterWrite(const std::string& bucketID)
 {
     if (*cache)
         (*cache)->invalidate(bucketID);
-    if (didWrite)
-        didWrite(bucketID);
     if (!*bucket || (*bucket)->bucketID != bucketID)
         return;
     // A listing that every write restarted would never end.

@@ -49,11 +49,12 @@ public:
     /// Called when that row was selected, or turned out to be missing.
     void forgetArrival() { arrivalID = std::nullopt; }
 
-    std::function<void(const std::string& bucketID)> didWrite; ///< After every successful write.
-    std::function<Task<>(std::string bucketID)> onBucketGone;  ///< Awaited on the main thread.
+    std::function<Task<>(std::string bucketID)> onBucketGone; ///< Awaited on the main thread.
 
     /// Shows the root of a bucket. With another session, the cache and the history of the one before are cleared.
     void open(std::shared_ptr<B2Session> newSession, B2Bucket newBucket);
+    /// Leaves a bucket that is gone, and removes it from the history.
+    void forget(const std::string& bucketID);
     /// Shows no bucket, and clears the cache and the history.
     void close() { reset(nullptr); }
 

@@ -1,5 +1,6 @@
 #include "shell/AppContext.h"
 
+#include "foundation/QtText.h"
 #include "foundation/settings/SettingsKeys.h"
 
 namespace {
@@ -17,6 +18,10 @@ AppContext::AppContext(Settings& settings)
     , settings_(settings)
     , showingTransfers_(this, settings.boolean(SettingsKeys::showTransfers).value_or(false))
 {
+    connect(&settings_, &Settings::changed, this, [this](const QString& key) {
+        if (fromQString(key) == SettingsKeys::showTransfers)
+            showingTransfers_ = settings_.boolean(SettingsKeys::showTransfers).value_or(false);
+    });
 }
 
 void AppContext::request(AccountSurface surface, std::optional<std::string> jobID)

@@ -17,7 +17,8 @@ PaneSelection::PaneSelection(
 {
     connect(&browser_, &Observable::changed, this, &PaneSelection::followBrowser);
     connect(&context_, &Observable::changed, this, [this] {
-        if (std::exchange(seenRequest_, *context_.requestTick) != *context_.requestTick && *context_.requested)
+        if (std::exchange(seenRequest_, *context_.requestTick) != *context_.requestTick && *context_.requested
+            && *buckets_.session)
             select({*context_.requested});
     });
 }
@@ -69,10 +70,9 @@ void PaneSelection::show()
 
 void PaneSelection::forget(const std::string& bucketID)
 {
-    if (!*item || (*item)->surface || (*item)->bucketID != bucketID)
-        return;
-    item = std::nullopt;
-    browser_.close();
+    if (*item && !(*item)->surface && (*item)->bucketID == bucketID)
+        item = std::nullopt;
+    browser_.forget(bucketID);
 }
 
 bool PaneSelection::isListed() const
@@ -85,8 +85,14 @@ void PaneSelection::followBrowser()
 {
     const auto& shown = *browser_.bucket;
     if (!shown || !*item || (*item)->surface || *browser_.session != *buckets_.session
-        || !buckets_.bucket(shown->bucketID) || (*item)->bucketID == shown->bucketID)
+        || (*item)->bucketID == shown->bucketID)
         return;
+    if (!buckets_.bucket(shown->bucketID)) {
+        // A bucket that is no longer in the list is shown under no other bucket's name.
+        browser_.forget(shown->bucketID);
+        show();
+        return;
+    }
     item = SidebarItem::bucket(shown->bucketID);
     remember(shown->bucketID);
 }

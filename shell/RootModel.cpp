@@ -38,6 +38,7 @@ RootModel::RootModel(const RootParts& parts)
     , reconnection_(keyStore)
     , expiry_(keyStore)
 {
+    followers_ = {&buckets, &keys, &unfinishedUploads};
     for (Observable* model :
         std::initializer_list<Observable*>{&notices, &keyStore, &storedKeys, &buckets, &keychain_, &selection})
         connect(model, &Observable::changed, this, [this] { markChanged(); });
@@ -56,8 +57,9 @@ RootModel::RootModel(const RootParts& parts)
         keySwitcher.markChanged();
         noteExpiry();
     });
-    connect(&settings_, &Settings::writeFailed, this,
-        [this](const QString& sentence) { noteSettings("Could not save the settings", fromQString(sentence)); });
+    connect(&settings_, &Settings::writeFailed, this, [this](const QString& sentence) {
+        noteSettings("settings.write", "Could not save the settings", fromQString(sentence));
+    });
 }
 
 void RootModel::start()
@@ -83,7 +85,7 @@ Task<> RootModel::launch()
             + " starting",
         fromQString(QSysInfo::prettyProductName() + QStringLiteral(", Linux ") + QSysInfo::kernelVersion())});
     if (const auto& notice = settings_.loadNotice())
-        noteSettings("The settings could not be used as they were", *notice);
+        noteSettings("settings.load", "Could not use the stored settings", *notice);
     wire();
     publishKeyMenu();
     co_await storedKeys.connectLastUsed();
@@ -123,23 +125,30 @@ void RootModel::wire()
     keys.didLoad = [this] { keyStore.useKeyListing(*keys.session, *keys.keys); };
 }
 
-void RootModel::noteSettings(std::string message, std::string sentence)
+void RootModel::noteSettings(std::string id, std::string message, std::string sentence)
 {
     log_.record({B2LogLevel::warning, "app", std::move(message), sentence});
-    notices.post({.id = "settings", .kind = Notice::Kind::warning, .text = std::move(sentence)});
+    notices.post({.id = std::move(id), .kind = Notice::Kind::warning, .text = std::move(sentence)});
 }
 
 // A connection or a key just added replaces the session, and the removal of its key ends it. A failed switch does not.
 void RootModel::followSession()
 {
     const auto session = *keyStore.session;
-    buckets.reset(session);
-    keys.reset(session);
-    unfinishedUploads.reset(session);
     // Rows listed with another key, perhaps of another account, must not appear under the new one.
+    std::erase_if(followers_, [](const QPointer<SessionModel>& model) { return !model; });
+    for (const auto& model : followers_)
+        model->reset(session);
+    // It opens a bucket only once the new session has listed it.
     browser.close();
     if (session)
         tasks_.start(loadBuckets(session));
+}
+
+void RootModel::follow(SessionModel& model)
+{
+    followers_.emplace_back(&model);
+    model.reset(*keyStore.session);
 }
 
 Task<> RootModel::loadBuckets(std::shared_ptr<B2Session> session)

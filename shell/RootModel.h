@@ -22,6 +22,8 @@
 #include "transfers/TransferQueue.h"
 #include "transfers/resume/UnfinishedResumes.h"
 
+#include <QPointer>
+
 #include <functional>
 #include <optional>
 #include <set>
@@ -70,6 +72,10 @@ public:
 
     DetailState detailState() const;
 
+    /// Resets the model with the session now and at every change of it, as long as it lives. For the models that panes
+    /// own.
+    void follow(SessionModel& model);
+
     /// Asks every task to stop and waits for their ends.
     Task<> shutDown();
 
@@ -80,7 +86,7 @@ private:
     Task<> loadBuckets(std::shared_ptr<B2Session> session);
     Task<> selectByKeyID(std::string keyID);
     Task<> dropBucket(std::string bucketID);
-    void noteSettings(std::string message, std::string sentence);
+    void noteSettings(std::string id, std::string message, std::string sentence);
     void noteSwitch();
     void noteUnlocking();
     void noteExpiry();
@@ -93,7 +99,9 @@ private:
     std::function<Task<ResumeStore*>()> openResumeStore_;
     Keychain& keychain_;
     bool isStartSlow_ = false;
+    bool isUnlockNoticeClosed_ = false; ///< Until the wait ends.
     Reconnection reconnection_;
     ExpiryWatch expiry_;
+    std::vector<QPointer<SessionModel>> followers_;
     TaskScope tasks_;
 };

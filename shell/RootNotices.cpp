@@ -21,13 +21,17 @@ void RootModel::noteSwitch()
 
 void RootModel::noteUnlocking()
 {
-    if (*keyStore.session && *keychain_.isWaitingForUnlock)
+    const bool isWaiting = *keyStore.session && *keychain_.isWaitingForUnlock;
+    if (!isWaiting)
+        isUnlockNoticeClosed_ = false;
+    if (isWaiting && !isUnlockNoticeClosed_)
         notices.post({.id = "keyring",
             .kind = Notice::Kind::warning,
             .text = "Waiting for the keyring to unlock. Answer the desktop's question to go on.",
             .actionTitle = "Cancel",
-            .action = [this] { storedKeys.stopWaiting(); }});
-    else
+            .action = [this] { storedKeys.stopWaiting(); },
+            .closed = [this] { isUnlockNoticeClosed_ = true; }});
+    else if (!isWaiting)
         notices.dismiss("keyring");
 }
 

@@ -60,7 +60,7 @@ AddKeyView::AddKeyView(KeyStore& store, std::optional<KnownKey> known, AfterAddi
     connect(label_, &QLineEdit::textChanged, this, &AddKeyView::render);
     // The message was about the key that was tried.
     const auto changeKey = [this] {
-        model_.error = std::nullopt;
+        model_.dismissError();
         render();
     };
     connect(keyID_, &QLineEdit::textChanged, this, changeKey);

@@ -60,7 +60,7 @@ void ObjectBrowserView::buildPathRow()
     row->addWidget(mode_);
     row->addSpacing(Spacing::small);
     row->addWidget(filter_);
-    filter_->setToolTip(tr("Show only names that hold a text (Ctrl+F)"));
+    filter_->setToolTip(tr("Show only names that contain the text you type (Ctrl+F)"));
 }
 
 void ObjectBrowserView::connectCommands()
@@ -86,13 +86,13 @@ void ObjectBrowserView::updateCommands(const std::vector<const BrowserRow*>& sel
     const auto noRows = unless(!selected.empty(), tr("Select the rows to copy"));
     commands.open = makeCommand(tr("Open"), tr("Open the folder"),
         unless(selected.size() == 1 && selected.front()->kind == RowKind::folder, tr("Select one folder to open")),
-        [this] { openRow(table_->currentIndex()); });
+        [this] { openRow(rows_.index(selectedRows().front(), 0)); });
     commands.copyItems = makeCommand(
         tr("Copy Name"), tr("Copy the names of the selected rows"), noRows, [this] { copySelected(false); });
     commands.copyPaths = makeCommand(
         tr("Copy Path"), tr("Copy the whole paths of the selected rows"), noRows, [this] { copySelected(true); });
-    commands.find = makeCommand(
-        tr("Filter"), tr("Show only names that hold a text"), unless(hasBucket, tr("Open a bucket first")), [this] {
+    commands.find = makeCommand(tr("Filter"), tr("Show only names that contain the text you type"),
+        unless(hasBucket, tr("Open a bucket first")), [this] {
             filter_->setFocus(Qt::ShortcutFocusReason);
             filter_->selectAll();
         });
@@ -114,14 +114,14 @@ void ObjectBrowserView::addNavigation(PaneCommands& commands)
     if (!model_.canGoUp())
         isTop = root.empty() ? fromQString(tr("This is the top of the bucket"))
                              : "This key reaches only names that begin with \"" + shownText(root) + "\"";
-    commands.back = makeCommand(tr("Back"), tr("Back to the folder before"),
-        unless(model_.canGoBack(), tr("There is no folder before this one")), [this] { model_.goBack(); });
-    commands.forward = makeCommand(tr("Forward"), tr("Forward again"),
-        unless(model_.canGoForward(), tr("There is no folder after this one")), [this] { model_.goForward(); });
+    commands.back = makeCommand(tr("Back"), tr("Go back to the previous folder"),
+        unless(model_.canGoBack(), tr("There is no previous folder")), [this] { model_.goBack(); });
+    commands.forward = makeCommand(tr("Forward"), tr("Go forward to the next folder"),
+        unless(model_.canGoForward(), tr("There is no next folder")), [this] { model_.goForward(); });
     commands.up = makeCommand(tr("Up"), tr("Up to the enclosing folder"), isTop, [this] { model_.goUp(); });
     commands.editPath =
         makeCommand(tr("Enter a Path"), tr("Type the folder to go to"), noBucket, [this] { path_->beginEditing(); });
-    commands.refresh = makeCommand(tr("Refresh"), tr("Read the folder again"), noBucket, [this] { model_.refresh(); });
+    commands.refresh = makeCommand(tr("Refresh"), tr("Reload the folder"), noBucket, [this] { model_.refresh(); });
 }
 
 void ObjectBrowserView::addTransfers(PaneCommands& commands, const std::vector<const BrowserRow*>& selected)

@@ -107,7 +107,7 @@ void ObjectBrowserView::renderContent()
             commands().upload && commands().upload->isEnabled ? tr("Upload Files…") : QString()});
     } else if (rows_.rowCount() == 0 && !model_.rows.filter->empty()) {
         showMessage({Symbol::filter, tr("No name matches"),
-            tr("No name holds “%1”. %2.")
+            tr("No name contains “%1”. %2.")
                 .arg(toQString(shownText(*model_.rows.filter)), toQString(filterNote(*model_.hasMore))),
             tr("Clear Filter"), {}});
     } else {

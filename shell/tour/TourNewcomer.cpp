@@ -154,7 +154,7 @@ Task<> TourChapter::manageKeys()
 {
     const QString name = QStringLiteral("laptop-backup");
     auto& list = window_.sidebar().surfaceList();
-    clickRow(list, list.model()->index(0, 0));
+    clickRow(list, rowOf(*list.model(), tr("Application Keys")));
     auto& keys = static_cast<KeysView&>(window_.detail().pane(AccountSurface::keys));
     co_await check("list the account's keys", [&] { return keys.isVisible() && keys.table().model()->rowCount() > 0; });
     co_await picture(window_, "keys");

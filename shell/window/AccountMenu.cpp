@@ -2,6 +2,7 @@
 
 #include "accounts/views/KeySheets.h"
 #include "foundation/QtText.h"
+#include "foundation/Texts.h"
 #include "shell/Application.h"
 #include "shell/window/Surfaces.h"
 
@@ -9,6 +10,20 @@
 #include <QActionGroup>
 
 #include <algorithm>
+
+namespace {
+
+/// A name as a line of a menu: not too long, and its "&" is no mnemonic.
+QString menuText(const std::string& name)
+{
+    constexpr int maxLetters = 60;
+    QString text = toQString(singleLine(name));
+    if (text.size() > maxLetters)
+        text = text.left(maxLetters / 2) + u'…' + text.right(maxLetters / 2);
+    return text.replace(u'&', QStringLiteral("&&"));
+}
+
+} // namespace
 
 AccountMenu::AccountMenu(Application& application, KeySheets& keySheets, QList<QAction*> surfaces, QWidget* parent)
     : QMenu(tr("&Account"), parent)
@@ -105,9 +120,9 @@ void fillKeyMenu(QMenu& menu, Application& application, KeySheets& keySheets)
     for (const auto& entry : entries) {
         if (account != accountOf(entry.id)) {
             account = accountOf(entry.id);
-            menu.addSection(toQString(entry.account));
+            menu.addSection(menuText(entry.account));
         }
-        auto* const action = menu.addAction(toQString(entry.title));
+        auto* const action = menu.addAction(menuText(entry.title));
         action->setCheckable(true);
         action->setChecked(*application.context->currentKeyID == entry.id);
         action->setEnabled(!entry.isDisabled);
@@ -143,6 +158,11 @@ QList<QAction*> surfaceActions(Application& application, QObject* parent)
         action->setShortcut(surface.shortcut);
         QObject::connect(action, &QAction::triggered, parent,
             [&application, kind = surface.kind] { application.context->request(kind); });
+        const auto allow = [action, root = application.root.get()] {
+            action->setEnabled(*root->keyStore.session != nullptr);
+        };
+        QObject::connect(application.root.get(), &Observable::changed, action, allow);
+        allow();
         actions.append(action);
     }
     return actions;

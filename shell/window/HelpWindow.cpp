@@ -39,7 +39,7 @@ constexpr std::array shortcuts{
     Shortcut{"Ctrl+Shift+V", QT_TRANSLATE_NOOP("HelpWindow", "All versions, or current files only")},
     Shortcut{"Ctrl+Shift+T", QT_TRANSLATE_NOOP("HelpWindow", "Show or hide the transfers")},
     Shortcut{"F8", QT_TRANSLATE_NOOP("HelpWindow", "Go to the next failed transfer")},
-    Shortcut{"Ctrl+K", QT_TRANSLATE_NOOP("HelpWindow", "In the transfers: skip the checksum that is being made")},
+    Shortcut{"Ctrl+K", QT_TRANSLATE_NOOP("HelpWindow", "In the transfers: skip the checksum being calculated")},
     Shortcut{"Ctrl+Shift+L", QT_TRANSLATE_NOOP("HelpWindow", "Activity log")},
     Shortcut{"F6", QT_TRANSLATE_NOOP("HelpWindow", "Next pane")},
     Shortcut{"Ctrl+Q", QT_TRANSLATE_NOOP("HelpWindow", "Quit")},

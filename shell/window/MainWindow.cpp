@@ -80,6 +80,12 @@ MainWindow::MainWindow(Application& application)
     restoreSplitters();
     connect(application.root.get(), &Observable::changed, this, &MainWindow::render);
     connect(application.context.get(), &Observable::changed, this, &MainWindow::render);
+    connect(application.context.get(), &Observable::changed, this,
+        [this, seen = *application.context->requestTick]() mutable {
+            // A menu or a shortcut has asked for the pane: the keyboard belongs there.
+            if (std::exchange(seen, *application_.context->requestTick) != *application_.context->requestTick)
+                QMetaObject::invokeMethod(this, [this] { detail_->takeFocus(); }, Qt::QueuedConnection);
+        });
     application.context->addKey = [sheets = QPointer(keySheets_)]() -> Task<> {
         if (sheets)
             sheets->addKey();
@@ -186,7 +192,15 @@ void MainWindow::connectKeys()
 void MainWindow::buildToolBar()
 {
     toolBar_->setAccessibleName(tr("Commands"));
-    toolBar_->setLabels(PaneToolBar::labelsFrom(application_.settings->text(SettingsKeys::toolbarLabels).value_or("")));
+    const auto followLabels = [this] {
+        const auto stored = application_.settings->text(SettingsKeys::toolbarLabels);
+        toolBar_->setLabels(PaneToolBar::labelsFrom(stored.value_or("")));
+    };
+    connect(application_.settings.get(), &Settings::changed, toolBar_, [followLabels](const QString& key) {
+        if (fromQString(key) == SettingsKeys::toolbarLabels)
+            followLabels();
+    });
+    followLabels();
     connect(toolBar_, &PaneToolBar::labelsChosen, this, [this](PaneToolBar::Labels labels) {
         application_.settings->set(SettingsKeys::toolbarLabels, PaneToolBar::labelsText(labels));
     });
@@ -239,9 +253,12 @@ void MainWindow::renderNotice()
     if (const auto more = static_cast<int>(notices.all->size()) - 1; more > 0)
         text += tr(" (%1 more)").arg(more);
     const auto kind = bannerKind(notice->kind);
-    if (!banner_->isHidden() && shownNotice_ == notice->id && banner_->text() == text && banner_->kind() == kind)
+    const bool isShown = !banner_->isHidden() && shownNotice_ == notice->id && shownAction_ == notice->actionTitle
+        && banner_->text() == text && banner_->kind() == kind;
+    if (isShown)
         return;
     shownNotice_ = notice->id;
+    shownAction_ = notice->actionTitle;
     banner_->showMessage(kind, text, toQString(notice->actionTitle));
 }
 

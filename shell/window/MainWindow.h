@@ -79,6 +79,7 @@ private:
     QSplitter* rows_;
     QAction* transfersToggle_ = nullptr;
     std::string shownNotice_; ///< Id of the notice in the banner.
+    std::string shownAction_;
     QPointer<ActivityLogWindow> logWindow_;
     bool hasStarted_ = false;
     bool isAskingToQuit_ = false;

@@ -63,7 +63,9 @@ void MenuBar::addFileMenu()
 void MenuBar::addEditMenu()
 {
     auto* const menu = addTitledMenu(tr("&Edit"));
+    menu->addAction(actions_->cut());
     actions_->addTo(*menu, {&C::copyItems, &C::copyPaths, &C::paste, &C::moveHere});
+    menu->addAction(actions_->selectAll());
     menu->addSeparator();
     actions_->addTo(*menu, {&C::find});
 }

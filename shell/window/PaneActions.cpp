@@ -3,16 +3,33 @@
 #include "shell/AppContext.h"
 #include "shell/window/DetailArea.h"
 
+#include <QAbstractItemView>
 #include <QAction>
+#include <QApplication>
+#include <QLineEdit>
 #include <QMenu>
+#include <QMenuBar>
+#include <QPlainTextEdit>
 
 #include <algorithm>
+
+namespace {
+
+/// Has the widget text of its own to copy from and paste into?
+bool isTextField(const QWidget* widget)
+{
+    return qobject_cast<const QLineEdit*>(widget) || qobject_cast<const QPlainTextEdit*>(widget);
+}
+
+} // namespace
 
 PaneActions::PaneActions(DetailArea& area, AppContext& context, QObject* parent)
     : QObject(parent)
     , area_(area)
     , context_(context)
     , allVersions_(new QAction(tr("All Versions"), this))
+    , cut_(addEditing(tr("Cut"), QKeySequence::Cut, "cut"))
+    , selectAll_(addEditing(tr("Select All"), QKeySequence::SelectAll, "selectAll"))
 {
     for (const auto& slot : paneSlots()) {
         auto* const action = new QAction(slot.title, this);
@@ -32,6 +49,7 @@ PaneActions::PaneActions(DetailArea& area, AppContext& context, QObject* parent)
             toggle->toggle(isOn);
     });
     connect(&area_, &DetailArea::commandsChanged, this, &PaneActions::render);
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* focused) { followFocus(focused); });
     render();
 }
 
@@ -50,20 +68,60 @@ void PaneActions::render()
 {
     const auto& commands = area_.commands();
     for (const auto& [slot, action] : entries_) {
-        action->setShortcuts(shortcutsIn(commands, *slot));
+        if (const auto keys = shortcutsIn(commands, *slot); action->shortcuts() != keys)
+            action->setShortcuts(keys);
+        renderSlot(*action, *slot);
         if (const auto& command = commands.*slot->command) {
             renderCommand(*action, *command);
             continue;
         }
-        action->setText(slot->title);
-        action->setToolTip(slot->title);
         action->setEnabled(false);
     }
     renderFind(*action(&PaneCommands::find), commands);
+    renderEditing();
     const auto& toggle = commands.allVersions;
     allVersions_->setText(toggle ? toggle->title : tr("All Versions"));
     allVersions_->setEnabled(toggle && toggle->isEnabled);
     allVersions_->setChecked(toggle && toggle->isOn);
+}
+
+QAction* PaneActions::addEditing(const QString& title, const QKeySequence& keys, const char* slot)
+{
+    auto* const action = new QAction(title, this);
+    action->setShortcut(keys);
+    // Text fields and lists handle the keys themselves.
+    action->setShortcutContext(Qt::WidgetShortcut);
+    connect(action, &QAction::triggered, this, [this, slot] {
+        if (edited_)
+            QMetaObject::invokeMethod(edited_, slot);
+    });
+    return action;
+}
+
+void PaneActions::followFocus(QWidget* focused)
+{
+    // An open menu leaves the choice to the widget that had the keyboard before.
+    if (!focused || qobject_cast<QMenu*>(focused) || qobject_cast<QMenuBar*>(focused))
+        return;
+    edited_ = focused;
+    render();
+}
+
+// In a text field Copy and Paste are about its text, whatever the pane offers.
+void PaneActions::renderEditing()
+{
+    const bool isField = isTextField(edited_);
+    const auto* const line = qobject_cast<const QLineEdit*>(edited_.data());
+    const bool isWritable = isField && !(line && line->isReadOnly());
+    cut_->setEnabled(isWritable);
+    selectAll_->setEnabled(isField || qobject_cast<QAbstractItemView*>(edited_.data()));
+    if (!isField)
+        return;
+    for (const auto field : {&PaneCommands::copyItems, &PaneCommands::paste}) {
+        auto* const action = this->action(field);
+        renderSlot(*action, paneSlot(field));
+        action->setEnabled(field == &PaneCommands::copyItems || isWritable);
+    }
 }
 
 // Where the pane has nothing to find in, the whole account is searched.
@@ -75,6 +133,11 @@ void PaneActions::renderFind(QAction& action, const PaneCommands& commands)
 
 void PaneActions::trigger(PaneSlot::Field field)
 {
+    const bool isEditing = field == &PaneCommands::copyItems || field == &PaneCommands::paste;
+    if (isEditing && isTextField(edited_)) {
+        QMetaObject::invokeMethod(edited_, field == &PaneCommands::paste ? "paste" : "copy");
+        return;
+    }
     // A copy: the command may bring another pane to the front.
     if (const auto command = area_.commands().*field)
         command->run();

@@ -3,6 +3,7 @@
 #include "foundation/views/panes/PaneSlots.h"
 
 #include <QObject>
+#include <QPointer>
 
 #include <vector>
 
@@ -10,6 +11,7 @@ class AppContext;
 class DetailArea;
 class QAction;
 class QMenu;
+class QWidget;
 
 /// The commands of the pane in front as actions of the window: fixed places, titles and shortcuts in the menus,
 /// whatever pane is shown. An absent command stays under its fixed title, disabled.
@@ -25,6 +27,10 @@ public:
 
     QAction* allVersions() const { return allVersions_; }
 
+    /// Cut and Select All, which act on the text field or the list with the keyboard.
+    QAction* cut() const { return cut_; }
+    QAction* selectAll() const { return selectAll_; }
+
 private:
     struct Entry {
         const PaneSlot* slot;
@@ -32,6 +38,9 @@ private:
     };
 
     void render();
+    void renderEditing();
+    void followFocus(QWidget* focused);
+    QAction* addEditing(const QString& title, const QKeySequence& keys, const char* slot);
     void renderFind(QAction& action, const PaneCommands& commands);
     void trigger(PaneSlot::Field field);
 
@@ -39,4 +48,7 @@ private:
     AppContext& context_;
     std::vector<Entry> entries_;
     QAction* allVersions_;
+    QAction* cut_;
+    QAction* selectAll_;
+    QPointer<QWidget> edited_; ///< The widget that had the keyboard last, menus apart.
 };

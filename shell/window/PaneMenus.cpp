@@ -39,6 +39,8 @@ ObjectMenu::ObjectMenu(DetailArea& area, QWidget* parent)
 {
     setToolTipsVisible(true);
     connect(&area_, &DetailArea::commandsChanged, this, &ObjectMenu::render);
+    // Queued: the line that was chosen runs first.
+    connect(this, &QMenu::aboutToHide, this, &ObjectMenu::render, Qt::QueuedConnection);
     render();
 }
 
@@ -47,15 +49,21 @@ void ObjectMenu::render()
     const auto& commands = area_.commands();
     const auto& title = commands.objectMenuTitle;
     menuAction()->setVisible(title.has_value());
+    // An open menu stays as it is.
+    if (isVisible())
+        return;
+    clear();
     if (!title)
         return;
     setTitle(*title);
-    clear();
     for (const auto& item : objectMenuItems(commands)) {
-        if (item.isSeparator())
+        if (item.isSeparator()) {
             addSeparator();
-        else
-            addCommand(*this, *item.command);
+            continue;
+        }
+        addCommand(*this, *item.command);
+        if (const auto& key = item.command->keyText; !key.isEmpty())
+            actions().constLast()->setShortcut(QKeySequence(QStringLiteral("Ctrl+") + key));
     }
 }
 
@@ -66,14 +74,18 @@ ShareMenu::ShareMenu(DetailArea& area, QWidget* parent)
     setIcon(symbolIcon(Symbol::link));
     setToolTipsVisible(true);
     connect(&area_, &DetailArea::commandsChanged, this, &ShareMenu::render);
+    connect(this, &QMenu::aboutToShow, this, &ShareMenu::fill);
     render();
+}
+
+void ShareMenu::fill()
+{
+    clear();
+    for (const auto& link : area_.commands().shareLinks)
+        addCommand(*this, link);
 }
 
 void ShareMenu::render()
 {
-    clear();
-    const auto& links = area_.commands().shareLinks;
-    for (const auto& link : links)
-        addCommand(*this, link);
-    menuAction()->setEnabled(!links.empty());
+    menuAction()->setEnabled(!area_.commands().shareLinks.empty());
 }

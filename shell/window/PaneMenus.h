@@ -40,6 +40,7 @@ public:
     explicit ShareMenu(DetailArea& area, QWidget* parent = nullptr);
 
 private:
+    void fill();
     void render();
 
     DetailArea& area_;

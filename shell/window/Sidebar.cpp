@@ -111,7 +111,12 @@ Sidebar::Sidebar(RootModel& root, AppContext& context, QWidget* parent)
     note_->setContentsMargins(Spacing::tight, 0, 0, 0);
     note_->setWordWrap(true);
 
-    connect(filter_, &QLineEdit::textChanged, &shown_, &QSortFilterProxyModel::setFilterFixedString);
+    connect(filter_, &QLineEdit::textChanged, this, [this](const QString& text) {
+        // A filter that hides the selected row makes the list select its neighbour, which is nobody's choice.
+        const QScopedValueRollback guard(isRendering_, true);
+        shown_.setFilterFixedString(text);
+        render();
+    });
     connect(filter_, &SearchField::left, this, [this] { list_->setFocus(Qt::OtherFocusReason); });
     // Follows the selection: a list that gets the keyboard by Tab makes its first row current, which is no choice.
     connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
@@ -175,6 +180,12 @@ bool Sidebar::eventFilter(QObject* watched, QEvent* event)
     if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->modifiers() == Qt::NoModifier
         && crossLists(watched, static_cast<QKeyEvent*>(event)->key()))
         return true;
+    // Before the window's Find, which is about the pane.
+    if (watched == list_ && event->type() == QEvent::ShortcutOverride && filter_->isVisibleTo(this)
+        && static_cast<QKeyEvent*>(event)->matches(QKeySequence::Find)) {
+        event->accept();
+        return true;
+    }
     if (watched == list_ && event->type() == QEvent::KeyPress && filter_->isVisibleTo(this)) {
         const auto* const key = static_cast<QKeyEvent*>(event);
         if (key->matches(QKeySequence::Find)) {
@@ -191,8 +202,9 @@ void Sidebar::render()
     rows_.show(*root_.buckets.buckets);
     const bool isFilterable = rows_.rowCount() > filterFrom;
     filter_->setVisible(isFilterable);
-    if (!isFilterable)
+    if (!isFilterable || filtered_.lock() != *root_.buckets.session)
         filter_->clear();
+    filtered_ = *root_.buckets.session;
 
     const bool hasSession = *root_.keyStore.session != nullptr;
     const bool isLoading = *root_.buckets.isLoading || *root_.buckets.session != *root_.keyStore.session;
@@ -207,8 +219,13 @@ void Sidebar::render()
     QString note;
     if (hasSession && isEmpty && isLoading)
         note = tr("Loading buckets…");
-    else if (hasSession && !isEmpty && *root_.buckets.error)
-        note = tr("The list could not be read again. %1").arg(toQString(**root_.buckets.error));
+    else if (hasSession && *root_.buckets.error)
+        note = (isEmpty ? tr("The buckets could not be listed. %1") : tr("The list could not be read again. %1"))
+                   .arg(toQString(**root_.buckets.error));
+    else if (hasSession && isEmpty)
+        note = tr("No buckets");
+    else if (shown_.rowCount() == 0 && rows_.rowCount() > 0)
+        note = tr("No bucket matches");
     note_->setText(note);
     note_->setVisible(!note.isEmpty());
 

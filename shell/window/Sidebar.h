@@ -7,6 +7,8 @@
 #include <QStandardItemModel>
 #include <QWidget>
 
+#include <memory>
+
 class KeySwitcherHeader;
 class QLabel;
 class QListView;
@@ -59,5 +61,6 @@ private:
     QStandardItemModel surfaceRows_;
     BucketListModel rows_;
     QSortFilterProxyModel shown_;
+    std::weak_ptr<B2Session> filtered_; ///< The session whose buckets the filter was typed for.
     bool isRendering_ = false;
 };

@@ -29,7 +29,8 @@ struct Surface {
     std::function<Pane*(const PaneParts& parts)> make; ///< Called once, when the pane is first needed.
 };
 
-/// Every surface there is, in the order of the menus. A further one is one more line of this table.
+/// Every surface there is, in the order of the menus. A further one is one more line of this table and the factory it
+/// names.
 std::span<const Surface> surfaces();
 
 /// The surface of a kind, or null while there is none.

@@ -52,6 +52,7 @@ void TransferDialogs::upload(const QList<QUrl>& urls, const std::string& prefix)
     std::vector<std::filesystem::path> files;
     for (const QUrl& url : urls)
         files.push_back(localPathOf(url));
+    application_.root->notices.dismiss("upload");
     application_.queue->upload(std::move(files), **browser.bucket, prefix, *browser.session);
     Q_EMIT queued();
 }

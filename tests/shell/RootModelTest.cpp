@@ -104,9 +104,9 @@ TEST_F(RootModelTest, ListsTheFolderAFewTimesWhenManyUploadsEnd)
 TEST_F(RootModelTest, SaysThatTheSettingsAreNotSaved)
 {
     Q_EMIT settings.writeFailed(QStringLiteral("Couldn't save the settings."));
-    ASSERT_TRUE(root.notices.find("settings"));
+    ASSERT_TRUE(root.notices.find("settings.write"));
     EXPECT_EQ(root.notices.newest()->text, "Couldn't save the settings.");
-    root.notices.close("settings");
+    root.notices.close("settings.write");
     EXPECT_FALSE(root.notices.newest());
 }
 

@@ -16,6 +16,7 @@ struct PaneCommand {
     QString help; ///< Tooltip; says why the command is off while it is off.
     std::optional<Symbol> symbol;
     std::function<void()> run;
+    QString keyText = {}; ///< Of a command of the object menu: the key that runs it together with Ctrl.
 };
 
 /// A command that is on or off.
@@ -44,6 +45,7 @@ struct PaneCommands {
     Command unfinishedUploads;
     Command download;
     std::vector<PaneCommand> shareLinks;
+    /// Owns Del. A pane that can hide anything publishes it always, disabled if need be, or Del deletes.
     Command hide;
     Command unhide;
     Command rename;
@@ -77,7 +79,8 @@ struct PaneCommands {
     Command pauseResume;
     Command removeJob;
     Command finishMigration;
-    std::vector<PaneCommand> moreObjectCommands; ///< At the end of the object menu, in a group of their own.
+    /// At the end of the object menu, in a group of their own; those with a symbol are in the toolbar too.
+    std::vector<PaneCommand> moreObjectCommands;
 };
 
 /// Makes a command; with a refusal it is disabled, and its help is the refusal.

@@ -30,14 +30,14 @@ std::vector<PaneSlot> makeSlots()
         {&C::uploadFolder, slotText("Upload Folder…"), Symbol::folderUpload, {command | Qt::SHIFT | Qt::Key_U}},
         {&C::unfinishedUploads, slotText("Unfinished Uploads…"), Symbol::unfinished, {}},
         {&C::download, slotText("Download"), Symbol::download, {command | Qt::Key_D}},
-        {&C::hide, slotText("Hide"), Symbol::eyeOff, {Qt::Key_Delete}, true},
-        {&C::unhide, slotText("Unhide"), Symbol::eye, {command | Qt::Key_Backspace}, true},
+        {&C::hide, slotText("Hide"), Symbol::eyeOff, {Qt::Key_Delete, command | Qt::Key_Backspace}, true},
+        {&C::unhide, slotText("Unhide"), Symbol::eye, {command | Qt::SHIFT | Qt::Key_Backspace}, true},
         {&C::rename, slotText("Rename…"), {}, {Qt::Key_F2}, true},
         {&C::remove, slotText("Delete"), Symbol::trash, {Qt::SHIFT | Qt::Key_Delete, command | Qt::Key_Delete}, true},
         {&C::refresh, slotText("Refresh"), Symbol::refresh, {Qt::Key_F5, command | Qt::Key_R}},
-        {&C::copyItems, slotText("Copy"), Symbol::copy, {QKeySequence::Copy}, true},
+        {&C::copyItems, slotText("Copy"), Symbol::copy, QKeySequence::keyBindings(QKeySequence::Copy), true},
         {&C::copyPaths, slotText("Copy Path"), {}, {command | Qt::SHIFT | Qt::Key_C}, true},
-        {&C::paste, slotText("Paste"), {}, {QKeySequence::Paste}, true},
+        {&C::paste, slotText("Paste"), {}, QKeySequence::keyBindings(QKeySequence::Paste), true},
         {&C::moveHere, slotText("Move Here"), {}, {command | Qt::ALT | Qt::Key_V}, true},
         {&C::find, slotText("Find"), Symbol::search, {QKeySequence::Find}},
         {&C::back, slotText("Back"), Symbol::arrowLeft, {Qt::ALT | Qt::Key_Left}},
@@ -58,9 +58,9 @@ std::span<const PaneSlot> paneSlots()
 
 const PaneSlot& paneSlot(PaneSlot::Field command)
 {
+    static const PaneSlot none{};
     const auto found = std::ranges::find(paneSlots(), command, &PaneSlot::command);
-    Q_ASSERT(found != paneSlots().end());
-    return *found;
+    return found == paneSlots().end() ? none : *found;
 }
 
 QList<QKeySequence> shortcutsIn(const PaneCommands& commands, const PaneSlot& slot)
@@ -81,6 +81,13 @@ void renderCommand(QAction& action, const PaneCommand& command)
         action.setIcon(symbolIcon(*command.symbol));
 }
 
+void renderSlot(QAction& action, const PaneSlot& slot)
+{
+    action.setText(slot.title);
+    action.setToolTip(slot.title);
+    action.setIcon(slot.symbol ? symbolIcon(*slot.symbol) : QIcon());
+}
+
 void addCommand(QMenu& menu, const PaneCommands& commands, PaneSlot::Field field)
 {
     const auto& command = commands.*field;
@@ -88,8 +95,7 @@ void addCommand(QMenu& menu, const PaneCommands& commands, PaneSlot::Field field
         return;
     const auto& slot = paneSlot(field);
     auto* const action = menu.addAction(QString(), command->run);
-    if (slot.symbol)
-        action->setIcon(symbolIcon(*slot.symbol));
+    renderSlot(*action, slot);
     renderCommand(*action, *command);
     action->setShortcuts(shortcutsIn(commands, slot));
 }

@@ -10,11 +10,12 @@
 class QAction;
 class QMenu;
 
-/// The lasting place of a command in the menus. One table gives every shortcut, so no two commands can share one.
+/// The lasting place of a command in the menus. One table gives the shortcuts of all panes' commands, so no two can
+/// share one.
 struct PaneSlot {
     using Field = PaneCommands::Command PaneCommands::*;
 
-    Field command;
+    Field command = nullptr;
     QString title; ///< In the menus while no pane offers the command.
     std::optional<Symbol> symbol;
     QList<QKeySequence> shortcuts;
@@ -25,13 +26,16 @@ struct PaneSlot {
 /// Every slot that has a fixed place in the menus.
 std::span<const PaneSlot> paneSlots();
 
-/// The slot of a command; every field that menus or context menus show has one.
+/// The slot of a command; an empty one for those that only the object menu shows.
 const PaneSlot& paneSlot(PaneSlot::Field command);
 
 /// The shortcuts of a command among the commands of a pane. Del hides; it deletes where nothing can be hidden.
 QList<QKeySequence> shortcutsIn(const PaneCommands& commands, const PaneSlot& slot);
 
-/// Copies title, state, help and symbol of a command to an action.
+/// Gives an action the title and the symbol of its slot.
+void renderSlot(QAction& action, const PaneSlot& slot);
+
+/// Copies title, state, help and symbol, if it has one, of a command to an action.
 void renderCommand(QAction& action, const PaneCommand& command);
 
 /// Adds a command to a context menu, in the words of the menus and with its shortcut; does nothing for an absent one.

@@ -81,8 +81,18 @@ void PaneToolBar::showCommands(const PaneCommands& commands)
     fit();
 }
 
+std::optional<Slot> PaneToolBar::focusedSlot() const
+{
+    for (const auto& entry : entries_) {
+        if (const auto* const button = widgetForAction(entry.action); button && button->hasFocus())
+            return entry.slot;
+    }
+    return std::nullopt;
+}
+
 void PaneToolBar::rebuild(const std::vector<Item>& items, std::size_t spacerBefore)
 {
+    const auto focused = focusedSlot();
     // The command that is running now may be one of them.
     const auto drop = [this](QAction* action) {
         removeAction(action);
@@ -103,6 +113,11 @@ void PaneToolBar::rebuild(const std::vector<Item>& items, std::size_t spacerBefo
     }
     if (spacerBefore == items.size())
         addSpacer(end);
+    addGap(end);
+    const auto again =
+        std::ranges::find(entries_, focused, [](const Entry& entry) { return std::optional(entry.slot); });
+    if (focused && again != entries_.end())
+        widgetForAction(again->action)->setFocus(Qt::OtherFocusReason);
 }
 
 void PaneToolBar::addEntry(const Item& item)
@@ -119,10 +134,18 @@ void PaneToolBar::addEntry(const Item& item)
     const auto index = entries_.size();
     keepDressed(entry.action);
     connect(entry.action, &QAction::triggered, this, [this, index] {
-        // The command may rebuild the toolbar.
-        if (const auto run = entries_.at(index).run)
+        // A copy: the command may rebuild the toolbar.
+        if (const auto run = index < entries_.size() ? entries_[index].run : nullptr)
             run();
     });
+    if (entry.menu) {
+        // Filled when it opens, so that it stays as it is while it is open.
+        connect(entry.menu, &QMenu::aboutToShow, this, [this, index, menu = entry.menu] {
+            menu->clear();
+            for (const auto& command : entries_.at(index).offered)
+                addCommand(*menu, command);
+        });
+    }
     entries_.push_back(std::move(entry));
 }
 
@@ -133,6 +156,13 @@ void PaneToolBar::addSpacer(QAction* before)
     spacers_.push_back(insertWidget(before, spacer));
 }
 
+void PaneToolBar::addGap(QAction* before)
+{
+    auto* const gap = new QWidget(this);
+    gap->setFixedWidth(Spacing::normal);
+    spacers_.push_back(insertWidget(before, gap));
+}
+
 void PaneToolBar::render(Entry& entry, const Item& item)
 {
     entry.run = item.command.run;
@@ -141,9 +171,7 @@ void PaneToolBar::render(Entry& entry, const Item& item)
     dress(entry.action);
     if (!entry.menu)
         return;
-    entry.menu->clear();
-    for (const auto& command : item.menu)
-        addCommand(*entry.menu, command);
+    entry.offered = item.menu;
     // A button whose first command is off may still offer another.
     if (!item.command.isEnabled)
         entry.action->setEnabled(std::ranges::any_of(item.menu, &PaneCommand::isEnabled));

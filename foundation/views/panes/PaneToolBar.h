@@ -28,7 +28,7 @@ public:
 
     explicit PaneToolBar(QWidget* parent = nullptr);
 
-    /// Shows the commands. Buttons of commands that stay are kept, with the keyboard.
+    /// Shows the commands. The keyboard stays on the button of the same command.
     void showCommands(const PaneCommands& commands);
 
     /// Puts an action of the window behind everything a pane offers.
@@ -56,10 +56,14 @@ private:
         QAction* action = nullptr;
         QMenu* menu = nullptr;
         std::function<void()> run;
+        std::vector<PaneCommand> offered = {}; ///< By the button's menu.
     };
 
     void rebuild(const std::vector<PaneToolbarLayout::Item>& items, std::size_t spacerBefore);
     void addSpacer(QAction* before);
+    /// Sets the window's own actions apart.
+    void addGap(QAction* before);
+    std::optional<PaneToolbarLayout::Slot> focusedSlot() const;
     void addEntry(const PaneToolbarLayout::Item& item);
     void render(Entry& entry, const PaneToolbarLayout::Item& item);
     void keepDressed(QAction* action);

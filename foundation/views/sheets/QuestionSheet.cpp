@@ -30,7 +30,7 @@ void QuestionSheet::addTypedName()
 {
     typed_ = new QLineEdit(this);
     typed_->setObjectName(QStringLiteral("typedName"));
-    addRow(tr("Name:"), typed_, breakable(toQString(*verbRefusal(question_, ""))));
+    addRow(tr("Name"), typed_, breakable(toQString(*verbRefusal(question_, ""))));
     connect(typed_, &QLineEdit::textChanged, this, &QuestionSheet::renderVerb);
 }
 

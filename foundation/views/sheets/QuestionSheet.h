@@ -20,5 +20,5 @@ private:
     void renderVerb();
 
     Question question_;
-    QLineEdit* typed_ = nullptr; ///< Null where nothing has to be typed.
+    QPointer<QLineEdit> typed_ = nullptr; ///< Null where nothing has to be typed.
 };

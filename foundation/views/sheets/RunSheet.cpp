@@ -37,6 +37,7 @@ void RunSheet::begin()
         addUnderRows(current_);
     }
     setCancelText(tr("Stop"));
+    hideVerb();
     run_->start();
     render();
     focusCancel();
@@ -83,6 +84,9 @@ void RunSheet::showResult()
     delete bar_;
     delete current_;
     const auto& summary = *run_->summary;
+    // The question is answered: nothing of it must look as if it could still be changed.
+    removeRows();
+    setHeading(*run_->phase == ItemRun::Phase::stopped ? tr("Stopped") : tr("Not Everything Was Done"));
     showOnlyClose(tr("Close"));
     addFailures(summary);
     setMessage(summary.failures.empty() ? MessageKind::warning : MessageKind::danger,
@@ -105,6 +109,8 @@ void RunSheet::addFailures(const ItemRun::Summary& summary)
     list->setMinimumHeight(listHeight);
     addWide(list);
     auto* const copy = setVerb(tr("Copy List"));
+    copy->setDefault(false);
+    copy->setAutoDefault(false);
     connect(copy, &QPushButton::clicked, copy, [copy, lines] {
         QGuiApplication::clipboard()->setText(lines);
         copy->setText(tr("Copied"));

@@ -78,16 +78,14 @@ Sheet::Sheet(const QString& title, const QString& purpose, QWidget* parent)
     , cancel_(new QPushButton(tr("Cancel"), this))
 {
     setWindowModality(Qt::WindowModal);
-    setWindowTitle(title);
     setMinimumWidth(minSheetWidth);
     setMaximumWidth(maxSheetWidth);
     setSizeGripEnabled(false);
 
-    auto* heading = makeLabel(breakable(title), TextSize::title, QFont::DemiBold, this);
-    heading->setWordWrap(true);
-    auto* sentence = makeSecondaryLabel(breakable(purpose), TextSize::normal, this);
-    sentence->setVisible(!purpose.isEmpty());
-    setAccessibleDescription(purpose);
+    heading_ = makeLabel({}, TextSize::title, QFont::DemiBold, this);
+    heading_->setWordWrap(true);
+    purpose_ = makeSecondaryLabel({}, TextSize::normal, this);
+    setHeading(title, purpose);
 
     form_->setContentsMargins({});
     form_->setHorizontalSpacing(Spacing::normal);
@@ -111,8 +109,8 @@ Sheet::Sheet(const QString& title, const QString& purpose, QWidget* parent)
 
     column_->setContentsMargins(Spacing::wide, Spacing::wide, Spacing::wide, Spacing::large);
     column_->setSpacing(Spacing::small);
-    column_->addWidget(heading);
-    column_->addWidget(sentence);
+    column_->addWidget(heading_);
+    column_->addWidget(purpose_);
     column_->addSpacing(Spacing::small);
     column_->addWidget(rows_);
     column_->addStretch();
@@ -173,6 +171,28 @@ QPushButton* Sheet::setVerb(const QString& verb)
     buttons_->insertWidget(verbFirst ? 1 : 2, verb_);
     verb_->setDefault(true);
     return verb_;
+}
+
+void Sheet::setHeading(const QString& title, const QString& purpose)
+{
+    setWindowTitle(title);
+    heading_->setText(breakable(title));
+    purpose_->setText(breakable(purpose));
+    purpose_->setVisible(!purpose.isEmpty());
+    setAccessibleDescription(purpose);
+}
+
+void Sheet::removeRows()
+{
+    while (form_->rowCount() > 0)
+        form_->removeRow(0);
+    rows_->setVisible(false);
+}
+
+void Sheet::hideVerb()
+{
+    if (verb_)
+        verb_->hide();
 }
 
 QPushButton* Sheet::setDestructiveVerb(const QString& verb)
@@ -279,6 +299,9 @@ void Sheet::makeRoom()
     if (!isVisible())
         return;
     resize(width(), std::max(height(), fittingHeight()));
+    column_->activate();
+    form_->invalidate();
+    form_->activate();
     keepOnScreen();
 }
 

@@ -82,11 +82,20 @@ protected:
     /// Moves the open sheet up when its bottom is below that of the screen.
     void keepOnScreen();
 
+    /// Replaces title and sentence of purpose, when the sheet goes on from a question to its result.
+    void setHeading(const QString& title, const QString& purpose = {});
+    /// Removes what `addRow` and `addWide` have added, as a result no longer needs it.
+    void removeRows();
+    /// Hides the verb while its work runs, and for good.
+    void hideVerb();
+
 private:
     QLabel* makeCaption(const QString& label, QWidget* field);
     void setVerbButton(QPushButton* button);
 
     QVBoxLayout* column_;
+    QLabel* heading_ = nullptr;
+    QLabel* purpose_ = nullptr;
     QWidget* rows_;
     QFormLayout* form_;
     QWidget* messageRow_;

@@ -130,6 +130,9 @@ void DenseTableView::keyPressEvent(QKeyEvent* event)
         } else {
             event->ignore();
         }
+    } else if (event->matches(QKeySequence::Copy)) {
+        // The view itself would copy a single cell.
+        event->ignore();
     } else {
         QTableView::keyPressEvent(event);
     }

@@ -9,6 +9,7 @@
 #include "foundation/views/tables/KeyedRowsModel.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QBoxLayout>
 #include <QItemSelectionModel>
 #include <QPersistentModelIndex>
@@ -125,7 +126,7 @@ void TablePane::showPage(QWidget* page)
 {
     if (!isWaiting_)
         patience_.stop();
-    const bool hadFocus = table_->hasFocus() || message_->isAncestorOf(focusWidget());
+    const bool hadFocus = table_->hasFocus() || message_->isAncestorOf(QApplication::focusWidget());
     pages_->setCurrentWidget(page);
     if (hadFocus && page == table_)
         table_->setFocus(Qt::OtherFocusReason);

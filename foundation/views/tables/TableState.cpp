@@ -57,9 +57,11 @@ TableState::TableState(QTreeView& table, TableDescription description, Settings&
 
 void TableState::showOrder(std::vector<SortOrder> order)
 {
-    if (order.empty())
+    if (order.empty() && !order_.empty())
         return;
     order_ = std::move(order);
+    if (order_.empty())
+        order_ = {{columnIDs().front()}};
     const int section = sortedColumn();
     if (header_.sortIndicatorSection() == section && header_.sortIndicatorOrder() == sortDirection())
         return;
