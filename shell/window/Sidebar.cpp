@@ -122,6 +122,13 @@ Sidebar::Sidebar(RootModel& root, AppContext& context, QWidget* parent)
     connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
         [this](const QItemSelection& selected) { choose(selected.indexes().value(0)); });
     connect(list_, &QListView::activated, this, &Sidebar::choose);
+    connect(list_, &QListView::clicked, this, [this](const QModelIndex& index) {
+        // A click on the bucket that is shown leads to its top.
+        const auto& shown = *root_.browser.bucket;
+        const auto clicked = fromQString(index.data(BucketListModel::bucketIDRole).toString());
+        if (shown && shown->bucketID == clicked && *root_.browser.prefix != root_.browser.rootPrefix())
+            root_.browser.navigate(root_.browser.rootPrefix());
+    });
     connect(surfaces_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
         [this](const QItemSelection& selected) { chooseSurface(selected.indexes().value(0)); });
     connect(surfaces_, &QListView::activated, this, &Sidebar::chooseSurface);

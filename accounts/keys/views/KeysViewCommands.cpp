@@ -50,10 +50,10 @@ void KeysView::updateCommands(const KeysPane& pane, int selected)
             if (const auto* const target = targetRow())
                 QGuiApplication::clipboard()->setText(toQString(target->key.applicationKeyID));
         });
-    commands.objectMenuTitle = tr("Keys");
-    commands.newObject = commands.newItem;
-    commands.editObject = commands.rename;
-    commands.deleteObject = commands.remove;
+    commands.objectMenuTitle = tr("&Keys");
+    commands.newObject = withSlot(commands, &PaneCommands::newItem);
+    commands.editObject = withSlot(commands, &PaneCommands::rename);
+    commands.deleteObject = withSlot(commands, &PaneCommands::remove);
     auto switchTo = makeCommand(tr("Switch to This Key"), {},
         unless(row && row->canSwitch(), relation(KeyRelation::held)), [this] { switchToTarget(); });
     switchTo.help = relation(KeyRelation::held);

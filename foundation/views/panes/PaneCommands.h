@@ -16,7 +16,8 @@ struct PaneCommand {
     QString help; ///< Tooltip; says why the command is off while it is off.
     std::optional<Symbol> symbol;
     std::function<void()> run;
-    QString keyText = {}; ///< Of a command of the object menu: the key that runs it together with Ctrl.
+    QString shownKeys = {}; ///< A shortcut that a line of a menu shows, but that another line owns.
+    QString keyText = {};   ///< Of a command of the object menu: the key that runs it together with Ctrl.
 };
 
 /// A command that is on or off.

@@ -76,7 +76,8 @@ void renderCommand(QAction& action, const PaneCommand& command)
 {
     action.setText(command.title);
     action.setEnabled(command.isEnabled);
-    action.setToolTip(command.help.isEmpty() ? command.title : command.help);
+    // Without help a menu shows no tooltip, and a button shows the title.
+    action.setToolTip(command.help);
     if (command.symbol)
         action.setIcon(symbolIcon(*command.symbol));
 }
@@ -84,7 +85,7 @@ void renderCommand(QAction& action, const PaneCommand& command)
 void renderSlot(QAction& action, const PaneSlot& slot)
 {
     action.setText(slot.title);
-    action.setToolTip(slot.title);
+    action.setToolTip({});
     action.setIcon(slot.symbol ? symbolIcon(*slot.symbol) : QIcon());
 }
 
@@ -102,7 +103,23 @@ void addCommand(QMenu& menu, const PaneCommands& commands, PaneSlot::Field field
 
 void addCommand(QMenu& menu, const PaneCommand& command)
 {
-    renderCommand(*menu.addAction(QString(), command.run), command);
+    auto* const action = menu.addAction(QString(), command.run);
+    renderCommand(*action, command);
+    // Shown only: the shortcut belongs to the command's own line in another menu.
+    if (!command.shownKeys.isEmpty())
+        action->setText(command.title + u'\t' + command.shownKeys);
+}
+
+PaneCommand withSlot(const PaneCommands& commands, PaneSlot::Field field)
+{
+    auto command = (commands.*field).value_or(PaneCommand());
+    const auto& slot = paneSlot(field);
+    if (!command.symbol)
+        command.symbol = slot.symbol;
+    const auto keys = shortcutsIn(commands, slot);
+    if (!keys.isEmpty())
+        command.shownKeys = keys.front().toString(QKeySequence::NativeText);
+    return command;
 }
 
 void addToggle(QMenu& menu, const PaneToggle& toggle)

@@ -41,4 +41,7 @@ void renderCommand(QAction& action, const PaneCommand& command);
 /// Adds a command to a context menu, in the words of the menus and with its shortcut; does nothing for an absent one.
 void addCommand(QMenu& menu, const PaneCommands& commands, PaneSlot::Field field);
 void addCommand(QMenu& menu, const PaneCommand& command);
+/// Returns a command with the symbol and, to be shown, the shortcut of its slot, for a second line in another menu.
+PaneCommand withSlot(const PaneCommands& commands, PaneSlot::Field field);
+
 void addToggle(QMenu& menu, const PaneToggle& toggle);

@@ -25,7 +25,8 @@ void addUpload(std::vector<Item>& items, const PaneCommands& commands)
 {
     add(items, commands, Slot::upload, &PaneCommands::upload);
     if (commands.upload && commands.uploadFolder)
-        items.back().menu = {*commands.upload, *commands.uploadFolder};
+        items.back().menu = {
+            withSlot(commands, &PaneCommands::upload), withSlot(commands, &PaneCommands::uploadFolder)};
 }
 
 void addShare(std::vector<Item>& items, const std::vector<PaneCommand>& links)

@@ -207,6 +207,9 @@ QModelIndex DenseTableView::moveCursor(CursorAction action, Qt::KeyboardModifier
 void DenseTableView::contextMenuEvent(QContextMenuEvent* event)
 {
     if (event->reason() != QContextMenuEvent::Keyboard) {
+        // Below the last row the menu is about the place, not about an earlier selection.
+        if (!indexAt(event->pos()).isValid())
+            clearSelection();
         Q_EMIT menuRequested(event->globalPos());
     } else {
         const QRect row = visualRect(currentIndex().siblingAtColumn(nameColumn_)) & viewport()->rect();

@@ -56,7 +56,10 @@ protected:
     }
 
     QTemporaryDir directory;
-    localb2::Service service{{.directory = directory.path().toStdString() + "/service", .seed = "demo"}};
+    /// Late enough for the check to be seen while it runs.
+    localb2::Service service{{.directory = directory.path().toStdString() + "/service",
+        .seed = "demo",
+        .latency = std::chrono::milliseconds(60)}};
     localb2::MasterKey master = service.masterKey();
     Settings settings{{}};
     ActivityLog log{settings, directory.path().toStdString() + "/Logs"};

@@ -87,7 +87,7 @@ TEST_F(RunSheetTest, ClosesWhenEverythingWasDoneAndRunsNothingWhenTurnedDown)
     ends.clear();
     open(2);
     begin();
-    EXPECT_FALSE(buttonOf(*sheet, text("Delete Keys"))->isEnabled());
+    EXPECT_FALSE(buttonOf(*sheet, text("Delete Keys"))) << "asked and answered";
     ends[0].set(std::nullopt);
     ASSERT_TRUE(hasMoved(1));
     ends[1].set(std::nullopt);

@@ -55,7 +55,7 @@ protected:
     {
         std::vector<std::pair<QString, qsizetype>> menus;
         for (auto* const action : window.menuBar()->actions()) {
-            if (action->text() != QStringLiteral("Keys") && action->isVisible())
+            if (action->text() != QStringLiteral("&Keys") && action->isVisible())
                 menus.emplace_back(action->text(), action->menu()->actions().size());
         }
         return menus;
