@@ -5,8 +5,11 @@
 #include "accounts/switcher/views/KeySwitcherPopover.h"
 #include "browser/views/ObjectBrowserView.h"
 #include "foundation/QtText.h"
+#include "foundation/settings/SettingsKeys.h"
 #include "foundation/views/SearchField.h"
 #include "foundation/views/panes/Banner.h"
+#include "foundation/views/panes/Pane.h"
+#include "foundation/views/panes/PaneToolBar.h"
 #include "foundation/views/tables/DenseTableView.h"
 #include "shell/log/ActivityLogWindow.h"
 #include "shell/tour/TourHands.h"
@@ -153,12 +156,24 @@ Task<> Tour::lookAround()
     window_.showActivityLog();
     co_await picture(window_.logWindow(), "dark-activity-log");
     window_.logWindow().close();
+    press(window_, Qt::Key_3, Qt::ControlModifier);
+    const auto isManagingKeys = [&] {
+        const auto* const front = window_.detail().front();
+        return front == &window_.detail().pane(AccountSurface::keys) && front->commands().objectMenuTitle;
+    };
+    co_await check("reach the account's keys with Ctrl+3, and their menu", isManagingKeys);
+    co_await picture(window_, "dark-keys");
     co_await showBucket("a-bucket-whose-name-is-just-as-long-as-the-service-allows-it-to");
     window_.resize(860, 560);
     co_await picture(window_, "dark-small");
     theme_.setScheme(ColorScheme::light);
     co_await picture(window_, "small");
     window_.resize(windowSize);
+    application_.settings->set(SettingsKeys::toolbarLabels, PaneToolBar::labelsText(PaneToolBar::Labels::iconOnly));
+    const auto* const bar = window_.findChild<PaneToolBar*>();
+    co_await check("show the toolbar as icons", [&] { return bar->toolButtonStyle() == Qt::ToolButtonIconOnly; });
+    co_await picture(window_, "icons-only");
+    application_.settings->set(SettingsKeys::toolbarLabels, PaneToolBar::labelsText(PaneToolBar::Labels::titleAndIcon));
 
     press(window_, Qt::Key_T, Qt::ControlModifier | Qt::ShiftModifier);
     co_await check("hide the transfers with Ctrl+Shift+T", [&] { return !window_.transfers().isVisible(); });
