@@ -10,10 +10,12 @@
 
 #include <QAbstractScrollArea>
 #include <QButtonGroup>
+#include <QEvent>
 #include <QFormLayout>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
+#include <QShowEvent>
 
 #include <algorithm>
 #include <utility>
