@@ -26,6 +26,8 @@ endfunction()
 function(kestrovan_qt target)
     # The moc of Qt 6.4 cannot read these two headers of the standard library: it finds them included already.
     set_target_properties(${target} PROPERTIES AUTOMOC ON AUTORCC ON
+        # The first format holds no times of files, which differ from clone to clone.
+        AUTORCC_OPTIONS "--format-version;1"
         AUTOMOC_MOC_OPTIONS "-D_GLIBCXX_CONCEPTS;-D_GLIBCXX_COROUTINE")
     target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII)
 endfunction()
