@@ -26,7 +26,7 @@ void BrowserRows::show(BrowserEntries newEntries, BrowserMode mode)
     entries = std::move(newEntries);
     mode_ = mode;
     if (!isArranged())
-        shown = ShownRows(); // What was shown belongs to another listing.
+        shown = ShownRows(); // The rows shown so far belong to another listing.
     arrangeAll();
 }
 

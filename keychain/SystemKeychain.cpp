@@ -75,7 +75,7 @@ Task<bool> SystemKeychain::takeOverFile()
                 "Moved {} into the Keychain", countText(static_cast<std::int64_t>(move.moved.size()), "key", "keys")),
             fmt::format("{}, from “{}”.", fmt::join(move.moved, ", "), path_.string())});
     if (move.kept.empty()) {
-        remark = std::nullopt; // Of an earlier attempt.
+        remark = std::nullopt; // Left by an earlier attempt.
         co_return true;
     }
     log_.record({B2LogLevel::warning, "keys",

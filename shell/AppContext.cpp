@@ -24,10 +24,9 @@ AppContext::AppContext(Settings& settings)
     });
 }
 
-void AppContext::request(AccountSurface surface, std::optional<std::string> jobID)
+void AppContext::request(AccountSurface surface)
 {
     requested = surface;
-    requestedJobID = std::move(jobID);
     requestTick = *requestTick + 1;
 }
 

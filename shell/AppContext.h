@@ -24,7 +24,6 @@ public:
     Observed<int> requestTick{this, 0}; ///< Rises with each request, so that a repeated one is noticed.
     Observed<std::vector<KeyMenuEntry>> keyMenu{this};
     Observed<std::optional<std::string>> currentKeyID{this};
-    Observed<std::optional<std::string>> requestedJobID{this};
     Observed<int> accountRenameTick{this, 0};
     Observed<int> keysChangedTick{this, 0};
 
@@ -33,7 +32,7 @@ public:
     std::function<Task<>()> addKey;
 
     /// Asks the main window for a pane.
-    void request(AccountSurface surface, std::optional<std::string> jobID = {});
+    void request(AccountSurface surface);
 
     /// Is the transfers panel open? Kept in the settings.
     bool isShowingTransfers() const { return *showingTransfers_; }

@@ -183,11 +183,10 @@ bool Sidebar::crossLists(QObject* from, int key)
 
 bool Sidebar::eventFilter(QObject* watched, QEvent* event)
 {
-    // Ctrl+F in a long list leads to its filter.
     if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->modifiers() == Qt::NoModifier
         && crossLists(watched, static_cast<QKeyEvent*>(event)->key()))
         return true;
-    // Before the window's Find, which is about the pane.
+    // Ctrl+F in a long list leads to its filter, ahead of the window's Find, which is about the pane.
     if (watched == list_ && event->type() == QEvent::ShortcutOverride && filter_->isVisibleTo(this)
         && static_cast<QKeyEvent*>(event)->matches(QKeySequence::Find)) {
         event->accept();

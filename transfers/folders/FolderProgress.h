@@ -23,7 +23,7 @@ struct FolderProgress {
     std::map<std::string, Done> done; ///< By relative path.
     /// Children that did not finish but may have left something at the service, by relative path.
     std::map<std::string, std::shared_ptr<Transfer>> interrupted;
-    /// Of a download: the name of the local folder, and the files that have landed in it.
+    /// The name of a download's local folder, and the files that have landed in it.
     std::optional<std::string> localFolder;
     std::shared_ptr<LandedFiles> landed = std::make_shared<LandedFiles>();
 

@@ -24,7 +24,7 @@ using PaneToolbarLayout::Slot;
 constexpr std::array labelsTexts = {
     std::string_view("titleAndIcon"), std::string_view("titleOnly"), std::string_view("iconOnly")};
 
-/// Of an action: the shortcut that the menu's action has, for the tooltip.
+/// The property of a button's action that holds the shortcut of the menu's action, for the tooltip.
 constexpr const char* shortcutProperty = "menuShortcut";
 
 /// Commands that lose their titles first: their symbols say enough.

@@ -8,11 +8,11 @@ class QString;
 
 /// Roles shared by the tables of this program.
 struct TableRole {
-    /// Of a horizontal header: the permanent name of the column, a string, under which its state is kept.
+    /// In a horizontal header: the permanent name of the column, a string, under which its state is kept.
     static constexpr int columnID = Qt::UserRole + 900;
-    /// Of an index: its `Symbol` as an int; cheaper than a decoration.
+    /// In a cell: its `Symbol` as an int; cheaper than a decoration.
     static constexpr int symbol = Qt::UserRole + 901;
-    /// Of an index: true when it is drawn in the secondary colour, as for a hidden or unfinished file.
+    /// In a cell: true when it is drawn in the secondary colour, as for a hidden or unfinished file.
     static constexpr int isDimmed = Qt::UserRole + 902;
 };
 
